@@ -1,0 +1,46 @@
+/*
+ * The POS streamer: writes a POS object with everything it holds as text to a stream, and reads it
+ * back. A written text begins with the name of its format and one space.
+ */
+#ifndef ZELUTILS_STREAMER_H
+#define ZELUTILS_STREAMER_H
+
+#include "zelutils/types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define POS_STREAMER_INTERFACE "POSStreamerInterface"
+
+/* The one format, and the default. */
+#define POS_STREAMER_TYPE_A_VERSION_1_0 "POSStreamerTypeA_Version1.0"
+
+/* Returns a new streamer without reference, or null after a report. A streamer keeps no state. */
+typedef ZELInstance (*POSStreamerNewPOSStreamerProc)(void);
+
+/*
+ * Writes `object` to `stream`, a positionable stream, at its current position, in the format named
+ * `version` (null: the default). Returns 1, or 0 after a report: an unknown version writes nothing,
+ * any other failure may leave a part written. Raw pointers are written as text for debugging that
+ * cannot be read back; an array with an empty slot, and nesting beyond 512 levels, are failures.
+ */
+typedef int32_t (*POSStreamerSerializeProc)(ZELInstance streamer, ZELInstance stream,
+                                            ZELInstance object, const char *version);
+
+/*
+ * Reads one object from `stream`, a positionable stream, which then stands right after the object's
+ * last character. Returns the object without reference, or null after a report.
+ */
+typedef ZELInstance (*POSStreamerDeserializeProc)(ZELInstance streamer, ZELInstance stream);
+
+#define POS_STREAMER_METHODS(X)                     \
+  X(NewPOSStreamer, POSStreamerNewPOSStreamerProc)  \
+  X(Serialize, POSStreamerSerializeProc)            \
+  X(Deserialize, POSStreamerDeserializeProc)
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ZELUTILS_STREAMER_H */
