@@ -1,0 +1,626 @@
+// A typed C++20 client of ZELUtils over the public C headers: values, arrays, dictionaries, streams
+// and what works on them, through the procedures that the library has registered with a binder.
+//
+//   zelutils::Client client(host.LookupProc(), [&] { return host.TakeReports(); });
+//   zelutils::Dict page = client.NewDict({{"width", 595}, {"title", u"Caf\u00e9"}});
+//   page.Put("tags", client.NewArray({"draft", 2}));
+//   double width = page["width"].As<double>();
+//   for (const auto& [key, value] : page) ...
+//
+// Ownership. Every object here holds one reference to its instance, takes another when copied and
+// gives it back when destroyed; arrays and dictionaries are shared by their copies, Clone makes
+// separate ones. No object may outlive the client that it came from, and the client not its host.
+// Views of texts, units and bytes are borrowed from the value that gave them.
+//
+// Errors. Whatever a procedure reports, returns as an error object or cannot do becomes an Error. A
+// procedure that reports gives only a neutral result to its caller, so that the client asks its
+// report source after every such result: what others reported before and nobody took, it takes for
+// its own. Without a report source, only failures that the result shows are noticed.
+//
+// Texts given are bytes without a NUL inside. Everything is used one call at a time.
+#ifndef ZELUTILS_CLIENT_HPP
+#define ZELUTILS_CLIENT_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "zelutils/zelutils.h"
+
+namespace zelutils {
+
+// ---- Errors ---------------------------------------------------------------------------------
+
+class Error : public std::runtime_error {
+ public:
+  explicit Error(const std::string& message, std::vector<std::string> reports = {},
+                 std::string component = {}, std::int32_t id = 0)
+      : std::runtime_error(message),
+        reports_(std::move(reports)),
+        component_(std::move(component)),
+        id_(id) {}
+
+  // What was reported through the binder, oldest first; empty for an error object or a finding of
+  // the client's own.
+  const std::vector<std::string>& Reports() const noexcept { return reports_; }
+  // The component and number of an error object; empty and 0 otherwise.
+  const std::string& Component() const noexcept { return component_; }
+  std::int32_t Id() const noexcept { return id_; }
+
+ private:
+  std::vector<std::string> reports_;
+  std::string component_;
+  std::int32_t id_;
+};
+
+class ParseError : public Error {
+ public:
+  explicit ParseError(std::size_t position)
+      : Error("parse error at byte " + std::to_string(position)), position_(position) {}
+  // Where in the text parsing stopped, in bytes from its start; the text's length at its end.
+  std::size_t Position() const noexcept { return position_; }
+
+ private:
+  std::size_t position_;
+};
+
+// ---- What is given to a call ----------------------------------------------------------------
+
+class Value;
+
+// NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
+
+// A text ended by NUL for the time of a call; a view is copied to get one.
+class Text {
+ public:
+  Text(const char* text) : borrowed_(text) {}
+  Text(const std::string& text) : borrowed_(text.c_str()) { Refuse(text); }
+  Text(std::string_view text) : owned_(text) { Refuse(text); }
+  Text(std::nullptr_t) = delete;
+
+  const char* CString() const noexcept { return borrowed_ ? borrowed_ : owned_.c_str(); }
+
+ private:
+  static void Refuse(std::string_view text) {
+    if (text.find('\0') != text.npos) throw Error("a text must not hold a NUL");
+  }
+
+  const char* borrowed_ = nullptr;
+  std::string owned_;
+};
+
+// Anything that a value can be made from: a number, a text, a UTF-16 text, or a value.
+class Input {
+ public:
+  template <typename T>
+    requires(std::is_arithmetic_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, char>)
+  Input(T number) : content_(static_cast<double>(number)) {}
+  template <typename T>
+    requires std::is_convertible_v<const T&, Text>
+  Input(const T& text) : content_(std::in_place_type<Text>, text) {}
+  template <typename T>
+    requires std::is_convertible_v<const T&, std::u16string_view>
+  Input(const T& units) : content_(std::u16string_view(units)) {}
+  Input(const Value& value) : content_(&value) {}
+
+ private:
+  friend class Client;
+  std::variant<double, Text, std::u16string_view, const Value*> content_;
+};
+
+// NOLINTEND(google-explicit-constructor)
+
+// ---- Tables of procedures -------------------------------------------------------------------
+
+inline ZELProc FindProcedure(ZELLookupProc lookup, const char* interfaceName, const char* method,
+                             const char* procType) {
+  if (const ZELProc found = lookup(interfaceName, method, procType)) return found;
+  throw Error(std::string("missing procedure \"") + method + "\" of \"" + interfaceName + '"');
+}
+
+#define ZELUTILS_SLOT(method, procedureType) procedureType method = nullptr;
+#define ZELUTILS_FIND(method, procedureType)                            \
+  found.method = reinterpret_cast<procedureType>(                       \
+      FindProcedure(lookup, interfaceName, #method, #procedureType));
+// A table has a slot for each procedure of its interface, under the method's name.
+#define ZELUTILS_TABLE(Table, INTERFACE, METHODS)                       \
+  struct Table {                                                        \
+    METHODS(ZELUTILS_SLOT)                                              \
+    std::uint32_t generation = 0; /* the unregister counter then */     \
+    void Import(ZELLookupProc lookup, std::uint32_t now) {              \
+      const char* const interfaceName = INTERFACE;                      \
+      Table found;                                                      \
+      METHODS(ZELUTILS_FIND)                                            \
+      found.generation = now;                                           \
+      *this = found;                                                    \
+    }                                                                   \
+  };
+
+ZELUTILS_TABLE(ContainerProcedures, ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS)
+ZELUTILS_TABLE(AtomProcedures, ZEL_STRING_INTERFACE, ZEL_STRING_METHODS)
+ZELUTILS_TABLE(ErrorProcedures, ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS)
+ZELUTILS_TABLE(StreamFactoryProcedures, ZEL_STREAM_FACTORY_INTERFACE, ZEL_STREAM_FACTORY_METHODS)
+ZELUTILS_TABLE(ObjectProcedures, POS_OBJECT_INTERFACE, POS_OBJECT_METHODS)
+ZELUTILS_TABLE(StaticsProcedures, POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS)
+ZELUTILS_TABLE(NumberProcedures, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS)
+ZELUTILS_TABLE(StringProcedures, POS_STRING_INTERFACE, POS_STRING_METHODS)
+ZELUTILS_TABLE(UnicodeStringProcedures, POS_UNICODE_STRING_INTERFACE, POS_UNICODE_STRING_METHODS)
+ZELUTILS_TABLE(BinDataProcedures, POS_BIN_DATA_INTERFACE, POS_BIN_DATA_METHODS)
+ZELUTILS_TABLE(RawPointerProcedures, POS_RAW_POINTER_INTERFACE, POS_RAW_POINTER_METHODS)
+ZELUTILS_TABLE(ArrayProcedures, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS)
+ZELUTILS_TABLE(DictProcedures, POS_DICT_INTERFACE, POS_DICT_METHODS)
+ZELUTILS_TABLE(DictIteratorProcedures, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS)
+ZELUTILS_TABLE(StreamerProcedures, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS)
+ZELUTILS_TABLE(StructValidatorProcedures, POS_STRUCT_VALIDATOR_INTERFACE,
+               POS_STRUCT_VALIDATOR_METHODS)
+ZELUTILS_TABLE(ValidatorProcedures, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS)
+ZELUTILS_TABLE(DirProcedures, ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS)
+ZELUTILS_TABLE(TempFileProcedures, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY,
+               ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)
+
+struct StreamMethods {
+  ZEL_SIMPLE_STREAM_METHODS(ZELUTILS_SLOT)
+  ZEL_REWINDABLE_STREAM_METHODS(ZELUTILS_SLOT)
+  ZEL_POSITIONABLE_STREAM_METHODS(ZELUTILS_SLOT)
+};
+
+// ---- The client -----------------------------------------------------------------------------
+
+class Number;
+class String;
+class UnicodeString;
+class BinData;
+class RawPointer;
+class Array;
+class Dict;
+class Stream;
+
+class Client {
+ public:
+  // Gives the texts that were reported since it was last asked, oldest first.
+  using ReportSource = std::function<std::vector<std::string>()>;
+
+  explicit Client(ZELLookupProc lookup, ReportSource reports = {})
+      : lookup_(lookup), reports_(std::move(reports)) {
+    const ZELProc counter =
+        FindProcedure(lookup, ZEL_BINDER_INTERFACE, "ZELGetUnregisterCountAddr",
+                      "ZELGetUnregisterCountAddr");
+    unregisterCount_ = reinterpret_cast<ZELGetUnregisterCountAddr>(counter)();
+    // What destructors call must be there.
+    Procedures<ContainerProcedures>();
+    Procedures<AtomProcedures>();
+  }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+
+  // New values. Bytes and texts are copied; NewRawPointer takes what its procedure takes.
+  Value New(const Input& input) const;
+  Number NewNumber(double value) const;
+  String NewString(const Text& text) const;
+  UnicodeString NewUnicodeString(std::u16string_view units) const;
+  BinData NewBinData(const Text& typeName, std::span<const std::byte> bytes) const;
+  RawPointer NewRawPointer(void* pointer, POSRawPointerReleaseProc release) const;
+  Array NewArray(std::initializer_list<Input> elements = {}) const;
+  Dict NewDict(std::initializer_list<std::pair<Text, Input>> members = {}) const;
+  // Makes the value that a text describes. Throws ParseError.
+  Value Parse(const Text& text) const;
+
+  // New positionable streams.
+  Stream NewMemoryStream() const;
+  Stream OpenFile(const Text& path, const Text& mode) const;
+  Stream NewTempFileStream(const Text& prefix, const Text& extension, const Text& mode) const;
+
+  // The rest serves the classes below and calls that they do not have.
+
+  // The table of an interface, imported when first asked for and whenever an interface has been
+  // withdrawn since. Throws when a procedure is missing.
+  template <typename Table>
+  const Table& Procedures() const {
+    Table& table = std::get<Table>(tables_);
+    if (table.generation != *unregisterCount_) [[unlikely]] {
+      table.Import(lookup_, *unregisterCount_);
+    }
+    return table;
+  }
+  // The same, but never throws and takes what was imported last; for destructors.
+  template <typename Table>
+  const Table& KeptProcedures() const noexcept {
+    return std::get<Table>(tables_);
+  }
+
+  // Throws what an error object says, and releases it; null is success.
+  void Check(ZELErrorObject error) const {
+    if (error != nullptr) Throw(error);
+  }
+  // Throws what was reported; for procedures whose result does not tell.
+  void Check() const {
+    if (!reports_) return;
+    std::vector<std::string> reports = reports_();
+    if (!reports.empty()) Throw(std::move(reports));
+  }
+  // Passes a result on; a neutral one is looked into.
+  template <typename Result>
+  Result Checked(Result result, Result neutral = Result()) const {
+    if (result == neutral) Check();
+    return result;
+  }
+  // Throws what was reported, or else the message.
+  [[noreturn]] void Fail(const char* message) const {
+    Check();
+    throw Error(message);
+  }
+
+ private:
+  [[noreturn]] static void Throw(std::vector<std::string> reports) {
+    std::string message = reports.front();
+    for (std::size_t i = 1; i < reports.size(); ++i) message += "; " + reports[i];
+    throw Error(message, std::move(reports));
+  }
+  [[noreturn]] void Throw(ZELErrorObject error) const {
+    const auto& errors = Procedures<ErrorProcedures>();
+    const std::unique_ptr<ZELErrorRecord, ZELErrorReleaseProc> held(error, errors.Release);
+    const auto text = [this](ZELStringAtom atom) -> std::string {
+      return atom == 0 ? "" : Procedures<AtomProcedures>().GetCString(atom);
+    };
+    throw Error(text(errors.GetErrorMessage(error)), {}, text(errors.GetComponent(error)),
+                errors.GetID(error));
+  }
+
+  ZELLookupProc lookup_;
+  ReportSource reports_;
+  const std::uint32_t* unregisterCount_ = nullptr;
+  mutable std::tuple<ContainerProcedures, AtomProcedures, ErrorProcedures, StreamFactoryProcedures,
+                     ObjectProcedures, StaticsProcedures, NumberProcedures, StringProcedures,
+                     UnicodeStringProcedures, BinDataProcedures, RawPointerProcedures,
+                     ArrayProcedures, DictProcedures, DictIteratorProcedures, StreamerProcedures,
+                     StructValidatorProcedures, ValidatorProcedures, DirProcedures,
+                     TempFileProcedures>
+      tables_;
+};
+
+// ---- Holders --------------------------------------------------------------------------------
+
+// One reference to a string atom. Keys that are used often are worth keeping as atoms.
+class Atom {
+ public:
+  Atom(const Client& client, const Text& text)
+      : Atom(client, client.Procedures<AtomProcedures>().NewStringAtom(text.CString())) {
+    if (atom_ == 0) client.Fail("bad allocation");
+  }
+  // Takes over the reference that came with an atom.
+  Atom(const Client& client, ZELStringAtom atom) noexcept : client_(&client), atom_(atom) {}
+  Atom(Atom&& other) noexcept : client_(other.client_), atom_(std::exchange(other.atom_, 0)) {}
+  Atom& operator=(Atom other) noexcept {
+    std::swap(client_, other.client_);
+    std::swap(atom_, other.atom_);
+    return *this;
+  }
+  ~Atom() {
+    if (atom_ != 0) client_->KeptProcedures<AtomProcedures>().DeleteStringAtom(atom_);
+  }
+
+  ZELStringAtom Handle() const noexcept { return atom_; }
+  const char* CString() const { return client_->Procedures<AtomProcedures>().GetCString(atom_); }
+
+ private:
+  const Client* client_;
+  ZELStringAtom atom_;
+};
+
+// How a handle comes: others hold the instance as well, or it was just made and nobody does.
+enum class Handed { kHeld, kNew };
+
+// One reference to an instance, or empty.
+class Instance {
+ public:
+  Instance() noexcept = default;
+  // Takes a reference. Null makes an empty holder when handed as held; when handed as new, it is
+  // the failure of whoever should have made it.
+  Instance(const Client& client, ZELInstance handle, Handed handed = Handed::kHeld)
+      : client_(&client) {
+    if (handle == nullptr) {
+      if (handed == Handed::kNew) client.Fail("no instance was made");
+      return;
+    }
+    const auto& containers = client.Procedures<ContainerProcedures>();
+    if (containers.AddRef(handle) == 0) {
+      if (handed == Handed::kNew) containers.DeleteUnownedContainer(handle);
+      client.Fail("the host refused a reference to an instance");
+    }
+    handle_ = handle;
+  }
+  Instance(const Instance& other) {
+    if (other.client_ != nullptr) *this = Instance(*other.client_, other.handle_);
+  }
+  Instance(Instance&& other) noexcept
+      : client_(other.client_), handle_(std::exchange(other.handle_, nullptr)) {}
+  Instance& operator=(const Instance& other) { return *this = Instance(other); }
+  Instance& operator=(Instance&& other) noexcept {
+    std::swap(client_, other.client_);
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
+  ~Instance() {
+    if (handle_ != nullptr) client_->KeptProcedures<ContainerProcedures>().Release(handle_);
+  }
+
+  explicit operator bool() const noexcept { return handle_ != nullptr; }
+  ZELInstance Handle() const noexcept { return handle_; }
+
+ protected:
+  const Client& Owner() const {
+    if (client_ == nullptr) throw Error("an empty value was used");
+    return *client_;
+  }
+  template <typename Table>
+  const Table& Procedures() const {
+    return Owner().template Procedures<Table>();
+  }
+
+ private:
+  const Client* client_ = nullptr;
+  ZELInstance handle_ = nullptr;
+};
+
+// ---- Values ---------------------------------------------------------------------------------
+
+// Any POS object, or empty: what is found under an absent key, or in an empty array slot.
+class Value : public Instance {
+ public:
+  using Instance::Instance;
+
+  POSObjectType Type() const {
+    return static_cast<POSObjectType>(
+        Owner().Checked(Procedures<ObjectProcedures>().GetType(Handle())));
+  }
+  // Whether it is of a class below; false when empty.
+  template <typename T>
+  bool Is() const {
+    return *this && Owner().Checked(T::IsType(Owner(), Handle()));
+  }
+  // The value as one of the classes below, or as double, std::string or std::u16string. Throws when
+  // it is of another type or empty.
+  template <typename T>
+  T As() const;
+  // A deep copy; what cannot change is shared with the original.
+  Value Clone() const {
+    const ZELInstance clone = Procedures<ObjectProcedures>().Clone(Handle());
+    return Value(Owner(), clone, clone == Handle() && *this ? Handed::kHeld : Handed::kNew);
+  }
+  // Deep equality; an empty value equals an empty one only.
+  friend bool operator==(const Value& left, const Value& right) {
+    if (!left || !right) return !left && !right;
+    return left.Owner().Checked(
+        left.Procedures<ObjectProcedures>().IsEqual(left.Handle(), right.Handle()));
+  }
+};
+
+class Number : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<NumberProcedures>().IsPOSNumber(handle);
+  }
+  double Get() const { return Owner().Checked(Procedures<NumberProcedures>().Get(Handle())); }
+};
+
+class String : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<StringProcedures>().IsPOSString(handle);
+  }
+  std::string_view Get() const {
+    const char* text = Procedures<StringProcedures>().Get(Handle());
+    if (text == nullptr) Owner().Fail("no text");
+    return text;
+  }
+};
+
+class UnicodeString : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<UnicodeStringProcedures>().IsPOSUnicodeString(handle);
+  }
+  // The 16-bit code units, without the 0 that ends them.
+  std::span<const std::uint16_t> Get() const {
+    const std::uint16_t* units = Procedures<UnicodeStringProcedures>().Get(Handle());
+    if (units == nullptr) Owner().Fail("no units");
+    std::size_t count = 0;
+    while (units[count] != 0) ++count;
+    return {units, count};
+  }
+};
+
+class BinData : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<BinDataProcedures>().IsPOSBinData(handle);
+  }
+  std::string_view TypeName() const {
+    const char* name = Procedures<BinDataProcedures>().GetTypeName(Handle());
+    if (name == nullptr) Owner().Fail("no type name");
+    return name;
+  }
+  std::span<const std::byte> Bytes() const {
+    const auto& procedures = Procedures<BinDataProcedures>();
+    const std::uint32_t size = Owner().Checked(procedures.GetSize(Handle()));
+    const void* bytes = Owner().Checked(procedures.GetBinData(Handle()));
+    return {static_cast<const std::byte*>(bytes), bytes == nullptr ? 0 : size};
+  }
+};
+
+class RawPointer : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<RawPointerProcedures>().IsPOSRawPointer(handle);
+  }
+  void* Get() const {
+    return Owner().Checked(Procedures<RawPointerProcedures>().GetRawPointer(Handle()));
+  }
+  POSRawPointerReleaseProc ReleaseProc() const {
+    return Owner().Checked(Procedures<RawPointerProcedures>().GetReleaseProc(Handle()));
+  }
+};
+
+class Array : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<ArrayProcedures>().IsPOSArray(handle);
+  }
+
+  std::uint32_t Count() const {
+    return Owner().Checked(Procedures<ArrayProcedures>().Count(Handle()));
+  }
+  // Empty beyond the end and for an empty slot.
+  Value GetAt(std::uint32_t index) const {
+    return {Owner(), Owner().Checked(Procedures<ArrayProcedures>().GetAt(Handle(), index))};
+  }
+  // Throws for those.
+  Value operator[](std::uint32_t index) const {
+    Value found = GetAt(index);
+    if (!found) throw Error("nothing at index " + std::to_string(index));
+    return found;
+  }
+  void SetAt(std::uint32_t index, const Value& value) {
+    Procedures<ArrayProcedures>().SetAt(Handle(), index, value.Handle());
+    Owner().Check();
+  }
+  void SetAt(std::uint32_t index, const Input& input) { SetAt(index, Owner().New(input)); }
+  void Append(const Value& value) {
+    Procedures<ArrayProcedures>().Append(Handle(), value.Handle());
+    Owner().Check();
+  }
+  void Append(const Input& input) { Append(Owner().New(input)); }
+  // Closes the gap; does nothing beyond the end.
+  void Remove(std::uint32_t index) {
+    Procedures<ArrayProcedures>().Remove(Handle(), index);
+    Owner().Check();
+  }
+
+  // Range-for over the elements by index; those appended meanwhile are visited too.
+  class Iterator {
+   public:
+    explicit Iterator(const Array& array) : array_(&array) {}
+    Value operator*() const { return array_->GetAt(index_); }
+    Iterator& operator++() {
+      ++index_;
+      return *this;
+    }
+    bool operator==(std::default_sentinel_t) const { return index_ >= array_->Count(); }
+
+   private:
+    const Array* array_;
+    std::uint32_t index_ = 0;
+  };
+  Iterator begin() const { return Iterator(*this); }
+  std::default_sentinel_t end() const { return {}; }
+};
+
+class Dict : public Value {
+ public:
+  using Value::Value;
+  static bool IsType(const Client& client, ZELInstance handle) {
+    return client.Procedures<DictProcedures>().IsPOSDict(handle);
+  }
+
+  // Empty when the key is absent.
+  Value Get(const Atom& key) const {
+    return {Owner(), Owner().Checked(Procedures<DictProcedures>().Get(Handle(), key.Handle()))};
+  }
+  Value Get(const Text& key) const { return Get(Atom(Owner(), key)); }
+  // Throws when the key is absent.
+  Value operator[](const Text& key) const {
+    Value found = Get(key);
+    if (!found) throw Error(std::string("no key \"") + key.CString() + '"');
+    return found;
+  }
+  bool Contains(const Text& key) const { return static_cast<bool>(Get(key)); }
+  // What a path such as "pages[2].size.width" leads to; empty when it leads nowhere.
+  Value DeepGet(const Text& path) const {
+    const Atom atom(Owner(), path);
+    return {Owner(),
+            Owner().Checked(Procedures<DictProcedures>().DeepGet(Handle(), atom.Handle()))};
+  }
+  void Put(const Atom& key, const Value& value) {
+    Procedures<DictProcedures>().Put(Handle(), key.Handle(), value.Handle());
+    Owner().Check();
+  }
+  void Put(const Atom& key, const Input& input) { Put(key, Owner().New(input)); }
+  void Put(const Text& key, const Value& value) { Put(Atom(Owner(), key), value); }
+  void Put(const Text& key, const Input& input) { Put(key, Owner().New(input)); }
+  // An absent key is no error.
+  void Remove(const Text& key) {
+    Procedures<DictProcedures>().Remove(Handle(), Atom(Owner(), key).Handle());
+    Owner().Check();
+  }
+
+  struct Entry {
+    std::string_view key;  // valid until the iterator moves
+    Value value;
+  };
+  // Range-for over the entries, keys in ascending order of their bytes.
+  class Iterator {
+   public:
+    explicit Iterator(const Dict& dict)
+        : dict_(&dict),
+          iterator_(dict.Owner(),
+                    dict.Procedures<DictIteratorProcedures>().NewPOSDictIterator(dict.Handle()),
+                    Handed::kNew) {}
+    Entry operator*() const {
+      const char* key = Procedures().CurKey(iterator_.Handle());
+      if (key == nullptr) dict_->Owner().Fail("no current key");
+      return {key, dict_->Get(key)};
+    }
+    Iterator& operator++() {
+      Procedures().Next(iterator_.Handle());
+      dict_->Owner().Check();
+      return *this;
+    }
+    bool operator==(std::default_sentinel_t) const {
+      return dict_->Owner().Checked(Procedures().IsDone(iterator_.Handle()), true);
+    }
+
+   private:
+    const DictIteratorProcedures& Procedures() const {
+      return dict_->Procedures<DictIteratorProcedures>();
+    }
+    const Dict* dict_;
+    Instance iterator_;
+  };
+  Iterator begin() const { return Iterator(*this); }
+  std::default_sentinel_t end() const { return {}; }
+};
+
+template <typename T>
+T Value::As() const {
+  if constexpr (std::is_same_v<T, double>) {
+    return Owner().Checked(Procedures<NumberProcedures>().Get(Handle()));
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    return std::string(String(*this).Get());
+  } else if constexpr (std::is_same_v<T, std::u16string>) {
+    const auto units = UnicodeString(*this).Get();
+    return std::u16string(units.begin(), units.end());
+  } else {
+    if (!Is<T>()) throw Error("the value is of another type");
+    return T(Owner(), Handle());
+  }
+}

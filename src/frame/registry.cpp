@@ -1,0 +1,61 @@
+#include "frame/registry.h"
+
+namespace ZEL_T_NMT {
+namespace {
+
+// Members are made in this order and given back in the reverse one.
+class ImplementationRegistry : public CZELClientBase {
+ public:
+  const Implementation& Get(ImplementationId id) const noexcept {
+    return entries_[static_cast<uint32_t>(id)];
+  }
+
+ private:
+  static Implementation Make(const char* name, const char* interfaceName) {
+    CZELStringAtom first(name);
+    return {std::move(first), CZELStringAtom(interfaceName)};
+  }
+
+  Implementation entries_[5] = {
+      Make("POSObjectImpl", "POSObjectInterface"),
+      Make("POSDictIteratorImpl", "POSDictIteratorInterface"),
+      Make("POSStreamerImpl", "POSStreamerInterface"),
+      Make("POSValidatorImpl", "POSValidatorInterface"),
+      Make("ZELUtilsDir", "ZELUtilsDirInterface"),
+  };
+};
+
+constinit ImplementationRegistry* g_registry = nullptr;
+
+}  // namespace
+
+void CreateImplementationRegistry() {
+  if (g_registry == nullptr) g_registry = new ImplementationRegistry();
+}
+
+void DestroyImplementationRegistry() noexcept {
+  delete g_registry;
+  g_registry = nullptr;
+}
+
+const Implementation& ImplementationOf(ImplementationId id) {
+  if (g_registry == nullptr) [[unlikely]] RaiseInvalidContainer();
+  return g_registry->Get(id);
+}
+
+void* ResolveForeign(ZELInstance instance, const Implementation& implementation) {
+  void* object = nullptr;
+  ZELCheck(Containers().NGetInstance(&object, instance, implementation.name.Atom()));
+  if (object == nullptr) RaiseInvalidContainer();
+  return object;
+}
+
+ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
+  const Implementation& implementation = ImplementationOf(id);
+  ZELInstance instance = nullptr;
+  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
+                                         implementation.interfaceName.Atom(), 0, 0, 0));
+  return instance;
+}
+
+}  // namespace ZEL_T_NMT

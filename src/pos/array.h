@@ -1,0 +1,45 @@
+// The POS array: a block of references to other POS objects.
+#pragma once
+
+#include "pos/base_object.h"
+
+namespace NPOSObjectImpl {
+
+// Slots that were skipped over are empty and count as elements. A failing operation leaves the array
+// as it was.
+class Array final : public Composite {
+ public:
+  static constexpr int32_t kType = POSTypeArray;
+  static constexpr const char* kMismatch = "instance was not an POSArray";
+
+  Array() noexcept = default;
+  Array(const Array&) = delete;
+  Array& operator=(const Array&) = delete;
+  ~Array() override;
+
+  BaseObject* Clone() override;
+  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  int32_t GetType() const override { return kType; }
+
+  uint32_t Count() const noexcept { return count_; }
+  // Null beyond the end and for an empty slot.
+  ZELInstance GetAt(uint32_t index) const noexcept {
+    return index < count_ ? slots_[index].Handle() : nullptr;
+  }
+  // Raises the allocation failure for an index whose storage does not fit in 32 bits.
+  void SetAt(uint32_t index, ZEL_T_NMT::CPOSObject value);
+  void Append(ZEL_T_NMT::CPOSObject value);
+  void Remove(uint32_t index);
+
+ private:
+  void Grow(uint32_t need);
+  void AddSlot(ZEL_T_NMT::CPOSObject value) noexcept;
+  void RefreshTables();
+
+  ZEL_T_NMT::CPOSObject* slots_ = nullptr;  // those below count_ are constructed
+  uint32_t capacity_ = 0;
+  uint32_t count_ = 0;
+  uint32_t tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
+};
+
+}  // namespace NPOSObjectImpl

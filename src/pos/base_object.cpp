@@ -1,0 +1,66 @@
+#include "pos/base_object.h"
+
+namespace NPOSObjectImpl {
+
+using ZEL_T_NMT::CPOSObject;
+
+// Destroying a composite makes the host release its members, which may destroy them in turn. Down to
+// a depth that any stack has room for this is left to recursion, so that members go in their order;
+// what lies deeper waits until the outermost destruction is through.
+class DestructionQueue {
+ public:
+  void Destroy(BaseObject* object) noexcept {
+    if (depth_ >= kMaxDepth && object->GetType() >= POSTypeArray) {
+      auto* composite = static_cast<Composite*>(object);
+      composite->nextPending_ = pending_;
+      pending_ = composite;
+      return;
+    }
+    DestroyNow(object);
+    while (depth_ == 0 && pending_ != nullptr) {
+      Composite* next = pending_;
+      pending_ = next->nextPending_;
+      DestroyNow(next);
+    }
+  }
+
+ private:
+  static constexpr uint32_t kMaxDepth = 64;
+
+  void DestroyNow(BaseObject* object) noexcept {
+    ++depth_;
+    delete object;
+    --depth_;
+  }
+
+  uint32_t depth_ = 0;
+  Composite* pending_ = nullptr;
+};
+
+namespace {
+
+constinit DestructionQueue g_destructions;
+
+void DestroyPublished(void* object) noexcept {
+  g_destructions.Destroy(static_cast<BaseObject*>(object));
+}
+
+}  // namespace
+
+constinit uint32_t g_cloneDepth = 0;
+constinit uint32_t g_equalDepth = 0;
+
+ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
+  return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
+                            &DestroyPublished);
+}
+
+CPOSObject CloneMember(const CPOSObject& member) {
+  const ZELInstance source = member.Handle();
+  const ZELInstance clone = member.Clone();
+  if (clone == nullptr) ZEL_T_NMT::RaisePOSException("CPOSObject::Clone failed");
+  // A shared object has other holders and must outlive a refused reference.
+  return clone == source ? CPOSObject(clone) : CPOSObject::TakeNew(clone);
+}
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,63 @@
+// The common base of all POS objects, and the checks that lead from a handle to an object.
+#pragma once
+
+#include <memory>
+
+#include "frame/client_base.h"
+#include "frame/pos_wrappers.h"
+#include "frame/registry.h"
+
+namespace NPOSObjectImpl {
+
+class BaseObject : public ZEL_T_NMT::CZELClientBase {
+ public:
+  virtual ~BaseObject() = default;
+  // Returns the object that the clone's handle is to stand for: this very object where it never
+  // changes, else a new one that the caller owns.
+  virtual BaseObject* Clone() = 0;
+  virtual bool IsEqual(const ZEL_T_NMT::CPOSObject& other) = 0;
+  // A POSObjectType.
+  virtual int32_t GetType() const = 0;
+};
+
+// Base of the objects that hold others.
+class Composite : public BaseObject {
+ private:
+  friend class DestructionQueue;
+  Composite* nextPending_ = nullptr;
+};
+
+// How deep the running clone and the running comparison are, counted by NestingLevel: each level goes
+// through the member's own procedure.
+extern constinit uint32_t g_cloneDepth;
+extern constinit uint32_t g_equalDepth;
+
+// Publishes a new object; returns its handle, without reference.
+ZELInstance PublishObject(std::unique_ptr<BaseObject> object);
+
+// Raises the host's error for null and for a handle that is no POS object.
+inline BaseObject& ResolveObject(ZELInstance handle) {
+  return *ZEL_T_NMT::Resolve<BaseObject>(handle, ZEL_T_NMT::ImplementationId::kPOSObject);
+}
+
+// Each class T has kType, its type tag, and kMismatch, the message for an object of another class.
+
+// Null for null and for an object of another class.
+template <class T>
+T* QuietCheck(ZELInstance handle) {
+  if (handle == nullptr) return nullptr;
+  BaseObject& object = ResolveObject(handle);
+  return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
+}
+
+template <class T>
+T& RaisingCheck(ZELInstance handle) {
+  BaseObject& object = ResolveObject(handle);
+  if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
+  return static_cast<T&>(object);
+}
+
+// Clones a member of a composite through its own procedure; raises "CPOSObject::Clone failed".
+ZEL_T_NMT::CPOSObject CloneMember(const ZEL_T_NMT::CPOSObject& member);
+
+}  // namespace NPOSObjectImpl

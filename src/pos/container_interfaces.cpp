@@ -1,0 +1,102 @@
+// The interfaces of arrays, dictionaries and dictionary iterators.
+//
+// A value to be stored is taken before the container is resolved: when both are wrong, the value's
+// error is the one reported.
+#include "pos/array.h"
+#include "pos/deep_lookup.h"
+#include "pos/dict.h"
+#include "pos/interfaces.h"
+
+namespace NPOSObjectImpl {
+
+using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::ImplementationId;
+using ZEL_T_NMT::TakeArgument;
+
+namespace {
+
+DictIterator& ResolveIterator(ZELInstance iterator) {
+  return *ZEL_T_NMT::Resolve<DictIterator>(iterator, ImplementationId::kPOSDictIterator);
+}
+
+}  // namespace
+
+ZELInstance ArrayInterface::NewPOSArray() { return PublishObject(std::make_unique<Array>()); }
+
+bool ArrayInterface::IsPOSArray(ZELInstance object) { return QuietCheck<Array>(object) != nullptr; }
+
+ZELInstance ArrayInterface::GetAt(ZELInstance array, uint32_t index) {
+  return RaisingCheck<Array>(array).GetAt(index);
+}
+
+uint32_t ArrayInterface::Count(ZELInstance array) { return RaisingCheck<Array>(array).Count(); }
+
+void ArrayInterface::SetAt(ZELInstance array, uint32_t index, ZELInstance value) {
+  CPOSObject held(value);
+  RaisingCheck<Array>(array).SetAt(index, std::move(held));
+}
+
+void ArrayInterface::Append(ZELInstance array, ZELInstance value) {
+  CPOSObject held(value);
+  RaisingCheck<Array>(array).Append(std::move(held));
+}
+
+void ArrayInterface::Remove(ZELInstance array, uint32_t index) {
+  RaisingCheck<Array>(array).Remove(index);
+}
+
+ZELInstance DictInterface::NewPOSDict() { return PublishObject(std::make_unique<Dict>()); }
+
+bool DictInterface::IsPOSDict(ZELInstance object) { return QuietCheck<Dict>(object) != nullptr; }
+
+ZELInstance DictInterface::Get(ZELInstance dict, ZELStringAtom key) {
+  const CZELStringAtom held = TakeArgument(key);
+  return RaisingCheck<Dict>(dict).Get(held.Text());
+}
+
+ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
+  const CZELStringAtom held = TakeArgument(path);
+  return NPOSObjectImpl::DeepGet(RaisingCheck<Dict>(dict), held.Text());
+}
+
+void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
+  CPOSObject held(value);
+  CZELStringAtom heldKey = TakeArgument(key);
+  RaisingCheck<Dict>(dict).Put(std::move(heldKey), std::move(held));
+}
+
+void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
+  const CZELStringAtom held = TakeArgument(key);
+  RaisingCheck<Dict>(dict).Remove(held.Text());
+}
+
+ZELInstance DictIteratorInterface::NewPOSDictIterator(ZELInstance dict) {
+  Dict& walked = RaisingCheck<Dict>(dict);
+  auto iterator =
+      std::make_unique<DictIterator>(walked, ZEL_T_NMT::ContainerReference(dict));
+  return ZEL_T_NMT::Publish(std::move(iterator), ImplementationId::kPOSDictIterator);
+}
+
+void DictIteratorInterface::Begin(ZELInstance iterator) { ResolveIterator(iterator).Begin(); }
+
+void DictIteratorInterface::Next(ZELInstance iterator) { ResolveIterator(iterator).Next(); }
+
+bool DictIteratorInterface::IsDone(ZELInstance iterator) {
+  return ResolveIterator(iterator).IsDone();
+}
+
+const char* DictIteratorInterface::CurKey(ZELInstance iterator) {
+  return ResolveIterator(iterator).CurKey();
+}
+
+const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {
+    POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {
+    POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry DictIteratorInterface::kExports[] = {
+    POS_DICT_ITERATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,48 @@
+// "POSObjectInterface" and "POSObjectStatics".
+#include "pos/base_object.h"
+#include "pos/interfaces.h"
+#include "pos/text_parser.h"
+
+namespace NPOSObjectImpl {
+
+using ZEL_T_NMT::CPOSObject;
+
+ZELInstance ObjectInterface::Clone(ZELInstance handle) {
+  BaseObject& object = ResolveObject(handle);
+  BaseObject* clone = object.Clone();
+  if (clone == &object) return handle;
+  return PublishObject(std::unique_ptr<BaseObject>(clone));
+}
+
+bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
+  const CPOSObject other(otherHandle);
+  return ResolveObject(handle).IsEqual(other);
+}
+
+int32_t ObjectInterface::GetType(ZELInstance handle) { return ResolveObject(handle).GetType(); }
+
+// The dumps write nothing: what they are good for is the check that the handle is a POS object.
+void ObjectStatics::DebugDump(ZELInstance handle) { const CPOSObject checked(handle); }
+
+void ObjectStatics::DebugDumpWithHeader(ZELInstance handle) { DebugDump(handle); }
+
+void ObjectStatics::DebugDumpRewind(ZELInstance handle) { DebugDump(handle); }
+
+ZELInstance ObjectStatics::CreateFromText(const char* text, const char** errorPosition) {
+  if (errorPosition != nullptr) *errorPosition = nullptr;
+  if (text == nullptr) ZEL_T_NMT::RaisePOSException("null text");
+  try {
+    return ParseText(text).HandOut();
+  } catch (const CFTParseError& error) {
+    if (errorPosition != nullptr) *errorPosition = error.Position();
+    return nullptr;
+  }
+}
+
+const ZEL_T_NMT::ExportEntry ObjectInterface::kExports[] = {
+    POS_OBJECT_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry ObjectStatics::kExports[] = {
+    POS_OBJECT_STATICS_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,92 @@
+// The interfaces of the five scalar types.
+#include "pos/interfaces.h"
+#include "pos/scalars.h"
+
+namespace NPOSObjectImpl {
+namespace {
+
+// Texts, units and type names must not be null.
+template <class T>
+const T* NotNull(const T* argument) {
+  if (argument == nullptr) ZEL_T_NMT::RaisePOSException("null text");
+  return argument;
+}
+
+}  // namespace
+
+ZELInstance NumberInterface::NewPOSNumber(double value) {
+  return PublishObject(std::make_unique<Number>(value));
+}
+bool NumberInterface::IsPOSNumber(ZELInstance object) {
+  return QuietCheck<Number>(object) != nullptr;
+}
+double NumberInterface::Get(ZELInstance number) { return RaisingCheck<Number>(number).Get(); }
+
+ZELInstance StringInterface::NewPOSString(const char* text) {
+  return PublishObject(std::make_unique<String>(NotNull(text)));
+}
+bool StringInterface::IsPOSString(ZELInstance object) {
+  return QuietCheck<String>(object) != nullptr;
+}
+const char* StringInterface::Get(ZELInstance string) { return RaisingCheck<String>(string).Get(); }
+
+ZELInstance UnicodeStringInterface::NewPOSUnicodeString(const uint16_t* units) {
+  return PublishObject(std::make_unique<UnicodeString>(NotNull(units)));
+}
+bool UnicodeStringInterface::IsPOSUnicodeString(ZELInstance object) {
+  return QuietCheck<UnicodeString>(object) != nullptr;
+}
+const uint16_t* UnicodeStringInterface::Get(ZELInstance string) {
+  return RaisingCheck<UnicodeString>(string).Get();
+}
+
+ZELInstance BinDataInterface::NewPOSBinData(const char* typeName, const void* data,
+                                            uint32_t size) {
+  if (data == nullptr && size > 0) ZEL_T_NMT::RaisePOSException("null data");
+  return PublishObject(std::make_unique<BinData>(NotNull(typeName), data, size));
+}
+bool BinDataInterface::IsPOSBinData(ZELInstance object) {
+  return QuietCheck<BinData>(object) != nullptr;
+}
+const char* BinDataInterface::GetTypeName(ZELInstance data) {
+  return RaisingCheck<BinData>(data).GetTypeName();
+}
+const void* BinDataInterface::GetBinData(ZELInstance data) {
+  return RaisingCheck<BinData>(data).GetBinData();
+}
+uint32_t BinDataInterface::GetSize(ZELInstance data) { return RaisingCheck<BinData>(data).GetSize(); }
+
+ZELInstance RawPointerInterface::NewPOSRawPointer(void* pointer, POSRawPointerReleaseProc release) {
+  auto object = std::make_unique<RawPointer>(pointer);
+  RawPointer& published = *object;
+  const ZELInstance handle = PublishObject(std::move(object));
+  // Only now: when publishing fails, the pointer stays the client's.
+  published.Own(release);
+  return handle;
+}
+bool RawPointerInterface::IsPOSRawPointer(ZELInstance object) {
+  return QuietCheck<RawPointer>(object) != nullptr;
+}
+void* RawPointerInterface::GetRawPointer(ZELInstance pointer) {
+  return RaisingCheck<RawPointer>(pointer).GetRawPointer();
+}
+POSRawPointerReleaseProc RawPointerInterface::GetReleaseProc(ZELInstance pointer) {
+  return RaisingCheck<RawPointer>(pointer).GetReleaseProc();
+}
+
+const ZEL_T_NMT::ExportEntry NumberInterface::kExports[] = {
+    POS_NUMBER_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry StringInterface::kExports[] = {
+    POS_STRING_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry UnicodeStringInterface::kExports[] = {
+    POS_UNICODE_STRING_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry BinDataInterface::kExports[] = {
+    POS_BIN_DATA_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry RawPointerInterface::kExports[] = {
+    POS_RAW_POINTER_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,61 @@
+#include "pos/scalars.h"
+
+#include <cstring>
+#include <limits>
+
+namespace NPOSObjectImpl {
+namespace {
+
+using ZEL_T_NMT::CPOSObject;
+
+// The number of units with the terminator, as far as their bytes can be counted in 32 bits.
+uint32_t CountUnits(const uint16_t* units) {
+  const size_t count = ZEL_T_NMT::UnicodeLength(units) + 1;
+  if (count > std::numeric_limits<uint32_t>::max() / sizeof(uint16_t)) {
+    ZEL_T_NMT::RaiseMathOverflow();
+  }
+  return static_cast<uint32_t>(count);
+}
+
+bool SameBytes(const void* left, const void* right, size_t size) noexcept {
+  return size == 0 || std::memcmp(left, right, size) == 0;
+}
+
+}  // namespace
+
+bool Number::IsEqual(const CPOSObject& other) {
+  const Number* number = QuietCheck<Number>(other.Handle());
+  return number != nullptr && value_ == number->value_;
+}
+
+bool String::IsEqual(const CPOSObject& other) {
+  const String* string = QuietCheck<String>(other.Handle());
+  return string != nullptr && text_ == string->text_;
+}
+
+UnicodeString::UnicodeString(const uint16_t* units) : count_(CountUnits(units)), units_(count_) {
+  std::memcpy(units_.Get(), units, count_ * sizeof(uint16_t));
+}
+
+bool UnicodeString::IsEqual(const CPOSObject& other) {
+  const UnicodeString* string = QuietCheck<UnicodeString>(other.Handle());
+  return string != nullptr && count_ == string->count_ &&
+         SameBytes(Get(), string->Get(), count_ * sizeof(uint16_t));
+}
+
+BinData::BinData(const char* typeName, const void* data, uint32_t size)
+    : typeName_(typeName), buffer_(size), size_(size) {
+  if (size > 0) std::memcpy(buffer_.Data(), data, size);
+}
+
+bool BinData::IsEqual(const CPOSObject& other) {
+  const BinData* data = QuietCheck<BinData>(other.Handle());
+  return data != nullptr && typeName_ == data->typeName_ && size_ == data->size_ &&
+         SameBytes(GetBinData(), data->GetBinData(), size_);
+}
+
+bool RawPointer::IsEqual(const CPOSObject& other) {
+  return QuietCheck<RawPointer>(other.Handle()) != nullptr;
+}
+
+}  // namespace NPOSObjectImpl
