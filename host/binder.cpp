@@ -1,0 +1,249 @@
+// The interface binder: the registry of procedures and the binder's own five.
+#include <map>
+#include <set>
+#include <utility>
+
+#include "services.h"
+
+namespace zelhost {
+
+namespace {
+
+struct Method {
+  std::string name;
+  std::string procType;
+  ZELProc procedure;
+};
+
+struct Interface {
+  std::vector<Method> methods;  // some dozens at most, and found once per import
+  bool registeredByOthers = false;
+};
+
+struct State {
+  std::map<std::string, Interface, std::less<>> interfaces;
+  std::set<std::pair<std::string, std::string>> hidden;  // an empty method name: all of them
+  std::vector<std::string> reports;
+  std::function<void(std::string_view)> reportSink;
+  bool recording = false;
+  std::vector<BindingEvent> events;
+};
+
+State* state = nullptr;
+// Goes on from host to host, so that what a library imported from an earlier one looks out of date.
+std::uint32_t unregisterCount = 1;
+
+void Record(BindingEvent::Kind kind, const char* interfaceName, const char* method,
+            const char* procType, bool succeeded) {
+  if (!state->recording) return;
+  const auto text = [](const char* name) { return name == nullptr ? "" : name; };
+  state->events.push_back({kind, text(interfaceName), text(method), text(procType), succeeded});
+}
+
+bool IsHidden(std::string_view interfaceName, std::string_view method) {
+  return !state->hidden.empty() &&
+         (state->hidden.contains({std::string(interfaceName), ""}) ||
+          state->hidden.contains({std::string(interfaceName), std::string(method)}));
+}
+
+bool AddProcedure(const char* interfaceName, const char* method, const char* procType,
+                  ZELProc procedure, bool byOthers) {
+  if (interfaceName == nullptr || method == nullptr || procType == nullptr ||
+      procedure == nullptr) {
+    return false;
+  }
+  Interface& registered = state->interfaces[interfaceName];
+  registered.registeredByOthers |= byOthers;
+  for (Method& known : registered.methods) {
+    if (known.name == method && known.procType == procType) {
+      known.procedure = procedure;
+      return true;
+    }
+  }
+  registered.methods.push_back({method, procType, procedure});
+  return true;
+}
+
+ZELProc FindByNames(const char* interfaceName, const char* method, const char* procType) {
+  if (interfaceName == nullptr || method == nullptr || procType == nullptr) return nullptr;
+  return FindProcedure(interfaceName, method, procType);
+}
+
+void AdvanceUnregisterCount() noexcept {
+  if (++unregisterCount == 0) unregisterCount = 1;
+}
+
+bool Remove(const char* interfaceName) {
+  if (interfaceName == nullptr || state->interfaces.erase(interfaceName) == 0) return false;
+  AdvanceUnregisterCount();
+  return true;
+}
+
+ZELProc LookUp(const char* interfaceName, const char* method, const char* procType) noexcept {
+  if (state == nullptr) return nullptr;
+  const bool fails = Fails(Service::kLookup);
+  try {
+    const ZELProc found = fails ? nullptr : FindByNames(interfaceName, method, procType);
+    Record(BindingEvent::Kind::kLookup, interfaceName, method, procType, found != nullptr);
+    return found;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+std::int32_t RegisterProcAddress(const char* interfaceName, const char* method,
+                                 const char* procType, ZELProc procedure) noexcept {
+  if (state == nullptr) return 0;
+  const bool fails = Fails(Service::kRegisterProcAddress);
+  try {
+    const bool accepted = !fails && AddProcedure(interfaceName, method, procType, procedure, true);
+    Record(BindingEvent::Kind::kRegister, interfaceName, method, procType, accepted);
+    return accepted ? 1 : 0;
+  } catch (...) {
+    return 0;
+  }
+}
+
+std::int32_t ReportError(const char* message) noexcept {
+  if (state == nullptr) return 0;
+  CountCall(Service::kReportError);
+  try {
+    const std::string& kept = state->reports.emplace_back(message == nullptr ? "" : message);
+    if (state->reportSink) state->reportSink(std::string(kept));
+    return 1;
+  } catch (...) {
+    return 0;
+  }
+}
+
+std::int32_t UnregisterInterface(const char* interfaceName) noexcept {
+  if (state == nullptr) return 0;
+  CountCall(Service::kUnregisterInterface);
+  try {
+    const bool withdrawn = Remove(interfaceName);
+    Record(BindingEvent::Kind::kUnregister, interfaceName, nullptr, nullptr, withdrawn);
+    return withdrawn ? 1 : 0;
+  } catch (...) {
+    return 0;
+  }
+}
+
+std::uint32_t* GetUnregisterCountAddr() noexcept { return &unregisterCount; }
+
+std::int32_t IsMultiThreaded() noexcept { return 0; }
+
+const Procedure kProcedures[] = {
+    {"ZELRegisterProcAddress", "ZELRegisterProcAddress",
+     Erased<ZELRegisterProcAddress>(RegisterProcAddress)},
+    {"ZELReportError", "ZELReportError", Erased<ZELReportError>(ReportError)},
+    {"ZELUnregisterInterface", "ZELUnregisterInterface",
+     Erased<ZELUnregisterInterface>(UnregisterInterface)},
+    {"ZELGetUnregisterCountAddr", "ZELGetUnregisterCountAddr",
+     Erased<ZELGetUnregisterCountAddr>(GetUnregisterCountAddr)},
+    {"ZELIsMultiThreaded", "ZELIsMultiThreaded", Erased<ZELIsMultiThreaded>(IsMultiThreaded)},
+};
+
+void Open(const HostOptions& options) {
+  state = new State;
+  if (options.firstUnregisterCount != 0) {
+    unregisterCount = options.firstUnregisterCount;
+  } else {
+    AdvanceUnregisterCount();
+  }
+  OfferProcedures(ZEL_BINDER_INTERFACE, kProcedures);
+}
+
+void Close() noexcept {
+  delete state;
+  state = nullptr;
+}
+
+void Count(Counts& counts) {
+  for (const auto& [name, registered] : state->interfaces) {
+    counts.interfaces += registered.registeredByOthers ? 1 : 0;
+  }
+}
+
+void ListLeaks(std::vector<Leak>& leaks) {
+  for (const auto& [name, registered] : state->interfaces) {
+    if (!registered.registeredByOthers) continue;
+    leaks.push_back({Leak::Kind::kInterface, "interface " + Quoted(name) + " with " +
+                                                 Plural(registered.methods.size(), "method")});
+  }
+}
+
+}  // namespace
+
+const ServiceLife kBinderLife = {Open, Close, Count, ListLeaks};
+
+void OfferProcedures(const char* interfaceName, std::span<const Procedure> procedures) {
+  for (const Procedure& procedure : procedures) {
+    AddProcedure(interfaceName, procedure.method, procedure.procType, procedure.address, false);
+  }
+}
+
+ZELProc FindProcedure(std::string_view interfaceName, std::string_view method,
+                      std::string_view procType) {
+  const auto found = state->interfaces.find(interfaceName);
+  if (found == state->interfaces.end() || IsHidden(interfaceName, method)) return nullptr;
+  for (const Method& known : found->second.methods) {
+    if (known.name == method && known.procType == procType) return known.procedure;
+  }
+  return nullptr;
+}
+
+// ---- The binder's part of Host ----
+
+ZELLookupProc Host::LookupProc() noexcept { return LookUp; }
+
+ZELProc Host::Lookup(const char* interfaceName, const char* methodName,
+                     const char* procTypeName) const {
+  return FindByNames(interfaceName, methodName, procTypeName);
+}
+
+ZELProc Host::Require(const char* interfaceName, const char* methodName,
+                      const char* procTypeName) const {
+  const ZELProc found = Lookup(interfaceName, methodName, procTypeName);
+  if (found != nullptr) return found;
+  const auto text = [](const char* name) { return Quoted(name == nullptr ? "" : name); };
+  throw HostError("no procedure is registered under (" + text(interfaceName) + ", " +
+                  text(methodName) + ", " + text(procTypeName) + ")");
+}
+
+void Host::Register(const char* interfaceName, const char* methodName, const char* procTypeName,
+                    ZELProc procedure) {
+  if (!AddProcedure(interfaceName, methodName, procTypeName, procedure, false)) {
+    throw HostError("a name or the address of the procedure to register is missing");
+  }
+}
+
+bool Host::Withdraw(const char* interfaceName) { return Remove(interfaceName); }
+
+void Host::Hide(const char* interfaceName, const char* methodName) {
+  state->hidden.emplace(interfaceName, methodName == nullptr ? "" : methodName);
+  ChangeUnregisterCount();
+}
+
+void Host::Show(const char* interfaceName, const char* methodName) {
+  std::erase_if(state->hidden, [&](const auto& entry) {
+    return entry.first == interfaceName && (methodName == nullptr || entry.second == methodName);
+  });
+}
+
+void Host::ChangeUnregisterCount() { AdvanceUnregisterCount(); }
+
+std::uint32_t Host::UnregisterCount() const noexcept { return unregisterCount; }
+
+void Host::RecordBindings(bool on) { state->recording = on; }
+
+std::vector<BindingEvent> Host::TakeBindings() { return std::exchange(state->events, {}); }
+
+const std::vector<std::string>& Host::Reports() const noexcept { return state->reports; }
+
+std::vector<std::string> Host::TakeReports() { return std::exchange(state->reports, {}); }
+
+void Host::SetReportSink(std::function<void(std::string_view)> sink) {
+  state->reportSink = std::move(sink);
+}
+
+}  // namespace zelhost

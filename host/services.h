@@ -1,0 +1,148 @@
+// What the services of the host share: their place in the host's life, the counting and failing of
+// calls, and the few things that one service asks of another.
+//
+// The procedures of the boundary are plain C functions without a context, so that each service
+// keeps its state in its own file. That state needs no constructor and no destructor: a Host may
+// itself be a static object, made before and destroyed after anything of this library.
+#ifndef ZELHOST_SERVICES_H
+#define ZELHOST_SERVICES_H
+
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zelhost/host.h"
+
+namespace zelhost {
+
+// ---- A service's life ----
+
+// Open makes the service's state and offers its procedures to the binder. Close frees all that it
+// handed out and may follow an Open that failed half-way. The other two add what is held.
+struct ServiceLife {
+  void (*open)(const HostOptions& options);
+  void (*close)() noexcept;
+  void (*count)(Counts& counts);
+  void (*listLeaks)(std::vector<Leak>& leaks);
+};
+
+extern const ServiceLife kBinderLife;
+extern const ServiceLife kMemoryLife;
+extern const ServiceLife kAtomLife;
+extern const ServiceLife kErrorLife;
+extern const ServiceLife kContainerLife;
+extern const ServiceLife kSharedBufferLife;
+extern const ServiceLife kStreamLife;
+extern const ServiceLife kUnsupportedLife;
+extern const ServiceLife kCallLife;
+
+// ---- Counted calls and injected faults (calls.cpp) ----
+
+struct CallCounter {
+  static constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t calls = 0;
+  std::uint64_t failFrom = kNever;  // the number of the first call that fails
+  bool andAllLater = false;
+};
+extern CallCounter callCounters[kServiceCount];
+
+// The slow half of Fails: takes the fault's turn and returns true.
+bool InjectFault(CallCounter& counter) noexcept;
+
+inline CallCounter& CounterOf(Service service) noexcept {
+  return callCounters[static_cast<std::size_t>(service)];
+}
+
+inline void CountCall(Service service) noexcept { ++CounterOf(service).calls; }
+
+// Counts a call; true when it has to fail. Every procedure that can fail begins with it.
+inline bool Fails(Service service) noexcept {
+  CallCounter& counter = CounterOf(service);
+  return ++counter.calls >= counter.failFrom && InjectFault(counter);
+}
+
+// Notes that a service was used against its contract; shown among the leaks.
+void NoteMisuse(std::string_view what) noexcept;
+
+// For leak texts: "2 references"; a text in quotes, shortened, control characters replaced.
+std::string Plural(std::uint64_t count, std::string_view noun);
+std::string Quoted(std::string_view text);
+
+// ---- Procedure tables ----
+
+struct Procedure {
+  const char* method;
+  const char* procType;
+  ZELProc address;
+};
+
+template <typename Proc>
+ZELProc Erased(Proc procedure) noexcept {
+  return reinterpret_cast<ZELProc>(procedure);
+}
+
+// One row of a Procedure table, for the method lists of zelutils/core.h: the function of the
+// method's name that is in scope, which must have the type of the contract.
+#define ZELHOST_PROCEDURE(method, procedureType) \
+  {#method, #procedureType, ::zelhost::Erased<procedureType>(method)},
+
+// Stands in the tables for methods that no client calls; notes the call as misuse.
+void Unsupported() noexcept;
+
+// ---- Binder (binder.cpp) ----
+
+void OfferProcedures(const char* interfaceName, std::span<const Procedure> procedures);
+// The procedure under a triple, or null.
+ZELProc FindProcedure(std::string_view interfaceName, std::string_view method,
+                      std::string_view procType);
+
+// ---- Atoms (atoms.cpp) ----
+// References that the host holds for itself; they are not among the live counts.
+
+ZELStringAtom KeepAtom(const char* text) noexcept;
+void KeepAtom(ZELStringAtom atom) noexcept;
+void DropAtom(ZELStringAtom atom) noexcept;
+// The text of an atom that somebody holds; null for anything else.
+const char* AtomText(ZELStringAtom atom) noexcept;
+
+// ---- Errors (errors.cpp) ----
+
+// A new error of component "ZELHost" with one reference for the caller, or the predefined one for
+// memory exhaustion.
+ZELErrorObject NewHostError(std::string_view message, std::int32_t id = 0) noexcept;
+// "<what>: <the system's text for the error number>", with the error number as ID.
+ZELErrorObject NewSystemError(std::string_view what, int errorNumber) noexcept;
+ZELErrorObject InjectedError(Service service) noexcept;
+ZELErrorObject OutOfMemoryError() noexcept;
+
+// Runs a body that returns an error object and may throw std::bad_alloc.
+template <typename Body>
+ZELErrorObject WithoutExceptions(Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return OutOfMemoryError();
+  }
+}
+
+// ---- Containers (containers.cpp) ----
+
+// The kind of the instances of one sort of stream: implementation name, signature and the interface
+// under which the methods are registered are the one name given.
+std::uint32_t NewStreamKind(const char* name, ZELDestroyProc destroy);
+ZELErrorObject NewStreamContainer(ZELInstance* result, void* stream, std::uint32_t kind) noexcept;
+// The stream object of an instance, or null when it is none of the host's streams.
+void* StreamObject(ZELInstance instance) noexcept;
+std::uint32_t References(ZELInstance instance) noexcept;
+
+// ---- Streams (streams.cpp) ----
+
+// Frees a stream object whose instance was still live when the host ended.
+void CloseStream(void* stream) noexcept;
+
+}  // namespace zelhost
+
+#endif  // ZELHOST_SERVICES_H

@@ -1,0 +1,660 @@
+// The reference host by its C procedures, as a library that it does not know would call them.
+#include "zelhost/host.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+
+namespace {
+
+using zelhost::Host;
+using zelhost::HostError;
+using zelhost::Leak;
+using zelhost::Service;
+
+// A table of typed procedures for each core interface, filled by lookup.
+struct Table {
+  const Host& host;
+  const char* interfaceName;
+  template <typename Proc>
+  Proc Get(const char* method, const char* type) const {
+    return host.Find<Proc>(interfaceName, method, type);
+  }
+};
+#define SLOT(method, type) ::type method = Get<::type>(#method, #type);
+#define TABLE(name, METHODS) \
+  struct name : Table {      \
+    METHODS(SLOT)            \
+  };
+#define STREAM_METHODS(X)          \
+  ZEL_SIMPLE_STREAM_METHODS(X)     \
+  ZEL_REWINDABLE_STREAM_METHODS(X) \
+  ZEL_POSITIONABLE_STREAM_METHODS(X)
+TABLE(Binder, ZEL_BINDER_METHODS)
+TABLE(Memory, ZEL_MEMORY_METHODS)
+TABLE(Strings, ZEL_STRING_METHODS)
+TABLE(Errors, ZEL_ERROR_METHODS)
+TABLE(Containers, ZEL_CONTAINER_METHODS)
+TABLE(Buffers, ZEL_SHARED_BUFF_METHODS)
+TABLE(Factory, ZEL_STREAM_FACTORY_METHODS)
+TABLE(Streams, STREAM_METHODS)
+TABLE(Cache, ZEL_CACHE_METHODS)
+TABLE(Filter, ZEL_FILTER_METHODS)
+TABLE(Progress, ZEL_PROGRESS_METHODS)
+
+struct Core {
+  const Host& host;
+  Binder binder{{host, ZEL_BINDER_INTERFACE}};
+  Memory memory{{host, ZEL_MEMORY_INTERFACE}};
+  Strings strings{{host, ZEL_STRING_INTERFACE}};
+  Errors errors{{host, ZEL_ERROR_INTERFACE}};
+  Containers containers{{host, ZEL_CONTAINER_INTERFACE}};
+  Buffers buffers{{host, ZEL_SHARED_BUFF_INTERFACE}};
+  Factory factory{{host, ZEL_STREAM_FACTORY_INTERFACE}};
+  Streams streams{{host, "ZELFileStream"}};
+};
+
+// Everything runs with slabs and with a malloc for each block.
+class HostTest : public testing::TestWithParam<bool> {
+ protected:
+  void TearDown() override {
+    EXPECT_EQ(zelhost::ToString(host.Live()), "nothing");
+    EXPECT_EQ(host.Leaks().size(), misuses);
+  }
+
+  // Gives an error object back and says what it was; "" for null.
+  std::string Text(ZELErrorObject error) {
+    if (error == nullptr) return "";
+    std::string text = strings.GetCString(errors.GetComponent(error));
+    text = text + ": " + strings.GetCString(errors.GetErrorMessage(error));
+    errors.Release(error);
+    return text;
+  }
+
+  ZELInstance NewInstance(void* object, ZELDestroyProc destroy) {
+    const ZELStringAtom names[] = {strings.NewStringAtom("Impl"),
+                                   strings.NewStringAtom("Interface")};
+    ZELInstance instance = nullptr;
+    EXPECT_EQ(
+        Text(containers.NewFullContainer(&instance, object, names[0], destroy, names[1], 0, 0, 0)),
+        "");
+    for (const ZELStringAtom name : names) strings.DeleteStringAtom(name);
+    return instance;
+  }
+  void End(ZELInstance instance) { containers.DeleteUnownedContainer(instance); }
+
+  ZELInstance Open(const char* mode) {
+    ZELInstance stream = nullptr;
+    openError = Text(factory.NewPositionableFileStream(&stream, path.c_str(), mode));
+    return stream;
+  }
+  std::string ReadAll(ZELInstance stream, std::uint32_t step = 3) {
+    std::string all;
+    char buffer[64];
+    for (std::uint32_t delivered = 1; delivered != 0;) {
+      EXPECT_EQ(Text(streams.Read(stream, &delivered, buffer, step)), "");
+      all.append(buffer, delivered);
+    }
+    return all;
+  }
+  std::string Write(ZELInstance stream, const std::string& bytes) {
+    return Text(streams.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+  }
+  std::uint32_t Position(ZELInstance stream) {
+    std::uint32_t position = 0;
+    EXPECT_EQ(Text(streams.Mark(stream, &position)), "");
+    return position;
+  }
+
+  Host host{{.guardMemory = GetParam(), .firstUnregisterCount = 0xFFFFFFFFu}};
+  const Core core{host};
+  const Binder& binder = core.binder;
+  const Memory& memory = core.memory;
+  const Strings& strings = core.strings;
+  const Errors& errors = core.errors;
+  const Containers& containers = core.containers;
+  const Buffers& buffers = core.buffers;
+  const Factory& factory = core.factory;
+  const Streams& streams = core.streams;
+  std::size_t misuses = 0;  // that the test commits
+  std::string openError;
+  const std::string path = testing::TempDir() + "zelhost_test.bin";
+};
+
+INSTANTIATE_TEST_SUITE_P(Memory, HostTest, testing::Bool(),
+                         [](const auto& test) { return test.param ? "guarded" : "slabs"; });
+
+void Nothing() {}
+void Other() {}
+
+TEST_P(HostTest, BinderKeepsTriples) {
+  const auto lookup = Host::LookupProc();
+  const std::uint32_t& count = *binder.ZELGetUnregisterCountAddr();
+  host.RecordBindings(true);
+
+  std::string name = "A";
+  EXPECT_NE(binder.ZELRegisterProcAddress(name.c_str(), "M", "T", Nothing), 0);
+  name = "changed";
+  EXPECT_EQ(lookup("A", "M", "T"), Nothing);
+  EXPECT_NE(binder.ZELRegisterProcAddress("A", "M", "T", Other), 0);
+  EXPECT_NE(binder.ZELRegisterProcAddress("A", "M", "T2", Nothing), 0);
+  EXPECT_EQ(lookup("A", "M", "T"), Other);
+  EXPECT_EQ(binder.ZELRegisterProcAddress("A", "M", "T3", nullptr), 0);
+  for (const char* wrong : {"a", "", "AA"}) EXPECT_EQ(lookup(wrong, "M", "T"), nullptr);
+  EXPECT_EQ(host.Live().interfaces, 1u);
+
+  host.Hide("A", "M");
+  EXPECT_EQ(count, 1u) << "0xFFFFFFFF is followed by 1";
+  EXPECT_EQ(lookup("A", "M", "T"), nullptr);
+  host.Show("A", "M");
+  EXPECT_EQ(lookup("A", "M", "T"), Other);
+  host.Hide("A");
+  EXPECT_EQ(lookup("A", "M", "T"), nullptr);
+  host.Show("A");
+  EXPECT_EQ(count, 2u);
+
+  EXPECT_NE(binder.ZELUnregisterInterface("A"), 0);
+  EXPECT_EQ(binder.ZELUnregisterInterface("A"), 0);
+  EXPECT_EQ(count, 3u);
+  EXPECT_EQ(lookup("A", "M", "T2"), nullptr);
+
+  std::string log;
+  for (const auto& event : host.TakeBindings()) {
+    log += "LRU"[static_cast<int>(event.kind)] + event.interfaceName;
+    log += event.succeeded ? " " : "! ";
+  }
+  EXPECT_EQ(log, "RA LA RA RA LA RA! La! L! LAA! LA! LA LA! UA UA! LA! ");
+  // The interfaces that nobody calls can be imported.
+  [[maybe_unused]] const Cache cache{{host, ZEL_CACHE_INTERFACE}};
+  [[maybe_unused]] const Filter filter{{host, ZEL_FILTER_INTERFACE}};
+  [[maybe_unused]] const Progress progress{{host, ZEL_PROGRESS_INTERFACE}};
+}
+
+TEST_P(HostTest, MemoryKeepsItsContent) {
+  constexpr std::size_t kSizes[] = {0, 1, 8, 9, 24, 25, 504, 520, 521, 4096, 1 << 17};
+  constexpr std::size_t kEach = 40;
+  for (const std::size_t size : kSizes) {
+    for (const std::size_t newSize : kSizes) {
+      unsigned char* blocks[kEach];
+      for (std::size_t i = 0; i < kEach; ++i) {
+        blocks[i] = static_cast<unsigned char*>(memory.Alloc(size));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(blocks[i]) % alignof(double), 0u);
+        std::memset(blocks[i], static_cast<int>(i), size);
+      }
+      for (std::size_t i = 0; i < kEach; i += 2) {
+        blocks[i] = static_cast<unsigned char*>(memory.Realloc(blocks[i], newSize));
+      }
+      EXPECT_EQ(host.Live().blocks, kEach);
+      EXPECT_EQ(host.Live().bytes, kEach / 2 * (size + newSize));
+      for (std::size_t i = 0; i < kEach; ++i) {
+        EXPECT_GE(memory.GetBlockSize(blocks[i]), i % 2 == 0 ? newSize : size);
+        const std::size_t kept = i % 2 == 0 ? std::min(size, newSize) : size;
+        EXPECT_TRUE(std::all_of(blocks[i], blocks[i] + kept, [&](auto b) { return b == i; }))
+            << size << " to " << newSize;
+        memory.Free(blocks[i]);
+      }
+    }
+  }
+  void* block = memory.Alloc(10);
+  for (const std::size_t tooLarge : {SIZE_MAX, SIZE_MAX - 7, SIZE_MAX / 2 + 1}) {
+    EXPECT_EQ(memory.Alloc(tooLarge), nullptr);
+    EXPECT_EQ(memory.Realloc(block, tooLarge), nullptr);
+  }
+  memory.Free(block);
+  memory.Free(block);
+  misuses = 1;
+}
+
+TEST_P(HostTest, AtomsAreUniqueTexts) {
+  std::map<std::string, std::pair<ZELStringAtom, const char*>> atoms;
+  for (std::size_t i = 0; i < 5000; ++i) {  // through several growths of the table
+    const std::string text = i == 0 ? "" : std::string(i % 20, 'x') + std::to_string(i);
+    const ZELStringAtom atom = strings.NewStringAtom(text.c_str());
+    atoms[text] = {atom, strings.GetCString(atom)};
+  }
+  for (const auto& [text, known] : atoms) {
+    EXPECT_EQ(strings.NewStringAtom(text.c_str()), known.first);
+    EXPECT_EQ(strings.GetCString(known.first), known.second);
+    EXPECT_EQ(known.second, text);
+    strings.AddRef(known.first);
+  }
+  EXPECT_EQ(host.Live().atoms, atoms.size());
+  EXPECT_EQ(host.Live().atomReferences, 3 * atoms.size());
+  for (const auto& [text, known] : atoms) {
+    for (int i = 0; i < 3; ++i) strings.DeleteStringAtom(known.first);
+    EXPECT_EQ(strings.GetCString(known.first), nullptr) << text;
+  }
+  const ZELStringAtom ofTheHost = strings.NewStringAtom("ZELFileStream");
+  for (int i = 0; i < 2; ++i) strings.DeleteStringAtom(ofTheHost);
+  EXPECT_STREQ(strings.GetCString(ofTheHost), "ZELFileStream") << "its own reference stays";
+  misuses = 1;
+}
+
+TEST_P(HostTest, ErrorsCarryWhatTheyWereMadeWith) {
+  ZELErrorObject error = errors.NewError("went wrong", "Part", -7, 0, 0);
+  EXPECT_EQ(errors.GetID(error), -7);
+  EXPECT_EQ(errors.AddRef(error), error);
+  EXPECT_EQ(host.Live().errorReferences, 2u);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(Text(error), "Part: went wrong");
+  ZELErrorObject exhausted = errors.GetCoreError(1);
+  EXPECT_EQ(errors.GetID(exhausted), 1);
+  EXPECT_EQ(Text(exhausted), "DUX: out of memory");
+  EXPECT_EQ(Text(errors.GetCoreError(0)), "DUX: unknown error");
+  for (const std::int32_t none : {-1, 1000}) EXPECT_EQ(errors.GetCoreError(none), nullptr);
+  errors.Release(nullptr);
+}
+
+TEST_P(HostTest, InstancesEndWithTheirLastReference) {
+  struct Row {
+    const char* operations;  // + AddRef, - Release, d DecrementWithoutDelete, u DeleteUnowned
+    bool destroyed;
+    std::uint32_t references;
+    bool misuse;
+  };
+  constexpr Row kRows[] = {
+      {"", false, 0, false},    {"+", false, 1, false},   {"+-", true, 0, false},
+      {"++-", false, 1, false}, {"++--", true, 0, false}, {"+d", false, 0, false},
+      {"+d+-", true, 0, false}, {"u", true, 0, false},    {"+u", false, 1, false},
+      {"+du", true, 0, false},  {"-", false, 0, true},    {"d", false, 0, true},
+  };
+  struct Object {
+    const Containers& containers;
+    ZELInstance self;
+    int destroyed;
+  };
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.operations);
+    Object object = {core.containers, nullptr, 0};
+    object.self = NewInstance(&object, [](void* pointer) {
+      auto* dying = static_cast<Object*>(pointer);
+      EXPECT_EQ(dying->containers.AddRef(dying->self), 0) << "no reference to the dying";
+      dying->containers.Release(dying->self);
+      ++dying->destroyed;
+    });
+    for (const char* operation = row.operations; *operation != 0; ++operation) {
+      if (*operation == '+') containers.AddRef(object.self);
+      if (*operation == '-') containers.Release(object.self);
+      if (*operation == 'd') containers.DecrementWithoutDelete(object.self);
+      if (*operation == 'u') containers.DeleteUnownedContainer(object.self);
+    }
+    EXPECT_EQ(object.destroyed, row.destroyed ? 1 : 0);
+    EXPECT_EQ(host.Live().instances, row.destroyed ? 0u : 1u);
+    EXPECT_EQ(host.Live().instanceReferences, row.references);
+    misuses += row.misuse ? 1 : 0;
+    if (row.destroyed) continue;
+    EXPECT_EQ(host.RefCount(object.self), row.references);
+    if (row.references != 0) containers.DecrementWithoutDelete(object.self);
+    End(object.self);
+  }
+  EXPECT_EQ(containers.AddRef(nullptr), 0);
+  containers.Release(nullptr);
+}
+
+TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
+  const auto offset = containers.GetOffsetToPrimaryInstance();
+  host.Register("Interface", "Method", "Type", Nothing);
+  const ZELStringAtom impl = strings.NewStringAtom("Impl");
+  const ZELStringAtom method = strings.NewStringAtom("Method");
+  const ZELStringAtom type = strings.NewStringAtom("Type");
+  int objects[2] = {};
+  ZELInstance instances[2] = {};
+  const ZELPrimaryInstance* records[2] = {};
+  for (int i = 0; i < 2; ++i) {
+    instances[i] = NewInstance(&objects[i], nullptr);
+    records[i] = reinterpret_cast<const ZELPrimaryInstance*>(
+        reinterpret_cast<const char*>(instances[i]) + offset);
+    EXPECT_EQ(records[i]->object, &objects[i]);
+    EXPECT_EQ(records[i]->implementationName, strings.GetCString(impl));
+    void* object = nullptr;
+    EXPECT_EQ(Text(containers.NGetInstance(&object, instances[i], impl)), "");
+    EXPECT_EQ(object, &objects[i]);
+    EXPECT_NE(Text(containers.NGetInstance(&object, instances[i], type)), "");
+    EXPECT_NE(Text(containers.NGetInstance(&object, nullptr, impl)), "");
+  }
+  EXPECT_EQ(records[0]->signature, records[1]->signature);
+
+  ZELProc found = nullptr;
+  const auto getMethod = [&](ZELStringAtom name, std::int32_t optional) {
+    found = Other;
+    EXPECT_EQ(Text(containers.GetMethod(&found, instances[0], name, type, optional)), "");
+    return found;
+  };
+  EXPECT_EQ(getMethod(method, 0), Nothing);
+  for (const std::int32_t optional : {0, 1}) EXPECT_EQ(getMethod(impl, optional), nullptr);
+  host.Register("Interface", "Impl", "Type", Other);
+  EXPECT_EQ(getMethod(impl, 0), Other) << "looked up at the call";
+
+  for (const ZELStringAtom atom : {impl, method, type}) strings.DeleteStringAtom(atom);
+  EXPECT_STREQ(records[0]->implementationName, "Impl") << "the instance keeps its name alive";
+  for (ZELInstance instance : instances) End(instance);
+}
+
+TEST_P(HostTest, MemoryAndFileStreamsBehaveAlike) {
+  for (const bool file : {false, true}) {
+    SCOPED_TRACE(file);
+    ZELInstance stream = nullptr;
+    EXPECT_EQ(Text(file ? factory.NewPositionableFileStream(&stream, path.c_str(), "w+b")
+                        : factory.NewPositionableMemoryStream(&stream)),
+              "");
+    EXPECT_EQ(host.RefCount(stream), 0u);
+    EXPECT_EQ(ReadAll(stream), "");
+    EXPECT_EQ(Write(stream, std::string("0123\r\n\0z89", 10)), "");
+    EXPECT_EQ(Position(stream), 10u);
+    EXPECT_EQ(Text(streams.Seek(stream, 2, 0)), "");
+    EXPECT_EQ(Write(stream, "ab"), "");
+    EXPECT_EQ(ReadAll(stream), std::string("\r\n\0z89", 6)) << "read right after a write";
+    EXPECT_EQ(Write(stream, "!"), "") << "written right after a read";
+    EXPECT_NE(Text(streams.Seek(stream, 0, 1)), "");
+
+    ZELInstance reader = nullptr;
+    EXPECT_EQ(Text(streams.CreateIndependentlyPositionableStream(stream, &reader)), "");
+    EXPECT_EQ(Position(reader), 0u);
+    EXPECT_EQ(ReadAll(reader, 64), std::string("01ab\r\n\0z89!", 11));
+    EXPECT_EQ(Write(stream, "+"), "");
+    EXPECT_EQ(ReadAll(reader), "+") << "the end is not remembered";
+    EXPECT_EQ(Position(stream), 12u);
+    EXPECT_EQ(Text(streams.Rewind(reader)), "");
+    EXPECT_EQ(ReadAll(reader).size(), 12u);
+    End(stream);
+    EXPECT_EQ(Text(streams.Seek(reader, 11, 0)), "");
+    EXPECT_EQ(ReadAll(reader), "+") << "the reader outlives the stream it came from";
+    End(reader);
+  }
+  std::remove(path.c_str());
+}
+
+TEST_P(HostTest, OpenModesAllowWhatTheySay) {
+  struct Row {
+    const char* mode;
+    bool opensMissing;
+    bool opensExisting;
+    bool reads;
+    const char* afterWrite;  // of "X" to a file of "abc", reopened; null: refused
+  };
+  constexpr Row kRows[] = {
+      {"rb", false, true, true, nullptr},   {"r", false, true, true, nullptr},
+      {"r+b", false, true, true, "Xbc"},    {"rb+", false, true, true, "Xbc"},
+      {"w", true, true, false, "X"},        {"wb", true, true, false, "X"},
+      {"w+b", true, true, true, "X"},       {"ab", true, true, false, "abcX"},
+      {"a+", true, true, true, "abcX"},     {"wbx", true, false, false, nullptr},
+      {"", false, false, false, nullptr},   {"b", false, false, false, nullptr},
+      {"rw", false, false, false, nullptr}, {"rbb", false, false, false, nullptr},
+      {"rx", false, false, false, nullptr}, {"w,ccs=UTF-8", false, false, false, nullptr},
+  };
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.mode);
+    std::remove(path.c_str());
+    ZELInstance stream = Open(row.mode);
+    EXPECT_EQ(stream != nullptr, row.opensMissing);
+    EXPECT_EQ(openError.empty(), row.opensMissing);
+    if (stream != nullptr) End(stream);
+
+    std::ofstream(path, std::ios::binary) << "abc";
+    stream = Open(row.mode);
+    EXPECT_EQ(stream != nullptr, row.opensExisting) << openError;
+    if (stream == nullptr) continue;
+    EXPECT_EQ(Write(stream, "X").empty(), row.afterWrite != nullptr);
+    if (row.afterWrite != nullptr) {
+      ZELInstance reader = Open("rb");
+      EXPECT_EQ(ReadAll(reader), row.afterWrite) << "on disk before the stream is closed";
+      End(reader);
+    }
+    std::uint32_t delivered = 0;
+    char byte = 0;
+    EXPECT_EQ(Text(streams.Read(stream, &delivered, &byte, 1)).empty(), row.reads);
+    End(stream);
+  }
+  std::remove(path.c_str());
+}
+
+TEST_P(HostTest, WhatCannotBeStoredIsAnError) {
+  ZELInstance file = Open("w+b");
+  EXPECT_EQ(Text(streams.Seek(file, 0xFFFFFFFEu, 0)), "");
+  EXPECT_EQ(Write(file, "12"), "ZELHost: ZELFileStream::Write: the file would become too long");
+  EXPECT_EQ(Position(file), 0xFFFFFFFEu);
+  End(file);
+  std::remove(path.c_str());
+
+  ZELInstance stream = nullptr;
+  EXPECT_EQ(Text(factory.NewPositionableMemoryStream(&stream)), "");
+  EXPECT_NE(Text(streams.Seek(stream, 1, 0)), "");
+  EXPECT_EQ(Position(stream), 0u);
+  EXPECT_NE(Text(streams.Read(stream, nullptr, nullptr, 0)), "");
+  End(stream);
+
+  ZELInstance plain = NewInstance(nullptr, nullptr);
+  for (ZELInstance wrong : {plain, ZELInstance()}) {
+    EXPECT_EQ(Write(wrong, "1"), "ZELHost: Write: not a stream");
+  }
+  End(plain);
+
+  ZELInstance full = nullptr;
+  const std::string error = Text(factory.NewPositionableFileStream(&full, "/dev/full", "wb"));
+  if (full == nullptr) GTEST_SKIP() << "no full device here: " << error;
+  EXPECT_EQ(Write(full, "1"), "ZELHost: ZELFileStream::Write: No space left on device");
+  End(full);
+}
+
+struct Client {
+  std::string log;
+  std::uint32_t delivers = 0;
+
+  static ZELErrorObject Read(void* client, std::uint32_t* delivered, void*, std::uint32_t wanted) {
+    auto* self = static_cast<Client*>(client);
+    self->log += "r" + std::to_string(wanted) + " ";
+    *delivered = self->delivers;
+    return nullptr;
+  }
+  static ZELErrorObject CreateNone(void*, ZELInstance*) { return nullptr; }
+  static ZELErrorObject Mark(void*, std::uint32_t* position) {
+    *position = 77;
+    return nullptr;
+  }
+  static void Destroy(void* client) { static_cast<Client*>(client)->log += "end "; }
+};
+
+TEST_P(HostTest, ClientStreamsCallBack) {
+  Client client;
+  ZELInstance stream = nullptr;
+  const auto make = [&] {
+    return Text(factory.NewClientPositionableStream(&stream, &client, Client::Read, nullptr,
+                                                    Client::CreateNone, nullptr, nullptr,
+                                                    Client::Mark, nullptr, Client::Destroy));
+  };
+  host.FailAt(Service::kNewClientStream, 1);
+  EXPECT_NE(make(), "");
+  EXPECT_EQ(client.log, "") << "an object that was not taken is not destroyed";
+  EXPECT_EQ(make(), "");
+
+  char buffer[8];
+  std::uint32_t delivered = 5;
+  const auto read = [&] { return Text(streams.Read(stream, &delivered, buffer, 8)); };
+  EXPECT_EQ(read(), "");
+  EXPECT_EQ(delivered, 0u);
+  host.FailAt(Service::kShortRead, 1);
+  EXPECT_EQ(read(), "");
+  client.delivers = 9;
+  EXPECT_NE(read(), "") << "more than was wanted";
+  EXPECT_EQ(delivered, 0u);
+  EXPECT_NE(Write(stream, "1"), "") << "no callback";
+  EXPECT_EQ(Position(stream), 77u);
+  ZELInstance created = nullptr;
+  EXPECT_NE(Text(streams.CreateIndependentlyRewindableStream(stream, &created)), "")
+      << "success without a stream";
+  containers.AddRef(stream);
+  containers.Release(stream);
+  EXPECT_EQ(client.log, "r8 r4 r8 end ");
+}
+
+TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
+  ZELInstance stream = nullptr;
+  EXPECT_EQ(Text(factory.NewPositionableMemoryStream(&stream)), "");
+  EXPECT_EQ(Write(stream, "1234"), "");
+  const ZELStringAtom name = strings.NewStringAtom("ZELMemoryStream");
+  std::uint32_t number = 0;
+  char bytes[4];
+  void* object = nullptr;
+  ZELProc found = nullptr;
+
+  // What a call made is given back at once; each answers whether it failed as it should.
+  ZELInstance made = nullptr;
+  const auto failed = [&](ZELErrorObject error) {
+    const std::string text = Text(error);
+    EXPECT_TRUE(text.empty() || text.starts_with("ZELHost: injected failure of ")) << text;
+    if (text.empty() && made != nullptr) End(made);
+    made = nullptr;
+    return !text.empty();
+  };
+  const auto isNull = [](auto result, auto giveBack) {
+    if (result) giveBack(result);
+    return !result;
+  };
+  // clang-format off
+  const std::map<Service, std::function<bool()>> calls = {
+      {Service::kLookup, [&] { return Host::LookupProc()("ZEL", "ZELReportError", "ZELReportError") == nullptr; }},
+      {Service::kRegisterProcAddress, [&] { return binder.ZELRegisterProcAddress("A", "M", "T", Nothing) == 0; }},
+      {Service::kAlloc, [&] { return isNull(memory.Alloc(8), memory.Free); }},
+      {Service::kRealloc, [&] {
+         void* block = memory.Alloc(8);
+         void* moved = memory.Realloc(block, 900);
+         memory.Free(moved != nullptr ? moved : block);
+         return moved == nullptr;
+       }},
+      {Service::kNewStringAtom, [&] { return isNull(strings.NewStringAtom("text"), strings.DeleteStringAtom); }},
+      {Service::kNewError, [&] { return isNull(errors.NewError("a", "b", 1, 0, 0), errors.Release); }},
+      {Service::kGetCoreError, [&] { return isNull(errors.GetCoreError(0), errors.Release); }},
+      {Service::kNewFullContainer, [&] { return failed(containers.NewFullContainer(&made, nullptr, name, nullptr, name, 0, 0, 0)); }},
+      {Service::kAddRef, [&] { return isNull(containers.AddRef(stream), [&](int) { containers.DecrementWithoutDelete(stream); }); }},
+      {Service::kGetMethod, [&] { return failed(containers.GetMethod(&found, stream, name, name, 0)); }},
+      {Service::kNGetInstance, [&] { return failed(containers.NGetInstance(&object, stream, name)); }},
+      {Service::kNewBuffer, [&] { return isNull(buffers.NewBuffer(16, 0, 0, 0, 0), buffers.Release); }},
+      {Service::kNewMemoryStream, [&] { return failed(factory.NewPositionableMemoryStream(&made)); }},
+      {Service::kNewFileStream, [&] { return failed(factory.NewPositionableFileStream(&made, path.c_str(), "wb")); }},
+      {Service::kNewClientStream, [&] {
+         return failed(factory.NewClientPositionableStream(&made, nullptr, Client::Read, nullptr, nullptr,
+                                                           nullptr, nullptr, nullptr, nullptr, nullptr));
+       }},
+      {Service::kRead, [&] { return failed(streams.Read(stream, &number, bytes, 1)); }},
+      {Service::kWrite, [&] { return failed(streams.Write(stream, "5", 1)); }},
+      {Service::kCreateRewindable, [&] { return failed(streams.CreateIndependentlyRewindableStream(stream, &made)); }},
+      {Service::kRewind, [&] { return failed(streams.Rewind(stream)); }},
+      {Service::kCreatePositionable, [&] { return failed(streams.CreateIndependentlyPositionableStream(stream, &made)); }},
+      {Service::kMark, [&] { return failed(streams.Mark(stream, &number)); }},
+      {Service::kSeek, [&] { return failed(streams.Seek(stream, 0, 0)); }},
+      {Service::kShortRead, [&] {
+         EXPECT_EQ(Text(streams.Seek(stream, 0, 0)), "");
+         EXPECT_EQ(Text(streams.Read(stream, &number, bytes, 4)), "");
+         return number == 2;
+       }},
+  };
+  // clang-format on
+  EXPECT_EQ(calls.size(), zelhost::FallibleServices().size());
+  const std::string before = zelhost::ToString(host.Live());
+  for (const Service service : zelhost::FallibleServices()) {
+    SCOPED_TRACE(zelhost::ServiceName(service));
+    const auto fourCalls = [&] {
+      std::string outcome;
+      for (int i = 0; i < 4; ++i) outcome += calls.at(service)() ? 'F' : '.';
+      return outcome;
+    };
+    host.ResetCalls();
+    host.FailAt(service, 2);
+    EXPECT_EQ(fourCalls(), ".F..");
+    EXPECT_EQ(host.Calls(service), 4u);
+    host.FailAt(service, 3, true);
+    host.ResetCalls();
+    EXPECT_EQ(fourCalls(), "..FF");
+    host.StopFailing(service);
+    EXPECT_EQ(fourCalls(), "....");
+    host.Withdraw("A");
+    EXPECT_EQ(zelhost::ToString(host.Live()), before);
+  }
+  EXPECT_EQ(host.FaultsInjected(), 3 * calls.size());
+  EXPECT_THROW(host.FailAt(Service::kFree, 1), HostError);
+  EXPECT_THROW(host.FailAt(Service::kAlloc, 0), HostError);
+  strings.DeleteStringAtom(name);
+  End(stream);
+  std::remove(path.c_str());
+}
+
+// A library that leaks one of everything, and refuses to start when told so.
+struct FakeLibrary {
+  static inline Host* host = nullptr;
+  static inline int terminated = 0;
+  static inline std::int32_t answer = 1;
+
+  static std::int32_t Initialize(ZELLookupProc) {
+    const Core core{*host};
+    core.binder.ZELRegisterProcAddress("Left", "M", "T", Nothing);
+    core.memory.Alloc(24);
+    core.strings.AddRef(core.strings.NewStringAtom("a\ntext"));
+    core.errors.NewError("message", "Component", 1, 0, 0);
+    core.buffers.NewBuffer(512, 0, 0, 0, 0);
+    ZELInstance stream = nullptr;
+    core.factory.NewPositionableMemoryStream(&stream);
+    core.containers.Release(stream);
+    core.binder.ZELReportError("reported");
+    return answer;
+  }
+  static constexpr zelhost::LibraryEntryPoints kEntryPoints = {[] { return std::uint32_t{3}; },
+                                                               Initialize, [] { ++terminated; }};
+};
+
+TEST(HostLifeTest, StopNamesEveryLeak) {
+  for (const bool guarded : {false, true}) {
+    Host host({.guardMemory = guarded});
+    FakeLibrary::host = &host;
+    FakeLibrary::answer = 1;
+    std::vector<std::string> leaks;
+    host.SetLeakSink([&](const std::vector<Leak>& found) {
+      for (const Leak& leak : found) leaks.push_back(leak.what);
+    });
+    std::string sunk;
+    host.SetReportSink([&](std::string_view report) { sunk = report; });
+    host.Start(FakeLibrary::kEntryPoints);
+    EXPECT_THROW(host.Start(FakeLibrary::kEntryPoints), HostError);
+    EXPECT_EQ(host.LibraryVersion(), 3u);
+    EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"reported"});
+    EXPECT_EQ(sunk, "reported");
+    EXPECT_EQ(zelhost::ToString(host.Live()),
+              "1 block (24 bytes), 1 atom (2 references), 1 error (1 reference), "
+              "1 instance (0 references), 1 shared buffer (1 reference), 1 interface");
+    host.Stop();
+    const std::vector<std::string> expected = {
+        "Release of an instance that no client holds",
+        "interface \"Left\" with 1 method",
+        "block of 24 bytes, allocation 1",
+        "atom \"a.text\", 2 references",
+        "error \"message\" of \"Component\", 1 reference",
+        "instance of \"ZELMemoryStream\" (signature \"ZELMemoryStream\"), 0 references",
+        "shared buffer of 512 bytes, 1 reference"};
+    EXPECT_EQ(leaks, expected);
+  }
+}
+
+TEST(HostLifeTest, FailuresToStart) {
+  const auto lookup = [] { return Host::LookupProc()("ZEL", "ZELReportError", "ZELReportError"); };
+  {
+    Host host;
+    EXPECT_THROW(Host(), HostError) << "one host at a time";
+    host.SetLeakSink(nullptr);
+    FakeLibrary::host = &host;
+    FakeLibrary::answer = 0;
+    FakeLibrary::terminated = 0;
+    EXPECT_THROW(host.Start(FakeLibrary::kEntryPoints), HostError);
+    EXPECT_EQ(FakeLibrary::terminated, 1);
+    EXPECT_FALSE(host.Started());
+    EXPECT_THROW(host.Start("no/such/library"), HostError);
+    EXPECT_THROW(host.Start(zelhost::LibraryEntryPoints()), HostError);
+    EXPECT_THROW(host.Find<ZELProc>("None", "Alloc", "ZELMemAllocProc"), HostError);
+  }
+  EXPECT_EQ(lookup(), nullptr);
+  Host next;
+  EXPECT_NE(lookup(), nullptr);
+}
+
+}  // namespace
