@@ -89,10 +89,15 @@ void CZELPositionableStream::Bind() {
   tableEpoch_ = g_link.tableEpoch;
 }
 
-uint32_t CZELPositionableStream::Read(void* buffer, uint32_t wanted) {
+uint32_t CZELPositionableStream::ReadUnchecked(void* buffer, uint32_t wanted) {
   RefreshBinding();
   uint32_t delivered = 0;
   ZELCheck(simple_->Read(stream_.Get(), &delivered, buffer, wanted));
+  return delivered;
+}
+
+uint32_t CZELPositionableStream::Read(void* buffer, uint32_t wanted) {
+  const uint32_t delivered = ReadUnchecked(buffer, wanted);
   if (delivered > wanted) RaisePOSException("stream delivered more than was asked for");
   return delivered;
 }

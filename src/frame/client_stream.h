@@ -55,8 +55,9 @@ class CZELPositionableStream {
   ZELInstance Handle() const noexcept { return stream_.Get(); }
 
   // Each raises the error of the stream. Read returns how many bytes were delivered, never more
-  // than wanted.
+  // than wanted; ReadUnchecked returns what the stream says it has delivered.
   uint32_t Read(void* buffer, uint32_t wanted);
+  uint32_t ReadUnchecked(void* buffer, uint32_t wanted);
   void Write(const void* bytes, uint32_t count);
   uint32_t Mark();
   void Seek(uint32_t position, uint32_t second);
@@ -68,7 +69,8 @@ class CZELPositionableStream {
   void Bind();
   // The tables end with the link; a stream held across links gets them anew.
   void RefreshBinding() {
-    if (tableEpoch_ != g_link.tableEpoch) [[unlikely]] Bind();
+    if (tableEpoch_ != g_link.tableEpoch) [[unlikely]]
+      Bind();
   }
 
   ContainerReference stream_;

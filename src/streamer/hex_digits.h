@@ -1,0 +1,30 @@
+// Hexadecimal digits to and from values.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+
+inline constexpr char kUpperHexDigits[] = "0123456789ABCDEF";
+inline constexpr char kLowerHexDigits[] = "0123456789abcdef";
+
+// The value of each digit in either case, and -1 for every other byte.
+inline constexpr std::array<signed char, 256> kHexValues = [] {
+  std::array<signed char, 256> values{};
+  values.fill(-1);
+  for (size_t value = 0; value < 16; ++value) {
+    values[static_cast<unsigned char>(kUpperHexDigits[value])] = static_cast<signed char>(value);
+    values[static_cast<unsigned char>(kLowerHexDigits[value])] = static_cast<signed char>(value);
+  }
+  return values;
+}();
+
+// The value of two digits, the high half first; negative when one is no digit.
+inline int HexPairValue(char high, char low) noexcept {
+  const int highValue = kHexValues[static_cast<unsigned char>(high)];
+  const int lowValue = kHexValues[static_cast<unsigned char>(low)];
+  return highValue < 0 || lowValue < 0 ? -1 : highValue * 16 + lowValue;
+}
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

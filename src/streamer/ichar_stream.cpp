@@ -1,0 +1,92 @@
+#include "streamer/ichar_stream.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "frame/error.h"
+#include "streamer/hex_digits.h"
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+
+using ZEL_T_NMT::RaisePOSException;
+
+ICharStream::~ICharStream() {
+  if (finished_) return;
+  try {
+    Reposition();
+  } catch (...) {  // NOLINT(bugprone-empty-catch): the error on its way is the one to report
+  }
+}
+
+void ICharStream::Finish() {
+  finished_ = true;
+  Reposition();
+}
+
+void ICharStream::Reposition() {
+  const uint32_t position = stream_.Mark();
+  if (position < count_) RaisePOSException("stream position before its unread bytes");
+  stream_.Seek(position - count_, 0);
+}
+
+void ICharStream::ReadBlock() {
+  cursor_ = static_cast<char*>(buffer_.Data());
+  count_ = stream_.Read(cursor_, kCapacity);
+  if (count_ == 0) RaisePOSException("unexpected EOF");
+}
+
+char ICharStream::EscapedChar() {
+  const char first = NextRawChar();
+  if (first >= '0' && first <= '9') {
+    // The other two bytes count as octal digits whatever they are.
+    const char second = NextRawChar();
+    const char third = NextRawChar();
+    const int value = (first - '0') * 64 + (second - '0') * 8 + (third - '0');
+    return static_cast<char>(static_cast<unsigned char>(value & 0xFF));
+  }
+  const EscapePair* pair = params_->FindLetter(first);
+  if (pair == nullptr) RaisePOSException("Unexpected escape sequence");
+  return pair->character;
+}
+
+uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace) {
+  uint32_t kept = 0;
+  while (kept < wanted) {
+    if (!skipWhitespace) {
+      kept += CopyContent(buffer + kept, wanted - kept);
+      if (kept == wanted) break;
+    }
+    char character;
+    if (!GetChar(&character)) break;
+    if (skipWhitespace && IsWhitespace(character)) continue;
+    buffer[kept++] = character;
+  }
+  if (mustFill && kept < wanted) RaisePOSException("GetChars ran out of input");
+  return kept;
+}
+
+// Takes the run of bytes in the buffer that stand for themselves.
+uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
+  const uint32_t limit = std::min(wanted, count_);
+  uint32_t length = 0;
+  while (length < limit && params_->HowToReadByte(cursor_[length]) == RawByte::kContent) ++length;
+  std::memcpy(buffer, cursor_, length);
+  cursor_ += length;
+  count_ -= length;
+  return length;
+}
+
+uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept {
+  const uint32_t limit = std::min(wanted, count_ / 2);
+  uint32_t pairs = 0;
+  while (pairs < limit) {
+    const int value = HexPairValue(cursor_[2 * pairs], cursor_[2 * pairs + 1]);
+    if (value < 0) break;
+    bytes[pairs++] = static_cast<unsigned char>(value);
+  }
+  cursor_ += size_t{2} * pairs;
+  count_ -= 2 * pairs;
+  return pairs;
+}
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -1,0 +1,65 @@
+// Reads the text of values from a stream by the rules in force, 512 bytes ahead, and in the end
+// gives back to the stream what it has not used.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "streamer/char_stream.h"
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+
+// The cursor is the next unread byte, the count how many unread bytes the buffer has.
+class ICharStream final : public CharStream {
+ public:
+  using CharStream::CharStream;
+  // Repositions the stream, when an error keeps Finish from being reached; that error stands, and
+  // one of repositioning is dropped.
+  ~ICharStream() override;
+
+  // Repositions the stream right after the last byte used; nothing may be read after it. Raises the
+  // error of the stream, and "stream position before its unread bytes" for a stream whose position
+  // is smaller than what it has just delivered: there is no place to go back to.
+  void Finish();
+
+  // Stores the next character of the value's content. False at the value's closing character, which
+  // is then used up. Raises "unexpected EOF" and "Unexpected escape sequence".
+  virtual bool GetChar(char* character) {
+    const char byte = NextRawChar();
+    const RawByte meaning = params_->HowToReadByte(byte);
+    if (meaning == RawByte::kContent) [[likely]] {
+      *character = byte;
+      return true;
+    }
+    if (meaning == RawByte::kClose) return false;
+    *character = meaning == RawByte::kFolded ? ' ' : EscapedChar();
+    return true;
+  }
+
+  // The next byte as it is. Raises "unexpected EOF".
+  char NextRawChar() {
+    if (count_ == 0) [[unlikely]]
+      ReadBlock();
+    --count_;
+    return *cursor_++;
+  }
+
+  // Stores up to `wanted` characters and returns how many: fewer only when the value's closing
+  // character came first. If `skipWhitespace`, whitespace is not kept; if `mustFill`, fewer raise
+  // "GetChars ran out of input".
+  uint32_t GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace);
+
+  // Decodes pairs of hexadecimal digits, up to `wanted`, as long as they stand in the buffer side
+  // by side, and returns how many: 0 tells nothing but that GetChars has to take over.
+  uint32_t GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept;
+
+ private:
+  void ReadBlock();
+  void Reposition();
+  char EscapedChar();
+  uint32_t CopyContent(char* buffer, uint32_t wanted) noexcept;
+
+  bool finished_ = false;
+};
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

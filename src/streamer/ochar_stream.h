@@ -1,0 +1,52 @@
+// Writes the text of values to a stream, escaped by the rules in force, in blocks of 512 bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "streamer/char_stream.h"
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+
+// The cursor is the start of the buffer, the count how many bytes wait in it. A call that raises
+// the error of a Write has given up the bytes waiting: nothing is ever written behind a gap.
+class OCharStream final : public CharStream {
+ public:
+  using CharStream::CharStream;
+  // Writes what still waits, when an error keeps Finish from being reached; that error stands, and
+  // one of this last Write is dropped.
+  ~OCharStream() override;
+
+  // Writes what still waits; nothing may be put after it.
+  void Finish() {
+    if (count_ > 0) WriteWaiting();
+  }
+
+  // Writes a character of a value's content.
+  virtual void PutChar(char character) {
+    const char how = params_->HowToWriteByte(character);
+    if (how == StreamingParams::kPlain) [[likely]] {
+      PutRaw(character);
+    } else {
+      PutEscaped(character, how);
+    }
+  }
+
+  // Writes a byte as it is.
+  void PutRaw(char byte) {
+    if (count_ == kCapacity) [[unlikely]]
+      WriteWaiting();
+    cursor_[count_++] = byte;
+  }
+
+  // As PutChar of each character.
+  void PutText(const char* text, size_t length);
+  // As PutRaw of each byte.
+  void PutRawBytes(const char* bytes, size_t length);
+
+ private:
+  void PutEscaped(char character, char how);
+  void WriteWaiting();
+};
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

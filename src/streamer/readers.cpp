@@ -1,0 +1,172 @@
+#include "streamer/readers.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "frame/client_base.h"
+#include "frame/decimal.h"
+#include "streamer/hex_digits.h"
+#include "streamer/version10.h"
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+namespace {
+
+using ZEL_T_NMT::BinderBlock;
+using ZEL_T_NMT::CPOSArray;
+using ZEL_T_NMT::CPOSBinData;
+using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::CPOSNumber;
+using ZEL_T_NMT::CPOSString;
+using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::RaisePOSException;
+
+constexpr uint32_t kFirstCapacity = 32;
+
+// Collects a text of unknown length; there is always room for one unit more.
+template <class Unit>
+class TextBuffer {
+ public:
+  Unit* End() const noexcept { return block_.Get() + length_; }
+  uint32_t Room() const noexcept { return capacity_ - length_; }
+
+  // Takes in the units that were stored at the end. Raises "Math overflow exception" when the
+  // buffer's size in bytes would not fit in 32 bits.
+  void Advance(uint32_t count) {
+    length_ += count;
+    if (length_ < capacity_) return;
+    if (capacity_ > std::numeric_limits<uint32_t>::max() / sizeof(Unit) / 2) {
+      ZEL_T_NMT::RaiseMathOverflow();
+    }
+    block_.Resize(size_t{capacity_} * 2);
+    capacity_ *= 2;
+  }
+
+  const Unit* Terminated() noexcept {
+    *End() = 0;
+    return block_.Get();
+  }
+
+ private:
+  BinderBlock<Unit> block_{kFirstCapacity};
+  uint32_t length_ = 0;
+  uint32_t capacity_ = kFirstCapacity;
+};
+
+bool IsNumberCharacter(char character) noexcept {
+  return (character >= '0' && character <= '9') || character == '+' || character == '-' ||
+         character == '.' || character == 'E' || character == 'e';
+}
+
+uint32_t BinDataSize(double size) {
+  if (!(size >= 0 && size <= std::numeric_limits<uint32_t>::max())) {
+    RaisePOSException("malformed binary data size");
+  }
+  return static_cast<uint32_t>(size);
+}
+
+void ReadHexPairs(ICharStream& input, unsigned char* bytes, uint32_t size) {
+  uint32_t index = 0;
+  for (;;) {
+    index += input.GetBufferedHexPairs(bytes + index, size - index);
+    if (index == size) return;
+    char digits[2];
+    input.GetChars(digits, 2, true, true);
+    const int value = HexPairValue(digits[0], digits[1]);
+    if (value < 0) RaisePOSException("malformed binary data");
+    bytes[index++] = static_cast<unsigned char>(value);
+  }
+}
+
+}  // namespace
+
+void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+  constexpr uint32_t kMaxLength = 62;
+  char text[kMaxLength + 1];  // one more tells a number that is too long
+  const uint32_t length = input.GetChars(text, sizeof text, false, false);
+  if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
+    RaisePOSException("malformed number");
+  }
+  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true));
+}
+
+void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+  TextBuffer<char> text;
+  for (;;) {
+    const uint32_t wanted = text.Room();
+    const uint32_t count = input.GetChars(text.End(), wanted, false, false);
+    text.Advance(count);
+    if (count < wanted) break;
+  }
+  result = CPOSString::New(text.Terminated());
+}
+
+void ReadUnicodeString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+  TextBuffer<uint16_t> units;
+  for (;;) {
+    char digits[4];
+    const uint32_t count = input.GetChars(digits, 4, false, false);
+    if (count == 0) break;
+    if (count < 4) RaisePOSException("malformed Unicode string");
+    const int high = HexPairValue(digits[0], digits[1]);
+    const int low = HexPairValue(digits[2], digits[3]);
+    if (high < 0 || low < 0) RaisePOSException("malformed Unicode string");
+    *units.End() = static_cast<uint16_t>(high * 256 + low);
+    units.Advance(1);
+  }
+  result = CPOSUnicodeString::New(units.Terminated());
+}
+
+void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+  const Version10::Inside inside(streamer, Version10::kBinDataLimit);
+  CPOSObject part;
+  streamer.ReadObject(part, input);
+  const CPOSString typeName(std::move(part), false);
+  streamer.ReadObject(part, input);
+  const uint32_t size = BinDataSize(CPOSNumber(std::move(part), false).Get());
+
+  std::optional<BinderBlock<unsigned char>> bytes;
+  if (size > 0) {
+    ReadHexPairs(input, bytes.emplace(size).Get(), size);
+  }
+  char character;
+  while (input.GetChar(&character)) {
+    if (!IsWhitespace(character)) RaisePOSException("Unexpected chars after binary data");
+  }
+  result = CPOSBinData::New(typeName.Get(), bytes ? bytes->Get() : nullptr, size);
+}
+
+void ReadRawPointer(CPOSObject&, TypeAStreamer&, ICharStream&) {
+  RaisePOSException("Cannot meaningfully read in a raw pointer (write is for debugging only)");
+}
+
+void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+  const Version10::Inside inside(streamer, Version10::kContainerLimit);
+  CPOSArray array = CPOSArray::New();
+  CPOSObject element;
+  for (;;) {
+    streamer.ReadObject(element, input);
+    if (element.IsEmpty()) break;
+    array.Append(element);
+  }
+  result = std::move(array);
+}
+
+void ReadDict(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+  const Version10::Inside inside(streamer, Version10::kContainerLimit);
+  CPOSDict dict = CPOSDict::New();
+  for (;;) {
+    CPOSObject part;
+    streamer.ReadObject(part, input);
+    if (part.IsEmpty()) break;
+    const CPOSString key(std::move(part), false);
+    streamer.ReadObject(part, input);
+    if (part.IsEmpty()) RaisePOSException("missing dictionary value");
+    dict.Put(key.Get(), part);
+  }
+  result = std::move(dict);
+}
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

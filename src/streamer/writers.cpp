@@ -1,0 +1,118 @@
+#include "streamer/writers.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "streamer/hex_digits.h"
+#include "streamer/number_text.h"
+#include "streamer/version10.h"
+
+namespace NPOSStreamerImpl::NTypeAImpl {
+
+using ZEL_T_NMT::CPOSArray;
+using ZEL_T_NMT::CPOSBinData;
+using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::CPOSDictIterator;
+using ZEL_T_NMT::CPOSNumber;
+using ZEL_T_NMT::CPOSRawPointer;
+using ZEL_T_NMT::CPOSString;
+using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::RaisePOSException;
+
+namespace {
+
+constexpr uint32_t kBytesPerLine = 40;
+
+void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count) {
+  char line[2 * kBytesPerLine];
+  char* end = line;
+  for (uint32_t index = 0; index < count; ++index) {
+    *end++ = kUpperHexDigits[bytes[index] >> 4];
+    *end++ = kUpperHexDigits[bytes[index] & 0xF];
+  }
+  output.PutText(line, static_cast<size_t>(end - line));
+}
+
+}  // namespace
+
+void WriteNumber(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
+  char text[kNumberTextCapacity];
+  const size_t length = FormatNumber(CPOSNumber(object, false).Get(), text);
+  output.PutText(text, length);
+}
+
+void WriteString(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
+  const CPOSString string(object, false);
+  const char* const text = string.Get();
+  output.PutText(text, std::strlen(text));
+}
+
+void WriteUnicodeString(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
+  const CPOSUnicodeString string(object, false);
+  for (const uint16_t* unit = string.Get(); *unit != 0; ++unit) {
+    // The high byte in upper case, the low byte in lower case.
+    const char digits[] = {kUpperHexDigits[*unit >> 12], kUpperHexDigits[(*unit >> 8) & 0xF],
+                           kLowerHexDigits[(*unit >> 4) & 0xF], kLowerHexDigits[*unit & 0xF]};
+    output.PutText(digits, sizeof digits);
+  }
+}
+
+void WriteBinData(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
+  const CPOSBinData data(object, false);
+  streamer.WriteObject(output, CPOSString::New(data.GetTypeName()));
+  output.PutChar(' ');
+  const uint32_t size = data.GetSize();
+  streamer.WriteObject(output, CPOSNumber::New(size));
+  output.PutChar(' ');
+  {
+    const Version10::Inside inside(streamer, Version10::kBinDataLimit);
+    const auto* bytes = static_cast<const unsigned char*>(data.GetBinData());
+    if (bytes == nullptr && size > 0) RaisePOSException("CPOSBinData::GetBinData failed");
+    for (uint32_t left = size; left > 0;) {
+      const uint32_t count = std::min(left, kBytesPerLine);
+      Version10::PutNewLine(streamer, output);
+      PutHexLine(output, bytes, count);
+      bytes += count;
+      left -= count;
+    }
+  }
+  Version10::PutNewLine(streamer, output);
+}
+
+void WriteRawPointer(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
+  const auto value = reinterpret_cast<uintptr_t>(CPOSRawPointer(object, false).GetRawPointer());
+  for (size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
+    output.PutChar(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
+  }
+}
+
+void WriteArray(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
+  const CPOSArray array(object, false);
+  {
+    const Version10::Inside inside(streamer, Version10::kContainerLimit);
+    for (uint32_t index = 0; index < array.Count(); ++index) {
+      Version10::PutNewLine(streamer, output);
+      streamer.WriteObject(output, array.GetAt(index));
+    }
+  }
+  Version10::PutNewLine(streamer, output);
+}
+
+void WriteDict(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
+  const CPOSDict dict(object, false);
+  {
+    const Version10::Inside inside(streamer, Version10::kContainerLimit);
+    const CPOSDictIterator iterator(dict);
+    for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
+      Version10::PutNewLine(streamer, output);
+      const char* const key = iterator.CurKey();
+      streamer.WriteObject(output, CPOSString::New(key));
+      output.PutChar(' ');
+      streamer.WriteObject(output, dict.Get(key));
+    }
+  }
+  Version10::PutNewLine(streamer, output);
+}
+
+}  // namespace NPOSStreamerImpl::NTypeAImpl

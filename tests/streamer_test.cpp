@@ -1,0 +1,409 @@
+// The streamer: what it writes, what it reads, and how it uses the stream.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <limits>
+
+#include "support.h"
+
+namespace {
+
+using zelhost::Service;
+
+ZELTEST_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
+
+const std::string kHeader = "POSStreamerTypeA_Version1.0 ";
+
+std::string Repeat(size_t count, const std::string& text) {
+  std::string repeated;
+  while (count-- > 0) repeated += text;
+  return repeated;
+}
+
+// The client behind a stream: its bytes, where it stands, and which calls came.
+struct Client {
+  std::string bytes;
+  uint32_t position = 0;
+  uint32_t mostPerRead = std::numeric_limits<uint32_t>::max();
+  uint32_t markTooSmallBy = 0;
+  std::string calls;
+
+  void Log(const char* call, uint32_t value) {
+    calls += (calls.empty() ? "" : " ") + (call + std::to_string(value));
+  }
+
+  static ZELErrorObject Read(void* client, uint32_t* delivered, void* buffer, uint32_t wanted) {
+    auto& self = *static_cast<Client*>(client);
+    self.Log("R", wanted);
+    const auto rest = static_cast<uint32_t>(self.bytes.size()) - self.position;
+    *delivered = std::min({wanted, self.mostPerRead, rest});
+    std::memcpy(buffer, self.bytes.data() + self.position, *delivered);
+    self.position += *delivered;
+    return nullptr;
+  }
+  static ZELErrorObject Write(void* client, const void* bytes, uint32_t count) {
+    auto& self = *static_cast<Client*>(client);
+    self.Log("W", count);
+    self.bytes.append(static_cast<const char*>(bytes), count);
+    return nullptr;
+  }
+  static ZELErrorObject Create(void*, ZELInstance*) { return nullptr; }
+  static ZELErrorObject Rewind(void*) { return nullptr; }
+  static ZELErrorObject Mark(void* client, uint32_t* position) {
+    auto& self = *static_cast<Client*>(client);
+    self.Log("M", *position = self.position - self.markTooSmallBy);
+    return nullptr;
+  }
+  static ZELErrorObject Seek(void* client, uint32_t position, uint32_t second) {
+    auto& self = *static_cast<Client*>(client);
+    self.Log("S", position);
+    EXPECT_EQ(second, 0u);
+    self.position = position;
+    return nullptr;
+  }
+  static void Destroy(void*) {}
+};
+
+class StreamerTest : public zeltest::LibraryTest {
+ protected:
+  ZELInstance StreamOver(Client& client) {
+    ZELInstance stream = nullptr;
+    EXPECT_EQ(streams.NewClientPositionableStream(&stream, &client, &Client::Read, &Client::Write,
+                                                  &Client::Create, &Client::Rewind, &Client::Create,
+                                                  &Client::Mark, &Client::Seek, &Client::Destroy),
+              nullptr);
+    return Keep(stream);
+  }
+
+  // A stream at the start of a header and these bytes.
+  Client& Holding(const std::string& bytes) {
+    clients.emplace_back();
+    clients.back().bytes = kHeader + bytes;
+    return clients.back();
+  }
+
+  // What an object is written as, without the header, which is checked.
+  std::string Written(ZELInstance object) {
+    Client client;
+    EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), object, nullptr), 1);
+    EXPECT_EQ(client.bytes.substr(0, kHeader.size()), kHeader);
+    return client.bytes.substr(kHeader.size());
+  }
+
+  ZELInstance ReadFrom(Client& client) {
+    const ZELInstance object = streamers.Deserialize(streamer, StreamOver(client));
+    return object == nullptr ? nullptr : Keep(object);
+  }
+
+  ZELInstance ReadText(const std::string& text) { return ReadFrom(Holding(text)); }
+
+  ZELInstance BytesOf(size_t size, const char* typeName) {
+    const std::string bytes(size, '\xAB');
+    return Keep(binData.NewPOSBinData(typeName, bytes.data(), static_cast<uint32_t>(size)));
+  }
+
+  Streamers streamers = Streamers::From(host);
+  ZELInstance streamer = Keep(streamers.NewPOSStreamer());
+  std::deque<Client> clients;
+};
+
+TEST_F(StreamerTest, WritesAndReadsEveryKind) {
+  const ZELInstance dict = Parse("<name (a\"b) n 2.5 list [1 `00E9`]>");
+  dicts.Put(dict, Atom("blob"), Keep(binData.NewPOSBinData("raw", "\x01\xFF", 2)));
+  const std::string text =
+      "<\n\t\"blob\" {\"raw\" #2  \n\t\t01FF\n\t}\n\t\"list\" [\n\t\t#1 \n\t\t`00e9`\n\t]\n"
+      "\t\"n\" #2.5 \n\t\"name\" \"a\\\"b\"\n>";
+  Client client;
+  const ZELInstance stream = StreamOver(client);
+  ASSERT_EQ(streamers.Serialize(streamer, stream, dict, nullptr), 1);
+  EXPECT_EQ(client.bytes, kHeader + text);
+  ASSERT_EQ(streamers.Serialize(streamer, stream, dict, POS_STREAMER_TYPE_A_VERSION_1_0), 1);
+  EXPECT_EQ(client.bytes, kHeader + text + kHeader + text) << "null is the default version";
+  const std::string body = std::to_string(text.size());
+  EXPECT_EQ(client.calls, "W27 W1 W" + body + " W27 W1 W" + body);
+
+  for (uint32_t mostPerRead : {1u, 7u, 512u}) {
+    client.position = 0;
+    client.mostPerRead = mostPerRead;
+    for (size_t copy = 1; copy <= 2; ++copy) {
+      const ZELInstance result = streamers.Deserialize(streamer, stream);
+      ASSERT_NE(result, nullptr);
+      EXPECT_EQ(host.RefCount(result), 0u);
+      EXPECT_TRUE(objects.IsEqual(Keep(result), dict));
+      EXPECT_EQ(client.position, copy * (kHeader.size() + text.size()));
+    }
+  }
+}
+
+TEST_F(StreamerTest, TextOfOneValue) {
+  int target = 0;
+  char pointer[2 * sizeof(void*) + 1];
+  std::snprintf(pointer, sizeof pointer, "%0*jX", static_cast<int>(2 * sizeof(void*)),
+                static_cast<uintmax_t>(reinterpret_cast<uintptr_t>(&target)));
+  const struct {
+    ZELInstance object;
+    std::string text;
+    const char* why;
+  } rows[] = {
+      {Keep(strings.NewPOSString("")), "\"\"", "empty string"},
+      {Keep(strings.NewPOSString("\t\n\r\\\"\a\xE9\x7F'~\33")), R"("\t\n\r\\\"\007\351\177'~\033")",
+       "each way to escape"},
+      {Parse("``"), "``", "empty Unicode string"},
+      {Parse("`4E2d00E9`"), "`4E2d00e9`", "high byte in upper case, low byte in lower"},
+      {Parse("[]"), "[\n]", "empty array"},
+      {Parse("<>"), "<\n>", "empty dictionary"},
+      {Parse("<b [<>] a (]>)>"), "<\n\t\"a\" \"]>\"\n\t\"b\" [\n\t\t<\n\t\t>\n\t]\n>", "indented"},
+      {BytesOf(0, "}"), "{\"}\" #0  \n}", "no bytes"},
+      {BytesOf(40, "t"), "{\"t\" #40  \n\t" + Repeat(40, "AB") + "\n}", "one full line"},
+      {BytesOf(41, "t"), "{\"t\" #41  \n\t" + Repeat(40, "AB") + "\n\tAB\n}", "one byte more"},
+      {Keep(rawPointers.NewPOSRawPointer(&target, nullptr)), "$" + std::string(pointer) + " ",
+       "all digits of an address, in upper case"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Written(row.object), row.text) << row.why;
+}
+
+TEST_F(StreamerTest, NumbersHave32Digits) {
+  using Limits = std::numeric_limits<double>;
+  for (const double value :
+       {0.0, -0.0, 1.0, -7.0, 0.1, 2.5, 1e-4, 1e-5, 1e22, 9007199254740993.0, 1e31, 1e32, -1e300,
+        5e-324, Limits::max(), Limits::infinity(), Limits::quiet_NaN()}) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "#%.32g ", value);
+    const ZELInstance number = Keep(numbers.NewPOSNumber(value));
+    EXPECT_EQ(Written(number), expected);
+    if (std::isfinite(value)) {
+      EXPECT_TRUE(objects.IsEqual(number, ReadText(expected))) << expected;
+    }
+  }
+}
+
+TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
+  const struct {
+    std::string text;
+    const char* value;
+  } rows[] = {
+      {" \t\r\n #1E3 ", "1000"},
+      {"#1.5.2 ", "1.5"},
+      {"#- ", "0"},
+      {"#+.5e+1\t", "5"},
+      {"#" + std::string(62, '1') + "\n",
+       "11111111111111111111111111111111111111111111111111111111111111"},
+      {R"("\101\"\\\n\t\r")", "(A\"\\\\\n\t\r)"},
+      {"\"a\tb\r\nc\"", "(a b  c)"},
+      {R"("\999")", "(\x91)"},
+      {R"("ab\000c")", "(ab)"},
+      {"`4E2d4e2D`", "`4E2D4E2D`"},
+      {R"(`\0600E9`)", "`00E9`"},
+      {"[#1 ]", "[1]"},
+      {"[#1 \"a\"[]<>`0041`]", "[1 a [] <> `0041`]"},
+      {"< \"a\" #1 \"b\" [ #2 #3 ] \"a\" #4 >", "<a 4 b [2 3]>"},
+      {R"([\040#1 ])", "[1]"},
+  };
+  for (const auto& row : rows) {
+    const ZELInstance object = ReadText(row.text);
+    ASSERT_NE(object, nullptr) << row.text;
+    EXPECT_TRUE(objects.IsEqual(object, Parse(row.value))) << row.text;
+  }
+  EXPECT_EQ(numbers.Get(ReadText("#-1e400 ")), -HUGE_VAL);
+  // Around the sizes that the work buffers begin with and double to.
+  for (const size_t length : {31u, 32u, 33u, 63u, 64u, 65u, 1000u}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(strings.Get(ReadText('"' + text + '"')), text);
+    EXPECT_EQ(Written(ReadText('`' + Repeat(length, "1234") + '`')),
+              '`' + Repeat(length, "1234") + '`');
+  }
+  EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#3.9 a\tb \n AB Ab }"), BytesOf(3, "t")));
+  EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#-0 }"), BytesOf(0, "t")));
+}
+
+TEST_F(StreamerTest, ReaderErrors) {
+  const char* const noString = "downcast from CPOSObject to CPOSString failed";
+  const char* const noNumber = "downcast from CPOSObject to CPOSNumber failed";
+  const struct {
+    std::string text;
+    const char* report;
+  } rows[] = {
+      {"", "unexpected EOF"},
+      {std::string(1, '\0'), "POSObjectStreamerImpl::Deserialize failure"},
+      {"x", "Cannot determine streaming params"},
+      {"]", "Cannot determine streaming params"},
+      {R"([\])", "Cannot determine streaming params"},
+      {R"([\000)", "Cannot determine streaming params"},
+      {"[#1 \"a", "unexpected EOF"},
+      {"\"a\\", "unexpected EOF"},
+      {"\"a\\12", "unexpected EOF"},
+      {R"("\x")", "Unexpected escape sequence"},
+      {R"([\x])", "Unexpected escape sequence"},
+      {R"(\>)", "Unexpected escape sequence"},
+      {"# ", "malformed number"},
+      {"#inf ", "malformed number"},
+      {"#0x1 ", "malformed number"},
+      {"#1\\ ", "unexpected EOF"},
+      {"[#1]\n", "malformed number"},
+      {"#" + std::string(63, '1') + " ", "malformed number"},
+      {"`004`", "malformed Unicode string"},
+      {"`00410`", "malformed Unicode string"},
+      {"`00g1`", "malformed Unicode string"},
+      {"{#1 #1 00}", noString},
+      {"{}", noString},
+      {"{\"t\"\"1\"00}", noNumber},
+      {"{\"t\"}", noNumber},
+      {"{\"t\"#2 00}", "GetChars ran out of input"},
+      {"{\"t\"#2 000}", "GetChars ran out of input"},
+      {"{\"t\"#1 0000}", "Unexpected chars after binary data"},
+      {"{\"t\"#1 0g}", "malformed binary data"},
+      {"{\"t\"#-1 }", "malformed binary data size"},
+      {"{\"t\"#4294967296 }", "malformed binary data size"},
+      {"$00000000 ", "Cannot meaningfully read in a raw pointer (write is for debugging only)"},
+      {"<#1 #2 >", noString},
+      {"<\"a\" >", "missing dictionary value"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(ReadText(row.text), nullptr) << row.text;
+    EXPECT_EQ(host.TakeReports(), std::vector<std::string>{row.report}) << row.text;
+  }
+}
+
+TEST_F(StreamerTest, HeaderNamesTheVersion) {
+  const char* const unknown = "StreamerBase::LookupStreamer unrecognized version";
+  const char* const end = "getNextChar unexpected EOF";
+  const struct {
+    std::string bytes;
+    const char* report;
+    uint32_t read;
+  } rows[] = {
+      {"", end, 0},
+      {"   ", end, 3},
+      {"POSStreamerTypeA_Version1.0", end, 27},
+      {"\t" + kHeader, unknown, 29},
+      {"posStreamerTypeA_Version1.0 #1 ", unknown, 28},
+      {"POSStreamerTypeA_Version1. #1 ", unknown, 27},
+      {std::string("POSStreamerTypeA_Version1.0\0 ", 29), unknown, 29},
+      {std::string(70, 'a'), unknown, 64},
+  };
+  for (const auto& row : rows) {
+    Client client;
+    client.bytes = row.bytes;
+    EXPECT_EQ(ReadFrom(client), nullptr) << row.bytes;
+    ExpectReports({row.report});
+    EXPECT_EQ(client.position, row.read) << row.bytes;
+  }
+  Client client;
+  client.bytes = "   " + kHeader + "#1 ";
+  EXPECT_EQ(numbers.Get(ReadFrom(client)), 1);
+
+  for (const char* version : {"", "POSStreamerTypeA_version1.0", "POSStreamerTypeA_Version1.1"}) {
+    EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), Parse("1"), version), 0);
+    ExpectReports({unknown});
+  }
+  EXPECT_EQ(client.bytes, "   " + kHeader + "#1 ") << "nothing was written";
+}
+
+TEST_F(StreamerTest, StreamIsUsedInBlocks) {
+  const struct {
+    size_t length;  // of the text, quotes included
+    const char* written;
+    const char* read;
+  } rows[] = {
+      {511, "W27 W1 W511", "R512 M540 S539"},
+      {512, "W27 W1 W512", "R512 M540 S540"},
+      {513, "W27 W1 W512 W1", "R512 R512 M543 S541"},
+      {1025, "W27 W1 W512 W512 W1", "R512 R512 R512 M1055 S1053"},
+  };
+  for (const auto& row : rows) {
+    Client client;
+    const ZELInstance string = Keep(strings.NewPOSString(std::string(row.length - 2, 'x').c_str()));
+    ASSERT_EQ(streamers.Serialize(streamer, StreamOver(client), string, nullptr), 1);
+    EXPECT_EQ(client.calls, row.written);
+    client.bytes += "[]";  // what follows is left in the stream
+    client.calls.clear();
+    EXPECT_TRUE(objects.IsEqual(ReadFrom(client), string));
+    EXPECT_EQ(client.calls, Repeat(kHeader.size(), "R1 ") + row.read);
+  }
+}
+
+TEST_F(StreamerTest, NestingIsBounded) {
+  for (const bool dict : {false, true}) {
+    const char* const open = dict ? "<\"k\"" : "[";
+    const char* const close = dict ? ">" : "]";
+    const auto nested = [&](size_t depth) {
+      return Repeat(depth, open) + "{\"t\"#0 }" + Repeat(depth, close);
+    };
+    const ZELInstance deepest = ReadText(nested(POS_NESTING_LIMIT));
+    ASSERT_NE(deepest, nullptr);
+    EXPECT_TRUE(objects.IsEqual(ReadText(Written(deepest)), deepest));
+
+    const ZELInstance tooDeep = Keep(dict ? dicts.NewPOSDict() : arrays.NewPOSArray());
+    dict ? dicts.Put(tooDeep, Atom("k"), deepest) : arrays.Append(tooDeep, deepest);
+    Client client;
+    EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), tooDeep, nullptr), 0);
+    EXPECT_EQ(ReadText(nested(POS_NESTING_LIMIT + 1)), nullptr);
+    ExpectReports({"nesting too deep", "nesting too deep"});
+  }
+  EXPECT_EQ(ReadText(std::string(100000, '{')), nullptr);
+  ExpectReports({"nesting too deep"});
+}
+
+TEST_F(StreamerTest, FirstOfTwoFailuresStands) {
+  const ZELInstance holed = Parse("[1]");
+  arrays.SetAt(holed, 2, Parse("2"));
+  Client client;
+  EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), holed, nullptr), 0);
+  EXPECT_EQ(client.bytes, kHeader + "[\n\t#1 \n\t") << "as far as it got";
+  host.FailAt(Service::kWrite, 3);
+  EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), holed, nullptr), 0);
+  ExpectReports({"CPOSArray::GetAt subscript failed", "CPOSArray::GetAt subscript failed"});
+
+  for (const Service service : {Service::kMark, Service::kSeek}) {
+    host.FailAt(service, 1);
+    EXPECT_EQ(ReadText("#x "), nullptr);
+    ExpectReports({"malformed number"});
+  }
+  EXPECT_EQ(host.FaultsInjected(), 3u);
+
+  Client& behind = Holding("#x rest");
+  EXPECT_EQ(ReadFrom(behind), nullptr);
+  ExpectReports({"malformed number"});
+  EXPECT_EQ(behind.position, kHeader.size() + 3) << "goes back after a failure too";
+}
+
+TEST_F(StreamerTest, NothingIsWrittenBehindAGap) {
+  const ZELInstance string = Keep(strings.NewPOSString(std::string(1500, 'x').c_str()));
+  Client client;
+  host.FailAt(Service::kWrite, 4);
+  EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), string, nullptr), 0);
+  ExpectReports({"injected failure of Write"});
+  EXPECT_EQ(client.calls, "W27 W1 W512");
+}
+
+TEST_F(StreamerTest, FailureToRepositionFailsTheCall) {
+  for (const Service service : {Service::kMark, Service::kSeek}) {
+    host.FailAt(service, 1);
+    EXPECT_EQ(ReadText("#1 "), nullptr);
+    ExpectReports(
+        {service == Service::kMark ? "injected failure of Mark" : "injected failure of Seek"});
+  }
+  Client& client = Holding("#1 rest");
+  client.markTooSmallBy = 32;
+  EXPECT_EQ(ReadFrom(client), nullptr);
+  ExpectReports({"stream position before its unread bytes"});
+}
+
+TEST_F(StreamerTest, RefusesOtherHandles) {
+  Client client;
+  const ZELInstance stream = StreamOver(client);
+  const ZELInstance number = Parse("1");
+  EXPECT_EQ(streamers.Serialize(streamer, nullptr, number, nullptr), 0);
+  EXPECT_EQ(streamers.Serialize(streamer, number, number, nullptr), 0);
+  EXPECT_EQ(streamers.Serialize(streamer, stream, nullptr, nullptr), 0);
+  EXPECT_EQ(streamers.Serialize(nullptr, stream, number, nullptr), 0);
+  EXPECT_EQ(streamers.Serialize(stream, stream, number, nullptr), 0);
+  EXPECT_EQ(streamers.Deserialize(number, stream), nullptr);
+  EXPECT_EQ(streamers.Deserialize(streamer, number), nullptr);
+  EXPECT_EQ(host.TakeReports().size(), 7u);
+  EXPECT_EQ(client.calls, "");
+}
+
+}  // namespace
