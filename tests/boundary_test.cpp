@@ -1,0 +1,214 @@
+// Start and stop: what is looked up, registered and withdrawn, in which order, and what happens when
+// something is missing.
+#include <algorithm>
+
+#include "support.h"
+
+namespace {
+
+using zelhost::BindingEvent;
+using zelhost::Host;
+using zelhost::Service;
+
+// Every interface of the library in the order of its registration.
+const char* const kInterfaces[] = {
+    POS_OBJECT_INTERFACE,    POS_OBJECT_STATICS,           POS_NUMBER_INTERFACE,
+    POS_STRING_INTERFACE,    POS_UNICODE_STRING_INTERFACE, POS_BIN_DATA_INTERFACE,
+    POS_RAW_POINTER_INTERFACE, POS_ARRAY_INTERFACE,        POS_DICT_INTERFACE,
+    POS_DICT_ITERATOR_INTERFACE, POS_STREAMER_INTERFACE,
+};
+
+std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingEvent::Kind kind,
+                               bool wholeTriple) {
+  std::vector<std::string> names;
+  for (const BindingEvent& event : events) {
+    if (event.kind != kind) continue;
+    std::string name = event.interfaceName;
+    if (wholeTriple) name += "." + event.methodName + "." + event.procTypeName;
+    if (names.empty() || names.back() != name) names.push_back(name);
+  }
+  return names;
+}
+
+// The triples of a method list, first to last.
+#define TRIPLE(method, procType) prefix + "." #method "." #procType,
+#define TRIPLES(interfaceName, METHODS)                             \
+  [] {                                                              \
+    const std::string prefix = interfaceName;                       \
+    return std::vector<std::string>{METHODS(TRIPLE)};               \
+  }()
+
+TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
+  Host host;
+  host.RecordBindings(true);
+  host.Start(ZEL_LIBRARY_PATH);
+  const std::vector<BindingEvent> events = host.TakeBindings();
+
+  std::vector<std::string> lookups = TRIPLES("ZEL", ZEL_BINDER_METHODS);
+  for (std::vector<std::string> table :
+       {TRIPLES(ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS),
+        TRIPLES(ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS),
+        TRIPLES(ZEL_STRING_INTERFACE, ZEL_STRING_METHODS),
+        TRIPLES(ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS)}) {
+    lookups.insert(lookups.end(), table.rbegin(), table.rend());  // from the last entry down
+  }
+  EXPECT_EQ(Names(events, BindingEvent::Kind::kLookup, true), lookups);
+
+  std::vector<std::string> registrations;
+  for (const std::vector<std::string>& table : {
+           TRIPLES(POS_OBJECT_INTERFACE, POS_OBJECT_METHODS),
+           TRIPLES(POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS),
+           TRIPLES(POS_NUMBER_INTERFACE, POS_NUMBER_METHODS),
+           TRIPLES(POS_STRING_INTERFACE, POS_STRING_METHODS),
+           TRIPLES(POS_UNICODE_STRING_INTERFACE, POS_UNICODE_STRING_METHODS),
+           TRIPLES(POS_BIN_DATA_INTERFACE, POS_BIN_DATA_METHODS),
+           TRIPLES(POS_RAW_POINTER_INTERFACE, POS_RAW_POINTER_METHODS),
+           TRIPLES(POS_ARRAY_INTERFACE, POS_ARRAY_METHODS),
+           TRIPLES(POS_DICT_INTERFACE, POS_DICT_METHODS),
+           TRIPLES(POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS),
+           TRIPLES(POS_STREAMER_INTERFACE, POS_STREAMER_METHODS),
+       }) {
+    registrations.insert(registrations.end(), table.begin(), table.end());
+  }
+  EXPECT_EQ(registrations.size(), 46u);
+  EXPECT_EQ(Names(events, BindingEvent::Kind::kRegister, true), registrations);
+  EXPECT_EQ(host.LibraryVersion(), 0x00010101u);
+
+  host.Stop();
+  std::vector<std::string> withdrawals = {POS_STREAMER_INTERFACE};
+  withdrawals.insert(withdrawals.end(), kInterfaces, kInterfaces + 10);
+  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kUnregister, false), withdrawals);
+  EXPECT_TRUE(host.Live().AllZero());
+}
+
+TEST(BoundaryTest, AnyMissingProcedureFailsTheStart) {
+  std::vector<std::pair<const char*, const char*>> needed;
+#define NEED(method, procType) needed.emplace_back(interfaceName, #method);
+  const char* interfaceName = "ZEL";
+  ZEL_BINDER_METHODS(NEED)
+  interfaceName = ZEL_CONTAINER_INTERFACE;
+  ZEL_CONTAINER_METHODS(NEED)
+  interfaceName = ZEL_ERROR_INTERFACE;
+  ZEL_ERROR_METHODS(NEED)
+  interfaceName = ZEL_STRING_INTERFACE;
+  ZEL_STRING_METHODS(NEED)
+  interfaceName = ZEL_MEMORY_INTERFACE;
+  ZEL_MEMORY_METHODS(NEED)
+  Host host;
+  for (const auto& [name, method] : needed) {
+    host.Hide(name, method);
+    EXPECT_THROW(host.Start(ZEL_LIBRARY_PATH), zelhost::HostError) << name << "." << method;
+    host.Show(name, method);
+    EXPECT_TRUE(host.Live().AllZero()) << name << "." << method << ToString(host.Live());
+  }
+  host.Start(ZEL_LIBRARY_PATH);
+  host.Stop();
+}
+
+TEST(BoundaryTest, AnyRefusedRegistrationOrFailedCallFailsTheStart) {
+  Host host;
+  uint64_t failures = 0;
+  for (const Service service : {Service::kRegisterProcAddress, Service::kNewStringAtom,
+                                Service::kAlloc, Service::kLookup}) {
+    for (uint64_t n = 1;; ++n) {
+      const uint64_t before = host.FaultsInjected();
+      host.FailAt(service, n);
+      bool started = true;
+      try {
+        host.Start(ZEL_LIBRARY_PATH);
+      } catch (const zelhost::HostError&) {
+        started = false;
+      }
+      host.StopFailing();
+      const bool failed = host.FaultsInjected() != before;
+      EXPECT_EQ(started, !failed) << ServiceName(service) << " " << n;
+      host.Stop();
+      EXPECT_TRUE(host.Live().AllZero()) << ServiceName(service) << " " << n;
+      if (!failed) break;
+      ++failures;
+    }
+  }
+  EXPECT_GE(failures, 46u + 10 + 1 + 37);
+  // Core error 1 may be missing, core error 0 may not.
+  host.FailAt(Service::kGetCoreError, 2);
+  host.Start(ZEL_LIBRARY_PATH);
+  host.Stop();
+  host.FailAt(Service::kGetCoreError, 1);
+  EXPECT_THROW(host.Start(ZEL_LIBRARY_PATH), zelhost::HostError);
+  EXPECT_TRUE(host.Live().AllZero());
+}
+
+using StartedTest = zeltest::LibraryTest;
+
+TEST_F(StartedTest, ATableIsImportedAgainOnItsNextUseAfterAWithdrawal) {
+  host.RecordBindings(true);
+  Keep(binData.NewPOSBinData("t", "x", 1));
+  host.TakeBindings();
+  Keep(binData.NewPOSBinData("t", "x", 1));
+  Keep(numbers.NewPOSNumber(1));
+  EXPECT_TRUE(host.TakeBindings().empty());
+  host.ChangeUnregisterCount();
+  Keep(numbers.NewPOSNumber(1));  // uses the tables bound at link only
+  EXPECT_TRUE(host.TakeBindings().empty());
+  Keep(binData.NewPOSBinData("t", "x", 1));
+  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kLookup, false),
+            std::vector<std::string>{ZEL_SHARED_BUFF_INTERFACE});
+
+  // A method that is gone by then is an error without words; the next use tries again.
+  host.Hide(ZEL_SHARED_BUFF_INTERFACE, "GetSize");
+  EXPECT_EQ(binData.NewPOSBinData("t", "x", 1), nullptr);
+  EXPECT_EQ(binData.NewPOSBinData("t", "x", 1), nullptr);
+  ExpectReports({"", ""});
+  host.Show(ZEL_SHARED_BUFF_INTERFACE, "GetSize");
+  Keep(binData.NewPOSBinData("t", "x", 1));
+}
+
+TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
+  const ZELInstance array = Keep(arrays.NewPOSArray());
+  const ZELInstance number = Keep(numbers.NewPOSNumber(1));
+  arrays.Append(array, number);
+  host.ResetCalls();
+  arrays.Append(array, number);
+  EXPECT_EQ(host.Calls(Service::kGetMethod), 0u);
+  host.ChangeUnregisterCount();
+  arrays.Append(array, number);
+  arrays.Append(array, number);
+  EXPECT_EQ(host.Calls(Service::kGetMethod), 3u);
+
+  // A failed import stays failed until the binder changes again, and members keep their methods.
+  host.Hide(POS_OBJECT_INTERFACE, "GetType");
+  arrays.Append(array, number);
+  const uint64_t asked = host.Calls(Service::kGetMethod);
+  arrays.Append(array, number);
+  EXPECT_EQ(host.Calls(Service::kGetMethod), asked);
+  ExpectReports({"invalid container", "invalid container"});
+  host.Show(POS_OBJECT_INTERFACE, "GetType");
+  arrays.Append(array, number);
+  ExpectReports({"invalid container"});
+  host.ChangeUnregisterCount();
+  arrays.Append(array, number);
+  EXPECT_TRUE(objects.IsEqual(array, array));
+  EXPECT_EQ(arrays.Count(array), 5u);
+}
+
+TEST_F(StartedTest, InitialisingTwiceAndTerminatingTwiceDoNothing) {
+  // The library is one per process: what the loader gives again is the one that runs.
+  Host* running = &host;
+  EXPECT_THROW(running->Start(ZEL_LIBRARY_PATH), zelhost::HostError);
+}
+
+TEST(BoundaryTest, UnloadingMakesNoCallIntoTheHost) {
+  Host host;
+  host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
+  host.Start(ZEL_LIBRARY_PATH);
+  const auto text = host.Find<POSObjectCreateFromTextProc>(POS_OBJECT_STATICS, "CreateFromText",
+                                                           "POSObjectCreateFromTextProc");
+  const auto addRef = host.Find<ZELAddRefContainerV2Proc>(ZEL_CONTAINER_INTERFACE, "AddRef",
+                                                          "ZELAddRefContainerV2Proc");
+  EXPECT_NE(addRef(text("<a [1 (two) <b `0003`>]>", nullptr)), 0);
+  host.ResetCalls();
+  host.Unload();
+  EXPECT_EQ(host.TotalCalls(), 0u);
+}
+
+}  // namespace

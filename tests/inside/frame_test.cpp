@@ -1,0 +1,302 @@
+// What of the frame cannot be seen from the boundary: error objects, guards, atoms, getters that no
+// procedure uses, wrappers, streams of the library's own.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "frame/client_stream.h"
+#include "frame/core_interfaces.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/pos_wrappers.h"
+#include "frame/registry.h"
+#include "zelhost/host.h"
+
+namespace {
+
+using namespace ZEL_T_NMT;  // NOLINT(google-build-using-namespace): what is tested
+using zelhost::Service;
+
+class FrameTest : public ::testing::Test {
+ protected:
+  FrameTest() {
+    host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
+  }
+  void TearDown() override {
+    EXPECT_EQ(host.Reports(), std::vector<std::string>());
+    host.Stop();
+    EXPECT_EQ(ToString(host.Live()), "nothing");
+  }
+  zelhost::Host host;
+};
+
+// The text by which an exception that `raise` raises is reported.
+template <class Raise>
+std::string Raised(Raise raise) {
+  try {
+    raise();
+  } catch (const std::exception& error) {
+    return ExceptionText(error);
+  }
+  return "nothing raised";
+}
+
+TEST_F(FrameTest, ErrorObjects) {
+  const CZELError empty;
+  EXPECT_STREQ(empty.what(), "Invalid CZELError");
+  EXPECT_STREQ(empty.GetComponent().Text(), "");
+  const CZELError error("no such thing", "ZEL", 7);
+  EXPECT_STREQ(CZELError(error).what(), "no such thing");
+  EXPECT_STREQ(error.GetComponent().Text(), "ZEL");
+
+  // Only component "DUX" with number 1 is the allocation failure.
+  struct {
+    const char* component;
+    int32_t id;
+    const char* text;
+  } const rows[] = {{"DUX", 1, "bad allocation"}, {"DUX", 2, "m"}, {"ZEL", 1, "m"}, {"", 1, "m"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(Raised([&] { ZELRaiseError(Errors().NewError("m", row.component, row.id, 0, 0)); }),
+              row.text);
+  }
+  EXPECT_EQ(host.Live().errors, 3u) << "this test's own, and core errors 0 and 1";
+}
+
+struct Unheard {};
+
+void RaiseKind(int kind) {
+  if (kind == 1) throw DUXException("a text");
+  if (kind == 2) RaiseAllocationFailure();
+  if (kind == 3) ZELRaise("an error", "ZEL");
+  if (kind == 4) throw Unheard();
+  if (kind == 5) throw std::exception();
+  if (kind == 6) throw CZELError();
+  if (kind == 7) throw std::bad_alloc();
+}
+
+int32_t ReturnOrRaise(int kind) {
+  RaiseKind(kind);
+  return 42;
+}
+
+TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
+  const char* const reports[] = {nullptr,   "a text",          "bad allocation",
+                                 "an error", "unknown ZEL error", "Unknown exception",
+                                 "Invalid CZELError", "bad allocation"};
+  for (int kind = 0; kind < 8; ++kind) {
+    EXPECT_EQ(ProcedureGuard<&ReturnOrRaise>::Call(kind), kind == 0 ? 42 : 0);
+    EXPECT_EQ(host.TakeReports(), kind == 0 ? std::vector<std::string>()
+                                            : std::vector<std::string>{reports[kind]});
+    const ZELErrorObject error = MethodGuard<&RaiseKind>::Call(kind);
+    if (kind == 0 || kind == 6) {
+      EXPECT_EQ(error, nullptr);
+    } else if (kind == 1 || kind == 3 || kind == 5) {
+      const CZELError held = CZELError::Adopt(error);
+      EXPECT_STREQ(held.what(), reports[kind]);
+      EXPECT_STREQ(held.GetComponent().Text(), kind == 3 ? "ZEL" : "DUX");
+    } else {
+      EXPECT_EQ(error, (kind == 4 ? g_unknownError : g_outOfMemoryError).Handle());
+      Errors().Release(error);
+    }
+  }
+  // Where the host has no error object to give, a failure is still no success.
+  host.FailAt(Service::kGetCoreError, 1);
+  host.FailAt(Service::kNewError, 1);
+  for (const int kind : {1, 2}) {
+    const ZELErrorObject error = MethodGuard<&RaiseKind>::Call(kind);
+    EXPECT_EQ(error, g_unknownError.Handle());
+    Errors().Release(error);
+  }
+}
+
+TEST_F(FrameTest, Atoms) {
+  const CZELStringAtom first("ab"), empty(""), none;
+  EXPECT_EQ(CZELStringAtom::Join(first, empty).Text(), first.Text());
+  EXPECT_STREQ(CZELStringAtom::Join(first, first).Text(), "abab");
+  EXPECT_EQ(CZELStringAtom::Join(none, first).Atom(), first.Atom());
+  EXPECT_STREQ(CZELStringAtom::Join(none, none).Text(), "");
+  host.FailAt(Service::kAlloc, 1);
+  EXPECT_EQ(Raised([&] { CZELStringAtom::Join(first, empty); }), "bad allocation");
+  host.FailAt(Service::kNewStringAtom, 1);
+  EXPECT_EQ(Raised([] { CZELStringAtom("x"); }), "bad allocation");
+}
+
+TEST_F(FrameTest, InterfacesThatNoProcedureUsesCanBeImported) {
+  EXPECT_NE(Cache().slots[0], nullptr);
+  ASSERT_NE(Filters(), nullptr);
+  ASSERT_NE(Progress(), nullptr);
+  for (const char* name : {ZEL_CACHE_INTERFACE, ZEL_FILTER_INTERFACE, ZEL_PROGRESS_INTERFACE}) {
+    host.Hide(name, "AddRef");
+  }
+  EXPECT_EQ(Raised([] { Cache(); }), "") << "strict mode answers before the getter can";
+  // Without it the getters answer for themselves.
+  g_link.strict = false;
+  EXPECT_EQ(Raised([] { Cache(); }), "Missing Interface");
+  EXPECT_EQ(Filters(), nullptr);
+  EXPECT_EQ(g_core.filters.table.slots[0], nullptr);
+  EXPECT_EQ(Progress(), nullptr);
+  EXPECT_EQ(g_core.progress.table.slots[0], nullptr);
+  g_link.strict = true;
+}
+
+TEST_F(FrameTest, TerminatorsRunFromTheLastConstructedToTheFirst) {
+  const LazyTerminate* const order[] = {
+      &g_posValidators,   &g_posObjects,        &g_positionableStreams, &g_rewindableStreams,
+      &g_simpleStreams,   &g_dataBlockStreams,  &g_sizedDataStores,     &g_dataStores};
+  const LazyTerminate* element = LazyTerminate::List().First();
+  for (const LazyTerminate* expected : order) {
+    ASSERT_EQ(element, expected);
+    element = element->Next();
+  }
+  EXPECT_EQ(element, nullptr);
+  EXPECT_EQ(LazyTerminate::List().Count(), 8u);
+}
+
+TEST_F(FrameTest, DowncastsKeepOrRefuseWithoutLosingAReference) {
+  const CPOSObject number = CPOSNumber::New(1);
+  const CPOSObject string = CPOSString::New("s");
+  const auto casts = [](const CPOSObject& source, bool quiet) {
+    return std::vector<std::string>{
+        Raised([&] { CPOSArray(source, quiet); }),  Raised([&] { CPOSBinData(source, quiet); }),
+        Raised([&] { CPOSDict(source, quiet); }),   Raised([&] { CPOSNumber(source, quiet); }),
+        Raised([&] { CPOSRawPointer(source, quiet); }),
+        Raised([&] { CPOSUnicodeString(source, quiet); })};
+  };
+  std::vector<std::string> messages;
+  for (const char* name : {"CPOSArray", "CPOSBinData", "CPOSDict", "CPOSNumber", "CPOSRawPointer",
+                           "CPOSUnicodeString"}) {
+    messages.push_back("downcast from CPOSObject to " + std::string(name) + " failed");
+  }
+  EXPECT_EQ(casts(string, false), messages);
+  EXPECT_EQ(casts(CPOSObject(), false), messages);
+  EXPECT_EQ(casts(string, true), std::vector<std::string>(6, "nothing raised"));
+  EXPECT_EQ(Raised([&] { CPOSString(number, false); }),
+            "downcast from CPOSObject to CPOSString failed");
+  EXPECT_TRUE(CPOSString(number, true).IsEmpty());
+  EXPECT_STREQ(CPOSString(string, false).Get(), "s");
+  EXPECT_EQ(host.RefCount(number.Handle()), 1u);
+  EXPECT_EQ(host.RefCount(string.Handle()), 1u);
+  EXPECT_EQ(Raised([] { CPOSObject(nullptr); }), "invalid container");
+
+  const CPOSDict dict = CPOSDict::New();
+  dict.Put("n", number);
+  EXPECT_EQ(dict.Get("n").Handle(), number.Handle());
+  EXPECT_TRUE(dict.Get("absent", true).IsEmpty());
+  EXPECT_EQ(Raised([&] { dict.Get("absent"); }), "CPOSDict::Get failed");
+  EXPECT_TRUE(dict.GetString("n", true).IsEmpty());
+  EXPECT_EQ(Raised([&] { dict.GetString("n", false); }),
+            "downcast from CPOSObject to CPOSString failed");
+  const CPOSArray array = CPOSArray::New();
+  EXPECT_EQ(Raised([&] { array.GetAt(0); }), "CPOSArray::GetAt subscript failed");
+  EXPECT_EQ(Raised([&] { array.Append(CPOSObject()); }), "CPOSArray::Append failed");
+  EXPECT_EQ(Raised([&] { dict.Put("n", CPOSObject()); }), "CPOSDict::Put failed");
+  EXPECT_EQ(host.TakeReports(), std::vector<std::string>(2, "invalid container"));
+  const uint16_t units[] = {1, 2, 0, 3};
+  EXPECT_EQ(UnicodeLength(units), 2u);
+  EXPECT_EQ(UnicodeLength(units + 2), 0u);
+}
+
+// A new instance whose reference the host refuses is ended, not lost.
+TEST_F(FrameTest, ARefusedReferenceEndsTheNewInstance) {
+  host.FailAt(Service::kAddRef, 1);
+  EXPECT_EQ(Raised([] { CPOSNumber::New(1); }), "invalid container");
+  host.FailAt(Service::kGetMethod, 1);
+  EXPECT_NE(Raised([] { CPOSNumber::New(1); }), "nothing raised");
+  EXPECT_EQ(host.Live().instances, 0u);
+  // That import stays failed until the binder changes.
+  EXPECT_EQ(Raised([] { CPOSNumber::New(1); }), "invalid container");
+  host.ChangeUnregisterCount();
+  CPOSNumber::New(1);
+}
+
+TEST_F(FrameTest, ANodeThatDoesNotFitIn32BitsIsRefused) {
+  for (const uint32_t count : {0xFFFFFFFFu, 0xFFFFFFFFu / static_cast<uint32_t>(sizeof(ZELProc))}) {
+    EXPECT_EQ(Raised([&] { ZELVTabGeneric::Create(count); }), "Math overflow exception");
+  }
+}
+
+int g_streamsDestroyed = 0;
+
+// Notes how it is called.
+class NotingStream : public ZELClientPositionableStream {
+ public:
+  ~NotingStream() override { ++g_streamsDestroyed; }
+  uint32_t Read(void* buffer, uint32_t count) override {
+    std::memset(buffer, 'x', count);
+    return count;
+  }
+  void Write(const void*, uint32_t) override { ZELRaise("read only", "ZEL"); }
+  void Seek(uint32_t position, uint32_t second) override { position_ = position + second; }
+  uint32_t Mark() override { return position_; }
+
+ private:
+  uint32_t position_ = 9;
+};
+
+TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
+  g_streamsDestroyed = 0;
+  {
+    CZELPositionableStream stream(PublishPositionableStream(std::make_unique<NotingStream>()));
+    char bytes[4] = {};
+    EXPECT_EQ(stream.Read(bytes, 3), 3u);
+    EXPECT_STREQ(bytes, "xxx");
+    EXPECT_EQ(stream.Mark(), 9u);
+    EXPECT_EQ(Raised([&] { stream.Write("y", 1); }), "read only");
+    const RewindableStreamSlots& rewindable = *g_rewindableStreams.Lookup(stream.Handle());
+    EXPECT_EQ(rewindable.Rewind(stream.Handle()), nullptr);
+    EXPECT_EQ(stream.Mark(), 0u) << "rewinding seeks to the start";
+    ZELInstance other = nullptr;
+    const ZELErrorObject none =
+        rewindable.CreateIndependentlyRewindableStream(stream.Handle(), &other);
+    EXPECT_EQ(none, g_unknownError.Handle()) << "a class without such streams";
+    EXPECT_EQ(other, nullptr);
+    Errors().Release(none);
+    EXPECT_EQ(g_streamsDestroyed, 0);
+  }
+  EXPECT_EQ(g_streamsDestroyed, 1);
+
+  host.FailAt(Service::kNewClientStream, 1);
+  EXPECT_NE(Raised([] { PublishPositionableStream(std::make_unique<NotingStream>()); }),
+            "nothing raised");
+  EXPECT_EQ(g_streamsDestroyed, 2);
+  host.Hide(ZEL_STREAM_FACTORY_INTERFACE);
+  g_link.strict = false;
+  EXPECT_EQ(PublishPositionableStream(std::make_unique<NotingStream>()), nullptr);
+  g_link.strict = true;
+  EXPECT_EQ(g_streamsDestroyed, 3);
+
+  EXPECT_EQ(Raised([] { CZELPositionableStream stream(nullptr); }), "couldn't get signature");
+  const CPOSObject number = CPOSNumber::New(1);
+  EXPECT_EQ(Raised([&] { CZELPositionableStream stream(number.Handle()); }), "invalid container");
+}
+
+// Objects and streams outlive the link they were made under; their method tables do not.
+TEST_F(FrameTest, WhatClientsHoldSurvivesARestart) {
+  ZELInstance handle = nullptr;
+  {
+    const ZELInstance text =
+        Need(POSStatics()).CreateFromText("<list [1 [2]] name (n)>", nullptr);
+    ASSERT_NE(Containers().AddRef(text), 0);
+    handle = text;
+  }
+  ZELInstance memory = nullptr;
+  ZELCheck(StreamFactory()->NewPositionableMemoryStream(&memory));
+  auto stream = std::make_unique<CZELPositionableStream>(memory);
+  stream->Write("abc", 3);
+
+  ZELUtilsTerminate();
+  EXPECT_EQ(Raised([&] { stream->Mark(); }), "Invalid CZELError") << "no link, no methods";
+  EXPECT_EQ(ZELUtilsInitialize(zelhost::Host::LookupProc()), 1);
+  EXPECT_EQ(stream->Mark(), 3u);
+  stream.reset();
+  {
+    const CPOSObject held(handle);
+    Containers().Release(handle);
+    const ZELInstance clone = held.Clone();
+    ASSERT_NE(clone, nullptr);
+    const CPOSObject copy = CPOSObject::TakeNew(clone);
+    EXPECT_TRUE(held.IsEqual(copy.Handle()));
+  }
+}
+
+}  // namespace
