@@ -48,11 +48,6 @@ function(zel_sources variable)
   else()
     list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
   endif()
-  if(NOT sources)
-    # A folder whose files are still to come does not keep the others from being built.
-    set(sources ${PROJECT_BINARY_DIR}/nothing_yet.cpp)
-    file(CONFIGURE OUTPUT ${sources} CONTENT "// no sources yet\n")
-  endif()
   if(CMAKE_CXX_CLANG_TIDY)
     # A changed list of checks has everything checked again.
     set_property(SOURCE ${sources} APPEND PROPERTY OBJECT_DEPENDS ${PROJECT_SOURCE_DIR}/.clang-tidy)

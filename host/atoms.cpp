@@ -31,6 +31,23 @@ constexpr std::size_t kFirstBucketCount = 1024;
 State* state = nullptr;
 Heap texts;
 
+template <typename Word>
+std::uint64_t Load(const char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Up to seven bytes as one number, different for different bytes of one length.
+std::uint64_t LoadTail(const char* bytes, std::size_t length) noexcept {
+  if (length >= 4) {
+    return Load<std::uint32_t>(bytes) | Load<std::uint32_t>(bytes + length - 4) << 32;
+  }
+  if (length == 0) return 0;
+  const auto byte = [&](std::size_t i) { return Load<unsigned char>(bytes + i); };
+  return byte(0) | byte(length / 2) << 8 | byte(length - 1) << 16;
+}
+
 // Eight bytes a step. The seed keeps documents from bringing along keys that all collide.
 std::uint32_t Hash(const char* text, std::size_t length) noexcept {
   constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
@@ -39,15 +56,8 @@ std::uint32_t Hash(const char* text, std::size_t length) noexcept {
     hash = (hash ^ word) * kMultiplier;
     hash ^= hash >> 32;
   };
-  std::uint64_t word = 0;
-  for (; length >= sizeof word; length -= sizeof word, text += sizeof word) {
-    std::memcpy(&word, text, sizeof word);
-    mix(word);
-  }
-  word = 0;
-  std::memcpy(&word, text, length);
-  mix(word);
-  mix(0);
+  for (; length >= 8; length -= 8, text += 8) mix(Load<std::uint64_t>(text));
+  mix(LoadTail(text, length));
   return static_cast<std::uint32_t>(hash);
 }
 

@@ -71,7 +71,8 @@ std::string ToString(const Counts& counts) {
 
 struct Host::Library {
   LibraryEntryPoints functions;
-  std::unique_ptr<LoadedLibrary> loaded;  // also after Stop, as long as its code may be needed
+  // The one that is started, and earlier ones whose code may still be needed.
+  std::vector<std::unique_ptr<LoadedLibrary>> loaded;
   bool started = false;
   std::function<void(const std::vector<Leak>&)> leakSink = PrintLeaks;
 };
@@ -104,7 +105,7 @@ void Host::Start(const std::string& path) {
       RequireSymbol<ZELUtilsGetVersionProc>(*loaded, path, "ZELUtilsGetVersion"),
       RequireSymbol<ZELUtilsInitializeProc>(*loaded, path, "ZELUtilsInitialize"),
       RequireSymbol<ZELUtilsTerminateProc>(*loaded, path, "ZELUtilsTerminate")};
-  library_->loaded = std::move(loaded);
+  library_->loaded.push_back(std::move(loaded));
   Start(functions);
 }
 
@@ -128,12 +129,12 @@ void Host::Stop() {
   if (const std::vector<Leak> leaks = Leaks(); !leaks.empty() && library_->leakSink) {
     library_->leakSink(leaks);
   }
-  if (Live().instances == 0) library_->loaded.reset();
+  if (Live().instances == 0) library_->loaded.clear();
 }
 
 void Host::Unload() {
   library_->started = false;
-  library_->loaded.reset();
+  library_->loaded.clear();
 }
 
 bool Host::Started() const noexcept { return library_->started; }

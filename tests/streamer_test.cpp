@@ -49,8 +49,6 @@ struct Client {
     self.bytes.append(static_cast<const char*>(bytes), count);
     return nullptr;
   }
-  static ZELErrorObject Create(void*, ZELInstance*) { return nullptr; }
-  static ZELErrorObject Rewind(void*) { return nullptr; }
   static ZELErrorObject Mark(void* client, uint32_t* position) {
     auto& self = *static_cast<Client*>(client);
     self.Log("M", *position = self.position - self.markTooSmallBy);
@@ -63,7 +61,6 @@ struct Client {
     self.position = position;
     return nullptr;
   }
-  static void Destroy(void*) {}
 };
 
 class StreamerTest : public zeltest::LibraryTest {
@@ -71,8 +68,8 @@ class StreamerTest : public zeltest::LibraryTest {
   ZELInstance StreamOver(Client& client) {
     ZELInstance stream = nullptr;
     EXPECT_EQ(streams.NewClientPositionableStream(&stream, &client, &Client::Read, &Client::Write,
-                                                  &Client::Create, &Client::Rewind, &Client::Create,
-                                                  &Client::Mark, &Client::Seek, &Client::Destroy),
+                                                  nullptr, nullptr, nullptr, &Client::Mark,
+                                                  &Client::Seek, nullptr),
               nullptr);
     return Keep(stream);
   }
@@ -231,7 +228,6 @@ TEST_F(StreamerTest, ReaderErrors) {
       {"]", "Cannot determine streaming params"},
       {R"([\])", "Cannot determine streaming params"},
       {R"([\000)", "Cannot determine streaming params"},
-      {"[#1 \"a", "unexpected EOF"},
       {"\"a\\", "unexpected EOF"},
       {"\"a\\12", "unexpected EOF"},
       {R"("\x")", "Unexpected escape sequence"},
@@ -239,7 +235,6 @@ TEST_F(StreamerTest, ReaderErrors) {
       {R"(\>)", "Unexpected escape sequence"},
       {"# ", "malformed number"},
       {"#inf ", "malformed number"},
-      {"#0x1 ", "malformed number"},
       {"#1\\ ", "unexpected EOF"},
       {"[#1]\n", "malformed number"},
       {"#" + std::string(63, '1') + " ", "malformed number"},

@@ -3,11 +3,19 @@
 namespace ZEL_T_NMT {
 namespace {
 
-// Tells whether a procedure without a result has reported a failure since this was made.
+// Tells whether a procedure has reported a failure since this was made: its result alone does not
+// where there is none, or where the neutral one is as good as any.
 class ReportWatch {
  public:
   void RaiseIfReported(const char* message) const {
-    if (g_link.reports != before_) [[unlikely]] RaisePOSException(message);
+    if (g_link.reports != before_) [[unlikely]] {
+      RaisePOSException(message);
+    }
+  }
+  template <class Result>
+  Result Checked(Result result, const char* message) const {
+    RaiseIfReported(message);
+    return result;
   }
 
  private:
@@ -59,7 +67,10 @@ bool CPOSNumber::Is(ZELInstance handle) {
 
 CPOSObject CPOSNumber::New(double value) { return TakeNew(Need(POSNumbers()).NewPOSNumber(value)); }
 
-double CPOSNumber::Get() const { return Need(POSNumbers()).Get(Handle()); }
+double CPOSNumber::Get() const {
+  const ReportWatch watch;
+  return watch.Checked(Need(POSNumbers()).Get(Handle()), "CPOSNumber::Get failed");
+}
 
 CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
   Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSString failed");
@@ -115,7 +126,10 @@ const char* CPOSBinData::GetTypeName() const {
 
 const void* CPOSBinData::GetBinData() const { return Need(POSBinDatas()).GetBinData(Handle()); }
 
-uint32_t CPOSBinData::GetSize() const { return Need(POSBinDatas()).GetSize(Handle()); }
+uint32_t CPOSBinData::GetSize() const {
+  const ReportWatch watch;
+  return watch.Checked(Need(POSBinDatas()).GetSize(Handle()), "CPOSBinData::GetSize failed");
+}
 
 CPOSRawPointer::CPOSRawPointer(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
   Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSRawPointer failed");
@@ -141,7 +155,10 @@ bool CPOSArray::Is(ZELInstance handle) {
 
 CPOSArray CPOSArray::New() { return {TakeNew(Need(POSArrays()).NewPOSArray()), false}; }
 
-uint32_t CPOSArray::Count() const { return Need(POSArrays()).Count(Handle()); }
+uint32_t CPOSArray::Count() const {
+  const ReportWatch watch;
+  return watch.Checked(Need(POSArrays()).Count(Handle()), "CPOSArray::Count failed");
+}
 
 CPOSObject CPOSArray::GetAt(uint32_t index) const {
   const ZELInstance element = Need(POSArrays()).GetAt(Handle(), index);
@@ -192,11 +209,23 @@ CPOSDictIterator::CPOSDictIterator(const CPOSObject& dict)
     : iterator_(ContainerReference::TakeNew(
           Need(POSDictIterators()).NewPOSDictIterator(dict.Handle()))) {}
 
-void CPOSDictIterator::Begin() const { Need(POSDictIterators()).Begin(iterator_.Get()); }
+void CPOSDictIterator::Begin() const {
+  const ReportWatch watch;
+  Need(POSDictIterators()).Begin(iterator_.Get());
+  watch.RaiseIfReported("CPOSDictIterator::Begin failed");
+}
 
-void CPOSDictIterator::Next() const { Need(POSDictIterators()).Next(iterator_.Get()); }
+void CPOSDictIterator::Next() const {
+  const ReportWatch watch;
+  Need(POSDictIterators()).Next(iterator_.Get());
+  watch.RaiseIfReported("CPOSDictIterator::Next failed");
+}
 
-bool CPOSDictIterator::IsDone() const { return Need(POSDictIterators()).IsDone(iterator_.Get()); }
+bool CPOSDictIterator::IsDone() const {
+  const ReportWatch watch;
+  return watch.Checked(Need(POSDictIterators()).IsDone(iterator_.Get()),
+                       "CPOSDictIterator::IsDone failed");
+}
 
 const char* CPOSDictIterator::CurKey() const {
   return NotNull(Need(POSDictIterators()).CurKey(iterator_.Get()),

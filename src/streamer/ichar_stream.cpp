@@ -79,12 +79,11 @@ uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
 uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept {
   const uint32_t limit = std::min(wanted, count_ / 2);
   uint32_t pairs = 0;
-  while (pairs < limit) {
-    const int value = HexPairValue(cursor_[2 * pairs], cursor_[2 * pairs + 1]);
+  for (; pairs < limit; ++pairs, cursor_ += 2) {
+    const int value = HexPairValue(cursor_[0], cursor_[1]);
     if (value < 0) break;
-    bytes[pairs++] = static_cast<unsigned char>(value);
+    bytes[pairs] = static_cast<unsigned char>(value);
   }
-  cursor_ += size_t{2} * pairs;
   count_ -= 2 * pairs;
   return pairs;
 }
