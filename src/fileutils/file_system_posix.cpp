@@ -1,0 +1,107 @@
+// The status of a file of any size, on 32-bit systems as well; has to stand before the first system
+// header.
+#define _FILE_OFFSET_BITS 64
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "fileutils/file_system.h"
+#if !defined(__linux__)
+#include <pthread.h>
+#endif
+
+namespace NFileSystem {
+namespace {
+
+int Result(int status) noexcept { return status == 0 ? 0 : errno; }
+
+// An empty directory reserves the name: a directory may be renamed onto an empty one, and onto
+// nothing else, should somebody put a file into it meanwhile.
+int RenameDirectory(const char* from, const char* to) noexcept {
+  if (mkdir(to, 0700) != 0) return errno;
+  if (rename(from, to) == 0) return 0;
+  const int error = errno;
+  rmdir(to);
+  return error;
+}
+
+// For file systems that cannot rename exclusively: a new link fails where the name exists.
+int RenameByLink(const char* from, const char* to) noexcept {
+  struct stat status;
+  if (lstat(from, &status) != 0) return errno;
+  if (S_ISDIR(status.st_mode)) return RenameDirectory(from, to);
+  if (linkat(AT_FDCWD, from, AT_FDCWD, to, 0) != 0) return errno;
+  if (unlink(from) == 0) return 0;
+  const int error = errno;
+  unlink(to);
+  return error;
+}
+
+}  // namespace
+
+int TempDirectory(DirectoryText& text) noexcept {
+  const char* directory = std::getenv("TMPDIR");
+  if (directory == nullptr || directory[0] == '\0') directory = P_tmpdir;
+  const size_t length = std::strlen(directory);
+  const size_t separator = EndsWithSeparator(directory, length) ? 0 : 1;
+  if (length >= sizeof text - separator) return ENAMETOOLONG;
+  std::memcpy(text, directory, length);
+  text[length] = kSeparator;
+  text[length + separator] = '\0';
+  return 0;
+}
+
+int CurrentDirectory(DirectoryText& text) noexcept {
+  if (getcwd(text, sizeof text) != nullptr) return 0;
+  return errno == ERANGE ? ENAMETOOLONG : errno;
+}
+
+bool EndsWithSeparator(const char* text, size_t length) noexcept {
+  return length > 0 && text[length - 1] == kSeparator;
+}
+
+bool Exists(const char* path) noexcept {
+  struct stat status;
+  return stat(path, &status) == 0;
+}
+
+int CreateNewFile(const char* path) noexcept {
+  int file = -1;
+  do {
+    file = open(path, O_CREAT | O_EXCL | O_RDONLY | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+  } while (file < 0 && errno == EINTR);
+  if (file < 0) return errno;
+  close(file);
+  return 0;
+}
+
+int Remove(const char* path) noexcept { return Result(unlink(path)); }
+
+int Rename(const char* from, const char* to) noexcept {
+#if defined(RENAME_NOREPLACE)
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
+  // These two say that the kernel or the file system does not know the flag.
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+#endif
+  return RenameByLink(from, to);
+}
+
+uint32_t ProcessId() noexcept { return static_cast<uint32_t>(getpid()); }
+
+uint32_t ThreadId() noexcept {
+#if defined(__linux__)
+  return static_cast<uint32_t>(gettid());
+#else
+  // Without numbered threads, the address that the system knows the thread by has to serve.
+  const uint64_t id = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
+  return static_cast<uint32_t>(id ^ (id >> 32));
+#endif
+}
+
+}  // namespace NFileSystem

@@ -1,0 +1,247 @@
+// The code page of a byte text is the one that the system's own byte-text calls use.
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+
+#include <cerrno>
+#include <cstring>
+#include <cwchar>
+
+#include "fileutils/file_system.h"
+
+namespace NFileSystem {
+namespace {
+
+// Error numbers as the platform's C runtime gives them, with those added that it has no name for.
+int ErrorNumber(DWORD error) noexcept {
+  struct Entry {
+    DWORD error;
+    int number;
+  };
+  static constexpr Entry kEntries[] = {
+      {ERROR_FILE_NOT_FOUND, ENOENT},    {ERROR_PATH_NOT_FOUND, ENOENT},
+      {ERROR_INVALID_DRIVE, ENOENT},     {ERROR_NO_MORE_FILES, ENOENT},
+      {ERROR_BAD_NETPATH, ENOENT},       {ERROR_BAD_NET_NAME, ENOENT},
+      {ERROR_BAD_PATHNAME, ENOENT},      {ERROR_FILENAME_EXCED_RANGE, ENOENT},
+      {ERROR_ACCESS_DENIED, EACCES},     {ERROR_CURRENT_DIRECTORY, EACCES},
+      {ERROR_WRITE_PROTECT, EACCES},     {ERROR_SHARING_VIOLATION, EACCES},
+      {ERROR_LOCK_VIOLATION, EACCES},    {ERROR_NETWORK_ACCESS_DENIED, EACCES},
+      {ERROR_CANNOT_MAKE, EACCES},       {ERROR_DRIVE_LOCKED, EACCES},
+      {ERROR_LOCK_FAILED, EACCES},       {ERROR_FILE_EXISTS, EEXIST},
+      {ERROR_ALREADY_EXISTS, EEXIST},    {ERROR_TOO_MANY_OPEN_FILES, EMFILE},
+      {ERROR_NOT_ENOUGH_MEMORY, ENOMEM}, {ERROR_OUTOFMEMORY, ENOMEM},
+      {ERROR_NOT_ENOUGH_QUOTA, ENOMEM},  {ERROR_NOT_SAME_DEVICE, EXDEV},
+      {ERROR_HANDLE_DISK_FULL, ENOSPC},  {ERROR_DISK_FULL, ENOSPC},
+      {ERROR_DIR_NOT_EMPTY, ENOTEMPTY},  {ERROR_NO_UNICODE_TRANSLATION, EILSEQ},
+  };
+  for (const Entry& entry : kEntries) {
+    if (entry.error == error) return entry.number;
+  }
+  return EINVAL;
+}
+
+int LastErrorNumber() noexcept { return ErrorNumber(GetLastError()); }
+
+UINT CodePage() noexcept { return AreFileApisANSI() ? GetACP() : GetOEMCP(); }
+
+// A path in wide characters. The few that do not fit beside the object go to the process's heap,
+// which unlike the host's memory may be used from any thread.
+class WidePath {
+ public:
+  explicit WidePath(const char* path) noexcept {
+    if (Convert(path, local_, kLocalSize) != 0) {
+      path_ = local_;
+      return;
+    }
+    if (GetLastError() == ERROR_INSUFFICIENT_BUFFER) {
+      const int length = Convert(path, nullptr, 0);
+      const size_t size = sizeof(wchar_t) * static_cast<size_t>(length);
+      if (length > 0) heap_ = static_cast<wchar_t*>(HeapAlloc(GetProcessHeap(), 0, size));
+      if (length > 0 && heap_ == nullptr) {
+        error_ = ENOMEM;
+        return;
+      }
+      if (length > 0 && Convert(path, heap_, length) != 0) {
+        path_ = heap_;
+        return;
+      }
+    }
+    error_ = LastErrorNumber();
+  }
+  WidePath(const WidePath&) = delete;
+  WidePath& operator=(const WidePath&) = delete;
+  ~WidePath() {
+    if (heap_ != nullptr) HeapFree(GetProcessHeap(), 0, heap_);
+  }
+
+  // 0, or why there is no wide path.
+  int Error() const noexcept { return error_; }
+  const wchar_t* Get() const noexcept { return path_; }
+
+ private:
+  static constexpr int kLocalSize = 512;
+
+  // Counts the NUL; 0 on failure.
+  static int Convert(const char* path, wchar_t* target, int size) noexcept {
+    return MultiByteToWideChar(CodePage(), MB_ERR_INVALID_CHARS, path, -1, target, size);
+  }
+
+  wchar_t local_[kLocalSize];
+  wchar_t* heap_ = nullptr;
+  const wchar_t* path_ = nullptr;
+  int error_ = 0;
+};
+
+// A character that the code page lacks is an error: the text would name another directory.
+int ToByteText(const wchar_t* wide, DirectoryText& text) noexcept {
+  const UINT codePage = CodePage();
+  const bool isUtf8 = codePage == CP_UTF8;  // takes neither the flag nor the address
+  BOOL lost = FALSE;
+  const int length =
+      WideCharToMultiByte(codePage, isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, wide, -1, text,
+                          static_cast<int>(sizeof text), nullptr, isUtf8 ? nullptr : &lost);
+  if (length == 0) {
+    return GetLastError() == ERROR_INSUFFICIENT_BUFFER ? ENAMETOOLONG : LastErrorNumber();
+  }
+  return lost ? EILSEQ : 0;
+}
+
+// What the system answers for a directory: a length without NUL, or the size it needs, or 0.
+int DirectoryResult(DWORD length, const wchar_t* wide, DirectoryText& text) noexcept {
+  if (length == 0) return LastErrorNumber();
+  if (length >= kDirectoryTextSize) return ENAMETOOLONG;
+  return ToByteText(wide, text);
+}
+
+// Security attributes of a file that its creator alone may use.
+class OwnerOnly {
+ public:
+  // False, with the reason as the system's last error, when the creator cannot be told.
+  bool Prepare() noexcept {
+    auto* list = reinterpret_cast<ACL*>(list_);
+    if (!FindUser() || !InitializeAcl(list, sizeof list_, ACL_REVISION) ||
+        !AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS,
+                             reinterpret_cast<TOKEN_USER*>(user_)->User.Sid) ||
+        !InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) ||
+        !SetSecurityDescriptorDacl(&descriptor_, TRUE, list, FALSE) ||
+        !SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED)) {
+      return false;
+    }
+    attributes_.nLength = sizeof attributes_;
+    attributes_.lpSecurityDescriptor = &descriptor_;
+    attributes_.bInheritHandle = FALSE;
+    return true;
+  }
+
+  SECURITY_ATTRIBUTES* Get() noexcept { return &attributes_; }
+
+ private:
+  // A thread that acts for another user creates files as that user.
+  bool FindUser() noexcept {
+    HANDLE token = nullptr;
+    if (!OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &token) &&
+        !OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) {
+      return false;
+    }
+    DWORD size = 0;
+    const BOOL found = GetTokenInformation(token, TokenUser, user_, sizeof user_, &size);
+    const DWORD error = GetLastError();
+    CloseHandle(token);
+    SetLastError(error);
+    return found != FALSE;
+  }
+
+  alignas(TOKEN_USER) BYTE user_[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+  alignas(ACL) BYTE list_[sizeof(ACL) + sizeof(ACCESS_ALLOWED_ACE) + SECURITY_MAX_SID_SIZE];
+  SECURITY_DESCRIPTOR descriptor_;
+  SECURITY_ATTRIBUTES attributes_;
+};
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+// Whether two paths are spelled alike once they are complete. A change of case alone is a new name.
+bool IsSamePath(const wchar_t* first, const wchar_t* second) noexcept {
+  constexpr DWORD kSize = 1024;
+  wchar_t firstFull[kSize];
+  wchar_t secondFull[kSize];
+  const DWORD firstLength = GetFullPathNameW(first, kSize, firstFull, nullptr);
+  const DWORD secondLength = GetFullPathNameW(second, kSize, secondFull, nullptr);
+  return firstLength > 0 && firstLength < kSize && firstLength == secondLength &&
+         std::wmemcmp(firstFull, secondFull, firstLength) == 0;
+}
+
+bool HasAttributes(const wchar_t* path) noexcept {
+  return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+}
+
+}  // namespace
+
+int TempDirectory(DirectoryText& text) noexcept {
+  wchar_t wide[kDirectoryTextSize];
+  return DirectoryResult(GetTempPathW(kDirectoryTextSize, wide), wide, text);
+}
+
+int CurrentDirectory(DirectoryText& text) noexcept {
+  wchar_t wide[kDirectoryTextSize];
+  return DirectoryResult(GetCurrentDirectoryW(kDirectoryTextSize, wide), wide, text);
+}
+
+bool EndsWithSeparator(const char* text, size_t length) noexcept {
+  if (length == 0 || text[length - 1] != kSeparator) return false;
+  // The byte may be the second half of a character of two bytes.
+  const UINT codePage = CodePage();
+  size_t at = 0;
+  while (at < length - 1) {
+    at += IsDBCSLeadByteEx(codePage, static_cast<BYTE>(text[at])) ? 2U : 1U;
+  }
+  return at == length - 1;
+}
+
+bool Exists(const char* path) noexcept {
+  const WidePath wide(path);
+  if (wide.Error() != 0) return false;
+  const HANDLE file = CreateFileW(wide.Get(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    CloseHandle(file);
+    return true;
+  }
+  // What may not be opened can still be seen in its directory.
+  const DWORD error = GetLastError();
+  return (error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION) &&
+         HasAttributes(wide.Get());
+}
+
+int CreateNewFile(const char* path) noexcept {
+  const WidePath wide(path);
+  if (wide.Error() != 0) return wide.Error();
+  OwnerOnly security;
+  if (!security.Prepare()) return LastErrorNumber();
+  const HANDLE file = CreateFileW(wide.Get(), GENERIC_READ, kShareAll, security.Get(), CREATE_NEW,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return LastErrorNumber();
+  CloseHandle(file);
+  return 0;
+}
+
+int Remove(const char* path) noexcept {
+  const WidePath wide(path);
+  if (wide.Error() != 0) return wide.Error();
+  return DeleteFileW(wide.Get()) ? 0 : LastErrorNumber();
+}
+
+int Rename(const char* from, const char* to) noexcept {
+  const WidePath wideFrom(from);
+  if (wideFrom.Error() != 0) return wideFrom.Error();
+  const WidePath wideTo(to);
+  if (wideTo.Error() != 0) return wideTo.Error();
+  // The system would take a move of a file onto itself for done.
+  if (IsSamePath(wideFrom.Get(), wideTo.Get()) && HasAttributes(wideFrom.Get())) return EEXIST;
+  return MoveFileExW(wideFrom.Get(), wideTo.Get(), 0) ? 0 : LastErrorNumber();
+}
+
+uint32_t ProcessId() noexcept { return GetCurrentProcessId(); }
+
+uint32_t ThreadId() noexcept { return GetCurrentThreadId(); }
+
+}  // namespace NFileSystem

@@ -1,0 +1,10 @@
+// The file utilities' part in the library's start and stop.
+#pragma once
+
+#include "frame/subsystem.h"
+
+namespace NFileUtilsImpl {
+
+extern const ZEL_T_NMT::Subsystem kSubsystem;
+
+}  // namespace NFileUtilsImpl

@@ -1,0 +1,137 @@
+#include "fileutils/temp_file.h"
+
+#include <cerrno>
+
+#include "frame/core_interfaces.h"
+#include "frame/error.h"
+#include "frame/registry.h"
+#include "zelutils/fileutils.h"
+
+namespace NFileUtilsImpl {
+namespace {
+
+using ZEL_T_NMT::ContainerReference;
+using ZEL_T_NMT::CZELPositionableStream;
+using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::ImportEntry;
+using ZEL_T_NMT::ZELCheck;
+using ZEL_T_NMT::ZELRaise;
+
+ZEL_DEFINE_SLOTS(UtilsDirSlots, ZEL_UTILS_DIR_METHODS);
+static_assert(UtilsDirSlots::kSlotCount == 8);
+
+constinit ZEL_T_NMT::ImportedInterface<UtilsDirSlots> g_utilsDir{ZEL_UTILS_DIR_INTERFACE};
+
+const UtilsDirSlots& UtilsDir() {
+  const UtilsDirSlots* table = g_utilsDir.Get();
+  if (table == nullptr) ZELRaise("Missing Interface", "ZEL");
+  return *table;
+}
+
+bool IsUtilsDirAvailable() noexcept {
+  try {
+    return g_utilsDir.Get() != nullptr;
+  } catch (...) {
+    return false;
+  }
+}
+
+// The holder of an atom that a procedure has delivered.
+CZELStringAtom TakeDelivered(ZELStringAtom atom) {
+  CZELStringAtom holder(atom, CZELStringAtom::Reference::kHandOver);
+  if (holder.Text() == nullptr) ZEL_T_NMT::RaiseAllocationFailure();
+  return holder;
+}
+
+ContainerReference NewTempDirectory() {
+  ZELInstance directory = nullptr;
+  ZELCheck(UtilsDir().GetTempDir(&directory));
+  return ContainerReference::TakeNew(directory);
+}
+
+const ZELUtilsDirImpl* OwnDirectory(ZELInstance directory) noexcept {
+  try {
+    return ZEL_T_NMT::Resolve<ZELUtilsDirImpl>(directory, ZEL_T_NMT::ImplementationId::kUtilsDir);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+CZELStringAtom NewUniqueFile(ZELInstance directory, const CZELStringAtom& prefix,
+                             const CZELStringAtom& extension) {
+  ZELStringAtom name = 0;
+  ZELCheck(UtilsDir().CreateUniqueFilename(&name, directory, prefix.Atom(), extension.Atom()));
+  return TakeDelivered(name);
+}
+
+}  // namespace
+
+// The file comes last: nothing that can fail may follow.
+TempFile::TempFile(const CZELStringAtom& prefix, const CZELStringAtom& extension)
+    : directory_(NewTempDirectory()),
+      ownDirectory_(OwnDirectory(directory_.Get())),
+      name_(NewUniqueFile(directory_.Get(), prefix, extension)) {}
+
+TempFile::~TempFile() {
+  if (state_ != State::kPresent && state_ != State::kLeftToLastUser) return;
+  try {
+    Delete();
+  } catch (...) {
+    ReportFailure();
+  }
+}
+
+CZELPositionableStream TempFile::Open(const char* mode) const {
+  if (state_ != State::kPresent) {
+    RaiseUtilsDirError("TempFileStream: The file's owner is gone", ENOENT);
+  }
+  ZELStringAtom path = 0;
+  ZELCheck(UtilsDir().GetFilePathSpec(&path, directory_.Get(), name_.Atom()));
+  const CZELStringAtom pathText = TakeDelivered(path);
+  const ZEL_T_NMT::StreamFactorySlots* factory = ZEL_T_NMT::StreamFactory();
+  if (factory == nullptr) ZELRaise("Missing Interface", "ZEL");
+  ZELInstance stream = nullptr;
+  ZELCheck(factory->NewPositionableFileStream(&stream, pathText.Text(), mode));
+  const ContainerReference taken = ContainerReference::TakeNew(stream);
+  return CZELPositionableStream(taken.Get());
+}
+
+void TempFile::DeleteWithOwner() noexcept {
+  try {
+    Delete();
+    state_ = State::kDeleted;
+  } catch (...) {
+    if (users_ > 1) {
+      state_ = State::kLeftToLastUser;
+    } else {
+      state_ = State::kLost;
+      ReportFailure();
+    }
+  }
+}
+
+void TempFile::ReportFailure() const noexcept {
+  if (!delivered_) return;
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    ZEL_T_NMT::ZELReportError(ZEL_T_NMT::ExceptionText(error));
+  } catch (...) {
+    ZEL_T_NMT::ZELReportError("unknown ZEL error");
+  }
+}
+
+void TempFile::Delete() const {
+  if (IsUtilsDirAvailable()) {
+    try {
+      ZELCheck(UtilsDir().Delete(directory_.Get(), name_.Atom()));
+      return;
+    } catch (const std::bad_alloc&) {
+      if (ownDirectory_ == nullptr) throw;
+    }
+  }
+  if (ownDirectory_ == nullptr) ZELRaise("Missing Interface", "ZEL");
+  ownDirectory_->DeleteWithoutHost(name_);
+}
+
+}  // namespace NFileUtilsImpl
