@@ -1,0 +1,84 @@
+// zelpos: POS values at the command line.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "commands.h"
+#include "session.h"
+
+namespace zelpos {
+namespace {
+
+struct Command {
+  const char* name;
+  const char* arguments;
+  const char* purpose;
+  int (*run)(const Arguments& arguments);
+};
+
+constexpr Command kCommands[] = {
+    {"convert", "FILE [-o OUT]", "write the value in FILE in the stream format", Convert},
+    {"get", "FILE PATH", "print what PATH, such as pages[2].size, leads to in FILE", Get},
+};
+
+void PrintHelp(std::FILE* out) {
+  std::fputs("usage: zelpos COMMAND ARGUMENTS\n\n", out);
+  for (const Command& command : kCommands) {
+    std::fprintf(out, "  %-8s %-14s  %s\n", command.name, command.arguments, command.purpose);
+  }
+  std::fputs(
+      "\n"
+      "  --help                   print this help\n"
+      "  --version                print the versions of the tool and of the library\n"
+      "\n"
+      "FILE holds a POS text or a stored stream; - is standard input. OUT is replaced only when\n"
+      "all went well. Exit status: 0 done, 1 nothing at PATH, 2 trouble.\n",
+      out);
+}
+
+std::string VersionText(std::uint32_t version) {
+  return std::to_string(version >> 16) + '.' + std::to_string(version >> 8 & 0xFF) + '.' +
+         std::to_string(version & 0xFF);
+}
+
+void PrintVersion() {
+  const Session session;
+  std::printf("zelpos %s, ZELUtils library %s\n", VersionText(ZELUTILS_VERSION).c_str(),
+              VersionText(session.host.LibraryVersion()).c_str());
+}
+
+int Run(const Arguments& words) {
+  if (words.empty()) throw UsageError("a command is missing");
+  if (words.front() == "--help") {
+    PrintHelp(stdout);
+    return kDone;
+  }
+  if (words.front() == "--version") {
+    PrintVersion();
+    return kDone;
+  }
+  for (const Command& command : kCommands) {
+    if (words.front() == command.name) return command.run({words.begin() + 1, words.end()});
+  }
+  throw UsageError("there is no command \"" + words.front() + '"');
+}
+
+}  // namespace
+}  // namespace zelpos
+
+int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+  std::signal(SIGXFSZ, SIG_IGN);  // a file-size limit becomes an error of the write
+#endif
+  try {
+    return zelpos::Run({argv + (argc > 0 ? 1 : 0), argv + argc});
+  } catch (const zelpos::UsageError& error) {
+    std::fprintf(stderr, "zelpos: %s; zelpos --help tells what there is\n", error.what());
+  } catch (const zelpos::FileError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "zelpos: %s\n", error.what());
+  }
+  return zelpos::kTrouble;
+}
