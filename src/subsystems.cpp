@@ -1,13 +1,17 @@
 // Where the library is put together: the one place that knows every subsystem.
+#include "fileutils/subsystem.h"
 #include "frame/subsystem.h"
 #include "pos/subsystem.h"
 #include "streamer/subsystem.h"
+#include "validator/subsystem.h"
 
 namespace ZEL_T_NMT {
 
 const Subsystem* const kSubsystems[] = {
     &NPOSObjectImpl::kSubsystem,
     &NPOSStreamerImpl::kSubsystem,
+    &NPOSValidatorImpl::kSubsystem,
+    &NFileUtilsImpl::kSubsystem,
     nullptr,
 };
 

@@ -10,12 +10,13 @@ using zelhost::BindingEvent;
 using zelhost::Host;
 using zelhost::Service;
 
-// Every interface of the library in the order of its registration.
-const char* const kInterfaces[] = {
-    POS_OBJECT_INTERFACE,    POS_OBJECT_STATICS,           POS_NUMBER_INTERFACE,
-    POS_STRING_INTERFACE,    POS_UNICODE_STRING_INTERFACE, POS_BIN_DATA_INTERFACE,
-    POS_RAW_POINTER_INTERFACE, POS_ARRAY_INTERFACE,        POS_DICT_INTERFACE,
-    POS_DICT_ITERATOR_INTERFACE, POS_STREAMER_INTERFACE,
+// The interfaces in the order of their withdrawal.
+const std::vector<std::string> kWithdrawals = {
+    ZEL_UTILS_DIR_INTERFACE,      ZEL_UTILS_TEMP_FILE_STREAM_FACTORY, POS_STRUCT_VALIDATOR_INTERFACE,
+    POS_VALIDATOR_INTERFACE,      POS_STREAMER_INTERFACE,             POS_OBJECT_INTERFACE,
+    POS_OBJECT_STATICS,           POS_NUMBER_INTERFACE,               POS_STRING_INTERFACE,
+    POS_UNICODE_STRING_INTERFACE, POS_BIN_DATA_INTERFACE,             POS_RAW_POINTER_INTERFACE,
+    POS_ARRAY_INTERFACE,          POS_DICT_INTERFACE,                 POS_DICT_ITERATOR_INTERFACE,
 };
 
 std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingEvent::Kind kind,
@@ -67,17 +68,19 @@ TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
            TRIPLES(POS_DICT_INTERFACE, POS_DICT_METHODS),
            TRIPLES(POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS),
            TRIPLES(POS_STREAMER_INTERFACE, POS_STREAMER_METHODS),
+           TRIPLES(POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS),
+           TRIPLES(POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS),
+           TRIPLES(ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS),
+           TRIPLES(ZEL_UTILS_TEMP_FILE_STREAM_FACTORY, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS),
        }) {
     registrations.insert(registrations.end(), table.begin(), table.end());
   }
-  EXPECT_EQ(registrations.size(), 46u);
+  EXPECT_EQ(registrations.size(), 59u);
   EXPECT_EQ(Names(events, BindingEvent::Kind::kRegister, true), registrations);
   EXPECT_EQ(host.LibraryVersion(), 0x00010101u);
 
   host.Stop();
-  std::vector<std::string> withdrawals = {POS_STREAMER_INTERFACE};
-  withdrawals.insert(withdrawals.end(), kInterfaces, kInterfaces + 10);
-  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kUnregister, false), withdrawals);
+  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kUnregister, false), kWithdrawals);
   EXPECT_TRUE(host.Live().AllZero());
 }
 
@@ -128,7 +131,7 @@ TEST(BoundaryTest, AnyRefusedRegistrationOrFailedCallFailsTheStart) {
       ++failures;
     }
   }
-  EXPECT_GE(failures, 46u + 10 + 1 + 37);
+  EXPECT_GE(failures, 59u + 10 + 1 + 37);
   // Core error 1 may be missing, core error 0 may not.
   host.FailAt(Service::kGetCoreError, 2);
   host.Start(ZEL_LIBRARY_PATH);

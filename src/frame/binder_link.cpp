@@ -45,6 +45,7 @@ void BindCounter() {
 }
 
 bool BindCoreInterfaces() {
+  g_link.errorsBound = false;
   if (g_constructionMarker != kConstructed) return false;
   if (g_core.containers.Get() == nullptr) ZELRaise("Missing Interface", "ZEL");
   g_core.primaryInstanceOffset = Containers().GetOffsetToPrimaryInstance();
@@ -111,7 +112,6 @@ void ZELUnlink() {
   g_link.getUnregisterCountAddr = nullptr;
   g_link.isMultiThreaded = nullptr;
   g_link.unregisterCount = nullptr;
-  g_link.errorsBound = false;
   ++g_link.tableEpoch;
 }
 

@@ -33,7 +33,8 @@ struct LinkState {
   ::ZELIsMultiThreaded isMultiThreaded = nullptr;  // must be there, is never called
   const uint32_t* unregisterCount = nullptr;
   bool strict = false;
-  // Whether the error interface may be called: errors raised earlier carry no error object.
+  // Whether the error interface may be called: errors raised earlier in a link carry no error object.
+  // Stays set after the unlink, so that a stream that the host still calls fails with an error.
   bool errorsBound = false;
   // Changes when the library links to another binder than before, whose counter may happen to read
   // the same: tables imported from the old one are not current then. 0 is "never imported".

@@ -60,6 +60,7 @@ void ZELProcessDetach() noexcept {
        element = element->Next()) {
     element->Abandon();
   }
+  g_link.errorsBound = false;
   g_core.memory.table.slots[MemorySlots::kFree] = AsSlot(&IgnoreBlock);
   g_core.sharedBuffers.table.slots[SharedBuffSlots::kRelease] = AsSlot(&IgnoreBuffer);
   g_core.containers.table.slots[ContainerSlots::kRelease] = AsSlot(&IgnoreInstance);

@@ -1,0 +1,20 @@
+// What every validator is.
+#pragma once
+
+#include "frame/client_base.h"
+#include "frame/pos_wrappers.h"
+#include "zelutils/validator.h"
+
+namespace NPOSValidatorImpl {
+
+class BaseValidator : public ZEL_T_NMT::CZELClientBase {
+ public:
+  virtual ~BaseValidator() = default;
+  // True when the value conforms to the named type; otherwise hands each message to `report`, which
+  // may be null.
+  virtual bool Validate(const ZEL_T_NMT::CPOSObject& value,
+                        const ZEL_T_NMT::CZELStringAtom& typeName,
+                        POSValidatorMessageProc report) = 0;
+};
+
+}  // namespace NPOSValidatorImpl

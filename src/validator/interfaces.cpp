@@ -1,0 +1,71 @@
+#include "validator/interfaces.h"
+
+#include "frame/registry.h"
+#include "validator/schema_check.h"
+#include "validator/struct_validator.h"
+#include "validator/subsystem.h"
+
+namespace NPOSValidatorImpl {
+
+using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::ImplementationId;
+using ZEL_T_NMT::TakeArgument;
+
+namespace {
+
+BaseValidator* ResolveValidator(ZELInstance validator) {
+  return ZEL_T_NMT::Resolve<BaseValidator>(validator, ImplementationId::kPOSValidator);
+}
+
+bool RegisterInterfaces() {
+  return RegisterExports(ValidatorInterface::kExports, POS_VALIDATOR_INTERFACE) &&
+         RegisterExports(StructValidatorInterface::kExports, POS_STRUCT_VALIDATOR_INTERFACE);
+}
+
+void UnregisterInterfaces() {
+  ZEL_T_NMT::ZELUnregisterInterface(POS_STRUCT_VALIDATOR_INTERFACE);
+  ZEL_T_NMT::ZELUnregisterInterface(POS_VALIDATOR_INTERFACE);
+}
+
+}  // namespace
+
+int32_t ValidatorInterface::Validate(ZELInstance validator, ZELInstance value,
+                                     ZELStringAtom typeName, POSValidatorMessageProc report) {
+  const CZELStringAtom heldTypeName = TakeArgument(typeName);
+  const CPOSObject heldValue(value);
+  BaseValidator* resolved = ResolveValidator(validator);
+  if (resolved == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
+  return resolved->Validate(heldValue, heldTypeName, report) ? 1 : 0;
+}
+
+ZELInstance StructValidatorInterface::NewPOSStructValidator(ZELInstance schema) {
+  std::unique_ptr<BaseValidator> validator(new StructValidator(CPOSObject(schema)));
+  return ZEL_T_NMT::Publish(std::move(validator), ImplementationId::kPOSValidator);
+}
+
+void StructValidatorInterface::RegisterCallbackProc(ZELInstance validator, ZELStringAtom typeName,
+                                                    POSStructValidatorCallbackProc procedure,
+                                                    void* clientData) {
+  const CZELStringAtom heldTypeName = TakeArgument(typeName);
+  auto* structValidator = dynamic_cast<StructValidator*>(ResolveValidator(validator));
+  if (structValidator == nullptr) {
+    ZEL_T_NMT::RaisePOSException("instance was not an StructValidator");
+  }
+  structValidator->RegisterCallback(heldTypeName, procedure, clientData);
+}
+
+int32_t StructValidatorInterface::ValidateSchema(ZELInstance schema,
+                                                 POSValidatorMessageProc report) {
+  return IsValidSchema(schema, report) ? 1 : 0;
+}
+
+const ZEL_T_NMT::ExportEntry ValidatorInterface::kExports[] = {
+    POS_VALIDATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+const ZEL_T_NMT::ExportEntry StructValidatorInterface::kExports[] = {
+    POS_STRUCT_VALIDATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+
+constinit const ZEL_T_NMT::Subsystem kSubsystem = {&RegisterInterfaces, &UnregisterInterfaces};
+
+}  // namespace NPOSValidatorImpl

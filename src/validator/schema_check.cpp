@@ -1,0 +1,138 @@
+#include "validator/schema_check.h"
+
+#include <cstring>
+
+#include "frame/error.h"
+#include "validator/meta_schema.h"
+#include "validator/struct_validator.h"
+
+namespace NPOSValidatorImpl {
+
+using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::CPOSDictIterator;
+using ZEL_T_NMT::CPOSNumber;
+using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::CPOSString;
+using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::DUXException;
+using ZEL_T_NMT::Need;
+using ZEL_T_NMT::SharedBuffers;
+
+namespace {
+
+// In the order in which they are made known.
+constexpr Keyword kBuiltinTypes[] = {
+    Keyword::kAny,       Keyword::kBool,          Keyword::kInt,           Keyword::kReal,
+    Keyword::kString,    Keyword::kUnicodeString, Keyword::kBinData,       Keyword::kRawPtr,
+    Keyword::kZELObjRef, Keyword::kQXBaseObjRef,  Keyword::kZELErrorObjRef};
+
+CPOSDict ParseMetaSchema() {
+  const ZELInstance parsed = Need(ZEL_T_NMT::POSStatics()).CreateFromText(kMetaSchemaText, nullptr);
+  if (parsed == nullptr) ZEL_T_NMT::RaisePOSException("CreateFromText failed");
+  return {CPOSObject::TakeNew(parsed), false};
+}
+
+// The types that a schema may refer to: what counts is that the key is there.
+CPOSDict KnownTypes(const CPOSObject& schema) {
+  CPOSDict known = CPOSDict::New();
+  const CPOSObject present = CPOSNumber::New(1.0);
+  for (const Keyword type : kBuiltinTypes) {
+    known.Put(kKeywordTexts[static_cast<uint32_t>(type)], present);
+  }
+  if (CPOSDict::Is(schema.Handle())) {
+    for (const CPOSDictIterator types(schema); !types.IsDone(); types.Next()) {
+      known.Put(types.CurKey(), present);
+    }
+  }
+  return known;
+}
+
+// A reference to the buffer that a callback is given for its message.
+class MessageTarget {
+ public:
+  explicit MessageTarget(ZELSharedBuff buffer) : buffer_(buffer) {
+    SharedBuffers().AddRef(buffer_);
+  }
+  MessageTarget(const MessageTarget&) = delete;
+  MessageTarget& operator=(const MessageTarget&) = delete;
+  // Directly through the slot, as a destructor must not import.
+  ~MessageTarget() {
+    const ZEL_T_NMT::SharedBuffSlots& slots = ZEL_T_NMT::g_core.sharedBuffers.table;
+    if (slots.slots[ZEL_T_NMT::SharedBuffSlots::kRelease] != nullptr) slots.Release(buffer_);
+  }
+
+  // Writes the two texts one after the other; false, with nothing written, when they do not fit.
+  bool Write(const char* first, const char* second) const {
+    char* target = Text();
+    const size_t firstLength = std::strlen(first);
+    const size_t secondLength = std::strlen(second);
+    const uint32_t size = Size();
+    if (firstLength >= size || secondLength >= size - firstLength) return false;
+    std::memcpy(target, first, firstLength);
+    std::memcpy(target + firstLength, second, secondLength + 1);
+    return true;
+  }
+  void WriteNothing() const {
+    if (Size() > 0) Text()[0] = '\0';
+  }
+
+ private:
+  char* Text() const { return static_cast<char*>(SharedBuffers().GetBuffer(buffer_)); }
+  uint32_t Size() const { return SharedBuffers().GetSize(buffer_); }
+
+  ZELSharedBuff buffer_;
+};
+
+bool IsKnownType(ZELInstance value, ZELSharedBuff errorBuffer, const CPOSDict& knownTypes) {
+  const CPOSString name(CPOSObject(value), false);
+  if (!knownTypes.Get(name.Get(), true).IsEmpty()) return true;
+  if (errorBuffer != nullptr &&
+      !MessageTarget(errorBuffer).Write("Cannot locate definition of type ", name.Get())) {
+    throw DUXException("Error buffer too small");
+  }
+  return false;
+}
+
+void WriteException(ZELSharedBuff errorBuffer, const char* introduction, const char* text) {
+  if (errorBuffer == nullptr) return;
+  const MessageTarget target(errorBuffer);
+  if (!target.Write(introduction, text)) target.WriteNothing();
+}
+
+void WriteCurrentException(ZELSharedBuff errorBuffer) {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    WriteException(errorBuffer, "Caught exception: ", ZEL_T_NMT::ExceptionText(error));
+  } catch (...) {
+    WriteException(errorBuffer, "Caught unknown exception: ", "");
+  }
+}
+
+// Accepts a String that names a type which is built in or which the checked schema defines. It is
+// called as any client's callback is, and lets no exception out.
+int32_t TypeNameCallback(ZELInstance value, ZELStringAtom, ZELSharedBuff errorBuffer,
+                         void* clientData) {
+  try {
+    try {
+      return IsKnownType(value, errorBuffer, *static_cast<const CPOSDict*>(clientData)) ? 1 : 0;
+    } catch (...) {
+      WriteCurrentException(errorBuffer);
+    }
+  } catch (...) {  // not even the message could be written
+  }
+  return 0;
+}
+
+}  // namespace
+
+bool IsValidSchema(ZELInstance schemaHandle, POSValidatorMessageProc report) {
+  const CPOSObject schema(schemaHandle);
+  const CPOSDict metaSchema = ParseMetaSchema();
+  CPOSDict knownTypes = KnownTypes(schema);
+  StructValidator validator(metaSchema);
+  validator.RegisterCallback(CZELStringAtom("TypeName"), &TypeNameCallback, &knownTypes);
+  return validator.Validate(schema, CZELStringAtom("StructSchema"), report);
+}
+
+}  // namespace NPOSValidatorImpl

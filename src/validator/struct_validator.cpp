@@ -1,0 +1,128 @@
+#include "validator/struct_validator.h"
+
+#include "frame/nesting.h"
+#include "frame/shared_buffer.h"
+
+namespace NPOSValidatorImpl {
+
+using ZEL_T_NMT::BinderBlock;
+using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::CPOSString;
+using ZEL_T_NMT::DUXException;
+using ZEL_T_NMT::NestingLevel;
+using ZEL_T_NMT::SharedBuffer;
+
+namespace {
+
+// What a callback has left in its buffer, up to the first NUL if there is one.
+CPOSObject NewStringFromBuffer(const char* text) {
+  if (std::memchr(text, '\0', kMessageBytes) != nullptr) return CPOSString::New(text);
+  const BinderBlock<char> ended(kMessageBytes + 1);
+  std::memcpy(ended.Get(), text, kMessageBytes);
+  ended.Get()[kMessageBytes] = '\0';
+  return CPOSString::New(ended.Get());
+}
+
+}  // namespace
+
+StructValidator::StructValidator(CPOSObject schema) : schema_(std::move(schema)) {}
+
+void StructValidator::RegisterCallback(const CZELStringAtom& typeName,
+                                       POSStructValidatorCallbackProc procedure, void* clientData) {
+  callbacks_.Put(typeName, {procedure, clientData});
+}
+
+bool StructValidator::Validate(const CPOSObject& value, const CZELStringAtom& typeName,
+                               POSValidatorMessageProc report) {
+  ErrorList errors;
+  errors.Create();
+  Validation validation{schema_};
+  if (ValidateValue(validation, TypeName(keywords_, typeName), value, errors) == 0) return true;
+  errors.Report(report);
+  return false;
+}
+
+int32_t StructValidator::ValidateValue(Validation& validation, const TypeName& typeName,
+                                       const CPOSObject& value, ErrorList& errors) const {
+  switch (CheckBuiltinType(typeName.Builtin(), value, errors)) {
+    case BuiltinCheckResult::kBuiltinValid:
+      return 0;
+    case BuiltinCheckResult::kBuiltinInvalid:
+      return 1;
+    case BuiltinCheckResult::kNotBuiltin:
+      break;
+  }
+  const int32_t findings = ValidateDefinedType(validation, typeName, value, errors);
+  return findings > 0 ? findings : ValidateWithCallback(typeName, value, errors);
+}
+
+int32_t StructValidator::ValidateWithCallback(const TypeName& typeName, const CPOSObject& value,
+                                              ErrorList& errors) const {
+  const Callback* entry = callbacks_.Find(typeName.Text());
+  if (entry == nullptr || entry->procedure == nullptr) return 0;
+  const SharedBuffer buffer(kMessageBytes);
+  char* text = static_cast<char*>(buffer.Data());
+  text[0] = '\0';
+  if (entry->procedure(value.Handle(), typeName.Atom().Atom(), buffer.Handle(),
+                       entry->clientData) != 0) {
+    return 0;
+  }
+  errors.Append(NewStringFromBuffer(text));
+  return 1;
+}
+
+int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeName& typeName,
+                                             const CPOSObject& value, ErrorList& errors) const {
+  const NestingLevel level(validation.depth);
+  const ZELInstance definition = GetMember(validation.schema.Handle(), typeName.Atom());
+  if (definition == nullptr || !CPOSDict::Is(definition)) {
+    errors.Append(
+        FormatIntoPOSString("Schema not applicable, no definition for %s", {typeName.Text()}));
+    return 1;
+  }
+  const Keyword category = GetCategory(definition, typeName);
+  switch (category) {
+    case Keyword::kInt:
+    case Keyword::kReal:
+    case Keyword::kString:
+    case Keyword::kUnicodeString:
+    case Keyword::kBinData:
+    case Keyword::kRawPtr:
+    case Keyword::kZELObjRef:
+    case Keyword::kQXBaseObjRef:
+    case Keyword::kZELErrorObjRef:
+      return ValidateScalar(category, definition, value, errors);
+    case Keyword::kArray:
+      return ValidateArray(validation, definition, value, errors);
+    case Keyword::kDict:
+      return ValidateDict(validation, definition, value, errors);
+    case Keyword::kUnion:
+      return ValidateUnion(validation, definition, value, errors);
+    case Keyword::kIntersection:
+      return ValidateIntersection(validation, definition, value, errors);
+    default:
+      throw DUXException("Unknown category in schema");
+  }
+}
+
+Keyword StructValidator::GetCategory(ZELInstance definition, const TypeName& typeName) const {
+  const char* text = GetText(definition, keywords_[Keyword::kCategory]);
+  if (text == nullptr) throw MalformedSchemaException(typeName.Atom());
+  return keywords_.FindText(text);
+}
+
+int32_t StructValidator::ValidatePart(Validation& validation, const TypeName& typeName,
+                                      const CPOSObject& part, ErrorList& errors,
+                                      const char* prefixFormat, FormatArgument first,
+                                      FormatArgument second) const {
+  ErrorList found;
+  const int32_t findings = ValidateValue(validation, typeName, part, found);
+  if (findings > 0) {
+    const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, second});
+    AppendPrefixedMessages(errors, found, prefix.Get());
+  }
+  return findings;
+}
+
+}  // namespace NPOSValidatorImpl

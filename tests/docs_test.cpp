@@ -1,0 +1,117 @@
+// The examples in the pages for those who write texts and schemas do what the pages say.
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "support.h"
+
+namespace {
+
+ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+
+using Lines = std::vector<std::string>;
+
+// A fenced block; the words behind its opening fence tell what is to be done with it.
+struct Block {
+  size_t line = 0;  // of its opening fence
+  std::string kind, argument;
+  Lines lines;
+
+  std::string Text() const {
+    std::string text;
+    for (const std::string& next : lines) text += (text.empty() ? "" : "\n") + next;
+    return text;
+  }
+};
+
+std::vector<Block> ReadBlocks(const std::string& page) {
+  std::ifstream file(ZEL_EXAMPLES_DIR "/../docs/" + page);
+  EXPECT_TRUE(file.is_open()) << page;
+  std::vector<Block> blocks;
+  std::string text;
+  bool inside = false;
+  size_t indentation = 0;
+  for (size_t number = 1; std::getline(file, text); ++number) {
+    const size_t start = text.find_first_not_of(' ');
+    const bool isFence = start != text.npos && text.compare(start, 3, "```") == 0;
+    if (isFence && !inside) {
+      indentation = start;
+      blocks.push_back({number, {}, {}, {}});
+      std::istringstream(text.substr(start + 3)) >> blocks.back().kind >> blocks.back().argument;
+    } else if (!isFence && inside) {
+      blocks.back().lines.push_back(text.substr(std::min(text.size(), indentation)));
+    }
+    inside ^= isFence;
+  }
+  EXPECT_FALSE(inside) << page;
+  return blocks;
+}
+
+Lines g_messages;
+void Collect(const char* message) { g_messages.emplace_back(message); }
+
+class DocsTest : public zeltest::LibraryTest {
+ protected:
+  // Runs the block at `index` with those behind it that belong to it.
+  void Run(const std::vector<Block>& blocks, size_t index) {
+    const Block& block = blocks[index];
+    if (block.kind == "pos") {
+      Parse(block.Text());
+    } else if (block.kind == "pos-same") {
+      for (const std::string& line : block.lines) {
+        EXPECT_TRUE(objects.IsEqual(Parse(block.lines[0]), Parse(line))) << line;
+      }
+    } else if (block.kind == "pos-error") {
+      const std::string text = block.Text();
+      const char* position = nullptr;
+      EXPECT_EQ(statics.CreateFromText(text.c_str(), &position), nullptr);
+      EXPECT_EQ(std::to_string(position - text.c_str()), block.argument);
+    } else if (block.kind == "schema" || block.kind == "wrong-schema") {
+      schema = Parse(block.Text());
+      g_messages.clear();
+      EXPECT_EQ(structValidators.ValidateSchema(schema, &Collect), block.kind == "schema");
+      EXPECT_EQ(g_messages.empty(), block.kind == "schema") << ::testing::PrintToString(g_messages);
+    } else if (block.kind == "schema-messages-include") {
+      for (const std::string& line : block.lines) {
+        EXPECT_NE(std::find(g_messages.begin(), g_messages.end(), line), g_messages.end())
+            << line << " is not in " << ::testing::PrintToString(g_messages);
+      }
+    } else if (block.kind == "value") {
+      const ZELInstance validator = Keep(structValidators.NewPOSStructValidator(schema));
+      g_messages.clear();
+      const int32_t conforms = validators.Validate(validator, Parse(block.Text()),
+                                                   Atom(block.argument.c_str()), &Collect);
+      const Lines messages = LinesBehind(blocks, index, "messages");
+      const Lines reports = LinesBehind(blocks, index, "report");
+      EXPECT_EQ(g_messages, messages);
+      EXPECT_EQ(conforms != 0, messages.empty() && reports.empty());
+      ExpectReports(reports);
+    } else {
+      EXPECT_TRUE(block.kind == "messages" || block.kind == "report") << block.kind;
+    }
+  }
+
+  static Lines LinesBehind(const std::vector<Block>& blocks, size_t index, const char* kind) {
+    const bool isThere = index + 1 < blocks.size() && blocks[index + 1].kind == kind;
+    return isThere ? blocks[index + 1].lines : Lines();
+  }
+
+  void RunPage(const std::string& page, size_t atLeast) {
+    const std::vector<Block> blocks = ReadBlocks(page);
+    EXPECT_GT(blocks.size(), atLeast);
+    for (size_t i = 0; i < blocks.size(); ++i) {
+      SCOPED_TRACE(page + ":" + std::to_string(blocks[i].line));
+      Run(blocks, i);
+    }
+  }
+
+  ZELInstance schema = nullptr;
+  StructValidators structValidators = StructValidators::From(host);
+  Validators validators = Validators::From(host);
+};
+
+TEST_F(DocsTest, TextSyntax) { RunPage("text-syntax.md", 20); }
+TEST_F(DocsTest, SchemaLanguage) { RunPage("schema-language.md", 50); }
+
+}  // namespace

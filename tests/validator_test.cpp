@@ -1,0 +1,577 @@
+// The structure validator: what it finds in which values, in which words, and what it leaves
+// behind.
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+
+#include "support.h"
+
+namespace {
+
+using zelhost::Service;
+using Messages = std::vector<std::string>;
+
+ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+
+Messages g_messages;
+void Collect(const char* message) { g_messages.emplace_back(message); }
+const char* const kConforms = "conforms";
+
+class ValidatorTest : public zeltest::LibraryTest {
+ protected:
+  ZELInstance NewValidator(ZELInstance schema) {
+    return Keep(structValidators.NewPOSStructValidator(schema));
+  }
+  ZELInstance NewValidator(const std::string& schema) { return NewValidator(Parse(schema)); }
+
+  // What is found in a value, one message after the other behind "|"; kConforms when it conforms.
+  std::string Findings(ZELInstance validator, ZELInstance value, const char* type = "T") {
+    g_messages.clear();
+    const int32_t conforms = validators.Validate(validator, value, Atom(type), &Collect);
+    std::string findings = conforms != 0 ? kConforms : "";
+    for (const std::string& message : g_messages) findings += "|" + message;
+    return findings;
+  }
+
+  void ExpectSchemaFinding(ZELInstance schema, const std::string& end) {
+    g_messages.clear();
+    const int32_t valid = structValidators.ValidateSchema(schema, &Collect);
+    EXPECT_EQ(valid != 0, end == kConforms);
+    EXPECT_EQ(valid != 0, g_messages.empty());
+    bool found = valid != 0;
+    for (const std::string& message : g_messages) found |= message.ends_with(end);
+    EXPECT_TRUE(found) << end << " is not in " << ::testing::PrintToString(g_messages);
+  }
+
+  // A dictionary made by hand, for values that no text can give.
+  ZELInstance Dict(const std::map<std::string, ZELInstance>& members) {
+    const ZELInstance dict = Keep(dicts.NewPOSDict());
+    for (const auto& [key, value] : members) dicts.Put(dict, Atom(key.c_str()), value);
+    return dict;
+  }
+  ZELInstance String(const std::string& text) { return Keep(strings.NewPOSString(text.c_str())); }
+  ZELInstance Number(double number) { return Keep(numbers.NewPOSNumber(number)); }
+
+  StructValidators structValidators = StructValidators::From(host);
+  Validators validators = Validators::From(host);
+};
+
+// A definition of the type T, and after a ">" those of other types, make a schema.
+std::string Schema(const std::string& definitions) { return "<T <" + definitions + ">>"; }
+
+TEST_F(ValidatorTest, FindsInValuesFromText) {
+  const struct {
+    const char* definitions;  // or "=" and a built-in type
+    const char* value;
+    const char* findings;
+  } rows[] = {
+      {"=any", "[]", kConforms},
+      {"=bool", "1", kConforms},
+      {"=bool", "false", kConforms},
+      {"=bool", "0.5", "|BOOL was a number unequal to zero or one"},
+      {"=bool", "True", "|BOOL was not a valid string (true/false)"},
+      {"=bool", "[]", "|Expected BOOL was of invalid type"},
+      {"=int", "-2147483648", kConforms},
+      {"=int", "2147483648", "|INT was not a whole number"},
+      {"=int", "2.5", "|INT was not a whole number"},
+      {"=int", "a", "|Expected INT was of invalid type"},
+      {"=real", "a", "|Expected REAL was of invalid type"},
+      {"=string", "1", "|Expected STRING was of invalid type"},
+      {"=unicodestring", "a", "|Expected UNICODESTRING was of invalid type"},
+      {"=bindata", "a", "|Expected BINDATA was of invalid type"},
+      {"=rawptr", "a", "|Expected RAWPTR was of invalid type"},
+      {"=zelobjref", "a", "|Expected OBJREF was of invalid type"},
+      {"=qxbaseobjref", "a", "|Expected OBJREF was of invalid type"},
+      {"=zelerrorobjref", "a", "|Expected OBJREF was of invalid type"},
+
+      {"category int min 3 max 5", "3", kConforms},
+      {"category int min 3", "2.5", "|INT was not a whole number"},
+      {"category real min 3 max 2.5 minexcl 2.75 maxexcl 2.75", "2.75",
+       "|Number below mininum value 3.000000|Number above maximum value 2.500000"
+       "|Number below mininum value 2.750000 (exclusive)"
+       "|Number above maximum value 2.750000 (exclusive)"},
+      {"category string minlen 3", "ab", "|String length below mininum value 3"},
+      {"category string minlen (3)", "ab", kConforms},  // of the wrong kind
+      {"category string maxlen 1 illegalchars (;b) oneof [x y]", "ab",
+       "|String length above maximum value 1|String contains illegal characters in ';b'"
+       "|String is not one of the enumerated values"},
+      {"category string oneof [x ab 1]", "ab", kConforms},
+      {"category string oneof []", "ab", "|String is not one of the enumerated values"},
+      {"category string", "1", "|Expected STRING was of invalid type"},
+      {"category unicodestring minlen 3 maxlen 1", "`00410042`",
+       "|Unicode String length below mininum value 3|Unicode String length above maximum value 1"},
+      {"category rawptr", "1", "|Expected RAWPTR was of invalid type"},
+      {"category zelobjref", "1", "|Expected OBJREF was of invalid type"},
+
+      {"category array", "<>", "|Array object expected"},
+      {"category array minlen 4 maxlen 2", "[1 2 3]",
+       "|Array length below mininum value 4|Array length above maximum value"},
+      {"category array maxlen 1 membertype real", "[1 b c]",
+       "|Array length above maximum value|[1]: Expected REAL was of invalid type"
+       "|[2]: Expected REAL was of invalid type"},
+      {"category array membertype [int string]", "[a a]", "|[0]: Expected INT was of invalid type"},
+      {"category array membertype [int string]", "[a 1 1]",
+       "|Heterogenous array object size did not match type array size"},
+
+      {"category dict", "[]", "|Dict object expected"},
+      {"category dict required <b real c 1 a int>", "<x y a z>",
+       "|Missing required member b|Missing required member c"},
+      {"category dict required <a int> optional <b real>", "<a 1>", kConforms},
+      {"category dict required <a int> optional <b real c 1>", "<a x b y c 1 d 1>",
+       "|a (required, type != int): Expected INT was of invalid type"
+       "|b (optional, type != real): Expected REAL was of invalid type"
+       "|Unknown member c|Unknown member d"},
+      {"category dict required <a int> optional <a real>", "<a x>",
+       "|a (required, type != int): Expected INT was of invalid type"
+       "|a (optional, type != real): Expected REAL was of invalid type"},
+      {"category dict keytype K valuetype int> K <category string maxlen 1", "<a 1 ab x>",
+       "|ab (key, type != K): String length above maximum value 1"
+       "|ab (value, type != int): Expected INT was of invalid type"},
+      {"category dict keytype bool", "<true 1 x 1>",
+       "|x (key, type != bool): BOOL was not a valid string (true/false)"},
+      {"category dict keytype string", "<a 1>", kConforms},
+      {"category dict valuetype int", "<a 1>", "|Unknown member a"},
+
+      {"category union set [int string]", "a", kConforms},
+      {"category union set [int I]> I <category intersection set [real string]", "[]",
+       "|Not a valid union type: Trying int: Expected INT was of invalid type"
+       "|Not a valid union type: Trying I: Failed intersection type real:"
+       " Expected REAL was of invalid type"
+       "|Not a valid union type: Trying I: Failed intersection type string:"
+       " Expected STRING was of invalid type"},
+      {"category union", "a", ""},  // counts without a word
+      {"category dict required <a U>> U <category union set []", "<a 1>", ""},
+      {"category intersection", "a", kConforms},
+
+      {"category array membertype string> string <category int", "[a]", kConforms},
+      {"category array membertype U> U dict V <", "[1]",
+       "|[0]: Schema not applicable, no definition for U"},
+      {"category array membertype (int )", "[1]",
+       "|[0]: Schema not applicable, no definition for int "},
+      // The four ways of being inside something, in one another.
+      {"category intersection set [U]> U <category union set [A]> A <category array membertype D>"
+       " D <category dict required <name Name>> Name <category string minlen 1",
+       "[<name x> <name ()>]",
+       "|Failed intersection type U: Not a valid union type: Trying A: [1]:"
+       " name (required, type != Name): String length below mininum value 1"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.definitions) + " of " + row.value);
+    const bool isBuiltin = row.definitions[0] == '=';
+    const ZELInstance validator = NewValidator(isBuiltin ? "<>" : Schema(row.definitions));
+    EXPECT_EQ(Findings(validator, Parse(row.value), isBuiltin ? row.definitions + 1 : "T"),
+              row.findings);
+  }
+}
+
+TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
+  const ZELInstance bytes = Keep(binData.NewPOSBinData("image", "abc", 3));
+  const ZELInstance pointer = Keep(rawPointers.NewPOSRawPointer(nullptr, nullptr));
+  const struct {
+    const char* definitions;
+    ZELInstance value;
+    const char* findings;
+  } rows[] = {
+      {"category bindata minlen 4 oneof [text]", bytes,
+       "|String length below mininum value 4|TypeName is not one of the enumerated values"},
+      {"category bindata maxlen 2 oneof [text image]", bytes,
+       "|String length above maximum value 2"},
+      {"category bindata", pointer, "|Expected BINDATA was of invalid type"},
+      {"category zelerrorobjref", pointer, kConforms},
+      {"category union set [zelobjref]", pointer, kConforms},
+      {"category int", Number(std::nan("")), "|INT was not a whole number"},
+      {"category real min 1 max 0 minexcl 1 maxexcl 0", Number(std::nan("")), kConforms},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(Findings(NewValidator(Schema(row.definitions)), row.value), row.findings);
+  }
+}
+
+TEST_F(ValidatorTest, PlaceholdersAtTheEdges) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::string largest = "340282346638528859811704183484516925440.000000";
+  const struct {
+    const char* attribute;
+    double bound, value;  // the value of a string type is "abcd" instead
+    std::string findings;
+  } rows[] = {
+      {"max", 123456789, 2e9, "|Number above maximum value 123456792.000000"},
+      {"min", 1e300, 0, "|Number below mininum value inf"},
+      {"max", -1e300, 0, "|Number above maximum value -inf"},
+      {"min", 0x1.fffffep127, 0, "|Number below mininum value " + largest},
+      {"min", 0x1.fffffefffffffp127, 0, "|Number below mininum value " + largest},
+      {"min", 0x1.ffffffp127, 0, "|Number below mininum value inf"},
+      {"min", 1e-300, 0, "|Number below mininum value 0.000000"},
+      {"maxexcl", -0.0, 0, "|Number above maximum value -0.000000 (exclusive)"},
+      {"min", std::nan(""), 0, kConforms},
+      {"maxlen", 2.9, 0, "|String length above maximum value 2"},
+      {"maxlen", -0.5, 0, "|String length above maximum value 0"},
+      {"minlen", 2147483647.5, 0, "|String length below mininum value 2147483647"},
+      {"minlen", 3e9, 0, "|String length below mininum value -2147483648"},
+      {"minlen", kInfinity, 0, "|String length below mininum value -2147483648"},
+      {"maxlen", -2147483648.5, 0, "|String length above maximum value -2147483648"},
+      {"minlen", std::nan(""), 0, kConforms},
+  };
+  for (const auto& row : rows) {
+    const bool ofString = std::strstr(row.attribute, "len") != nullptr;
+    const ZELInstance category = String(ofString ? "string" : "real");
+    const ZELInstance type = Dict({{"category", category}, {row.attribute, Number(row.bound)}});
+    EXPECT_EQ(Findings(NewValidator(Dict({{"T", type}})),
+                       ofString ? String("abcd") : Number(row.value)),
+              row.findings);
+  }
+}
+
+TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
+  const ZELInstance holes = Keep(arrays.NewPOSArray());
+  arrays.SetAt(holes, 2, Number(1));
+  const ZELInstance ring = Keep(arrays.NewPOSArray());
+  arrays.Append(ring, ring);
+  const ZELInstance dictRing = Dict({});
+  dicts.Put(dictRing, Atom("a"), dictRing);
+  const ZELInstance longKey = Dict({{std::string(1009, 'k'), holes}});
+  const char* const noCategory = "Malformed schema definition for T, no category";
+  const char* const noString = "downcast from CPOSObject to CPOSString failed";
+  const struct {
+    const char* definitions;
+    ZELInstance value;
+    const char* report;
+  } rows[] = {
+      {"", holes, noCategory},
+      {"category 1", holes, noCategory},
+      {"category objref", holes, "Unknown category in schema"},
+      {"category bool", holes, "Unknown category in schema"},
+      {"category widget", holes, "Unknown category in schema"},
+      {"category array membertype any", holes, "CPOSArray::GetAt subscript failed"},
+      {"category array membertype [1]", ring, noString},
+      {"category union set [int 1]", ring, noString},
+      {"category intersection set [1]", ring, noString},
+      {"category dict keytype K> K <category string oneof [x 1]", longKey, noString},
+      {"category dict", longKey, "FormatIntoPOSString overwrote buffer"},
+      {"category union set [int T any]", ring, "nesting too deep"},
+      {"category array membertype T", ring, "nesting too deep"},
+      {"category dict keytype string optional <a T>", dictRing, "nesting too deep"},
+      // From inside lists that already hold messages.
+      {"category intersection set [int U]> U <category array membertype V>"
+       " V <category union set [bool W]> W <",
+       ring, "Malformed schema definition for W, no category"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.definitions);
+    const ZELInstance validator = NewValidator(Schema(row.definitions));
+    const ZELStringAtom type = Atom("T");
+    const zelhost::Counts before = host.Live();
+    g_messages.clear();
+    zeltest::RunOnSmallStack(
+        [&] { EXPECT_EQ(validators.Validate(validator, row.value, type, &Collect), 0); });
+    EXPECT_EQ(host.Live().instances, before.instances);
+    EXPECT_EQ(host.Live().instanceReferences, before.instanceReferences);
+    EXPECT_EQ(g_messages, Messages());
+    ExpectReports({row.report});
+  }
+  arrays.Remove(ring, 0);
+  dicts.Remove(dictRing, Atom("a"));
+
+  const std::string longest(1008, 'k');
+  EXPECT_EQ(Findings(NewValidator(Schema("category dict")), Dict({{longest, ring}})),
+            "|Unknown member " + longest);
+  const std::string longName(3000, 'n');
+  EXPECT_EQ(Findings(NewValidator(Dict({{longName, dictRing}})), ring, longName.c_str()), "");
+  ExpectReports({"Malformed schema definition for " + longName + ", no category"});
+}
+
+TEST_F(ValidatorTest, LevelsOfTypesAndValuesAreCountedTogether) {
+  const ZELInstance validator =
+      NewValidator(Schema("category union set [A]> A <category array membertype T"));
+  EXPECT_EQ(Findings(validator, Parse(std::string(256, '[') + std::string(256, ']'))), kConforms);
+  EXPECT_EQ(Findings(validator, Parse(std::string(257, '[') + std::string(257, ']'))), "");
+  ExpectReports({"nesting too deep"});
+}
+
+TEST_F(ValidatorTest, HandlesOfOtherKinds) {
+  const ZELStringAtom type = Atom("T");
+  const ZELInstance text = String("text");
+  EXPECT_EQ(Findings(NewValidator(text), text), "|Schema not applicable, no definition for T");
+  ExpectReports({"instance was not an POSDict"});
+  EXPECT_EQ(Findings(NewValidator(text), text, "string"), kConforms);
+
+  const ZELInstance validator = NewValidator("<>");
+  EXPECT_EQ(structValidators.NewPOSStructValidator(nullptr), nullptr);
+  EXPECT_EQ(structValidators.ValidateSchema(nullptr, &Collect), 0);
+  EXPECT_EQ(validators.Validate(validator, nullptr, type, &Collect), 0);
+  EXPECT_EQ(validators.Validate(validator, validator, type, &Collect), 0);
+  ExpectReports(Messages(4, "invalid container"));
+  EXPECT_EQ(validators.Validate(validator, text, 0, &Collect), 0);
+  structValidators.RegisterCallbackProc(validator, 0, nullptr, nullptr);
+  ExpectReports(Messages(2, "null string atom"));
+  for (const ZELInstance foreign : {ZELInstance{}, text}) {
+    EXPECT_EQ(validators.Validate(foreign, text, type, &Collect), 0);
+    structValidators.RegisterCallbackProc(foreign, type, nullptr, nullptr);
+    EXPECT_EQ(host.TakeReports().size(), 2u);
+  }
+  EXPECT_EQ(validators.Validate(validator, text, Atom("int"), nullptr), 0);  // dumped, not reported
+}
+
+// ---- Callbacks ---------------------------------------------------------------------------------
+
+ZELTEST_INTERFACE(SharedBuffers, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS);
+
+struct Check {
+  SharedBuffers buffers;
+  std::string text;  // left in the buffer, without a NUL
+  int32_t result = 0;
+  int calls = 0;
+  std::function<void()> meanwhile = [] {};
+};
+
+int32_t RunCheck(ZELInstance, ZELStringAtom, ZELSharedBuff buffer, void* data) {
+  Check& check = *static_cast<Check*>(data);
+  EXPECT_EQ(check.buffers.GetSize(buffer), 1024u);
+  char* text = static_cast<char*>(check.buffers.GetBuffer(buffer));
+  EXPECT_EQ(text[0], '\0');
+  std::memcpy(text, check.text.data(), check.text.size());
+  ++check.calls;
+  check.meanwhile();
+  return check.result;
+}
+
+class CallbackTest : public ValidatorTest {
+ protected:
+  Check NewCheck(const std::string& text = "") {
+    Check check;
+    check.buffers = SharedBuffers::From(host);
+    check.text = text;
+    return check;
+  }
+  void Attach(ZELInstance validator, const char* type, Check& check) {
+    structValidators.RegisterCallbackProc(validator, Atom(type), &RunCheck, &check);
+  }
+};
+
+TEST_F(CallbackTest, HaveTheLastWord) {
+  const ZELInstance validator = NewValidator("<N <category int> A <category array membertype N>>");
+  Check first = NewCheck(), second = NewCheck(), unused = NewCheck();
+  Attach(validator, "N", first);
+  Attach(validator, "int", unused);
+  Attach(validator, "nowhere", unused);
+  EXPECT_EQ(Findings(validator, Number(1), "N"), "|");
+  Attach(validator, "N", second);  // takes the place of the first
+  second.text.assign("too small\0not read", 18);
+  EXPECT_EQ(Findings(validator, Parse("[1 2]"), "A"), "|[0]: too small|[1]: too small");
+  second.text.assign(1024, 'x');
+  EXPECT_EQ(Findings(validator, Number(1), "N"), "|" + second.text);
+  EXPECT_EQ(Findings(validator, Parse("[1]"), "A"), "");
+  ExpectReports({"FormatIntoPOSString overwrote buffer"});
+  second.result = -1;
+  EXPECT_EQ(Findings(validator, Number(1), "N"), kConforms);
+  EXPECT_EQ(second.calls, 5);
+  EXPECT_EQ(Findings(validator, String("x"), "N"), "|Expected INT was of invalid type");
+  EXPECT_EQ(Findings(validator, Number(1), "int"), kConforms);
+  EXPECT_EQ(Findings(validator, Number(1), "nowhere"),
+            "|Schema not applicable, no definition for nowhere");
+  structValidators.RegisterCallbackProc(validator, Atom("N"), nullptr, &second);
+  EXPECT_EQ(Findings(validator, Number(1), "N"), kConforms);
+  EXPECT_EQ(first.calls, 1);
+  EXPECT_EQ(second.calls, 5);
+  EXPECT_EQ(unused.calls, 0);
+}
+
+// Whatever a callback does to the values and the schema at hand, they are held while they are used.
+TEST_F(CallbackTest, MayTakeThingsAway) {
+  const struct {
+    const char* definitions;
+    const char* value;
+    const char* findings;
+    Messages reports;
+  } rows[] = {
+      {"category array membertype N", "[1 2]", "", {"CPOSArray::GetAt subscript failed"}},
+      {"category array membertype [N N]", "[1 2]", "", {"CPOSArray::GetAt subscript failed"}},
+      {"category union set [N N]", "1",
+       "|Not a valid union type: Trying N: gone"
+       "|Not a valid union type: Trying N: Schema not applicable, no definition for N", {}},
+      {"category dict required <a N b N>", "<a 1 b 2>", "|a (required, type != N): gone", {}},
+      {"category dict keytype S valuetype N optional <a N>> S <category string", "<a 1 b 2>",
+       "|a (value, type != N): gone"
+       "|a (optional, type != N): Schema not applicable, no definition for N", {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.definitions);
+    const ZELInstance schema = Parse(Schema(row.definitions + std::string("> N <category int")));
+    const ZELInstance value = Parse(row.value);
+    const ZELInstance validator = NewValidator(schema);
+    Check check = NewCheck(std::string("gone\0", 5));
+    check.meanwhile = [&] {
+      for (const char* type : {"N", "S", "T"}) dicts.Remove(schema, Atom(type));
+      for (const char* key : {"a", "b"}) {
+        if (arrays.IsPOSArray(value)) arrays.Remove(value, 0);
+        if (dicts.IsPOSDict(value)) dicts.Remove(value, Atom(key));
+      }
+    };
+    Attach(validator, "N", check);
+    EXPECT_EQ(Findings(validator, value), row.findings);
+    ExpectReports(row.reports);
+  }
+}
+
+TEST_F(CallbackTest, AnyServiceMayFail) {
+  const ZELInstance schema = Parse(Schema(
+      "category dict required <a U> keytype K> K <category string> N <category int>"
+      " U <category union set [bool N]"));
+  const ZELInstance value = Parse("<a 2 b 3>");
+  const ZELStringAtom type = Atom("T"), callbackType = Atom("N");
+  Check check = NewCheck();
+  check.result = 1;
+  for (const Service service :
+       {Service::kAlloc, Service::kNewStringAtom, Service::kNewFullContainer, Service::kNewBuffer,
+        Service::kAddRef}) {
+    bool failed = true;
+    for (uint64_t n = 1; failed; ++n) {
+      SCOPED_TRACE(std::string(ServiceName(service)) + " " + std::to_string(n));
+      const zelhost::Counts before = host.Live();
+      const uint64_t faults = host.FaultsInjected();
+      host.FailAt(service, n);
+      const ZELInstance validator = structValidators.NewPOSStructValidator(schema);
+      if (validator != nullptr && containers.AddRef(validator) != 0) {
+        structValidators.RegisterCallbackProc(validator, callbackType, &RunCheck, &check);
+        host.TakeReports();
+        const int32_t conforms = validators.Validate(validator, value, type, nullptr);
+        EXPECT_EQ(conforms == 0, !host.TakeReports().empty());
+        containers.Release(validator);
+      } else if (validator != nullptr) {
+        containers.DeleteUnownedContainer(validator);
+      }
+      host.StopFailing();
+      host.TakeReports();
+      EXPECT_EQ(ToString(host.Live()), ToString(before));
+      ASSERT_LT(n, 1000u);
+      failed = host.FaultsInjected() > faults;
+    }
+  }
+}
+
+TEST_F(ValidatorTest, AConformingElementMakesNothing) {
+  const ZELInstance validator = NewValidator(Schema(
+      "category dict required <list List all All>> List <category array membertype N>"
+      " N <category int min 0> All <category dict keytype string valuetype Any>"
+      " Any <category intersection set [N real]"));
+  uint64_t allocations[2], instances[2], atomsMade[2];
+  for (const int i : {0, 1}) {
+    std::string list, all;
+    for (int n = 0; n < (i == 0 ? 10 : 60); ++n) {
+      list += "7 ";
+      all += "k" + std::to_string(n) + " 7 ";
+    }
+    const ZELInstance value = Parse("<list [" + list + "] all <" + all + ">>");
+    host.ResetCalls();
+    EXPECT_EQ(Findings(validator, value), kConforms);
+    allocations[i] = host.Calls(Service::kAlloc);
+    instances[i] = host.Calls(Service::kNewFullContainer);
+    atomsMade[i] = host.Calls(Service::kNewStringAtom);
+  }
+  EXPECT_EQ(allocations[0], allocations[1]);
+  EXPECT_EQ(instances[0], instances[1]);
+  // For each member its key, which it is fetched by, and the name that the set gives.
+  EXPECT_LE(atomsMade[1] - atomsMade[0], 2u * 50);
+}
+
+// ---- Schemas -----------------------------------------------------------------------------------
+
+POSObjectCreateFromTextProc g_createFromText;
+std::string g_parsed;
+ZELInstance RecordText(const char* text, const char** errorPosition) {
+  g_parsed = text;
+  return g_createFromText(text, errorPosition);
+}
+
+TEST_F(ValidatorTest, TheMetaSchemaFollowsItsOwnRules) {
+  // The library parses it through the binder, where it can be listened to.
+  g_createFromText = statics.CreateFromText;
+  host.Register(POS_OBJECT_STATICS, "CreateFromText", "POSObjectCreateFromTextProc",
+                reinterpret_cast<ZELProc>(&RecordText));
+  host.ChangeUnregisterCount();
+  g_messages.clear();
+  EXPECT_EQ(structValidators.ValidateSchema(Parse("<>"), &Collect), 1);
+  EXPECT_EQ(g_parsed.size(), 2175u);
+  const ZELInstance metaSchema = Parse(g_parsed);
+  EXPECT_EQ(structValidators.ValidateSchema(metaSchema, &Collect), 1);
+  EXPECT_EQ(g_messages, Messages{});
+  std::string names;
+  const ZELInstance iterator = Keep(iterators.NewPOSDictIterator(metaSchema));
+  for (; !iterators.IsDone(iterator); iterators.Next(iterator)) {
+    names += std::string(iterators.CurKey(iterator)) + " ";
+  }
+  EXPECT_EQ(names,
+            "ArrayDefn BinDataDefn DictDefn DictMemberDict DictMemberName HeteroArrayDefn "
+            "HomoArrayDefn IntDefn IntersectionDefn ObjRefDefn RealDefn StringDefn StringList "
+            "StructSchema TypeDefn TypeList TypeName UnicodeStringDefn UnionDefn kArray kBinData "
+            "kDict kInt kIntersection kObjRef kReal kString kUnicodeString kUnion ");
+  EXPECT_TRUE(objects.IsEqual(dicts.Get(metaSchema, Atom("TypeName")),
+                              Parse("<category string minlen 1>")));
+}
+
+TEST_F(ValidatorTest, SchemasAreChecked) {
+  const struct {
+    const char* schema;
+    std::string finding;  // one of the messages ends like this; kConforms for a valid schema
+  } rows[] = {
+      {"<>", kConforms},
+      {"<T <category objref> I <category int min 1 max 2 minexcl 0 maxexcl 3>"
+       " R <category real min 0.5> S <category string minlen 1 maxlen 2 illegalchars x oneof [a]>"
+       " U <category unicodestring minlen 1 maxlen 2> B <category bindata minlen 1 oneof [a]>"
+       " A <category array membertype zelobjref minlen 1 maxlen 2>"
+       " H <category array membertype [any bool rawptr qxbaseobjref]>"
+       " D <category dict keytype S valuetype T required <a H> optional <b zelerrorobjref>>"
+       " N <category union set [N D]> X <category intersection set []>>",
+       kConforms},
+      {"text", "Dict object expected"},
+      {"<() <category int>>", "(key, type != TypeName): String length below mininum value 1"},
+      {"<T int>", "Trying DictDefn: Dict object expected"},
+      {"<T <>>", "Trying IntDefn: Missing required member category"},
+      {"<T <category 1>>",
+       "IntDefn: category (required, type != kInt): Expected STRING was of invalid type"},
+      {"<T <category rawptr>>",
+       "category (required, type != kObjRef): String is not one of the enumerated values"},
+      {"<T <category int oneof []>>", "Trying IntDefn: Unknown member oneof"},
+      {"<T <category int max 2.5>>",
+       "IntDefn: max (optional, type != int): INT was not a whole number"},
+      {"<T <category real min a>>",
+       "RealDefn: min (optional, type != real): Expected REAL was of invalid type"},
+      {"<T <category string minlen a>>",
+       "StringDefn: minlen (optional, type != real): Expected REAL was of invalid type"},
+      {"<T <category string illegalchars 1>>",
+       "illegalchars (optional, type != string): Expected STRING was of invalid type"},
+      {"<T <category string oneof [a 1]>>",
+       "oneof (optional, type != StringList): [1]: Expected STRING was of invalid type"},
+      {"<T <category unicodestring oneof [a]>>", "Trying UnicodeStringDefn: Unknown member oneof"},
+      {"<T <category bindata illegalchars a>>", "Trying BinDataDefn: Unknown member illegalchars"},
+      {"<T <category objref minlen 1>>", "Trying ObjRefDefn: Unknown member minlen"},
+      {"<T <category array>>", "Trying HomoArrayDefn: Missing required member membertype"},
+      {"<T <category array membertype [int] maxlen 1>>",
+       "Trying HeteroArrayDefn: Unknown member maxlen"},
+      {"<T <category array membertype Nowhere>>",
+       "(required, type != TypeName): Cannot locate definition of type Nowhere"},
+      {"<T <category array membertype [int Nowhere]>>",
+       "(required, type != TypeList): [1]: Cannot locate definition of type Nowhere"},
+      {"<T <category dict keytype Nowhere>>",
+       "keytype (optional, type != TypeName): Cannot locate definition of type Nowhere"},
+      {"<T <category dict required <() int>>>",
+       " (key, type != DictMemberName): String length below mininum value 1"},
+      {"<T <category dict optional <a Nowhere>>>",
+       "a (value, type != TypeName): Cannot locate definition of type Nowhere"},
+      {"<T <category dict optional a>>",
+       "optional (optional, type != DictMemberDict): Dict object expected"},
+      {"<T <category union>>", "Trying UnionDefn: Missing required member set"},
+      {"<T <category intersection set [T Nowhere]>>",
+       "set (required, type != TypeList): [1]: Cannot locate definition of type Nowhere"},
+  };
+  for (const auto& row : rows) ExpectSchemaFinding(Parse(row.schema), row.finding);
+
+  const ZELInstance name = String(std::string(992, 'n'));  // with the text around it 1024 bytes
+  const ZELInstance type = Dict({{"category", String("array")}, {"membertype", name}});
+  ExpectSchemaFinding(Dict({{"T", type}}),
+                      "type != TypeName): Caught exception: Error buffer too small");
+}
+
+}  // namespace
