@@ -79,7 +79,10 @@ ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept {
 }
 
 void ZELRaise(const char* message, const char* component) {
-  throw CZELError(message, component, 0);
+  CZELError error(message, component, 0);
+  // Without an error object a failure would come back from a method as a success.
+  if (error.Handle() == nullptr && g_link.errorsBound) RaiseAllocationFailure();
+  throw CZELError(std::move(error));
 }
 
 void RaisePOSException(const char* message) { throw POSException(message); }

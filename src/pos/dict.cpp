@@ -16,7 +16,7 @@ Dict::~Dict() {
     iterator->state_ = DictIterator::State::kDone;
   }
   // What is released may call back into this dictionary: it holds nothing while that happens.
-  while (!entries_.empty()) const Entries released = std::move(entries_);
+  while (!entries_.IsEmpty()) const DictEntries released(std::move(entries_));
 }
 
 BaseObject* Dict::Clone() {
@@ -46,35 +46,41 @@ bool Dict::IsEqual(const CPOSObject& other) {
 }
 
 ZELInstance Dict::Get(const char* key) const noexcept {
-  const auto entry = entries_.find(key);
-  return entry == entries_.end() ? nullptr : entry->second.Handle();
+  const uint32_t number = entries_.Find(key);
+  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Handle();
 }
 
 void Dict::Put(CZELStringAtom key, CPOSObject value) {
-  const auto entry = entries_.lower_bound(key.Text());
-  if (entry != entries_.end() && std::strcmp(entry->first.Text(), key.Text()) == 0) {
-    std::swap(entry->second, value);
+  const uint32_t number = entries_.Find(key.Text());
+  if (number != DictEntries::kNone) {
+    std::swap(entries_.At(number).value, value);
     return;
   }
-  entries_.emplace_hint(entry, std::move(key), std::move(value));
+  if (entries_.InsertRenumbers()) [[unlikely]] {
+    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+      iterator->HoldKey();
+    }
+  }
+  entries_.Insert(std::move(key), std::move(value));
 }
 
 void Dict::Remove(const char* key) {
-  const auto entry = entries_.find(key);
-  if (entry == entries_.end()) return;
+  const uint32_t number = entries_.Find(key);
+  if (number == DictEntries::kNone) return;
   for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-    if (iterator->state_ == DictIterator::State::kAtEntry && iterator->position_ == entry) {
-      iterator->removedKey_ = entry->first;
-      iterator->state_ = DictIterator::State::kEntryRemoved;
-    }
+    if (iterator->number_ == number) iterator->HoldKey();
   }
   // The entry leaves the dictionary before its value is released.
-  const auto released = entries_.extract(entry);
+  const DictEntries::Entry released = entries_.Remove(number);
 }
 
 void Dict::RefreshTables() {
-  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]] return;
-  for (auto& entry : entries_) entry.second.Rebind();
+  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]]
+    return;
+  for (uint32_t number = 0; number < entries_.Used(); ++number) {
+    CPOSObject& value = entries_.At(number).value;
+    if (!value.IsEmpty()) value.Rebind();
+  }
   tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 }
 
@@ -92,33 +98,46 @@ DictIterator::~DictIterator() {
 }
 
 void DictIterator::Begin() noexcept {
-  if (dict_ != nullptr) GoTo(dict_->entries_.begin());
+  if (dict_ != nullptr) GoTo(dict_->entries_.FirstPlace());
 }
 
 void DictIterator::Next() noexcept {
-  if (state_ == State::kAtEntry) {
-    GoTo(std::next(position_));
-  } else if (state_ == State::kEntryRemoved) {
-    GoTo(dict_->entries_.upper_bound(removedKey_.Text()));
-  }
+  if (state_ == State::kDone) return;
+  DictEntries& entries = dict_->entries_;
+  GoTo(entries.PlacesAreOf(placesVersion_) ? place_ + 1 : entries.PlaceAfter(CurKey()));
 }
 
 const char* DictIterator::CurKey() const noexcept {
   switch (state_) {
     case State::kAtEntry:
-      return position_->first.Text();
-    case State::kEntryRemoved:
-      return removedKey_.Text();
+      return Entry().key.Text();
+    case State::kAtKey:
+      return key_.Text();
     case State::kDone:
       break;
   }
   return nullptr;
 }
 
-void DictIterator::GoTo(Dict::Entries::iterator position) noexcept {
-  position_ = position;
-  state_ = position == dict_->entries_.end() ? State::kDone : State::kAtEntry;
-  removedKey_ = CZELStringAtom();
+// To the first entry at or after a place.
+void DictIterator::GoTo(uint32_t place) noexcept {
+  const DictEntries& entries = dict_->entries_;
+  state_ = State::kDone;
+  for (; place < entries.EndPlace(); ++place) {
+    number_ = entries.NumberAt(place);
+    if (number_ == DictEntries::kNone) continue;
+    state_ = State::kAtEntry;
+    break;
+  }
+  place_ = place;
+  placesVersion_ = entries.PlacesVersion();
+  key_ = CZELStringAtom();
+}
+
+void DictIterator::HoldKey() {
+  if (state_ != State::kAtEntry) return;
+  key_ = Entry().key;
+  state_ = State::kAtKey;
 }
 
 }  // namespace NPOSObjectImpl

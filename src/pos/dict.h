@@ -2,25 +2,10 @@
 // over it.
 #pragma once
 
-#include <cstring>
-#include <map>
-
-#include "frame/string_atom.h"
 #include "pos/base_object.h"
+#include "pos/dict_entries.h"
 
 namespace NPOSObjectImpl {
-
-// Keys are ordered by their bytes as unsigned values, a prefix before what it begins.
-struct KeyOrder {
-  using is_transparent = void;
-  static const char* TextOf(const ZEL_T_NMT::CZELStringAtom& key) noexcept { return key.Text(); }
-  static const char* TextOf(const char* key) noexcept { return key; }
-
-  template <class Left, class Right>
-  bool operator()(const Left& left, const Right& right) const noexcept {
-    return std::strcmp(TextOf(left), TextOf(right)) < 0;
-  }
-};
 
 class DictIterator;
 
@@ -45,20 +30,16 @@ class Dict final : public Composite {
 
  private:
   friend class DictIterator;
-  using Entries = std::map<
-      ZEL_T_NMT::CZELStringAtom, ZEL_T_NMT::CPOSObject, KeyOrder,
-      ZEL_T_NMT::BinderAllocator<
-          std::pair<const ZEL_T_NMT::CZELStringAtom, ZEL_T_NMT::CPOSObject>>>;
 
   void RefreshTables();
 
-  Entries entries_;
+  DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
   uint32_t tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 };
 
 // Walks a dictionary in key order and stays valid whatever is done to it: the dictionary knows its
-// iterators, and one that stands on a removed entry takes the key over.
+// iterators, and one that stands on an entry to be removed takes a reference to the key.
 class DictIterator : public ZEL_T_NMT::CZELClientBase {
  public:
   // `keptAlive` holds the dictionary for an iterator that may outlive its other holders.
@@ -75,19 +56,24 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
  protected:
   // The current entry's key and value; only while the entry has not been removed.
-  const ZEL_T_NMT::CZELStringAtom& Key() const noexcept { return position_->first; }
-  ZEL_T_NMT::CPOSObject& Value() const noexcept { return position_->second; }
+  const ZEL_T_NMT::CZELStringAtom& Key() const noexcept { return Entry().key; }
+  ZEL_T_NMT::CPOSObject& Value() const noexcept { return Entry().value; }
 
  private:
   friend class Dict;
-  enum class State { kAtEntry, kEntryRemoved, kDone };
+  // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
+  enum class State { kAtEntry, kAtKey, kDone };
 
-  void GoTo(Dict::Entries::iterator position) noexcept;
+  DictEntries::Entry& Entry() const noexcept { return dict_->entries_.At(number_); }
+  void GoTo(uint32_t place) noexcept;
+  void HoldKey();
 
   Dict* dict_;
-  Dict::Entries::iterator position_{};
   State state_ = State::kDone;
-  ZEL_T_NMT::CZELStringAtom removedKey_;
+  uint32_t number_ = 0;
+  uint32_t place_ = 0;
+  uint32_t placesVersion_ = 0;
+  ZEL_T_NMT::CZELStringAtom key_;
   DictIterator* next_ = nullptr;
   DictIterator* previous_ = nullptr;
   ZEL_T_NMT::ContainerReference keptAlive_;

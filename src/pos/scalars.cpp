@@ -8,15 +8,6 @@ namespace {
 
 using ZEL_T_NMT::CPOSObject;
 
-// The number of units with the terminator, as far as their bytes can be counted in 32 bits.
-uint32_t CountUnits(const uint16_t* units) {
-  const size_t count = ZEL_T_NMT::UnicodeLength(units) + 1;
-  if (count > std::numeric_limits<uint32_t>::max() / sizeof(uint16_t)) {
-    ZEL_T_NMT::RaiseMathOverflow();
-  }
-  return static_cast<uint32_t>(count);
-}
-
 bool SameBytes(const void* left, const void* right, size_t size) noexcept {
   return size == 0 || std::memcmp(left, right, size) == 0;
 }
@@ -33,7 +24,14 @@ bool String::IsEqual(const CPOSObject& other) {
   return string != nullptr && text_ == string->text_;
 }
 
-UnicodeString::UnicodeString(const uint16_t* units) : count_(CountUnits(units)), units_(count_) {
+uint32_t UnicodeString::StoredCount(size_t length) {
+  constexpr size_t kMax = std::numeric_limits<uint32_t>::max() / sizeof(uint16_t);
+  if (length >= kMax) ZEL_T_NMT::RaiseMathOverflow();
+  return static_cast<uint32_t>(length) + 1;
+}
+
+UnicodeString::UnicodeString(const uint16_t* units)
+    : count_(StoredCount(ZEL_T_NMT::UnicodeLength(units))), units_(count_) {
   std::memcpy(units_.Get(), units, count_ * sizeof(uint16_t));
 }
 

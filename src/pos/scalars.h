@@ -46,9 +46,11 @@ class UnicodeString final : public Scalar {
   static constexpr int32_t kType = POSTypeUnicodeString;
   static constexpr const char* kMismatch = "instance was not an POSUnicodeString";
 
-  // Copies the units up to the first 0 unit; raises "Math overflow exception" when their size in
-  // bytes does not fit in 32 bits.
+  // Copies the units up to the first 0 unit.
   explicit UnicodeString(const uint16_t* units);
+  // A text's units and the terminating 0 unit; raises "Math overflow exception" when their size in
+  // bytes does not fit in 32 bits.
+  static uint32_t StoredCount(size_t length);
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
   int32_t GetType() const override { return kType; }
   const uint16_t* Get() const noexcept { return units_.Get(); }

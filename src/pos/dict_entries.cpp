@@ -1,0 +1,221 @@
+#include "pos/dict_entries.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "frame/client_base.h"
+#include "pos/key_hash.h"
+
+namespace NPOSObjectImpl {
+
+using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::CZELStringAtom;
+
+namespace {
+
+constexpr uint32_t kFirstCapacity = 4;
+constexpr uint32_t kLargestWithoutIndex = 8;  // looking at so few is faster than an index
+constexpr uint32_t kSlotsPerEntry = 2;        // of the index: at most half of them are taken
+constexpr uint32_t kFewNewKeys = 16;          // put in their places one by one
+
+}  // namespace
+
+struct DictEntries::Block {
+  Entry* entries;
+  uint32_t* order;
+  uint32_t* index;
+};
+
+DictEntries::DictEntries(DictEntries&& other) noexcept
+    : entries_(std::exchange(other.entries_, nullptr)),
+      order_(std::exchange(other.order_, nullptr)),
+      index_(std::exchange(other.index_, nullptr)),
+      capacity_(std::exchange(other.capacity_, 0)),
+      indexMask_(std::exchange(other.indexMask_, 0)),
+      used_(std::exchange(other.used_, 0)),
+      live_(std::exchange(other.live_, 0)),
+      ordered_(std::exchange(other.ordered_, 0)),
+      sorted_(std::exchange(other.sorted_, 0)),
+      first_(std::exchange(other.first_, 0)),
+      placesVersion_(other.placesVersion_++) {}
+
+DictEntries::~DictEntries() {
+  if (entries_ == nullptr) return;
+  std::destroy_n(entries_, used_);
+  ZEL_T_NMT::Memory().Free(static_cast<void*>(entries_));
+}
+
+uint32_t DictEntries::Find(const char* key) const noexcept {
+  if (index_ == nullptr) {
+    // Texts of atoms are mostly the same when they are equal.
+    for (uint32_t number = 0; number < used_; ++number) {
+      if (entries_[number].key.Text() == key) return number;
+    }
+    if (used_ == 0) return kNone;
+  }
+  const uint32_t hash = HashKey(key);
+  const auto matches = [this, key, hash](uint32_t number) {
+    const Entry& entry = entries_[number];
+    return entry.hash == hash && entry.key.Text() != nullptr &&
+           (entry.key.Text() == key || std::strcmp(entry.key.Text(), key) == 0);
+  };
+  if (index_ == nullptr) {
+    for (uint32_t number = 0; number < used_; ++number) {
+      if (matches(number)) return number;
+    }
+    return kNone;
+  }
+  for (uint32_t slot = hash & indexMask_; index_[slot] != 0; slot = (slot + 1) & indexMask_) {
+    if (matches(index_[slot] - 1)) return index_[slot] - 1;
+  }
+  return kNone;
+}
+
+void DictEntries::Insert(CZELStringAtom key, CPOSObject value) {
+  if (used_ == capacity_) Grow();
+  const uint32_t number = used_++;
+  const uint32_t hash = HashKey(key.Text());
+  new (static_cast<void*>(&entries_[number])) Entry{std::move(key), std::move(value), hash};
+  ++live_;
+  AddToIndex(number);
+  AddToOrder(number);
+}
+
+DictEntries::Entry DictEntries::Remove(uint32_t number) noexcept {
+  --live_;
+  return std::move(entries_[number]);
+}
+
+DictEntries::Block DictEntries::NewBlock(uint32_t capacity) {
+  const bool indexed = capacity > kLargestWithoutIndex;
+  const uint32_t entrySize = sizeof(Entry) + sizeof(uint32_t) +
+                             (indexed ? kSlotsPerEntry * sizeof(uint32_t) : 0);
+  // The size in bytes fits in 32 bits on every platform.
+  if (capacity > std::numeric_limits<uint32_t>::max() / entrySize) {
+    ZEL_T_NMT::RaiseAllocationFailure();
+  }
+  auto* const entries = static_cast<Entry*>(ZEL_T_NMT::AllocateBlock(capacity, entrySize));
+  auto* const order = reinterpret_cast<uint32_t*>(entries + capacity);
+  uint32_t* const index = indexed ? order + capacity : nullptr;
+  if (indexed) std::fill_n(index, kSlotsPerEntry * capacity, 0u);
+  return {entries, order, index};
+}
+
+// Moves everything that is left into a new block, twice as large if it is more than half full.
+void DictEntries::Grow() {
+  uint32_t capacity = capacity_ == 0 ? kFirstCapacity : capacity_;
+  if (live_ > capacity / 2) {
+    if (capacity > std::numeric_limits<uint32_t>::max() / 2) ZEL_T_NMT::RaiseAllocationFailure();
+    capacity *= 2;
+  }
+  const Block block = NewBlock(capacity);
+
+  // The hashes of the old entries make room for their new numbers.
+  uint32_t moved = 0;
+  for (uint32_t number = 0; number < used_; ++number) {
+    Entry& entry = entries_[number];
+    const bool gap = entry.key.Text() == nullptr;
+    if (!gap) new (static_cast<void*>(&block.entries[moved])) Entry(std::move(entry));
+    entry.hash = gap ? kNone : moved++;
+  }
+  uint32_t ordered = 0;
+  uint32_t sorted = 0;
+  for (uint32_t place = 0; place < ordered_; ++place) {
+    const uint32_t number = entries_[order_[place]].hash;
+    if (number != kNone) block.order[ordered++] = number;
+    if (place < sorted_) sorted = ordered;
+  }
+  if (moved != used_) {
+    ++placesVersion_;
+    first_ = 0;
+  }
+  std::destroy_n(entries_, used_);
+  if (entries_ != nullptr) ZEL_T_NMT::Memory().Free(static_cast<void*>(entries_));
+
+  entries_ = block.entries;
+  order_ = block.order;
+  index_ = block.index;
+  capacity_ = capacity;
+  indexMask_ = kSlotsPerEntry * capacity - 1;
+  used_ = moved;
+  ordered_ = ordered;
+  sorted_ = sorted;
+  for (uint32_t number = 0; number < used_; ++number) AddToIndex(number);
+}
+
+void DictEntries::AddToIndex(uint32_t number) noexcept {
+  if (index_ == nullptr) return;
+  uint32_t slot = entries_[number].hash & indexMask_;
+  while (index_[slot] != 0) slot = (slot + 1) & indexMask_;
+  index_[slot] = number + 1;
+}
+
+void DictEntries::AddToOrder(uint32_t number) noexcept {
+  const bool allSorted = sorted_ == ordered_;
+  order_[ordered_++] = number;
+  if (!allSorted) return;
+  if (sorted_ == 0) {
+    sorted_ = 1;
+    return;
+  }
+  const uint32_t last = order_[sorted_ - 1];
+  if (entries_[last].key.Text() != nullptr && Precedes(last, number)) sorted_ = ordered_;
+}
+
+uint32_t DictEntries::FirstPlace() noexcept {
+  Sort();
+  while (first_ < ordered_ && NumberAt(first_) == kNone) ++first_;
+  return first_;
+}
+
+uint32_t DictEntries::PlaceAfter(const char* key) noexcept {
+  Sort();
+  CloseGaps();
+  const uint32_t* const after =
+      std::upper_bound(order_, order_ + ordered_, key, [this](const char* text, uint32_t number) {
+        return std::strcmp(text, entries_[number].key.Text()) < 0;
+      });
+  return static_cast<uint32_t>(after - order_);
+}
+
+void DictEntries::Sort() noexcept {
+  if (sorted_ == ordered_) return;
+  CloseGaps();
+  const auto precedes = [this](uint32_t left, uint32_t right) { return Precedes(left, right); };
+  if (ordered_ - sorted_ > kFewNewKeys) {
+    std::sort(order_, order_ + ordered_, precedes);
+    sorted_ = ordered_;
+  }
+  while (sorted_ < ordered_) {
+    uint32_t* const unsorted = order_ + sorted_;
+    uint32_t* const place = std::upper_bound(order_, unsorted, *unsorted, precedes);
+    std::rotate(place, unsorted, unsorted + 1);
+    ++sorted_;
+  }
+  ++placesVersion_;
+}
+
+void DictEntries::CloseGaps() noexcept {
+  if (ordered_ == live_) return;
+  uint32_t kept = 0;
+  uint32_t sorted = 0;
+  for (uint32_t place = 0; place < ordered_; ++place) {
+    const uint32_t number = NumberAt(place);
+    if (number != kNone) order_[kept++] = number;
+    if (place < sorted_) sorted = kept;
+  }
+  ordered_ = kept;
+  sorted_ = sorted;
+  first_ = 0;
+  ++placesVersion_;
+}
+
+bool DictEntries::Precedes(uint32_t left, uint32_t right) const noexcept {
+  return std::strcmp(entries_[left].key.Text(), entries_[right].key.Text()) < 0;
+}
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,86 @@
+// The entries of a dictionary: found by a hash of their key, walked in the order of their keys.
+//
+// All lies in one block of the host's memory: the entries in the order of their insertion, their
+// numbers in key order, and from a certain size on a hash index. The key order is made when somebody
+// asks for it: a dictionary that is only filled and looked up never pays for it, and keys that come
+// in ascending order need no work. A removed entry leaves a gap until the block is next replaced.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/pos_wrappers.h"
+#include "frame/string_atom.h"
+
+namespace NPOSObjectImpl {
+
+class DictEntries {
+ public:
+  struct Entry {
+    ZEL_T_NMT::CZELStringAtom key;  // empty: the entry was removed
+    ZEL_T_NMT::CPOSObject value;
+    uint32_t hash;
+  };
+  static constexpr uint32_t kNone = 0xFFFFFFFFu;  // no entry
+
+  DictEntries() noexcept = default;
+  DictEntries(DictEntries&& other) noexcept;
+  DictEntries& operator=(DictEntries&&) = delete;
+  ~DictEntries();
+
+  bool IsEmpty() const noexcept { return live_ == 0; }
+  uint32_t Used() const noexcept { return used_; }  // above all numbers
+
+  // The number of the entry with this key, or kNone. Only an Insert that renumbers changes it.
+  uint32_t Find(const char* key) const noexcept;
+  Entry& At(uint32_t number) const noexcept { return entries_[number]; }
+
+  // Adds an entry under a key that is not there. Raises the allocation failure, and then leaves
+  // everything as it was.
+  void Insert(ZEL_T_NMT::CZELStringAtom key, ZEL_T_NMT::CPOSObject value);
+  // Whether the next Insert gives the entries other numbers.
+  bool InsertRenumbers() const noexcept { return used_ == capacity_ && live_ < used_; }
+
+  // Takes an entry out and returns what it held, for the caller to let go of.
+  Entry Remove(uint32_t number) noexcept;
+
+  // Places in key order count from 0 to EndPlace(); some may be gaps. They stay the same as long as
+  // PlacesVersion() does; once it has changed, PlaceAfter finds the way again.
+  uint32_t FirstPlace() noexcept;
+  uint32_t EndPlace() const noexcept { return ordered_; }
+  // The first place with a key greater than this one.
+  uint32_t PlaceAfter(const char* key) noexcept;
+  // The number of the entry at a place, or kNone for a gap.
+  uint32_t NumberAt(uint32_t place) const noexcept {
+    const uint32_t number = order_[place];
+    return entries_[number].key.Text() == nullptr ? kNone : number;
+  }
+  // Whether places are known and unchanged since `version`.
+  bool PlacesAreOf(uint32_t version) const noexcept {
+    return version == placesVersion_ && sorted_ == ordered_;
+  }
+  uint32_t PlacesVersion() const noexcept { return placesVersion_; }
+
+ private:
+  struct Block;
+  static Block NewBlock(uint32_t capacity);
+  void Grow();
+  void AddToIndex(uint32_t number) noexcept;
+  void AddToOrder(uint32_t number) noexcept;
+  void Sort() noexcept;
+  void CloseGaps() noexcept;
+  bool Precedes(uint32_t left, uint32_t right) const noexcept;
+
+  Entry* entries_ = nullptr;  // those below used_ are constructed
+  uint32_t* order_ = nullptr;
+  uint32_t* index_ = nullptr;  // entry numbers plus 1, 0 for a free slot; null in a small dictionary
+  uint32_t capacity_ = 0;
+  uint32_t indexMask_ = 0;
+  uint32_t used_ = 0;     // entries, removed ones included
+  uint32_t live_ = 0;     // entries, removed ones not included
+  uint32_t ordered_ = 0;  // numbers in order_: the first sorted_ by key, the others as inserted
+  uint32_t sorted_ = 0;
+  uint32_t first_ = 0;  // all places below are gaps
+  uint32_t placesVersion_ = 0;
+};
+
+}  // namespace NPOSObjectImpl

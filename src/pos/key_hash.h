@@ -1,0 +1,11 @@
+// Hashes of dictionary keys. They depend on a secret of the process, so that nobody who supplies
+// keys can choose ones that collide.
+#pragma once
+
+#include <cstdint>
+
+namespace NPOSObjectImpl {
+
+uint32_t HashKey(const char* key) noexcept;
+
+}  // namespace NPOSObjectImpl
