@@ -188,9 +188,10 @@ class Client {
     const ZELProc counter = FindProcedure(lookup, ZEL_BINDER_INTERFACE, "ZELGetUnregisterCountAddr",
                                           "ZELGetUnregisterCountAddr");
     unregisterCount_ = reinterpret_cast<ZELGetUnregisterCountAddr>(counter)();
-    // What destructors call must be there.
+    // What gives something back must be there, whatever fails later.
     Procedures<ContainerProcedures>();
     Procedures<AtomProcedures>();
+    Procedures<ErrorProcedures>();
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
@@ -224,7 +225,7 @@ class Client {
     }
     return table;
   }
-  // The same, but never throws and takes what was imported last; for destructors.
+  // The same, but never throws and takes what was imported last; for giving back.
   template <typename Table>
   const Table& KeptProcedures() const noexcept {
     return std::get<Table>(tables_);
@@ -259,8 +260,11 @@ class Client {
     throw Error(message, std::move(reports));
   }
   [[noreturn]] void Throw(ZELErrorObject error) const {
+    const auto release = [this](ZELErrorObject held) {
+      KeptProcedures<ErrorProcedures>().Release(held);
+    };
+    const std::unique_ptr<ZELErrorRecord, decltype(release)> held(error, release);
     const auto& errors = Procedures<ErrorProcedures>();
-    const std::unique_ptr<ZELErrorRecord, ZELErrorReleaseProc> held(error, errors.Release);
     const auto text = [this](ZELStringAtom atom) -> std::string {
       return atom == 0 ? "" : Procedures<AtomProcedures>().GetCString(atom);
     };
@@ -324,12 +328,21 @@ class Instance {
       if (handed == Handed::kNew) client.Fail("no instance was made");
       return;
     }
-    const auto& containers = client.Procedures<ContainerProcedures>();
-    if (containers.AddRef(handle) == 0) {
-      if (handed == Handed::kNew) containers.DeleteUnownedContainer(handle);
-      client.Fail("the host refused a reference to an instance");
+    const auto giveUp = [&] {
+      if (handed == Handed::kHeld) return;
+      client.KeptProcedures<ContainerProcedures>().DeleteUnownedContainer(handle);
+    };
+    try {
+      if (client.Procedures<ContainerProcedures>().AddRef(handle) != 0) {
+        handle_ = handle;
+        return;
+      }
+    } catch (...) {
+      giveUp();
+      throw;
     }
-    handle_ = handle;
+    giveUp();
+    client.Fail("the host refused a reference to an instance");
   }
   Instance(const Instance& other) {
     if (other.client_ != nullptr) *this = Instance(*other.client_, other.handle_);

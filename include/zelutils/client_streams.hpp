@@ -107,7 +107,8 @@ class Validator : public Instance {
             client.Procedures<StructValidatorProcedures>().NewPOSStructValidator(schema.Handle()),
             Handed::kNew) {}
 
-  // The messages about a value that does not conform to the type; none when it does.
+  // The messages about a value that does not conform to the type; none when it does. Throws what
+  // was reported when the check could not be made.
   std::vector<std::string> Validate(const Value& value, const Text& typeName) const {
     const Atom type(Owner(), typeName);
     return Messages::Of(Owner(), [&](POSValidatorMessageProc report) {
@@ -138,7 +139,11 @@ class Validator : public Instance {
       Messages messages;
       const bool conforms = validation(Add) != 0;
       if (messages.lost_) throw std::bad_alloc();
-      if (!conforms && messages.texts_.empty()) client.Fail("the value was not checked");
+      if (!conforms && messages.texts_.empty()) {
+        client.Check();
+        // A union of nothing is such a type.
+        messages.texts_.emplace_back("rejected without a message");
+      }
       return std::move(messages.texts_);
     }
 

@@ -6,12 +6,13 @@
  * takes one with the container procedure "AddRef" to keep it. A new object that nobody takes a
  * reference to is ended with "DeleteUnownedContainer".
  *
- * A procedure that fails reports one text through the binder ("ZELReportError") and returns null, 0
- * or false (an iterator's IsDone: true). A failed operation leaves a container as it was. Among the
- * texts: "instance was not an POSArray" (and so on for each type), "invalid container" for a value
- * handle that cannot be referenced, "bad allocation", "nesting too deep" beyond 512 levels, "null
- * string atom" for a key or path of 0, and the host's own text for a handle that is null or of
- * another kind.
+ * A procedure that fails reports at least one text through the binder ("ZELReportError"), unless
+ * said otherwise below, and returns null, 0 or false (an iterator's IsDone: true). A failed operation
+ * leaves a container as it was. Among the texts: "instance was not an POSArray" (and so on for each
+ * type), "invalid container" for a value handle that cannot be referenced, "bad allocation", "nesting
+ * too deep" beyond 512 levels, "null string atom" for a key or path of 0, and the host's own text for
+ * a handle that is null or of another kind. Procedures that call others, as Clone calls that of each
+ * member, report a text for each one that fails.
  */
 #ifndef ZELUTILS_POS_H
 #define ZELUTILS_POS_H

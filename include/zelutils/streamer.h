@@ -30,7 +30,8 @@ typedef int32_t (*POSStreamerSerializeProc)(ZELInstance streamer, ZELInstance st
 
 /*
  * Reads one object from `stream`, a positionable stream, which then stands right after the object's
- * last character. Returns the object without reference, or null after a report.
+ * last character. Returns the object without reference, or null after a report; nesting beyond 512
+ * levels is a failure.
  */
 typedef ZELInstance (*POSStreamerDeserializeProc)(ZELInstance streamer, ZELInstance stream);
 

@@ -103,11 +103,11 @@ void ZELUnlink() {
   }
   g_unknownError = CZELError();
   g_outOfMemoryError = CZELError();
-  // Everything fetched through the lookup procedure goes with it: whatever is called afterwards
-  // must not reach a binder that the host may have taken down.
+  // What starts and stops the library goes with the lookup procedure. Reports stay possible, as the
+  // calls that objects need which clients still hold: as long as the host makes such calls, it is
+  // there.
   g_link.lookup = nullptr;
   g_link.registerProcAddress = nullptr;
-  g_link.reportError = nullptr;
   g_link.unregisterInterface = nullptr;
   g_link.getUnregisterCountAddr = nullptr;
   g_link.isMultiThreaded = nullptr;

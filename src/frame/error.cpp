@@ -79,10 +79,7 @@ ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept {
 }
 
 void ZELRaise(const char* message, const char* component) {
-  CZELError error(message, component, 0);
-  // Without an error object a failure would come back from a method as a success.
-  if (error.Handle() == nullptr && g_link.errorsBound) RaiseAllocationFailure();
-  throw CZELError(std::move(error));
+  throw CZELError(message, component, 0);
 }
 
 void RaisePOSException(const char* message) { throw POSException(message); }

@@ -61,6 +61,7 @@ void ZELProcessDetach() noexcept {
     element->Abandon();
   }
   g_link.errorsBound = false;
+  g_link.reportError = nullptr;
   g_core.memory.table.slots[MemorySlots::kFree] = AsSlot(&IgnoreBlock);
   g_core.sharedBuffers.table.slots[SharedBuffSlots::kRelease] = AsSlot(&IgnoreBuffer);
   g_core.containers.table.slots[ContainerSlots::kRelease] = AsSlot(&IgnoreInstance);
@@ -69,6 +70,7 @@ void ZELProcessDetach() noexcept {
   g_core.errors.table.slots[ErrorSlots::kRelease] = AsSlot(&IgnoreError);
 }
 
+#if !defined(_WIN32)
 namespace {
 
 // Constructed last, so destroyed first: where the system gives a library no notice of its own, its
@@ -78,4 +80,6 @@ struct DetachAtUnload {
 } g_detachAtUnload;
 
 }  // namespace
+#endif
+
 }  // namespace ZEL_T_NMT

@@ -9,6 +9,7 @@
 #include "frame/client_base.h"
 #include "frame/decimal.h"
 #include "streamer/hex_digits.h"
+#include "streamer/text_buffer.h"
 #include "streamer/version10.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
@@ -22,38 +23,6 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
 using ZEL_T_NMT::RaisePOSException;
-
-constexpr uint32_t kFirstCapacity = 32;
-
-// Collects a text of unknown length; there is always room for one unit more.
-template <class Unit>
-class TextBuffer {
- public:
-  Unit* End() const noexcept { return block_.Get() + length_; }
-  uint32_t Room() const noexcept { return capacity_ - length_; }
-
-  // Takes in the units that were stored at the end. Raises "Math overflow exception" when the
-  // buffer's size in bytes would not fit in 32 bits.
-  void Advance(uint32_t count) {
-    length_ += count;
-    if (length_ < capacity_) return;
-    if (capacity_ > std::numeric_limits<uint32_t>::max() / sizeof(Unit) / 2) {
-      ZEL_T_NMT::RaiseMathOverflow();
-    }
-    block_.Resize(size_t{capacity_} * 2);
-    capacity_ *= 2;
-  }
-
-  const Unit* Terminated() noexcept {
-    *End() = 0;
-    return block_.Get();
-  }
-
- private:
-  BinderBlock<Unit> block_{kFirstCapacity};
-  uint32_t length_ = 0;
-  uint32_t capacity_ = kFirstCapacity;
-};
 
 bool IsNumberCharacter(char character) noexcept {
   return (character >= '0' && character <= '9') || character == '+' || character == '-' ||
