@@ -1,16 +1,16 @@
 // A tour of the library on a document's structure: a text is parsed, a thumbnail added, all of it
-// written to a stream file and read back, compared, looked into by path, copied and changed. At the
-// end the host tells what is still held, which must be nothing.
+// written to a stream file and read back, compared, looked into by path, copied and changed,
+// checked against a schema, and once more with mistakes in it. At the end the host tells what is
+// still held, which must be nothing.
 //
 //   zel_demo [DOCUMENT]        by default document.pos of this folder
 //
-// The library lies beside the program.
+// The library lies beside the program, the schema in this folder.
 #include <zelhost/host.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -25,6 +25,9 @@
 #include <vector>
 #include <zelutils/client.hpp>
 
+#include "message_tree.h"
+#include "thumbnail.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -33,6 +36,7 @@ using zelutils::BinData;
 using zelutils::Client;
 using zelutils::Dict;
 using zelutils::Streamer;
+using zelutils::Validator;
 using zelutils::Value;
 
 // ---- Helpers --------------------------------------------------------------------------------
@@ -157,76 +161,6 @@ struct Census {
   }
 };
 
-// ---- The thumbnail --------------------------------------------------------------------------
-
-// A page in little: each block of its content as a grey area.
-class Thumbnail {
- public:
-  static constexpr std::size_t kWidth = 22;
-  static constexpr std::size_t kHeight = 15;
-
-  explicit Thumbnail(const Dict& page) {
-    pixels_.fill(kPaper);
-    const Array size = page["size"].As<Array>();
-    for (const Value& block : page["content"].As<Array>()) {
-      Draw(block.As<Dict>(), kWidth / size[0].As<double>(), kHeight / size[1].As<double>());
-    }
-  }
-
-  BinData ToBinData(const Client& client) const {
-    std::string image = "P5 " + std::to_string(kWidth) + ' ' + std::to_string(kHeight) + " 255\n";
-    image.append(pixels_.begin(), pixels_.end());
-    return client.NewBinData("image/x-portable-graymap",
-                             std::as_bytes(std::span(image.data(), image.size())));
-  }
-
-  void Print() const {
-    for (std::size_t row = 0; row < kHeight; ++row) {
-      std::string line;
-      for (std::size_t column = 0; column < kWidth; ++column) {
-        const char pixel = pixels_[row * kWidth + column];
-        line += pixel == kPaper ? " " : pixel == kText ? "░" : pixel == kImage ? "▓" : "━";
-      }
-      std::printf("  |%s|\n", line.c_str());
-    }
-  }
-
- private:
-  static constexpr char kPaper = '\xFA';
-  static constexpr char kText = '\x90';
-  static constexpr char kImage = '\x50';
-  static constexpr char kRule = '\x20';
-
-  // A box is left, bottom, right, top in points, counted from the page's lower left corner. It is
-  // at least a pixel wide and high.
-  void Draw(const Dict& block, double scaleX, double scaleY) {
-    const std::string kind = block["kind"].As<std::string>();
-    const Array box = block["box"].As<Array>();
-    const auto place = [&](std::uint32_t edge, double scale) {
-      return std::clamp(box[edge].As<double>() * scale, 0.0, 1000.0);
-    };
-    const auto from = [&](std::uint32_t edge, double scale) {
-      return static_cast<std::size_t>(place(edge, scale));
-    };
-    const auto to = [&](std::uint32_t edge, double scale, std::size_t least) {
-      return std::max(static_cast<std::size_t>(std::ceil(place(edge, scale))), least + 1);
-    };
-    const std::size_t left = from(0, scaleX);
-    const std::size_t bottom = from(1, scaleY);
-    const std::size_t right = std::min(to(2, scaleX, left), kWidth);
-    const std::size_t top = std::min(to(3, scaleY, bottom), kHeight);
-    for (std::size_t y = bottom; y < top; ++y) {
-      for (std::size_t x = left; x < right; ++x) {
-        pixels_[(kHeight - 1 - y) * kWidth + x] = kind == "text"    ? kText
-                                                  : kind == "image" ? kImage
-                                                                    : kRule;
-      }
-    }
-  }
-
-  std::array<char, kWidth * kHeight> pixels_;
-};
-
 // ---- The stations of the tour -----------------------------------------------------------------
 
 Dict Parse(const Client& client, const std::string& path) {
@@ -244,7 +178,7 @@ Dict Parse(const Client& client, const std::string& path) {
 }
 
 void AddThumbnail(const Client& client, Dict& document) {
-  const Thumbnail thumbnail(document.DeepGet("pages[0]").As<Dict>());
+  const demo::Thumbnail thumbnail(document.DeepGet("pages[0]").As<Dict>());
   document["metadata"].As<Dict>().Put("thumbnail", thumbnail.ToBinData(client));
   Section("A thumbnail of its first page, added as metadata.thumbnail");
   thumbnail.Print();
@@ -329,6 +263,57 @@ void CopyAndChange(const Value& document) {
   Expect(equalBefore && !equalAfter, "a copy equals its original until it is changed");
 }
 
+struct Mistake {
+  const char* where;  // a dictionary's path
+  const char* key;
+  const char* text;  // of the new value; null: the member is removed
+};
+
+constexpr Mistake kMistakes[] = {
+    {"metadata", "title", "1998"},         {"metadata", "created", "yesterday"},
+    {"metadata", "revision", "12.5"},      {"metadata", "thumbnail", "(a lake)"},
+    {"view", "layout", "spiral"},          {"view", "zoom", "0"},
+    {"permissions", "print", "perhaps"},   {"permissions", "fly", "true"},
+    {"labels[1]", "colour", "red"},        {"fonts.mono", "weight", "40"},
+    {"colors", "pine", "[0.11 3.2 0.24]"}, {"destinations", "cover", "[1 fit]"},
+    {"pages[1]", "size", nullptr},         {"pages[3]", "rotation", "360"},
+    {"outlines[2]", "children", "none"},
+};
+
+void Validate(const Client& client, const Dict& document, const std::string& schemaPath) {
+  const Dict schema = client.Parse(ReadText(schemaPath)).As<Dict>();
+  int types = 0;
+  for ([[maybe_unused]] const auto& entry : schema) ++types;
+  Section("Checked against a schema");
+  Line("file", fs::path(schemaPath).filename().string() + ", " + std::to_string(types) + " types");
+  const bool usable = Validator::ValidateSchema(client, schema).empty();
+  Line("the schema itself", usable ? "valid" : "NOT VALID");
+
+  const Validator validator(client, schema);
+  const Stopwatch watch;
+  const std::vector<std::string> none = validator.Validate(document, "Document");
+  const std::string elapsed = watch.Elapsed();
+  Line("the document", (none.empty() ? "valid, checked in " : "NOT VALID, checked in ") + elapsed);
+  demo::MessageTree(none).Print();
+  Expect(usable && none.empty(), "the schema and the document are valid");
+
+  Section("A copy with mistakes");
+  const Value copy = document.Clone();
+  for (const auto& [where, key, text] : kMistakes) {
+    Dict place = copy.As<Dict>().DeepGet(where).As<Dict>();
+    if (text != nullptr) {
+      place.Put(key, client.Parse(text));
+    } else {
+      place.Remove(key);
+    }
+    Line(std::string(where) + '.' + key, text != nullptr ? text : "removed");
+  }
+  const std::vector<std::string> messages = validator.Validate(copy, "Document");
+  Section("What the validator says about it, in " + std::to_string(messages.size()) + " messages");
+  demo::MessageTree(messages).Print();
+  Expect(messages.size() >= std::size(kMistakes), "each mistake is found");
+}
+
 void Tour(const zelhost::Host& host, const Client& client, const std::string& path) {
   const TemporaryFolder folder;
   const std::string storedPath = folder.File("document.zel");
@@ -340,6 +325,7 @@ void Tour(const zelhost::Host& host, const Client& client, const std::string& pa
   const Dict stored = ReadBack(client, document, storedPath);
   LookInside(stored);
   CopyAndChange(stored);
+  Validate(client, stored, ZEL_EXAMPLES_DIR "/document.schema.pos");
 
   Section("What the host gave out");
   const zelhost::Counts live = host.Live();

@@ -11,6 +11,7 @@ namespace zelpos {
 // Exit statuses.
 inline constexpr int kDone = 0;
 inline constexpr int kNotThere = 1;
+inline constexpr int kNotValid = 1;
 inline constexpr int kTrouble = 2;
 
 // A command line that cannot be carried out; the message says why.
@@ -29,8 +30,10 @@ using Arguments = std::vector<std::string>;
 
 // Each takes the arguments after its name, writes its result to standard output and returns an exit
 // status. Throws UsageError, FileError, and other standard exceptions.
+int CheckSchema(const Arguments& arguments);
 int Convert(const Arguments& arguments);
 int Get(const Arguments& arguments);
+int Validate(const Arguments& arguments);
 
 }  // namespace zelpos
 

@@ -1,7 +1,15 @@
 // zelpos convert: any input into the stream format.
+//
+// A file is written in two steps. The first, which can fail for the value's sake, goes through a
+// temporary-file stream; only what is complete there comes near the file.
+#include <cstddef>
+#include <vector>
+
 #include "commands.h"
 #include "files.h"
+#include "held_signals.h"
 #include "input.h"
+#include "replacement.h"
 #include "session.h"
 
 namespace zelpos {
@@ -34,21 +42,43 @@ Options ReadOptions(const Arguments& arguments) {
   return options;
 }
 
+template <typename Sink>
+void Copy(zelutils::Stream from, Sink sink) {
+  std::vector<std::byte> block(std::size_t{1} << 16);
+  while (const std::uint32_t count = from.Read(block)) {
+    sink(std::string_view(reinterpret_cast<const char*>(block.data()), count));
+  }
+}
+
+void WriteTo(const std::string& file, const zelutils::Client& client,
+             const zelutils::Value& value) {
+  const HeldSignals signals;
+  zelutils::Stream stored = client.NewTempFileStream("zelpos", "tmp", "wb");
+  zelutils::Streamer(client).Serialize(stored, value);
+  Replacement output(file);
+  Copy(stored.CreateIndependent(), [&](std::string_view bytes) {
+    HeldSignals::Check();
+    output.Write(bytes);
+  });
+  output.Commit();
+}
+
+void WriteToStandardOutput(const zelutils::Client& client, const zelutils::Value& value) {
+  zelutils::Stream stored = client.NewMemoryStream();
+  zelutils::Streamer(client).Serialize(stored, value);
+  Copy(stored.CreateIndependent(), WriteStandardOutput);
+}
+
 }  // namespace
 
 int Convert(const Arguments& arguments) {
   const Options options = ReadOptions(arguments);
   const Session session;
   const zelutils::Value value = ReadValue(session.client, options.input);
-
-  zelutils::Stream stream = session.client.NewMemoryStream();
-  zelutils::Streamer(session.client).Serialize(stream, value);
-  stream.Rewind();
-  const std::string bytes = stream.ReadAll();
   if (options.output.empty()) {
-    WriteStandardOutput(bytes);
+    WriteToStandardOutput(session.client, value);
   } else {
-    ReplaceFile(options.output, bytes);
+    WriteTo(options.output, session.client, value);
   }
   return kDone;
 }

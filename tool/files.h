@@ -1,21 +1,34 @@
-// Whole files in and out, byte for byte. The name "-" stands for standard input.
+// Files byte for byte. The name "-" stands for standard input.
 #ifndef ZELPOS_FILES_H
 #define ZELPOS_FILES_H
 
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace zelpos {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 // How a file is named in messages.
 std::string DisplayName(const std::string& file);
 
-// All functions throw FileError.
+// All functions below throw FileError.
+
+// With the reason that is given, by default the one in errno.
+[[noreturn]] void Fail(const std::string& file, const std::error_code& reason);
+[[noreturn]] void Fail(const std::string& file);
+
+// Writes and leaves nothing waiting to be written; `name` is for messages.
+void WriteAll(std::FILE* file, const std::string& name, std::string_view bytes);
+
 std::string ReadFile(const std::string& file);
 void WriteStandardOutput(std::string_view bytes);
-// Writes beside the file and moves the result into its place, so that a failure leaves the file as
-// it was. What is no regular file, a device or a pipe, is written to directly.
-void ReplaceFile(const std::string& file, std::string_view bytes);
 
 }  // namespace zelpos
 

@@ -18,22 +18,26 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
+    {"check-schema", "SCHEMA", "print what is wrong with a schema", CheckSchema},
     {"convert", "FILE [-o OUT]", "write the value in FILE in the stream format", Convert},
-    {"get", "FILE PATH", "print what PATH, such as pages[2].size, leads to in FILE", Get},
+    {"get", "FILE PATH", "print what PATH, such as pages[2].size, leads to", Get},
+    {"validate", "SCHEMA TYPE FILE", "print why the value in FILE is not of the type", Validate},
 };
 
 void PrintHelp(std::FILE* out) {
   std::fputs("usage: zelpos COMMAND ARGUMENTS\n\n", out);
   for (const Command& command : kCommands) {
-    std::fprintf(out, "  %-8s %-14s  %s\n", command.name, command.arguments, command.purpose);
+    std::fprintf(out, "  %-12s %-16s  %s\n", command.name, command.arguments, command.purpose);
   }
   std::fputs(
       "\n"
-      "  --help                   print this help\n"
-      "  --version                print the versions of the tool and of the library\n"
+      "  --help                         print this help\n"
+      "  --version                      print the versions of the tool and of the library\n"
       "\n"
-      "FILE holds a POS text or a stored stream; - is standard input. OUT is replaced only when\n"
-      "all went well. Exit status: 0 done, 1 nothing at PATH, 2 trouble.\n",
+      "FILE and SCHEMA hold a POS text or a stored stream; - is standard input. OUT is replaced\n"
+      "only when all went well. Messages about a value or schema come as lines \"file: message\".\n"
+      "\n"
+      "Exit status: 0 done or valid, 1 not valid or nothing at PATH, 2 trouble.\n",
       out);
 }
 

@@ -1,0 +1,40 @@
+// Signals that end the program, held back while it has something to clear away.
+#ifndef ZELPOS_HELD_SIGNALS_H
+#define ZELPOS_HELD_SIGNALS_H
+
+#include <array>
+#include <csignal>
+#include <stdexcept>
+
+namespace zelpos {
+
+// While it lives, the first signal of a kind is held back, and given to the program again at its
+// end; the second of that kind ends the program at once. There is one at a time.
+class HeldSignals {
+ public:
+  HeldSignals();
+  HeldSignals(const HeldSignals&) = delete;
+  HeldSignals& operator=(const HeldSignals&) = delete;
+  ~HeldSignals();
+
+  // Throws when a signal is being held, for code between two steps of its work.
+  static void Check();
+
+ private:
+  using Handler = void (*)(int);
+  static constexpr std::array kSignals = {
+      SIGINT,
+      SIGTERM,
+#ifdef SIGHUP
+      SIGHUP,
+#endif
+#ifdef SIGPIPE
+      SIGPIPE,
+#endif
+  };
+  std::array<Handler, kSignals.size()> before_{};
+};
+
+}  // namespace zelpos
+
+#endif  // ZELPOS_HELD_SIGNALS_H
