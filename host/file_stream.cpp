@@ -95,7 +95,11 @@ class FileStream : public Stream {
   ZELErrorObject Read(std::uint32_t& delivered, void* buffer, std::uint32_t wanted) override {
     if (!mode_.reads) return NewHostError("ZELFileStream::Read: the stream is write-only", EBADF);
     if (!Turn(Direction::kReading)) return Failed("Read");
-    // The end of the file is not remembered: another stream may append to it.
+    // The end of the file is not remembered: another stream may append to it. Some C libraries
+    // forget it only when they seek.
+    if (std::feof(file_.get()) != 0) {
+      SeekFile(file_.get(), static_cast<FilePosition>(position_), SEEK_SET);
+    }
     std::clearerr(file_.get());
     errno = 0;
     delivered = static_cast<std::uint32_t>(std::fread(buffer, 1, wanted, file_.get()));

@@ -200,18 +200,4 @@ TEST_F(StartedTest, InitialisingTwiceAndTerminatingTwiceDoNothing) {
   EXPECT_THROW(running->Start(ZEL_LIBRARY_PATH), zelhost::HostError);
 }
 
-TEST(BoundaryTest, UnloadingMakesNoCallIntoTheHost) {
-  Host host;
-  host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
-  host.Start(ZEL_LIBRARY_PATH);
-  const auto text = host.Find<POSObjectCreateFromTextProc>(POS_OBJECT_STATICS, "CreateFromText",
-                                                           "POSObjectCreateFromTextProc");
-  const auto addRef = host.Find<ZELAddRefContainerV2Proc>(ZEL_CONTAINER_INTERFACE, "AddRef",
-                                                          "ZELAddRefContainerV2Proc");
-  EXPECT_NE(addRef(text("<a [1 (two) <b `0003`>]>", nullptr)), 0);
-  host.ResetCalls();
-  host.Unload();
-  EXPECT_EQ(host.TotalCalls(), 0u);
-}
-
 }  // namespace

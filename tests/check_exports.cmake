@@ -1,13 +1,26 @@
-# Fails unless LIBRARY exports exactly the library's three entry points under their plain names.
-# NM reads an ELF library, OBJDUMP a Windows one.
+# Fails unless LIBRARY exports exactly the library's three entry points under their plain names, and,
+# on Windows, imports nothing but the system's own DLLs. NM reads an ELF library, OBJDUMP a Windows
+# one.
 set(expected ZELUtilsGetVersion ZELUtilsInitialize ZELUtilsTerminate)
+set(system_dlls advapi32.dll kernel32.dll msvcrt.dll)
 
 if(LIBRARY MATCHES "\\.dll$")
   execute_process(
-    COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
-  string(REGEX REPLACE ".*\n\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" listing "${listing}")
+    COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX REPLACE ".*\n\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" listing "${dump}")
   string(REGEX REPLACE "\n\n.*" "" listing "${listing}")
   string(REGEX REPLACE "\t\\[[^\n]*\\] " "" listing "${listing}")
+
+  string(REGEX MATCHALL "DLL Name: [^\n]+" imported "${dump}")
+  list(TRANSFORM imported REPLACE "DLL Name: " "")
+  list(TRANSFORM imported TOLOWER)
+  list(SORT imported)
+  message(STATUS "imported from: ${imported}")
+  set(foreign ${imported})
+  list(REMOVE_ITEM foreign ${system_dlls})
+  if(foreign OR NOT imported)
+    message(FATAL_ERROR "imported from: ${imported}\nallowed: ${system_dlls}")
+  endif()
 else()
   execute_process(
     COMMAND ${NM} --dynamic --defined-only --format=posix ${LIBRARY}

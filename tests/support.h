@@ -54,13 +54,15 @@ inline void RunOnSmallStack(const std::function<void()>& body) {
   constexpr size_t kStackSize = 1024 * 1024;
   void* argument = const_cast<void*>(static_cast<const void*>(&body));
 #if defined(_WIN32)
-  const HANDLE thread = CreateThread(
-      nullptr, kStackSize,
-      [](void* run) -> DWORD {
-        (*static_cast<const std::function<void()>*>(run))();
-        return 0;
-      },
-      argument, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  // No lambda: its calling convention would be the default one.
+  struct Thread {
+    static DWORD WINAPI Run(void* run) {
+      (*static_cast<const std::function<void()>*>(run))();
+      return 0;
+    }
+  };
+  const HANDLE thread = CreateThread(nullptr, kStackSize, &Thread::Run, argument,
+                                     STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   WaitForSingleObject(thread, INFINITE);
   CloseHandle(thread);
 #else

@@ -1,5 +1,5 @@
-// What cannot be brought about through the boundary: a directory with every name taken, a file
-// system without exclusive renaming, threads that contend for the same names.
+// What cannot be brought about through the boundary: a directory with every name taken, threads
+// that contend for the same names.
 #include "fileutils/utils_dir.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
@@ -17,15 +16,9 @@
 #include "zelhost/host.h"
 
 #if defined(__linux__)
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cstddef>
 #endif
 
 namespace {
@@ -77,51 +70,6 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
 }
 
 #if defined(__linux__)
-// From here on the process's kernel does not know exclusive renaming.
-bool ForbidExclusiveRename() {
-  sock_filter code[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program = {sizeof code / sizeof code[0], code};
-  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
-}
-
-TEST(FileSystemTest, RenamingIsExclusiveWithoutHelpOfTheKernel) {
-  const Folder folder;
-  if (fork() == 0) {
-    if (!ForbidExclusiveRename()) _exit(2);
-    std::ofstream(folder / "file") << "text";
-    std::ofstream(folder / "taken");
-    fs::create_directory(folder / "directory");
-    fs::create_directory(folder / "full");
-    std::ofstream(folder / "full/file");
-    const auto rename = [&](const char* from, const char* to) {
-      return NFileSystem::Rename((folder / from).c_str(), (folder / to).c_str());
-    };
-    EXPECT_EQ(rename("file", "taken"), EEXIST);
-    EXPECT_EQ(rename("file", "file"), EEXIST);
-    EXPECT_EQ(rename("file", "directory"), EEXIST);
-    EXPECT_EQ(rename("none", "new"), ENOENT);
-    EXPECT_EQ(rename("full", "directory"), EEXIST);
-    EXPECT_EQ(rename("full", "full/inner"), EINVAL);
-    EXPECT_FALSE(NFileSystem::Exists((folder / "full/inner").c_str()));
-    EXPECT_EQ(rename("file", "new"), 0);
-    EXPECT_EQ(rename("full", "new full"), 0);
-    EXPECT_EQ(fs::file_size(folder / "new"), 4u);
-    EXPECT_TRUE(NFileSystem::Exists((folder / "new full/file").c_str()));
-    EXPECT_FALSE(NFileSystem::Exists((folder / "file").c_str()));
-    _exit(HasFailure() ? 1 : 0);
-  }
-  int status = -1;
-  wait(&status);
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 2) GTEST_SKIP() << "no system call filters here";
-  EXPECT_EQ(status, 0);
-}
-
 TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
   constexpr int kProcesses = 8;
   constexpr size_t kNames = 8000;

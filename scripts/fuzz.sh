@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds the fuzzers and runs one of them, or each in turn, for a number of seconds. What they learn
+# stays in build/fuzz/learnt/; an input that fails is put into fuzz/corpus/, where the tests run it.
+#
+# usage: scripts/fuzz.sh [TARGET] [SECONDS]    TARGET: text, stream, schema, dict, sequence or all
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+target=${1:-all}
+seconds=${2:-60}
+# The longest input, in bytes: what one schema can ask for grows fast with its length.
+declare -A longest=([text]=2048 [stream]=2048 [schema]=600 [dict]=1000 [sequence]=400)
+
+if [ "$target" = all ]; then
+  targets=(text stream schema dict sequence)
+elif [ -n "${longest[$target]:-}" ]; then
+  targets=("$target")
+else
+  echo "No fuzzer is called $target." >&2
+  exit 2
+fi
+
+mkdir -p build
+cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+  -DCMAKE_C_FLAGS_DEBUG="-O1 -g" -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" \
+  -DZEL_SANITIZE=address,undefined,fuzzer-no-link -DZEL_FUZZ=ON -DBUILD_TESTING=OFF >build/fuzz.log
+cmake --build build/fuzz --target "${targets[@]/#/zel_fuzz_}"
+
+export ASAN_OPTIONS=allocator_may_return_null=1:${ASAN_OPTIONS:-}
+export UBSAN_OPTIONS=print_stacktrace=1:${UBSAN_OPTIONS:-}
+failed=()
+for target in "${targets[@]}"; do
+  log=build/fuzz.$target.log
+  mkdir -p "build/fuzz/learnt/$target"
+  "build/fuzz/zel_fuzz_$target" -max_total_time="$seconds" -max_len="${longest[$target]}" \
+    -timeout=30 -dict=fuzz/dictionary -artifact_prefix="fuzz/corpus/$target/" \
+    "build/fuzz/learnt/$target" "fuzz/corpus/$target" >"$log" 2>&1 || failed+=("$target")
+  printf '%-8s %s\n' "$target" "$(grep -E '^#[0-9]+' "$log" | tail -n 1)"
+done
+
+if [ ${#failed[@]} -ne 0 ]; then
+  for target in "${failed[@]}"; do
+    grep -v '^#' "build/fuzz.$target.log" | tail -n 60
+  done
+  echo "failed: ${failed[*]}"
+  exit 1
+fi

@@ -1,0 +1,373 @@
+// What depends on the platform and is exact there, and what must not depend on it.
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <random>
+#include <set>
+#include <zelutils/client.hpp>
+
+#include "support.h"
+
+#if !defined(_WIN32)
+#include <dlfcn.h>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace zelutils;
+
+#if defined(_WIN32)
+constexpr bool kIsWindows = true;
+#else
+constexpr bool kIsWindows = false;
+#endif
+
+void SetVariable(const char* name, const std::string& value) {
+#if defined(_WIN32)
+  _putenv_s(name, value.c_str());
+#else
+  setenv(name, value.c_str(), 1);
+#endif
+}
+
+class PlatformTest : public zeltest::LibraryTest {
+ protected:
+  static constexpr const char* kTempVariable = kIsWindows ? "TMP" : "TMPDIR";
+
+  void SetUp() override {
+    fs::create_directory(folder);
+    SetVariable(kTempVariable, folder.string());
+  }
+  void TearDown() override {
+    SetVariable(kTempVariable, folder.parent_path().string());
+    fs::remove_all(folder);
+    LibraryTest::TearDown();
+  }
+
+  // "message (number)" of the error that an action gives, "" for none.
+  template <class Action>
+  static std::string Failure(Action action) {
+    try {
+      action();
+    } catch (const Error& error) {
+      return std::string(error.what()) + " (" + std::to_string(error.Id()) + ")";
+    }
+    return "";
+  }
+
+  std::string Written(const Value& value) const {
+    Stream stream = client.NewMemoryStream();
+    Streamer(client).Serialize(stream, value);
+    stream.Rewind();
+    return stream.ReadAll();
+  }
+
+  static std::set<fs::path> Names(const fs::path& where) {
+    std::set<fs::path> names;
+    for (const auto& entry : fs::directory_iterator(where)) names.insert(entry.path().filename());
+    return names;
+  }
+
+  static std::string Contents(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  fs::path folder =
+      fs::temp_directory_path() / ("zel_platform_test." + std::to_string(std::random_device()()));
+  Client client{zelhost::Host::LookupProc()};
+};
+
+// ---- What must not depend on the platform ----
+
+TEST_F(PlatformTest, ADocumentIsTheSameBytes) {
+  std::string bytes, spread;
+  for (int byte = 0; byte < 256; ++byte) {
+    bytes += static_cast<char>(byte);
+    if (byte % 3 == 1) spread += static_cast<char>(255 - byte);
+  }
+  const auto binary = [&](size_t size) {
+    return client.NewBinData("raw}", std::as_bytes(std::span(bytes.data(), size)));
+  };
+  const double infinity = std::numeric_limits<double>::infinity();
+  Array numbersArray = client.NewArray();
+  for (const double number :
+       {0.0, -0.0, 1.0, -1.0 / 3, 0.1, 123456.789, 1e15, 9007199254740993.0, 1e21, 1e22, 1e23,
+        9.5e-5, 5e-324, std::numeric_limits<double>::min(), std::numeric_limits<double>::max(),
+        4294967296.0, 2147483648.5, infinity, -infinity}) {
+    numbersArray.Append(number);
+  }
+  Dict document = client.NewDict();
+  document.Put("numbers", numbersArray);
+  document.Put("every byte", client.NewString(bytes.substr(1)));
+  document.Put("empty", client.NewArray({client.NewString(""), client.NewUnicodeString(u""),
+                                         client.NewArray(), client.NewDict(), binary(0)}));
+  document.Put("units", client.NewUnicodeString(u"a`\\\u00e9\u4e2d\xD83D\xDE00\xD83D\xFFFF"));
+  document.Put("binary", client.NewArray({binary(1), binary(40), binary(41), binary(256)}));
+  document.Put(spread, client.NewDict({{"\xff", 1}, {"\x7f", 2}, {"A", 3}, {"a", 4}, {"", 5}}));
+
+  {
+    Stream file = client.OpenFile((folder / "document").string(), "wb");
+    Streamer(client).Serialize(file, document);
+  }
+  const std::string written = Contents(folder / "document");
+  EXPECT_EQ(written, Contents(fs::path(ZEL_TEST_DATA_DIR) / "document.stream"));
+  numbersArray.Remove(18);
+  numbersArray.Remove(17);
+  Stream back = client.NewMemoryStream();
+  back.Write(Written(document));
+  back.Rewind();
+  EXPECT_TRUE(Streamer(client).Deserialize(back) == document);
+}
+
+// Decimal digits that lie anywhere between two doubles, read and written again.
+TEST_F(PlatformTest, NumbersAreReadAndWrittenToTheLastBit) {
+  uint64_t state = 1;
+  const auto next = [&](uint32_t below) {
+    state = state * 6364136223846793005u + 1442695040888963407u;
+    return static_cast<uint32_t>(state >> 33) % below;
+  };
+  std::string text = POS_STREAMER_TYPE_A_VERSION_1_0 " [";
+  for (int i = 0; i < 20000; ++i) {
+    text += next(2) == 0 ? "#-" : "#";
+    for (uint32_t digits = 1 + next(25); digits > 0; --digits) text += char('0' + next(10));
+    text += '.';
+    for (uint32_t digits = next(25); digits > 0; --digits) text += char('0' + next(10));
+    if (i % 2 == 0) text += "e" + std::to_string(int(next(640)) - 340);
+    text += " ";
+  }
+  Stream stream = client.NewMemoryStream();
+  stream.Write(text + "]");
+  stream.Rewind();
+  const std::string written = Written(Streamer(client).Deserialize(stream));
+  uint64_t checksum = 14695981039346656037u;
+  for (const char byte : written) {
+    checksum = (checksum ^ static_cast<unsigned char>(byte)) * 1099511628211u;
+  }
+  EXPECT_EQ(written.size(), 706348u);
+  EXPECT_EQ(checksum, 5950165634056698496u);
+}
+
+// ---- What is the platform's own ----
+
+TEST_F(PlatformTest, APointerIsWrittenInTheDigitsOfItsWidth) {
+  constexpr bool kIs32Bit = sizeof(void*) == 4;
+  const std::pair<uintptr_t, const char*> rows[] = {
+      {0, kIs32Bit ? "$00000000 " : "$0000000000000000 "},
+      {0xABC, kIs32Bit ? "$00000ABC " : "$0000000000000ABC "},
+      {0xFEDCBA98, kIs32Bit ? "$FEDCBA98 " : "$00000000FEDCBA98 "},
+      {UINTPTR_MAX, kIs32Bit ? "$FFFFFFFF " : "$FFFFFFFFFFFFFFFF "},
+  };
+  for (const auto& [pointer, text] : rows) {
+    const Value value = client.NewRawPointer(reinterpret_cast<void*>(pointer), nullptr);
+    EXPECT_EQ(Written(value), std::string(POS_STREAMER_TYPE_A_VERSION_1_0 " ") + text);
+  }
+}
+
+TEST_F(PlatformTest, PathsAreJoinedByThePlatformsSeparator) {
+  struct Row {
+    const char *directory, *name, *windowsPath, *posixPath;
+  };
+  const Row rows[] = {
+      {"C:\\", "f", "C:\\f", "C:\\/f"},
+      {"C:\\a", "f", "C:\\a\\f", "C:\\a/f"},
+      {"C:\\a\\", "f", "C:\\a\\f", "C:\\a\\/f"},
+      {"c:", "f", "c:\\f", "c:/f"},
+      {"C:/a/", "f", "C:/a/\\f", "C:/a/f"},
+      {"\\\\server\\share", "f", "\\\\server\\share\\f", "\\\\server\\share/f"},
+      {"/a", "b/c", "/a\\b/c", "/a/b/c"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Directory(client, row.directory).GetFilePathSpec(row.name),
+              kIsWindows ? row.windowsPath : row.posixPath);
+  }
+}
+
+TEST_F(PlatformTest, TheSystemsDirectoriesAreNamedInFull) {
+  const std::string temporary = Directory::Temporary(client).GetFilePathSpec("");
+  const std::string current = Directory::Current(client).GetFilePathSpec("");
+  for (const std::string& path : {temporary, current}) {
+    if (kIsWindows) {
+      EXPECT_EQ(path.substr(1, 2), ":\\") << path;
+      EXPECT_EQ(path.find('/'), path.npos) << path;
+    } else {
+      EXPECT_EQ(path.front(), '/') << path;
+    }
+    EXPECT_EQ(path.back(), kIsWindows ? '\\' : '/') << path;
+  }
+  EXPECT_EQ(fs::path(temporary).parent_path(), folder);
+  // By its full path, drive letter and all, a file is reached as well.
+  const std::string name = Directory(client, temporary).CreateUniqueFilename("p", "e");
+  EXPECT_EQ(Names(folder), std::set<fs::path>{name});
+  EXPECT_TRUE(Directory(client, folder.string()).FileExists(name));
+}
+
+#if defined(_WIN32)
+// A character beyond ASCII that the code page has, in the code page and in wide characters.
+std::optional<std::pair<std::string, std::wstring>> CodePageCharacter() {
+  for (const wchar_t* wide : {L"\u00e9", L"\u0436", L"\u05d0", L"\u65e5"}) {
+    char bytes[8] = {};
+    BOOL isLost = FALSE;
+    const bool isUtf8 = GetACP() == CP_UTF8;  // takes neither the flag nor the address
+    const int length =
+        WideCharToMultiByte(CP_ACP, isUtf8 ? 0 : WC_NO_BEST_FIT_CHARS, wide, -1, bytes,
+                            sizeof bytes, nullptr, isUtf8 ? nullptr : &isLost);
+    if (length > 0 && !isLost) return std::pair(std::string(bytes), std::wstring(wide));
+  }
+  return std::nullopt;
+}
+#endif
+
+TEST_F(PlatformTest, NamesBeyondAsciiAreInTheCodePage) {
+  // As the library is given it, and as the file is called.
+  std::vector<std::pair<std::string, fs::path>> rows;
+#if defined(_WIN32)
+  const auto character = CodePageCharacter();
+  ASSERT_TRUE(character.has_value()) << "code page " << GetACP();
+  rows.emplace_back("caf" + character->first, L"caf" + character->second);
+#else
+  // Bytes are passed unchanged, whether they are UTF-8 or not.
+  rows.emplace_back("caf\xC3\xA9", "caf\xC3\xA9");
+  rows.emplace_back("caf\xE9", "caf\xE9");
+#endif
+  for (const auto& [text, native] : rows) {
+    const fs::path where = folder / native;
+    fs::create_directory(where);
+    const Directory outside(client, folder.string());
+    EXPECT_TRUE(outside.FileExists(text));
+    const Directory inside(client, outside.GetFilePathSpec(text));
+
+    const std::string unique = inside.CreateUniqueFilename(text, text);
+    const std::string tag = unique.substr(0, unique.size() - 2 * text.size() - 5);
+    fs::path uniqueNative = tag;
+    ((uniqueNative += native) += "0000.") += native;
+    EXPECT_EQ(Names(where), std::set<fs::path>{uniqueNative});
+    inside.Rename(unique, text);
+    EXPECT_EQ(Names(where), std::set<fs::path>{native});
+    inside.Delete(text);
+
+    // The host opens the same file.
+    SetVariable(kTempVariable, inside.GetFilePathSpec(""));
+    {
+      Stream owner = client.NewTempFileStream(text, text, "w+b");
+      owner.Write("text");
+      EXPECT_EQ(Names(where), std::set<fs::path>{uniqueNative});
+      EXPECT_EQ(owner.CreateIndependent().ReadAll(), "text");
+    }
+    EXPECT_TRUE(Names(where).empty());
+  }
+}
+
+TEST_F(PlatformTest, ATempDirectoryBeyondTheCodePageIsAnError) {
+#if defined(_WIN32)
+  if (GetACP() == CP_UTF8) GTEST_SKIP() << "this code page has every character";
+  // No code page has both.
+  ASSERT_EQ(_wputenv_s(L"TMP", L"C:\\\u05d0\u65e5"), 0);
+  EXPECT_EQ(Failure([&] { Directory::Temporary(client); }),
+            "ZELUtilsDirImpl::GetTempDir: Cannot get temp dir (" + std::to_string(EILSEQ) + ")");
+#else
+  SetVariable(kTempVariable, "/\xE9\xFF");
+  EXPECT_EQ(Directory::Temporary(client).GetFilePathSpec("f"), "/\xE9\xFF/f");
+#endif
+}
+
+TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
+  const Directory directory(client, folder.string());
+  std::optional<Stream> owner = client.NewTempFileStream("p", "e", "w+b");
+  owner->Write("text");
+  std::optional<Stream> first = owner->CreateIndependent();
+  std::optional<Stream> last = owner->CreateIndependent();
+  ASSERT_EQ(Names(folder).size(), 1u);
+
+  // The owner deletes the file, or leaves it to the last reader.
+  const size_t isThere = kIsWindows ? 1 : 0;
+  owner.reset();
+  EXPECT_EQ(Names(folder).size(), isThere);
+  EXPECT_EQ(first->ReadAll(), "text");
+  first.reset();
+  EXPECT_EQ(Names(folder).size(), isThere);
+  EXPECT_EQ(last->ReadAll(), "text");
+  last.reset();
+  EXPECT_TRUE(Names(folder).empty());
+
+  // Somebody else tries.
+  owner = client.NewTempFileStream("p", "e", "w+b");
+  const std::string failure = Failure([&] { directory.Delete(Names(folder).begin()->string()); });
+  EXPECT_EQ(Names(folder).size(), isThere);
+  owner.reset();
+  EXPECT_TRUE(Names(folder).empty());
+  if (kIsWindows) {
+    EXPECT_EQ(failure,
+              "ZELUtilsDirImpl::Delete: Permission denied (" + std::to_string(EACCES) + ")");
+  } else {
+    EXPECT_EQ(failure, "");
+    ExpectReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
+  }
+}
+
+// ---- The loader's notices ----
+
+bool IsLoaded() {
+#if defined(_WIN32)
+  return GetModuleHandleA(ZEL_LIBRARY_PATH) != nullptr;
+#else
+  void* const library = dlopen(ZEL_LIBRARY_PATH, RTLD_NOW | RTLD_NOLOAD);
+  if (library != nullptr) dlclose(library);
+  return library != nullptr;
+#endif
+}
+
+ZELTEST_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
+ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+
+TEST(LoaderTest, UnloadingMakesNoCallIntoTheHost) {
+  zelhost::Host host;
+  host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
+  host.Start(ZEL_LIBRARY_PATH);
+  const auto containers = zeltest::Containers::From(host);
+  const auto streamers = Streamers::From(host);
+  const ZELInstance value = zeltest::Statics::From(host).CreateFromText(
+      "<T <category array membertype (real) maxelements 3> more [(two) `0003`]>", nullptr);
+  const ZELInstance streamer = streamers.NewPOSStreamer();
+  ZELInstance stream = nullptr;
+  EXPECT_EQ(zeltest::StreamFactory::From(host).NewPositionableMemoryStream(&stream), nullptr);
+  for (const ZELInstance held :
+       {value, streamer, stream, zeltest::DictIterators::From(host).NewPOSDictIterator(value),
+        StructValidators::From(host).NewPOSStructValidator(value)}) {
+    EXPECT_NE(containers.AddRef(held), 0);
+  }
+  EXPECT_EQ(streamers.Serialize(streamer, stream, value, nullptr), 1);
+  EXPECT_EQ(host.TakeReports(), std::vector<std::string>());
+
+  host.ResetCalls();
+  host.Unload();
+  EXPECT_EQ(host.TotalCalls(), 0u);
+  EXPECT_FALSE(IsLoaded());
+}
+
+TEST(LoaderTest, AThreadThatEndsChangesNothing) {
+  zeltest::StartedHost host;
+  const auto use = [&] {
+    const auto containers = zeltest::Containers::From(host);
+    const ZELInstance value = zeltest::Statics::From(host).CreateFromText("<a [(b)]>", nullptr);
+    EXPECT_NE(containers.AddRef(value), 0);
+    containers.Release(value);
+    return ToString(host.Live());
+  };
+  const std::string before = use();
+  host.ResetCalls();
+  zeltest::RunOnSmallStack([&host] { EXPECT_GT(host.LibraryVersion(), 0u); });
+  EXPECT_EQ(host.TotalCalls(), 0u);
+  EXPECT_EQ(use(), before) << "what is released still goes back to the host";
+}
+
+}  // namespace
