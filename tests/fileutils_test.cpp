@@ -21,7 +21,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using zelhost::Service;
 using namespace zelutils;
 
 #if defined(_WIN32)
@@ -237,21 +236,6 @@ TEST_F(FileUtilsTest, AUniqueNameIsTheFirstFreeOne) {
 #endif
 }
 
-TEST_F(FileUtilsTest, ProcessesShareADirectoryWithoutLosingAFile) {
-#if defined(_WIN32)
-  GTEST_SKIP() << "this system has no fork";
-#else
-  InProcesses(8, [&] {
-    std::set<std::string> names;
-    for (int i = 0; i < 1000; ++i) {
-      names.insert(directory->CreateUniqueFilename(std::to_string(i / 10), "dat"));
-    }
-    EXPECT_EQ(names.size(), 1000u);
-  });
-  EXPECT_EQ(Names().size(), 8000u);
-#endif
-}
-
 TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   std::string written;
   for (uint32_t i = 0; written.size() < 5'000'000; ++i) written += std::to_string(i * 2654435761u);
@@ -288,7 +272,7 @@ TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   second.reset();
   EXPECT_EQ(Names().size(), 1u);
   owner.reset();
-  EXPECT_TRUE(Names().empty());
+  EXPECT_EQ(Names().size(), kIsWindows ? 1u : 0u) << "an open file stays where it has to";
   // The name may be another file's by now.
   EXPECT_EQ(
       Failure([&] { first->CreateIndependent(); }),
@@ -310,52 +294,6 @@ TEST_F(FileUtilsTest, AFailedStreamLeavesNoFile) {
   SetTempFolder((folder / "missing").string());
   EXPECT_EQ(Failure([&] { NewStream(); }), DirFailure("createNewFile: Invalid filename", ENOENT));
   EXPECT_TRUE(Names().empty());
-}
-
-TEST_F(FileUtilsTest, NoFaultLosesAFileOrAReference) {
-  // By plain calls: what the client does around them must not fail.
-  const auto newStream = client.Procedures<TempFileProcedures>().NewTempFileStream;
-  const auto release = client.Procedures<ErrorProcedures>().Release;
-  ZELProc createIndependent = nullptr;
-  containers.GetMethod(&createIndependent, NewStream().Handle(),
-                       Atom("CreateIndependentlyPositionableStream"),
-                       Atom("ZELPositionableStreamCreateIndependentlyPositionableStreamProc"), 0);
-  const auto newReader =
-      reinterpret_cast<ZELPositionableStreamCreateIndependentlyPositionableStreamProc>(
-          createIndependent);
-  const auto scenario = [&] {
-    host.ChangeUnregisterCount();
-    ZELInstance owner = nullptr;
-    ZELInstance reader = nullptr;
-    release(newStream(&owner, "pre", "ext", "w+b"));
-    if (owner != nullptr) release(newReader(owner, &reader));
-    if (reader != nullptr) containers.DeleteUnownedContainer(reader);
-    if (owner != nullptr) containers.DeleteUnownedContainer(owner);
-    return reader != nullptr;
-  };
-  EXPECT_TRUE(scenario());
-  const zelhost::Counts before = host.Live();
-  uint64_t faults = 0;
-  for (const Service service :
-       {Service::kLookup, Service::kAlloc, Service::kNewStringAtom, Service::kNewFullContainer,
-        Service::kAddRef, Service::kGetMethod, Service::kNewMemoryStream, Service::kNewFileStream,
-        Service::kNewClientStream}) {
-    for (const bool andAllLater : {false, true}) {
-      for (uint64_t n = 1;; ++n) {
-        const uint64_t injected = host.FaultsInjected();
-        host.FailAt(service, n, andAllLater);
-        scenario();
-        host.StopFailing();
-        EXPECT_TRUE(Names().empty()) << ServiceName(service) << " " << n;
-        EXPECT_EQ(ToString(host.Live()), ToString(before)) << ServiceName(service) << " " << n;
-        if (host.FaultsInjected() == injected) break;
-        ++faults;
-      }
-    }
-  }
-  host.TakeReports();
-  EXPECT_TRUE(scenario());
-  EXPECT_GT(faults, 150u);
 }
 
 // Stands for a system that forbids to delete an open file.

@@ -70,14 +70,10 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"=any", "[]", kConforms},
       {"=bool", "1", kConforms},
       {"=bool", "false", kConforms},
-      {"=bool", "0.5", "|BOOL was a number unequal to zero or one"},
       {"=bool", "True", "|BOOL was not a valid string (true/false)"},
       {"=bool", "[]", "|Expected BOOL was of invalid type"},
       {"=int", "-2147483648", kConforms},
-      {"=int", "2147483648", "|INT was not a whole number"},
       {"=int", "2.5", "|INT was not a whole number"},
-      {"=int", "a", "|Expected INT was of invalid type"},
-      {"=real", "a", "|Expected REAL was of invalid type"},
       {"=string", "1", "|Expected STRING was of invalid type"},
       {"=unicodestring", "a", "|Expected UNICODESTRING was of invalid type"},
       {"=bindata", "a", "|Expected BINDATA was of invalid type"},
@@ -92,8 +88,6 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
        "|Number below mininum value 3.000000|Number above maximum value 2.500000"
        "|Number below mininum value 2.750000 (exclusive)"
        "|Number above maximum value 2.750000 (exclusive)"},
-      {"category string minlen 3", "ab", "|String length below mininum value 3"},
-      {"category string minlen (3)", "ab", kConforms},  // of the wrong kind
       {"category string maxlen 1 illegalchars (;b) oneof [x y]", "ab",
        "|String length above maximum value 1|String contains illegal characters in ';b'"
        "|String is not one of the enumerated values"},
@@ -105,20 +99,14 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"category rawptr", "1", "|Expected RAWPTR was of invalid type"},
       {"category zelobjref", "1", "|Expected OBJREF was of invalid type"},
 
-      {"category array", "<>", "|Array object expected"},
       {"category array minlen 4 maxlen 2", "[1 2 3]",
        "|Array length below mininum value 4|Array length above maximum value"},
       {"category array maxlen 1 membertype real", "[1 b c]",
        "|Array length above maximum value|[1]: Expected REAL was of invalid type"
        "|[2]: Expected REAL was of invalid type"},
-      {"category array membertype [int string]", "[a a]", "|[0]: Expected INT was of invalid type"},
-      {"category array membertype [int string]", "[a 1 1]",
-       "|Heterogenous array object size did not match type array size"},
 
-      {"category dict", "[]", "|Dict object expected"},
       {"category dict required <b real c 1 a int>", "<x y a z>",
        "|Missing required member b|Missing required member c"},
-      {"category dict required <a int> optional <b real>", "<a 1>", kConforms},
       {"category dict required <a int> optional <b real c 1>", "<a x b y c 1 d 1>",
        "|a (required, type != int): Expected INT was of invalid type"
        "|b (optional, type != real): Expected REAL was of invalid type"
@@ -129,12 +117,7 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"category dict keytype K valuetype int> K <category string maxlen 1", "<a 1 ab x>",
        "|ab (key, type != K): String length above maximum value 1"
        "|ab (value, type != int): Expected INT was of invalid type"},
-      {"category dict keytype bool", "<true 1 x 1>",
-       "|x (key, type != bool): BOOL was not a valid string (true/false)"},
-      {"category dict keytype string", "<a 1>", kConforms},
-      {"category dict valuetype int", "<a 1>", "|Unknown member a"},
 
-      {"category union set [int string]", "a", kConforms},
       {"category union set [int I]> I <category intersection set [real string]", "[]",
        "|Not a valid union type: Trying int: Expected INT was of invalid type"
        "|Not a valid union type: Trying I: Failed intersection type real:"
@@ -218,9 +201,9 @@ TEST_F(ValidatorTest, PlaceholdersAtTheEdges) {
     const bool ofString = std::strstr(row.attribute, "len") != nullptr;
     const ZELInstance category = String(ofString ? "string" : "real");
     const ZELInstance type = Dict({{"category", category}, {row.attribute, Number(row.bound)}});
-    EXPECT_EQ(Findings(NewValidator(Dict({{"T", type}})),
-                       ofString ? String("abcd") : Number(row.value)),
-              row.findings);
+    EXPECT_EQ(
+        Findings(NewValidator(Dict({{"T", type}})), ofString ? String("abcd") : Number(row.value)),
+        row.findings);
   }
 }
 
@@ -250,8 +233,6 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
       {"category intersection set [1]", ring, noString},
       {"category dict keytype K> K <category string oneof [x 1]", longKey, noString},
       {"category dict", longKey, "FormatIntoPOSString overwrote buffer"},
-      {"category union set [int T any]", ring, "nesting too deep"},
-      {"category array membertype T", ring, "nesting too deep"},
       {"category dict keytype string optional <a T>", dictRing, "nesting too deep"},
       // From inside lists that already hold messages.
       {"category intersection set [int U]> U <category array membertype V>"
@@ -313,8 +294,6 @@ TEST_F(ValidatorTest, HandlesOfOtherKinds) {
   }
   EXPECT_EQ(validators.Validate(validator, text, Atom("int"), nullptr), 0);  // dumped, not reported
 }
-
-// ---- Callbacks ---------------------------------------------------------------------------------
 
 ZELTEST_INTERFACE(SharedBuffers, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS);
 
@@ -384,17 +363,17 @@ TEST_F(CallbackTest, MayTakeThingsAway) {
     const char* definitions;
     const char* value;
     const char* findings;
-    Messages reports;
+    const char* report = nullptr;
   } rows[] = {
-      {"category array membertype N", "[1 2]", "", {"CPOSArray::GetAt subscript failed"}},
-      {"category array membertype [N N]", "[1 2]", "", {"CPOSArray::GetAt subscript failed"}},
+      {"category array membertype N", "[1 2]", "", "CPOSArray::GetAt subscript failed"},
+      {"category array membertype [N N]", "[1 2]", "", "CPOSArray::GetAt subscript failed"},
       {"category union set [N N]", "1",
        "|Not a valid union type: Trying N: gone"
-       "|Not a valid union type: Trying N: Schema not applicable, no definition for N", {}},
-      {"category dict required <a N b N>", "<a 1 b 2>", "|a (required, type != N): gone", {}},
+       "|Not a valid union type: Trying N: Schema not applicable, no definition for N"},
+      {"category dict required <a N b N>", "<a 1 b 2>", "|a (required, type != N): gone"},
       {"category dict keytype S valuetype N optional <a N>> S <category string", "<a 1 b 2>",
        "|a (value, type != N): gone"
-       "|a (optional, type != N): Schema not applicable, no definition for N", {}},
+       "|a (optional, type != N): Schema not applicable, no definition for N"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.definitions);
@@ -411,72 +390,34 @@ TEST_F(CallbackTest, MayTakeThingsAway) {
     };
     Attach(validator, "N", check);
     EXPECT_EQ(Findings(validator, value), row.findings);
-    ExpectReports(row.reports);
-  }
-}
-
-TEST_F(CallbackTest, AnyServiceMayFail) {
-  const ZELInstance schema = Parse(Schema(
-      "category dict required <a U> keytype K> K <category string> N <category int>"
-      " U <category union set [bool N]"));
-  const ZELInstance value = Parse("<a 2 b 3>");
-  const ZELStringAtom type = Atom("T"), callbackType = Atom("N");
-  Check check = NewCheck();
-  check.result = 1;
-  for (const Service service :
-       {Service::kAlloc, Service::kNewStringAtom, Service::kNewFullContainer, Service::kNewBuffer,
-        Service::kAddRef}) {
-    bool failed = true;
-    for (uint64_t n = 1; failed; ++n) {
-      SCOPED_TRACE(std::string(ServiceName(service)) + " " + std::to_string(n));
-      const zelhost::Counts before = host.Live();
-      const uint64_t faults = host.FaultsInjected();
-      host.FailAt(service, n);
-      const ZELInstance validator = structValidators.NewPOSStructValidator(schema);
-      if (validator != nullptr && containers.AddRef(validator) != 0) {
-        structValidators.RegisterCallbackProc(validator, callbackType, &RunCheck, &check);
-        host.TakeReports();
-        const int32_t conforms = validators.Validate(validator, value, type, nullptr);
-        EXPECT_EQ(conforms == 0, !host.TakeReports().empty());
-        containers.Release(validator);
-      } else if (validator != nullptr) {
-        containers.DeleteUnownedContainer(validator);
-      }
-      host.StopFailing();
-      host.TakeReports();
-      EXPECT_EQ(ToString(host.Live()), ToString(before));
-      ASSERT_LT(n, 1000u);
-      failed = host.FaultsInjected() > faults;
-    }
+    ExpectReports(row.report == nullptr ? Messages() : Messages{row.report});
   }
 }
 
 TEST_F(ValidatorTest, AConformingElementMakesNothing) {
-  const ZELInstance validator = NewValidator(Schema(
-      "category dict required <list List all All>> List <category array membertype N>"
-      " N <category int min 0> All <category dict keytype string valuetype Any>"
-      " Any <category intersection set [N real]"));
-  uint64_t allocations[2], instances[2], atomsMade[2];
-  for (const int i : {0, 1}) {
+  const ZELInstance validator = NewValidator(
+      Schema("category dict required <list List all All>> List <category array membertype N>"
+             " N <category int min 0> All <category dict keytype string valuetype Any>"
+             " Any <category intersection set [N real]"));
+  const auto made = [&](int size) {
     std::string list, all;
-    for (int n = 0; n < (i == 0 ? 10 : 60); ++n) {
+    for (int n = 0; n < size; ++n) {
       list += "7 ";
       all += "k" + std::to_string(n) + " 7 ";
     }
     const ZELInstance value = Parse("<list [" + list + "] all <" + all + ">>");
     host.ResetCalls();
     EXPECT_EQ(Findings(validator, value), kConforms);
-    allocations[i] = host.Calls(Service::kAlloc);
-    instances[i] = host.Calls(Service::kNewFullContainer);
-    atomsMade[i] = host.Calls(Service::kNewStringAtom);
-  }
-  EXPECT_EQ(allocations[0], allocations[1]);
-  EXPECT_EQ(instances[0], instances[1]);
+    return std::vector<uint64_t>{host.Calls(Service::kAlloc),
+                                 host.Calls(Service::kNewFullContainer),
+                                 host.Calls(Service::kNewStringAtom)};
+  };
+  const std::vector<uint64_t> few = made(10), many = made(60);
+  EXPECT_EQ(few[0], many[0]);
+  EXPECT_EQ(few[1], many[1]);
   // For each member its key, which it is fetched by, and the name that the set gives.
-  EXPECT_LE(atomsMade[1] - atomsMade[0], 2u * 50);
+  EXPECT_LE(many[2] - few[2], 2u * 50);
 }
-
-// ---- Schemas -----------------------------------------------------------------------------------
 
 POSObjectCreateFromTextProc g_createFromText;
 std::string g_parsed;
@@ -497,23 +438,11 @@ TEST_F(ValidatorTest, TheMetaSchemaFollowsItsOwnRules) {
   const ZELInstance metaSchema = Parse(g_parsed);
   EXPECT_EQ(structValidators.ValidateSchema(metaSchema, &Collect), 1);
   EXPECT_EQ(g_messages, Messages{});
-  std::string names;
-  const ZELInstance iterator = Keep(iterators.NewPOSDictIterator(metaSchema));
-  for (; !iterators.IsDone(iterator); iterators.Next(iterator)) {
-    names += std::string(iterators.CurKey(iterator)) + " ";
-  }
-  EXPECT_EQ(names,
-            "ArrayDefn BinDataDefn DictDefn DictMemberDict DictMemberName HeteroArrayDefn "
-            "HomoArrayDefn IntDefn IntersectionDefn ObjRefDefn RealDefn StringDefn StringList "
-            "StructSchema TypeDefn TypeList TypeName UnicodeStringDefn UnionDefn kArray kBinData "
-            "kDict kInt kIntersection kObjRef kReal kString kUnicodeString kUnion ");
-  EXPECT_TRUE(objects.IsEqual(dicts.Get(metaSchema, Atom("TypeName")),
-                              Parse("<category string minlen 1>")));
 }
 
 TEST_F(ValidatorTest, SchemasAreChecked) {
   const struct {
-    const char* schema;
+    const char* schema;   // or a definition of T
     std::string finding;  // one of the messages ends like this; kConforms for a valid schema
   } rows[] = {
       {"<>", kConforms},
@@ -528,45 +457,43 @@ TEST_F(ValidatorTest, SchemasAreChecked) {
       {"text", "Dict object expected"},
       {"<() <category int>>", "(key, type != TypeName): String length below mininum value 1"},
       {"<T int>", "Trying DictDefn: Dict object expected"},
-      {"<T <>>", "Trying IntDefn: Missing required member category"},
-      {"<T <category 1>>",
+      {"", "Trying IntDefn: Missing required member category"},
+      {"category 1",
        "IntDefn: category (required, type != kInt): Expected STRING was of invalid type"},
-      {"<T <category rawptr>>",
+      {"category rawptr",
        "category (required, type != kObjRef): String is not one of the enumerated values"},
-      {"<T <category int oneof []>>", "Trying IntDefn: Unknown member oneof"},
-      {"<T <category int max 2.5>>",
-       "IntDefn: max (optional, type != int): INT was not a whole number"},
-      {"<T <category real min a>>",
+      {"category int oneof []", "Trying IntDefn: Unknown member oneof"},
+      {"category real min a",
        "RealDefn: min (optional, type != real): Expected REAL was of invalid type"},
-      {"<T <category string minlen a>>",
+      {"category string minlen a",
        "StringDefn: minlen (optional, type != real): Expected REAL was of invalid type"},
-      {"<T <category string illegalchars 1>>",
+      {"category string illegalchars 1",
        "illegalchars (optional, type != string): Expected STRING was of invalid type"},
-      {"<T <category string oneof [a 1]>>",
+      {"category string oneof [a 1]",
        "oneof (optional, type != StringList): [1]: Expected STRING was of invalid type"},
-      {"<T <category unicodestring oneof [a]>>", "Trying UnicodeStringDefn: Unknown member oneof"},
-      {"<T <category bindata illegalchars a>>", "Trying BinDataDefn: Unknown member illegalchars"},
-      {"<T <category objref minlen 1>>", "Trying ObjRefDefn: Unknown member minlen"},
-      {"<T <category array>>", "Trying HomoArrayDefn: Missing required member membertype"},
-      {"<T <category array membertype [int] maxlen 1>>",
-       "Trying HeteroArrayDefn: Unknown member maxlen"},
-      {"<T <category array membertype Nowhere>>",
-       "(required, type != TypeName): Cannot locate definition of type Nowhere"},
-      {"<T <category array membertype [int Nowhere]>>",
+      {"category unicodestring oneof [a]", "Trying UnicodeStringDefn: Unknown member oneof"},
+      {"category bindata illegalchars a", "Trying BinDataDefn: Unknown member illegalchars"},
+      {"category objref minlen 1", "Trying ObjRefDefn: Unknown member minlen"},
+      {"category array", "Trying HomoArrayDefn: Missing required member membertype"},
+      {"category array membertype [int] maxlen 1", "Trying HeteroArrayDefn: Unknown member maxlen"},
+      {"category array membertype [int Nowhere]",
        "(required, type != TypeList): [1]: Cannot locate definition of type Nowhere"},
-      {"<T <category dict keytype Nowhere>>",
+      {"category dict keytype Nowhere",
        "keytype (optional, type != TypeName): Cannot locate definition of type Nowhere"},
-      {"<T <category dict required <() int>>>",
+      {"category dict required <() int>",
        " (key, type != DictMemberName): String length below mininum value 1"},
-      {"<T <category dict optional <a Nowhere>>>",
+      {"category dict optional <a Nowhere>",
        "a (value, type != TypeName): Cannot locate definition of type Nowhere"},
-      {"<T <category dict optional a>>",
+      {"category dict optional a",
        "optional (optional, type != DictMemberDict): Dict object expected"},
-      {"<T <category union>>", "Trying UnionDefn: Missing required member set"},
-      {"<T <category intersection set [T Nowhere]>>",
+      {"category union", "Trying UnionDefn: Missing required member set"},
+      {"category intersection set [T Nowhere]",
        "set (required, type != TypeList): [1]: Cannot locate definition of type Nowhere"},
   };
-  for (const auto& row : rows) ExpectSchemaFinding(Parse(row.schema), row.finding);
+  for (const auto& row : rows) {
+    const bool isDefinition = *row.schema == '\0' || std::strncmp(row.schema, "category", 8) == 0;
+    ExpectSchemaFinding(Parse(isDefinition ? Schema(row.schema) : row.schema), row.finding);
+  }
 
   const ZELInstance name = String(std::string(992, 'n'));  // with the text around it 1024 bytes
   const ZELInstance type = Dict({{"category", String("array")}, {"membertype", name}});

@@ -25,10 +25,11 @@ execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${consumer} -B ${consumer}/build -G Ninja
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_COMPILER=${C_COMPILER}
     -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_C_FLAGS=${C_FLAGS} -DCMAKE_CXX_FLAGS=${CXX_FLAGS}
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(
   COMMAND ${CMAKE_COMMAND} --build ${consumer}/build --target all check
   COMMAND_ERROR_IS_FATAL ANY)
 execute_process(
-  COMMAND ${prefix}/bin/zelpos --version
+  COMMAND ${EMULATOR} ${prefix}/bin/${TOOL} --version
   COMMAND_ERROR_IS_FATAL ANY)

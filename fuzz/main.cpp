@@ -1,0 +1,15 @@
+// The entry point of the fuzzing engine, for the target that ZEL_FUZZ_TARGET names.
+#include "targets.h"
+#include "zelutils/zelutils.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  using namespace zelfuzz;  // NOLINT(google-build-using-namespace)
+  static const Target& target = FindTarget(ZEL_FUZZ_TARGET);
+  static Session& session = *new Session([](zelhost::Host& host) {
+    host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
+  });
+  Run(target, session, Bytes(data, size));
+  return 0;
+}

@@ -1,0 +1,234 @@
+// What is deep and what is large: every descent at its limit and one level beyond it on a small
+// stack, and the sizes, indices and counts that a caller or a stream can name.
+#include <algorithm>
+#include <cstring>
+
+#include "support.h"
+
+namespace {
+
+ZELTEST_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
+ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+
+const std::string kHeader = POS_STREAMER_TYPE_A_VERSION_1_0 " ";
+
+// A stream of an instance of its own, behind which no host checks what the client says.
+struct Liar {
+  std::string bytes;
+  uint32_t deliversMore = 0;  // than it has stored, after the header
+  uint32_t mark = 0;
+  uint32_t soughtTo = 0;
+  uint32_t position = 0;
+};
+Liar g_liar;
+ZELErrorObject LiarRead(ZELInstance, uint32_t* delivered, void* buffer, uint32_t wanted) {
+  *delivered =
+      static_cast<uint32_t>(g_liar.bytes.copy(static_cast<char*>(buffer), wanted, g_liar.position));
+  g_liar.position += *delivered;
+  if (wanted > 1) *delivered += g_liar.deliversMore;
+  return nullptr;
+}
+ZELErrorObject LiarMark(ZELInstance, uint32_t* position) {
+  *position = g_liar.mark;
+  return nullptr;
+}
+ZELErrorObject LiarSeek(ZELInstance, uint32_t position, uint32_t) {
+  g_liar.soughtTo = position;
+  return nullptr;
+}
+void NotCalled() { ADD_FAILURE() << "called"; }
+
+// Blocks and buffers as large as were asked for last; there are no large ones.
+ZELMemAllocProc g_alloc = nullptr;
+size_t g_largest = 0;
+void* SmallAlloc(size_t size) {
+  g_largest = std::max(g_largest, size);
+  return size > (size_t{1} << 20) ? nullptr : g_alloc(size);
+}
+ZELSharedBuff NoBuffer(uint32_t size, int32_t, int32_t, int32_t, int32_t) {
+  g_largest = size;
+  return nullptr;
+}
+template <class Procedure>
+ZELProc AsProc(Procedure procedure) {
+  return reinterpret_cast<ZELProc>(procedure);
+}
+
+class DepthSizeTest : public zeltest::LibraryTest {
+ protected:
+  template <class Procedure, class... Arguments>
+  void OnStream(ZELInstance stream, const char* name, const char* procType,
+                Arguments... arguments) {
+    ZELProc procedure = nullptr;
+    EXPECT_EQ(containers.GetMethod(&procedure, stream, Atom(name), Atom(procType), 0), nullptr);
+    EXPECT_EQ(reinterpret_cast<Procedure>(procedure)(stream, arguments...), nullptr);
+  }
+  ZELInstance Stream() {
+    ZELInstance stream = nullptr;
+    EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
+    return Keep(stream);
+  }
+  void Rewind(ZELInstance stream) {
+    OnStream<ZELRewindableStreamRewindProc>(stream, "Rewind", "ZELRewindableStreamRewindProc");
+  }
+
+  // Clones, compares, writes, reads and validates; returns how many of these were too deep.
+  int Descend(ZELInstance value, const char* typeName) {
+    int tooDeep = 0;
+    const auto check = [&](bool succeeded) {
+      const std::vector<std::string> reports = host.TakeReports();
+      EXPECT_EQ(succeeded, reports.empty());
+      if (succeeded) return;
+      EXPECT_EQ(reports.front(), "nesting too deep");
+      ++tooDeep;
+    };
+    const ZELInstance clone = objects.Clone(value);
+    check(clone != nullptr);
+    check(objects.IsEqual(value, clone == nullptr ? value : Keep(clone)));
+    const ZELInstance stream = Stream();
+    const bool isWritten = streamers.Serialize(streamer, stream, value, nullptr) == 1;
+    check(isWritten);
+    if (isWritten) {
+      Rewind(stream);
+      EXPECT_TRUE(objects.IsEqual(Keep(streamers.Deserialize(streamer, stream)), value));
+    }
+    check(validators.Validate(validator, value, Atom(typeName), nullptr) == 1);
+    return tooDeep;
+  }
+
+  Streamers streamers = Streamers::From(host);
+  StructValidators structValidators = StructValidators::From(host);
+  Validators validators = Validators::From(host);
+  ZELInstance streamer = Keep(streamers.NewPOSStreamer());
+  ZELInstance validator = Keep(structValidators.NewPOSStructValidator(
+      Parse("<A <category array membertype A> D <category dict keytype string valuetype D>"
+            " U <category union set [U]> I <category intersection set [any J]>"
+            " J <category intersection set [I]>>")));
+};
+
+TEST_F(DepthSizeTest, EveryDescentEndsAtItsLimit) {
+  zeltest::RunOnSmallStack([this] {
+    for (const bool isDict : {false, true}) {
+      const std::string open = isDict ? "<k" : "[", close = isDict ? ">" : "]";
+      std::string text = isDict ? "<>" : "[]";
+      for (int i = 1; i < POS_NESTING_LIMIT; ++i) text = open + text + close;
+      const ZELInstance deepest = Parse(text);
+      EXPECT_EQ(Descend(deepest, isDict ? "D" : "A"), 0);
+
+      EXPECT_EQ(statics.CreateFromText((open + text + close).c_str(), nullptr), nullptr);
+      const ZELInstance deeper = Keep(isDict ? dicts.NewPOSDict() : arrays.NewPOSArray());
+      isDict ? dicts.Put(deeper, Atom("k"), deepest) : arrays.Append(deeper, deepest);
+      EXPECT_EQ(Descend(deeper, isDict ? "D" : "A"), 4);
+    }
+    // Types that reach themselves without going down into the value.
+    for (const char* typeName : {"U", "I"}) {
+      EXPECT_EQ(validators.Validate(validator, validator, Atom("any"), nullptr), 0);
+      ExpectReports({"invalid container"});
+      EXPECT_EQ(validators.Validate(validator, Parse("1"), Atom(typeName), nullptr), 0);
+      ExpectReports({"nesting too deep"});
+    }
+  });
+}
+
+TEST_F(DepthSizeTest, CyclesEndAtTheLimitAndPathsDoNot) {
+  zeltest::RunOnSmallStack([this] {
+    const ZELInstance first = Keep(arrays.NewPOSArray()), second = Keep(arrays.NewPOSArray());
+    arrays.Append(first, second);
+    arrays.Append(second, first);
+    EXPECT_EQ(Descend(first, "A"), 4);
+    arrays.Remove(second, 0);
+
+    const ZELInstance dict = Keep(dicts.NewPOSDict());
+    dicts.Put(dict, Atom("k"), dict);
+    EXPECT_EQ(Descend(dict, "D"), 4);
+    std::string path;
+    for (int i = 0; i < 100000; ++i) path += ".k";
+    EXPECT_EQ(dicts.DeepGet(dict, Atom(path.c_str())), dict);
+    dicts.Remove(dict, Atom("k"));
+  });
+}
+
+TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
+  const char* const name = "LyingStream";
+  host.Register(name, "Read", "ZELSimpleStreamReadProc", AsProc(&LiarRead));
+  host.Register(name, "Mark", "ZELPositionableStreamMarkProc", AsProc(&LiarMark));
+  host.Register(name, "Seek", "ZELPositionableStreamSeekProc", AsProc(&LiarSeek));
+#define REGISTER_REST(method, procType)                   \
+  if (host.Lookup(name, #method, #procType) == nullptr) { \
+    host.Register(name, #method, #procType, &NotCalled);  \
+  }
+  ZEL_SIMPLE_STREAM_METHODS(REGISTER_REST)
+  ZEL_REWINDABLE_STREAM_METHODS(REGISTER_REST)
+  ZEL_POSITIONABLE_STREAM_METHODS(REGISTER_REST)
+  ZELInstance stream = nullptr;
+  ASSERT_EQ(containers.NewFullContainer(&stream, &g_liar, Atom(name), nullptr, Atom(name), 0, 0, 0),
+            nullptr);
+  Keep(stream);
+  const struct {
+    uint32_t deliversMore, mark;
+    const char* report;  // none: read, and repositioned by the three bytes behind the value
+  } rows[] = {
+      {0, 3, nullptr},
+      {0, 0xFFFFFFFF, nullptr},
+      {0, 2, "stream position before its unread bytes"},
+      {0xFFFFFFFF, 100, "unexpected EOF"},  // less by one, and then nothing
+      {512, 0xFFFFFFFF, "stream delivered more than was asked for"},
+      {0xFFFFFFF0, 0, "stream delivered more than was asked for"},
+  };
+  for (const auto& row : rows) {
+    const std::string value = row.deliversMore == 0xFFFFFFFF ? "#" : "#1    ";
+    g_liar = {kHeader + value, row.deliversMore, row.mark};
+    const ZELInstance object = streamers.Deserialize(streamer, stream);
+    if (row.report == nullptr) {
+      EXPECT_EQ(numbers.Get(Keep(object)), 1);
+      EXPECT_EQ(g_liar.soughtTo, row.mark - 3);
+    } else {
+      EXPECT_EQ(object, nullptr);
+      ExpectReports({row.report});
+    }
+  }
+  GiveBack();
+  host.Withdraw(name);
+}
+
+TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
+  zelhost::Host host;
+  g_alloc = host.Find<ZELMemAllocProc>(ZEL_MEMORY_INTERFACE, "Alloc", "ZELMemAllocProc");
+  host.Register(ZEL_MEMORY_INTERFACE, "Alloc", "ZELMemAllocProc", AsProc(&SmallAlloc));
+  host.Register(ZEL_SHARED_BUFF_INTERFACE, "NewBuffer", "ZELSharedBuffNewBufferV3Proc",
+                AsProc(&NoBuffer));
+  host.Start(ZEL_LIBRARY_PATH);
+  const auto containers = zeltest::Containers::From(host);
+  const auto arrays = zeltest::Arrays::From(host);
+  const auto binData = zeltest::BinDatas::From(host);
+  const ZELInstance array = arrays.NewPOSArray();
+  containers.AddRef(array);
+  const ZELInstance value = zeltest::Numbers::From(host).NewPOSNumber(1);
+  containers.AddRef(value);
+
+  std::vector<uint32_t> edges = {0xFFFFFFFE, 0xFFFFFFFF};
+  for (uint32_t power = 1u << 20; power != 0; power *= 2) {
+    edges.insert(edges.end(), {power - 1, power, power + 1});
+  }
+  for (const uint32_t edge : edges) {
+    g_largest = 0;
+    arrays.SetAt(array, edge, value);
+    EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
+    EXPECT_EQ(arrays.Count(array), 0u);
+    EXPECT_EQ(arrays.GetAt(array, edge), nullptr);
+    arrays.Remove(array, edge);
+    EXPECT_TRUE(g_largest < 4096 || g_largest / sizeof(void*) > edge) << edge;
+
+    EXPECT_EQ(binData.NewPOSBinData("t", &edge, edge), nullptr);
+    EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
+    EXPECT_EQ(g_largest, edge);
+  }
+  EXPECT_EQ(host.RefCount(value), 1u);
+  containers.Release(array);
+  containers.Release(value);
+  host.Stop();
+  EXPECT_EQ(ToString(host.Live()), "nothing");
+}
+
+}  // namespace

@@ -1,0 +1,615 @@
+// Every procedure of the library with the first, the second, ... call of each service of the host
+// failing, until it gets through. Whatever fails, nothing crashes, nothing is lost, somebody is
+// told, containers are as they were, and right afterwards the same thing succeeds.
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <random>
+#include <set>
+
+#include "support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using zelhost::Service;
+
+ZELTEST_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
+ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+ZELTEST_INTERFACE(Directories, ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS);
+ZELTEST_INTERFACE(TempFiles, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY,
+                  ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS);
+ZELTEST_INTERFACE(Errors, ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS);
+#define ALL_STREAM_METHODS(X)      \
+  ZEL_SIMPLE_STREAM_METHODS(X)     \
+  ZEL_REWINDABLE_STREAM_METHODS(X) \
+  ZEL_POSITIONABLE_STREAM_METHODS(X)
+ZELTEST_INTERFACE(StreamMethods, "ZELMemoryStream", ALL_STREAM_METHODS);
+ZELTEST_INTERFACE(SharedBuffers, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS);
+
+void SetTempFolder(const std::string& path) {
+#if defined(_WIN32)
+  _putenv_s("TMP", path.c_str());
+#else
+  setenv("TMPDIR", path.c_str(), 1);
+#endif
+}
+
+constexpr const char* kText =
+    "<list [1 (two) [`0003` <> x]] name (a \\(longer\\) text that takes part in filling a block)"
+    " inner <k <k [<k (found)>]> l [1 2 3 4 5 6 7 8 9]> zero 0>";
+
+// How a service fails: once; from then on; or once, with the host unable to make an error of it.
+// An error that is none comes back from a procedure that returns errors like a success.
+enum class Extent { kOnce, kForGood, kWithoutErrors };
+// What precedes each attempt: nothing, so that everything is imported already; a withdrawal, so
+// that it is imported again; a stop and the start itself.
+enum class Before { kNothing, kWithdrawal, kRestart };
+
+// An attempt has been given up because of a failure that the caller was told of, or not.
+struct Failure {
+  bool told;
+};
+
+std::vector<std::string> g_messages;
+void Collect(const char* message) { g_messages.emplace_back(message); }
+int g_released = 0;
+void CountRelease(void*) { ++g_released; }
+uint64_t g_faults = 0;
+
+class FaultSweep;
+struct Scenario {
+  const char* name;
+  void (FaultSweep::*run)();
+  bool isLong = false;  // enough to be swept in one way
+  friend std::ostream& operator<<(std::ostream& out, const Scenario& row) {
+    return out << row.name;
+  }
+};
+
+class FaultSweep : public zeltest::LibraryTest, public ::testing::WithParamInterface<Scenario> {
+ protected:
+  void SetUp() override {
+    host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});  // a restart finds the fixture's
+    fs::create_directory(folder);
+    SetTempFolder(folder.string());
+    dicts.Put(world, Atom("blob"), Keep(binData.NewPOSBinData("type", "\0\1\2", 3)));
+    arrays.SetAt(dicts.Get(world, Atom("list")), 4, Parse("afterahole"));
+    pristine = Keep(objects.Clone(world));
+    const std::string block(200, '\xFF');
+    arrays.Append(dicts.Get(written, Atom("list")),
+                  Keep(binData.NewPOSBinData("t", block.data(), 200)));
+    const ZELInstance stream = NewStream("");
+    ASSERT_EQ(streamers.Serialize(streamer, stream, written, nullptr), 1);
+    text = Contents(stream);
+    ASSERT_GT(text.size(), 600u);
+    LetGo();
+  }
+  void TearDown() override {
+    SetTempFolder(folder.parent_path().string());
+    fs::remove_all(folder);
+    LibraryTest::TearDown();
+  }
+
+  // ---- What scenarios are made of ----
+
+  // Calls a procedure. A report, which the neutral result goes with, or an error object ends the
+  // attempt.
+  template <class Result, class... Parameters, class... Arguments>
+  Result Call(Result (*procedure)(Parameters...), Arguments... arguments) {
+    const size_t reports = host.Reports().size();
+    if constexpr (std::is_void_v<Result>) {
+      procedure(arguments...);
+      if (host.Reports().size() > reports) throw Failure{true};
+    } else {
+      const Result result = procedure(arguments...);
+      if constexpr (std::is_same_v<Result, ZELErrorObject>) {
+        if (result == nullptr) return result;
+        errors.Release(result);
+        throw Failure{true};
+      }
+      if (host.Reports().size() > reports) {
+        EXPECT_TRUE(result == Result() || AddressOf(procedure) == AddressOf(iterators.IsDone));
+        throw Failure{true};
+      }
+      return result;
+    }
+  }
+
+  // Calls a procedure that delivers through its first argument.
+  template <class Result, class... Parameters, class... Arguments>
+  Result Deliver(ZELErrorObject (*procedure)(Result*, Parameters...), Arguments... arguments) {
+    Result result{};
+    try {
+      Call(procedure, &result, arguments...);
+    } catch (const Failure&) {
+      EXPECT_EQ(result, Result());
+      throw;
+    }
+    return result;
+  }
+
+  // Calls a procedure that has to fail.
+  template <class Procedure, class... Arguments>
+  void Refused(Procedure procedure, Arguments... arguments) {
+    try {
+      Call(procedure, arguments...);
+    } catch (const Failure&) {
+      host.TakeReports();
+      return;
+    }
+    EXPECT_EQ(extent, Extent::kWithoutErrors) << "not refused";
+  }
+
+  // Calls a procedure that changes a container, which a failure leaves as it was.
+  template <class... Parameters, class... Arguments>
+  void Change(void (*procedure)(ZELInstance, Parameters...), ZELInstance container,
+              Arguments... arguments) {
+    const std::string before = Members(container);
+    try {
+      Call(procedure, container, arguments...);
+    } catch (const Failure&) {
+      EXPECT_EQ(Members(container), before);
+      throw;
+    }
+  }
+
+  // Takes a reference, which is given back after the attempt.
+  ZELInstance Own(ZELInstance instance) {
+    if (instance == nullptr) throw Failure{extent == Extent::kWithoutErrors};
+    const Pause pause(*this);
+    containers.AddRef(instance);
+    owned.push_back(instance);
+    return instance;
+  }
+  ZELStringAtom OwnAtom(ZELStringAtom atom) {
+    ownedAtoms.push_back(atom);
+    return atom;
+  }
+  void LetGo() {
+    for (ZELInstance instance : std::exchange(owned, {})) containers.Release(instance);
+    for (ZELStringAtom atom : std::exchange(ownedAtoms, {})) atoms.DeleteStringAtom(atom);
+  }
+
+  // Keeps the armed fault away from the calls of the test itself, while it lives.
+  class Pause {
+   public:
+    explicit Pause(FaultSweep& test) : test_(test), left_(test.Disarm()) {}
+    ~Pause() {
+      if (left_ > 0) test_.Arm(left_);
+    }
+
+   private:
+    FaultSweep& test_;
+    uint64_t left_;
+  };
+
+  // Handles and reference counts of all members.
+  std::string Members(ZELInstance container) {
+    const Pause pause(*this);
+    std::string members;
+    const auto add = [&](ZELInstance member) {
+      members += std::to_string(reinterpret_cast<uintptr_t>(member)) + "*" +
+                 std::to_string(host.RefCount(member)) + " ";
+    };
+    if (arrays.IsPOSArray(container)) {
+      for (uint32_t i = 0; i < arrays.Count(container); ++i) add(arrays.GetAt(container, i));
+      return members;
+    }
+    const ZELInstance iterator = iterators.NewPOSDictIterator(container);
+    containers.AddRef(iterator);
+    for (; !iterators.IsDone(iterator); iterators.Next(iterator)) {
+      members += iterators.CurKey(iterator);
+      const ZELStringAtom current = atoms.NewStringAtom(iterators.CurKey(iterator));
+      add(dicts.Get(container, current));
+      atoms.DeleteStringAtom(current);
+    }
+    containers.Release(iterator);
+    return members;
+  }
+
+  ZELInstance NewStream(const std::string& bytes) {
+    const Pause pause(*this);
+    ZELInstance stream = nullptr;
+    streams.NewPositionableMemoryStream(&stream);
+    onStream.Write(stream, bytes.data(), static_cast<uint32_t>(bytes.size()));
+    onStream.Rewind(stream);
+    return Own(stream);
+  }
+  std::string Contents(ZELInstance stream) {
+    const Pause pause(*this);
+    char bytes[4096];
+    uint32_t count = 0;
+    onStream.Rewind(stream);
+    onStream.Read(stream, &count, bytes, sizeof bytes);
+    return std::string(bytes, count);
+  }
+
+  // ---- The sweep ----
+
+  void Arm(uint64_t n) {
+    host.ResetCalls();
+    failAt = n;
+    host.FailAt(service, n, extent == Extent::kForGood);
+    if (extent == Extent::kWithoutErrors) host.FailAt(Service::kNewError, 1, true);
+  }
+  // Returns what to arm again with, if at all.
+  uint64_t Disarm() {
+    host.StopFailing();
+    const uint64_t calls = host.Calls(service);
+    const uint64_t at = std::exchange(failAt, 0);
+    if (calls < at) return at - calls;
+    injected = injected || at > 0;
+    return at > 0 && extent == Extent::kForGood ? 1 : 0;
+  }
+
+  // Whether the scenario got through; everything that it holds is given back.
+  bool Attempt(bool starts) {
+    bool succeeded = false;
+    wasTold = false;
+    try {
+      if (starts) host.Start(ZEL_LIBRARY_PATH);
+      (this->*GetParam().run)();
+      succeeded = true;
+    } catch (const zelhost::HostError&) {
+      wasTold = true;
+    } catch (const Failure& failure) {
+      wasTold = failure.told;
+    }
+    LetGo();
+    for (const std::string& name : std::exchange(files, {})) fs::remove(folder / name);
+    EXPECT_TRUE(fs::is_empty(folder));
+    EXPECT_EQ(g_released, made);
+    g_released = made = 0;
+    return succeeded;
+  }
+
+  // What is lost or spoilt after an attempt with a fault would show here.
+  void ExpectNothingLost(Before before, const zelhost::Counts& live) {
+    if (before == Before::kRestart) {
+      host.Stop();
+      EXPECT_EQ(ToString(host.Live()), ToString(live));
+      host.Start(ZEL_LIBRARY_PATH);
+    } else {
+      EXPECT_EQ(ToString(host.Live()), ToString(live));
+      // An import that failed stays failed until the binder changes.
+      if (before == Before::kWithdrawal) host.ChangeUnregisterCount();
+    }
+    EXPECT_TRUE(objects.IsEqual(world, pristine));
+    EXPECT_TRUE(Attempt(false));
+    EXPECT_EQ(host.TakeReports(), std::vector<std::string>());
+  }
+
+  void Sweep(Before before) {
+    for (uint64_t n = 1; !HasFailure(); ++n) {
+      SCOPED_TRACE(std::string(ServiceName(service)) + " " + std::to_string(n) + ", extent " +
+                   std::to_string(static_cast<int>(extent)) + ", before " +
+                   std::to_string(static_cast<int>(before)));
+      if (before == Before::kRestart) host.Stop();
+      if (before == Before::kWithdrawal) host.ChangeUnregisterCount();
+      const zelhost::Counts live = host.Live();
+      injected = false;
+      Arm(n);
+      const bool succeeded = Attempt(before == Before::kRestart);
+      Disarm();
+      EXPECT_TRUE(succeeded || injected);
+      EXPECT_TRUE(succeeded || wasTold || !host.Reports().empty()) << "nobody was told";
+      host.TakeReports();
+      ExpectNothingLost(before, live);
+      if (!injected) return;
+      ++g_faults;
+    }
+  }
+
+  static void TearDownTestSuite() {
+    std::cout << "[  faults  ] " << g_faults << " injected" << std::endl;
+  }
+
+  template <class Procedure>
+  static ZELProc AddressOf(Procedure procedure) {
+    return reinterpret_cast<ZELProc>(procedure);
+  }
+
+ public:
+  void Scalars();
+  void Cloning();
+  void Parsing();
+  void ChangingArrays();
+  void ChangingDicts();
+  void LookingUp();
+  void Iterating();
+  void WrongHandles();
+  void Writing();
+  void Reading();
+  void Validating();
+  void CheckingSchemas();
+  void UsingDirectories();
+  void UsingTempFiles();
+
+ protected:
+  Errors errors = Errors::From(host);
+  SharedBuffers sharedBuffers = SharedBuffers::From(host);
+  Streamers streamers = Streamers::From(host);
+  StructValidators structValidators = StructValidators::From(host);
+  Validators validators = Validators::From(host);
+  Directories directories = Directories::From(host);
+  TempFiles tempFiles = TempFiles::From(host);
+  StreamMethods onStream = StreamMethods::From(host);
+
+  ZELInstance world = Parse(kText);
+  ZELInstance written = Parse(kText);  // without a hole
+  ZELInstance pristine = nullptr;
+  ZELInstance one = Parse("1");
+  ZELInstance streamer = Keep(streamers.NewPOSStreamer());
+  ZELInstance schema = Parse(
+      "<T <category dict required <name S> optional <list L n U>> S <category string maxlen 3>"
+      " L <category array membertype I> I <category intersection set [int C]>"
+      " C <category real max 9> U <category union set [S L]>>");
+  ZELInstance badSchema = Parse("<T <category array membertype Nowhere>>");
+  ZELInstance good = Parse("<name abc list [1 2] n [3]>");
+  ZELInstance bad = Parse("<name abcd list [1 x 10] n 7 more 1>");
+  ZELStringAtom key = Atom("name");
+  ZELStringAtom newKey = Atom("new");
+  ZELStringAtom path = Atom("inner.k.k[0].k");
+  ZELStringAtom typeT = Atom("T");
+  ZELStringAtom typeC = Atom("C");
+  fs::path folder =
+      fs::temp_directory_path() / ("zel_fault_sweep_" + std::to_string(std::random_device()()));
+  ZELStringAtom folderText = Atom(folder.string().c_str());
+  std::string text;
+
+  Service service = Service::kAlloc;
+  Extent extent = Extent::kOnce;
+  uint64_t failAt = 0;  // 0: not armed
+  bool injected = false;
+  bool wasTold = false;
+  int made = 0;  // raw pointers
+  std::set<std::string> files;
+  std::vector<ZELInstance> owned;
+  std::vector<ZELStringAtom> ownedAtoms;
+};
+
+void FaultSweep::Scalars() {
+  const ZELInstance number = Own(Call(numbers.NewPOSNumber, 2.5));
+  EXPECT_TRUE(Call(numbers.IsPOSNumber, number));
+  EXPECT_EQ(Call(numbers.Get, number), 2.5);
+  const ZELInstance string = Own(Call(strings.NewPOSString, "text"));
+  EXPECT_TRUE(Call(strings.IsPOSString, string));
+  EXPECT_STREQ(Call(strings.Get, string), "text");
+  const uint16_t units[] = {0x41, 0};
+  const ZELInstance unicode = Own(Call(unicodeStrings.NewPOSUnicodeString, units));
+  EXPECT_TRUE(Call(unicodeStrings.IsPOSUnicodeString, unicode));
+  EXPECT_EQ(Call(unicodeStrings.Get, unicode)[0], 0x41);
+  const ZELInstance data = Own(Call(binData.NewPOSBinData, "type", units, 2u));
+  EXPECT_TRUE(Call(binData.IsPOSBinData, data));
+  EXPECT_STREQ(Call(binData.GetTypeName, data), "type");
+  EXPECT_EQ(*static_cast<const uint16_t*>(Call(binData.GetBinData, data)), 0x41);
+  EXPECT_EQ(Call(binData.GetSize, data), 2u);
+  const ZELInstance pointer = Call(rawPointers.NewPOSRawPointer, &made, &CountRelease);
+  ++made;
+  Own(pointer);
+  EXPECT_TRUE(Call(rawPointers.IsPOSRawPointer, pointer));
+  EXPECT_EQ(Call(rawPointers.GetRawPointer, pointer), &made);
+  EXPECT_EQ(Call(rawPointers.GetReleaseProc, pointer), &CountRelease);
+  for (const ZELInstance scalar : {number, string, unicode, data, pointer}) {
+    EXPECT_EQ(Call(objects.Clone, scalar), scalar);
+    EXPECT_TRUE(Call(objects.IsEqual, scalar, scalar));
+  }
+}
+
+void FaultSweep::Cloning() {
+  const ZELInstance clone = Own(Call(objects.Clone, world));
+  EXPECT_TRUE(Call(objects.IsEqual, world, clone));
+  EXPECT_EQ(Call(objects.GetType, clone), POSTypeDict);
+  Call(statics.DebugDump, clone);
+  Call(statics.DebugDumpWithHeader, clone);
+  Call(statics.DebugDumpRewind, clone);
+}
+
+void FaultSweep::Parsing() {
+  const char* errorPosition = kText;
+  const ZELInstance object = statics.CreateFromText(kText, &errorPosition);
+  EXPECT_EQ(errorPosition, nullptr);
+  EXPECT_TRUE(Call(dicts.IsPOSDict, Own(object)));
+}
+
+void FaultSweep::ChangingArrays() {
+  const ZELInstance array = Own(Call(arrays.NewPOSArray));
+  EXPECT_TRUE(Call(arrays.IsPOSArray, array));
+  for (int i = 0; i < 5; ++i) Change(arrays.Append, array, one);
+  Change(arrays.SetAt, array, 9u, world);
+  Change(arrays.SetAt, array, 0u, world);
+  Change(arrays.Remove, array, 1u);
+  EXPECT_EQ(Call(arrays.Count, array), 9u);
+  EXPECT_EQ(Call(arrays.GetAt, array, 8u), world);
+}
+
+void FaultSweep::ChangingDicts() {
+  const ZELInstance dict = Own(Call(dicts.NewPOSDict));
+  EXPECT_TRUE(Call(dicts.IsPOSDict, dict));
+  Change(dicts.Put, dict, key, one);
+  Change(dicts.Put, dict, newKey, one);
+  Change(dicts.Put, dict, key, world);
+  Change(dicts.Remove, dict, newKey);
+  EXPECT_EQ(Call(dicts.Get, dict, key), world);
+  EXPECT_EQ(Call(dicts.Get, dict, newKey), nullptr);
+}
+
+// A failure on the way along a path is a path that leads nowhere: nobody is told.
+void FaultSweep::LookingUp() {
+  const ZELInstance found = Call(dicts.DeepGet, world, path);
+  if (found == nullptr && failAt != 0) throw Failure{true};
+  EXPECT_STREQ(Call(strings.Get, Own(found)), "found");
+}
+
+void FaultSweep::Iterating() {
+  const ZELInstance iterator = Own(Call(iterators.NewPOSDictIterator, world));
+  std::string keys;
+  for (Call(iterators.Begin, iterator); !Call(iterators.IsDone, iterator);
+       Call(iterators.Next, iterator)) {
+    keys += Call(iterators.CurKey, iterator);
+  }
+  EXPECT_EQ(keys, "blobinnerlistnamezero");
+}
+
+void FaultSweep::WrongHandles() {
+  Refused(objects.GetType, nullptr);
+  Refused(numbers.IsPOSNumber, streamer);
+  Refused(strings.Get, world);
+  Refused(arrays.Append, world, one);
+  Refused(arrays.Append, one, streamer);
+  Refused(dicts.Get, world, 0u);
+  Refused(iterators.IsDone, world);
+  Refused(streamers.Deserialize, streamer, world);
+  Refused(streamers.Serialize, world, nullptr, one, nullptr);
+  Refused(structValidators.NewPOSStructValidator, streamer);
+  Refused(validators.Validate, world, one, typeT, nullptr);
+  bool exists = true;
+  Refused(directories.FileExists, &exists, world, key);
+  EXPECT_TRUE(exists);
+  ZELInstance stream = nullptr;
+  Refused(tempFiles.NewTempFileStream, &stream, "p", "e", "not a mode");
+  EXPECT_EQ(stream, nullptr);
+}
+
+void FaultSweep::Writing() {
+  const ZELInstance writer = Own(Call(streamers.NewPOSStreamer));
+  const ZELInstance stream = NewStream("");
+  EXPECT_EQ(Call(streamers.Serialize, writer, stream, written, nullptr), 1);
+  EXPECT_EQ(Contents(stream), text);
+}
+
+void FaultSweep::Reading() {
+  const ZELInstance stream = NewStream(text + text);
+  const ZELInstance object = Own(Call(streamers.Deserialize, streamer, stream));
+  const Pause pause(*this);
+  EXPECT_TRUE(objects.IsEqual(object, written));
+  uint32_t position = 0;
+  onStream.Mark(stream, &position);
+  EXPECT_EQ(position, text.size());
+}
+
+void FaultSweep::Validating() {
+  const ZELInstance validator = Own(Call(structValidators.NewPOSStructValidator, schema));
+  POSStructValidatorCallbackProc check = [](ZELInstance value, ZELStringAtom, ZELSharedBuff buffer,
+                                            void* client) {
+    auto& self = *static_cast<FaultSweep*>(client);
+    if (self.numbers.Get(value) != 2) return 1;
+    std::strcpy(static_cast<char*>(self.sharedBuffers.GetBuffer(buffer)), "no two");
+    return 0;
+  };
+  EXPECT_EQ(Call(validators.Validate, validator, good, typeT, &Collect), 1);
+  Call(structValidators.RegisterCallbackProc, validator, typeC, check, this);
+  Call(structValidators.RegisterCallbackProc, validator, typeC, check, this);
+  EXPECT_EQ(Call(validators.Validate, validator, bad, typeT, nullptr), 0);
+  g_messages.clear();
+  EXPECT_EQ(Call(validators.Validate, validator, good, typeT, &Collect), 0);
+  const std::string prefix = "list (optional, type != L): ";
+  EXPECT_EQ(g_messages,
+            (std::vector<std::string>{prefix + "[1]: Failed intersection type C: no two"}));
+  g_messages.clear();
+  EXPECT_EQ(Call(validators.Validate, validator, bad, typeT, &Collect), 0);
+  EXPECT_EQ(g_messages.size(), 7u);
+}
+
+// A failure while a type name is looked up is a message of its own, or an empty one.
+void FaultSweep::CheckingSchemas() {
+  const auto verdict = [&](ZELInstance checked, const std::string& finding) {
+    g_messages.clear();
+    const int32_t valid = Call(structValidators.ValidateSchema, checked, &Collect);
+    bool isFound = false;
+    for (const std::string& message : g_messages) {
+      isFound = isFound || message.find(finding) != std::string::npos;
+    }
+    const bool isExpected = isFound == !finding.empty() && valid == (isFound ? 0 : 1);
+    if (!isExpected && failAt != 0 && valid == 0 && !g_messages.empty()) throw Failure{true};
+    EXPECT_TRUE(isExpected) << finding;
+  };
+  verdict(badSchema, "Cannot locate definition of type Nowhere");
+}
+
+void FaultSweep::UsingDirectories() {
+  Own(Deliver(directories.GetCurrent));
+  Own(Deliver(directories.GetTempDir));
+  const ZELInstance directory = Own(Deliver(directories.NewZELUtilsDir, folderText));
+  const ZELStringAtom unique =
+      OwnAtom(Deliver(directories.CreateUniqueFilename, directory, key, newKey));
+  files.insert(atoms.GetCString(unique));
+  EXPECT_TRUE(Deliver(directories.FileExists, directory, unique));
+  EXPECT_EQ(atoms.GetCString(OwnAtom(Deliver(directories.GetFilePathSpec, directory, unique))),
+            (folder / atoms.GetCString(unique)).string());
+  Call(directories.Rename, directory, unique, newKey);
+  files.insert("new");
+  EXPECT_FALSE(Deliver(directories.FileExists, directory, unique));
+  Refused(directories.Delete, directory, unique);
+  Call(directories.Delete, directory, newKey);
+  EXPECT_TRUE(fs::is_empty(folder));
+}
+
+void FaultSweep::UsingTempFiles() {
+  const ZELInstance stream = Own(Deliver(tempFiles.NewTempFileStream, "p", "e", "w+b"));
+  const auto read = [&](ZELInstance from) {
+    char buffer[8] = {};
+    uint32_t delivered = 0;
+    Call(onStream.Read, from, &delivered, buffer, 7u);
+    EXPECT_EQ(std::string(buffer).size(), delivered);
+    return std::string(buffer);
+  };
+  Call(onStream.Write, stream, "abcdef", 6u);
+  Call(onStream.Seek, stream, 2u, 0u);
+  EXPECT_TRUE(read(stream) == "cdef" || service == Service::kShortRead);
+  const auto create = [&](auto procedure) {
+    ZELInstance created = nullptr;
+    Call(procedure, stream, &created);
+    return Own(created);
+  };
+  const ZELInstance reader = create(onStream.CreateIndependentlyPositionableStream);
+  const ZELInstance other = create(onStream.CreateIndependentlyRewindableStream);
+  EXPECT_EQ(read(reader).substr(0, 1), "a");
+  Call(onStream.Rewind, reader);
+  EXPECT_EQ(read(reader).substr(0, 1), "a");
+  uint32_t place = 0;
+  Call(onStream.Mark, other, &place);
+  EXPECT_EQ(place, 0u);
+  Refused(onStream.Write, stream, "x", 1u);
+}
+
+constexpr Scenario kScenarios[] = {
+    {"Scalars", &FaultSweep::Scalars},
+    {"Cloning", &FaultSweep::Cloning},
+    {"Parsing", &FaultSweep::Parsing},
+    {"ChangingArrays", &FaultSweep::ChangingArrays},
+    {"ChangingDicts", &FaultSweep::ChangingDicts},
+    {"LookingUp", &FaultSweep::LookingUp},
+    {"Iterating", &FaultSweep::Iterating},
+    {"WrongHandles", &FaultSweep::WrongHandles},
+    {"Writing", &FaultSweep::Writing},
+    {"Reading", &FaultSweep::Reading},
+    {"Validating", &FaultSweep::Validating},
+    {"CheckingSchemas", &FaultSweep::CheckingSchemas, true},
+    {"UsingDirectories", &FaultSweep::UsingDirectories},
+    {"UsingTempFiles", &FaultSweep::UsingTempFiles},
+};
+
+TEST_P(FaultSweep, NothingIsLost) {
+  ASSERT_TRUE(Attempt(false));
+  for (const Service each : zelhost::FallibleServices()) {
+    service = each;
+    extent = Extent::kOnce;
+    Sweep(Before::kRestart);
+    if (GetParam().isLong) continue;
+    Sweep(Before::kNothing);
+    Sweep(Before::kWithdrawal);
+    extent = Extent::kForGood;
+    Sweep(Before::kRestart);
+    extent = Extent::kWithoutErrors;
+    Sweep(Before::kWithdrawal);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EachCallFails, FaultSweep, ::testing::ValuesIn(kScenarios),
+                         [](const auto& row) { return row.param.name; });
+
+}  // namespace
