@@ -1,0 +1,307 @@
+#include "documents.h"
+
+#include <cstdlib>
+#include <random>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_set>
+
+namespace zelbench {
+
+namespace {
+
+using Kind = Node::Kind;
+
+// The standard distributions differ from one standard library to the next; these do not.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : engine_(seed) {}
+
+  std::uint64_t Below(std::uint64_t limit) { return engine_() % limit; }
+  std::size_t From(std::size_t least, std::size_t most) {
+    return least + static_cast<std::size_t>(Below(most - least + 1));
+  }
+  std::string Letters(std::size_t length) { return Pick("abcdefghijklmnopqrstuvwxyz", length); }
+  std::string Sentence(std::size_t length) {
+    std::string text = Pick("abcdefghijklmnopqrstuvwxyz    ", length);
+    text.front() = 'A';
+    text.back() = 'z';
+    return text;
+  }
+
+ private:
+  std::string Pick(std::string_view alphabet, std::size_t length) {
+    std::string text(length, ' ');
+    for (char& c : text) c = alphabet[static_cast<std::size_t>(Below(alphabet.size()))];
+    return text;
+  }
+
+  std::mt19937_64 engine_;
+};
+
+Node Number(Kind kind, std::string text) {
+  Node node;
+  node.kind = kind;
+  node.number = std::strtod(text.c_str(), nullptr);
+  node.text = std::move(text);
+  return node;
+}
+
+Node Whole(std::uint64_t number) { return Number(Kind::kWhole, std::to_string(number)); }
+
+// `units` divided by a power of ten.
+Node Decimal(std::uint64_t units, std::size_t places) {
+  std::string text = std::to_string(units);
+  if (text.size() <= places) text.insert(0, places + 1 - text.size(), '0');
+  text.insert(text.size() - places, 1, '.');
+  return Number(Kind::kReal, text);
+}
+
+Node Text(std::string text) {
+  Node node;
+  node.kind = Kind::kText;
+  node.text = std::move(text);
+  return node;
+}
+
+Node Array(std::size_t capacity = 0) {
+  Node node;
+  node.items.reserve(capacity);
+  return node;
+}
+
+Node Dict() {
+  Node node;
+  node.kind = Kind::kDict;
+  return node;
+}
+
+void Put(Node& dict, std::string key, Node value) {
+  dict.keys.push_back(std::move(key));
+  dict.items.push_back(std::move(value));
+}
+
+Node CatalogItem(Random& random, std::size_t index) {
+  Node item = Dict();
+  Put(item, "id", Whole(index));
+  Put(item, "name", Text(random.Letters(12)));
+  Put(item, "price", Decimal(random.From(100, 99999), 2));
+  Node tags = Array();
+  for (int i = 0; i < 4; ++i) tags.items.push_back(Text(random.Letters(random.From(3, 7))));
+  Put(item, "tags", std::move(tags));
+  Node size = Dict();
+  for (const char* side : {"w", "h", "d"}) Put(size, side, Decimal(random.From(10, 9999), 1));
+  Put(item, "size", std::move(size));
+  Put(item, "stock", Whole(random.Below(100000)));
+  Node ratings = Array();
+  for (int i = 0; i < 5; ++i) ratings.items.push_back(Whole(random.Below(100)));
+  Put(item, "ratings", std::move(ratings));
+  Put(item, "note", Text(random.Sentence(60)));
+  return item;
+}
+
+Node LongNumber(Random& random) {
+  const std::size_t digits = random.From(15, 17);
+  std::string text = std::to_string(random.From(1, 9));
+  while (text.size() < digits) text += std::to_string(random.Below(10));
+  text.back() = static_cast<char>('1' + random.Below(9));
+  text.insert(random.From(1, 6), 1, '.');
+  if (random.Below(2) == 0) text.insert(0, 1, '-');
+  return Number(Kind::kReal, text);
+}
+
+enum class Syntax : std::uint8_t { kJson, kPos };
+
+// No text in the documents has characters that either syntax escapes.
+void Append(std::string& out, const Node& node, Syntax syntax) {
+  const bool json = syntax == Syntax::kJson;
+  switch (node.kind) {
+    case Kind::kWhole:
+    case Kind::kReal:
+      out += node.text;
+      break;
+    case Kind::kText:
+      out += json ? '"' : '(';
+      out += node.text;
+      out += json ? '"' : ')';
+      break;
+    case Kind::kArray:
+    case Kind::kDict: {
+      const bool dict = node.kind == Kind::kDict;
+      out += !dict ? '[' : json ? '{' : '<';
+      for (std::size_t i = 0; i < node.items.size(); ++i) {
+        if (i > 0) out += json ? ',' : ' ';
+        if (dict) out += json ? '"' + node.keys[i] + "\":" : node.keys[i] + ' ';
+        Append(out, node.items[i], syntax);
+      }
+      out += !dict ? ']' : json ? '}' : '>';
+      break;
+    }
+  }
+}
+
+// An array of arrays ... of `count` values in all.
+Node Nest(std::size_t count, int depth, std::size_t width, std::uint64_t& next) {
+  Node array = Array();
+  std::size_t left = count - 1;
+  while (left > 0) {
+    const std::size_t part = depth == 1 ? 1 : std::min(left, (count - 1) / width + 1);
+    array.items.push_back(depth == 1 ? Whole(next++ % 1000) : Nest(part, depth - 1, width, next));
+    left -= part;
+  }
+  return array;
+}
+
+}  // namespace
+
+std::size_t CountValues(const Node& node) {
+  std::size_t count = 1;
+  for (const Node& item : node.items) count += CountValues(item);
+  return count;
+}
+
+Node Catalog(std::uint64_t seed) {
+  Random random(seed);
+  Node catalog = Array();
+  for (std::size_t i = 0; i < 2000; ++i) catalog.items.push_back(CatalogItem(random, 100000 + i));
+  return catalog;
+}
+
+Node Numbers(std::uint64_t seed) {
+  Random random(seed);
+  Node rows = Array();
+  for (int i = 0; i < 200; ++i) {
+    Node row = Array();
+    for (int j = 0; j < 100; ++j) row.items.push_back(LongNumber(random));
+    rows.items.push_back(std::move(row));
+  }
+  return rows;
+}
+
+Node Words(std::uint64_t seed) {
+  Random random(seed);
+  Node words = Dict();
+  std::unordered_set<std::string> keys;
+  while (keys.size() < 20000) {
+    const std::string key = random.Letters(8);
+    if (keys.insert(key).second) Put(words, key, Text(random.Letters(10)));
+  }
+  return words;
+}
+
+Node DocumentNamed(const std::string& name, std::uint64_t seed) {
+  if (name == "catalog") return Catalog(seed);
+  if (name == "numbers") return Numbers(seed);
+  if (name == "words") return Words(seed);
+  throw std::out_of_range("no document is named " + name);
+}
+
+Node FlatArray(std::size_t count) {
+  Node array = Array(count);
+  for (std::size_t i = 1; i < count; ++i) array.items.push_back(Whole(i % 1000));
+  return array;
+}
+
+Node FlatDict(std::size_t count) {
+  Random random(1);
+  Node dict = Dict();
+  std::unordered_set<std::string> keys;
+  while (keys.size() + 1 < count) {
+    const std::string key = random.Letters(8);
+    if (keys.insert(key).second) Put(dict, key, Whole(keys.size() % 1000));
+  }
+  return dict;
+}
+
+Node NestedArrays(std::size_t count) {
+  std::size_t width = 1;
+  while (width * width * width * width < count) ++width;
+  std::uint64_t next = 0;
+  return Nest(count, 4, width, next);
+}
+
+std::vector<std::size_t> ShuffledIndices(std::size_t count) {
+  Random random(count);
+  std::vector<std::size_t> indices(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t place = random.From(0, i);
+    indices[i] = indices[place];
+    indices[place] = i;
+  }
+  return indices;
+}
+
+std::string ToJson(const Node& node) {
+  std::string out;
+  Append(out, node, Syntax::kJson);
+  return out;
+}
+
+std::string ToPos(const Node& node) {
+  std::string out;
+  Append(out, node, Syntax::kPos);
+  return out;
+}
+
+std::vector<Path> CatalogPaths() {
+  // One of each depth and kind of step.
+  static constexpr struct {
+    const char* pos;
+    const char* pointer;
+  } kEnds[] = {{".size.w", "/size/w"},        {".size.d", "/size/d"}, {".tags[2]", "/tags/2"},
+               {".ratings[4]", "/ratings/4"}, {".name", "/name"},     {".price", "/price"}};
+  Random random(7);
+  std::vector<Path> paths;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string index = std::to_string(random.Below(2000));
+    const auto& end = kEnds[random.Below(std::size(kEnds))];
+    paths.push_back({std::string(kCatalogKey) + "[" + index + "]" + end.pos,
+                     std::string("/") + kCatalogKey + "/" + index + end.pointer});
+  }
+  return paths;
+}
+
+const char kCatalogPosSchema[] = R"(<
+  Catalog <category array membertype Item minlen 1 maxlen 5000>
+  Item <category dict required <id Id name Name price Price tags Tags size Size stock Stock
+                                ratings Ratings note Note>>
+  Id <category int min 1 max 1000000>
+  Name <category string minlen 1 maxlen 40>
+  Price <category real min 0 max 10000>
+  Tags <category array membertype Tag maxlen 10>
+  Tag <category string minlen 1 maxlen 20>
+  Size <category dict required <w Side h Side d Side>>
+  Side <category real minexcl 0 max 10000>
+  Stock <category int min 0 max 1000000>
+  Ratings <category array membertype Rating maxlen 10>
+  Rating <category int min 0 max 100>
+  Note <category string maxlen 200>
+>)";
+
+const char kCatalogJsonSchema[] = R"({
+  "type": "array", "minItems": 1, "maxItems": 5000,
+  "items": {
+    "type": "object",
+    "required": ["id", "name", "price", "tags", "size", "stock", "ratings", "note"],
+    "additionalProperties": false,
+    "properties": {
+      "id": {"type": "integer", "minimum": 1, "maximum": 1000000},
+      "name": {"type": "string", "minLength": 1, "maxLength": 40},
+      "price": {"type": "number", "minimum": 0, "maximum": 10000},
+      "tags": {"type": "array", "maxItems": 10,
+               "items": {"type": "string", "minLength": 1, "maxLength": 20}},
+      "size": {"type": "object", "required": ["w", "h", "d"], "additionalProperties": false,
+               "properties": {
+                 "w": {"type": "number", "minimum": 0, "exclusiveMinimum": true, "maximum": 10000},
+                 "h": {"type": "number", "minimum": 0, "exclusiveMinimum": true, "maximum": 10000},
+                 "d": {"type": "number", "minimum": 0, "exclusiveMinimum": true, "maximum": 10000}
+               }},
+      "stock": {"type": "integer", "minimum": 0, "maximum": 1000000},
+      "ratings": {"type": "array", "maxItems": 10,
+                  "items": {"type": "integer", "minimum": 0, "maximum": 100}},
+      "note": {"type": "string", "maxLength": 200}
+    }
+  }
+})";
+
+}  // namespace zelbench

@@ -1,0 +1,255 @@
+#!/usr/bin/env python3
+"""Tables of the figures that run.py has measured.
+
+report.py FILE [--markdown] [--profiles] prints those of a JSON file; with --update PAGE they take the
+place of what stands between the marks FIRST and LAST in a Markdown file.
+"""
+
+import argparse
+import json
+
+OPERATIONS = ["parse", "write", "read", "clone", "equality", "lookup", "lookup_by_atom", "path",
+              "build", "release", "validate", "memory"]
+DOCUMENTS = ["catalog", "numbers", "words"]
+LIBRARIES = ["zel", "jansson", "json-c", "rapidjson", "nlohmann"]
+FIRST, LAST = "<!-- figures -->", "<!-- end of figures -->"
+# Our figure over that of the fastest of those that count references too: wanted, aimed at.
+GOALS = {"parse": (0.8, 0.4), "write": (1.0, 0.5), "read": (1.0, 0.5), "clone": (0.8, 0.4),
+         "release": (0.8, 0.4), "equality": (1.0, 0.5), "lookup": (1.0, 0.5), "path": (1.0, 0.5),
+         "lookup_by_atom": (1.0, 0.5), "build": (0.8, 0.4), "memory": (1.5, 1.0),
+         "validate": (2.0, 1.0)}
+CALL_GOALS = {"call/GetType": ("call/indirect call", 5, 3)}
+# Twice the digits of the peers are written and read here.
+WITHOUT_GOAL = {("write", "numbers"), ("read", "numbers")}
+
+
+def goal(operation, document):
+    if (operation, document) in WITHOUT_GOAL:
+        return None
+    return GOALS[operation]
+
+
+def figure(times, operation, document, library):
+    """The result of a benchmark, or None."""
+    if operation == "lookup_by_atom" and library not in ("zel", "before"):
+        operation = "lookup"
+    result = times.get("%s/%s/%s" % (operation, document, library))
+    return None if result is None or "error" in result else result
+
+
+def value(result, operation):
+    return result["bytes"] if operation == "memory" else result["ns"]
+
+
+def best_peer(times, operation, document):
+    libraries = ["rapidjson"] if operation == "validate" else ["jansson", "json-c"]
+    found = [figure(times, operation, document, library) for library in libraries]
+    return min((value(result, operation) for result in found if result), default=None)
+
+
+def ratio(times, operation, document):
+    ours = figure(times, operation, document, "zel")
+    best = best_peer(times, operation, document)
+    return value(ours, operation) / best if ours and best else None
+
+
+def number(amount):
+    if amount is None:
+        return "-"
+    return "%.0f" % amount if amount >= 100 else "%.1f" % amount
+
+
+def verdict(found, wanted):
+    if found is None or wanted is None:
+        return ""
+    return "aim" if found <= wanted[1] else "ok" if found <= wanted[0] else "MISSED"
+
+
+class Table:
+    def __init__(self, title, head):
+        self.title = title
+        self.rows = [head]
+
+    def add(self, row):
+        self.rows.append(row)
+
+    def lines(self, markdown):
+        if len(self.rows) == 1:
+            return []
+        if markdown:
+            rule = ["---"] + ["--:"] * (len(self.rows[0]) - 1)
+            rows = [self.rows[0], rule] + self.rows[1:]
+            return ["### " + self.title, ""] + ["| " + " | ".join(row) + " |" for row in rows] + [""]
+        widths = [max(len(row[column]) for row in self.rows)
+                  for column in range(len(self.rows[0]))]
+        lines = [self.title]
+        for row in self.rows:
+            cells = [row[0].ljust(widths[0])]
+            cells += [cell.rjust(width) for cell, width in zip(row[1:], widths[1:])]
+            lines.append("  " + "  ".join(cells).rstrip())
+        return lines + [""]
+
+
+def compared(times):
+    with_before = any(name.endswith("/before") for name in times)
+    table = Table("ns per value (memory: bytes), medians",
+                  ["operation"] + ["before"] * with_before
+                  + ["zel", "spread", "jansson", "json-c", "rapidjson", "nlohmann", "ratio",
+                     "wanted", "aim", ""])
+    for operation in OPERATIONS:
+        for document in DOCUMENTS:
+            results = [figure(times, operation, document, library) for library in LIBRARIES]
+            if results[0] is None:
+                continue
+            spread = "-"
+            if operation != "memory":
+                ours = results[0]
+                spread = "%.0f %%" % (100 * (ours["high"] - ours["low"]) / ours["ns"])
+            wanted = goal(operation, document)
+            found = ratio(times, operation, document)
+            figures = [number(value(result, operation)) if result else "-" for result in results]
+            older = figure(times, operation, document, "before")
+            before = [number(value(older, operation)) if older else "-"] * with_before
+            table.add([operation + " " + document] + before + [figures[0], spread] + figures[1:]
+                      + ["-" if found is None else "%.2f" % found]
+                      + (["%.1f" % limit for limit in wanted] if wanted else ["-", "-"])
+                      + [verdict(found, wanted)])
+    return table
+
+
+def digits(times):
+    table = Table("Numbers: million digits per second written",
+                  ["library", "ns per value", "digits per value", "million digits/s"])
+    for library in ["before"] + LIBRARIES:
+        result = figure(times, "write", "numbers", library)
+        if result and "digits" in result:
+            per_value = result["digits"] / result["items"]
+            table.add([library, number(result["ns"]), "%.1f" % per_value,
+                       "%.0f" % (1000 * per_value / result["ns"])])
+    return table
+
+
+def calls(times):
+    table = Table("Single steps", ["step", "ns", "ratio", "wanted", "aim", ""])
+    for name, result in times.items():
+        if not name.startswith(("call/", "inside/")) or "error" in result:
+            continue
+        row = [name.split("/", 1)[1], "%.1f" % result["ns"], "", "", "", ""]
+        if name in CALL_GOALS:
+            base, *limits = CALL_GOALS[name]
+            if base in times:
+                found = result["ns"] / times[base]["ns"]
+                row[2:] = ["%.1f" % found, "%g" % limits[0], "%g" % limits[1],
+                           verdict(found, limits)]
+        table.add(row)
+    return table
+
+
+def growth(times):
+    found = {}
+    for name, result in times.items():
+        if name.startswith("growth/") and "error" not in result:
+            _, operation, shape, count = name.split("/")
+            found.setdefault((operation, shape), {})[int(count)] = result["ns"]
+    sizes = sorted({size for row in found.values() for size in row})
+    table = Table("Growth: ns per value by the number of values",
+                  ["operation"] + ["%d" % size for size in sizes] + ["last/first"])
+    for (operation, shape), row in found.items():
+        last = row.get(sizes[-1], 0) / row[sizes[0]] if sizes[0] in row else 0
+        table.add([operation + " " + shape.replace("_", " ")]
+                  + [number(row.get(size)) for size in sizes] + ["%.1f" % last])
+    return table
+
+
+def peaks(times):
+    table = Table("Bytes of memory that a streamer takes beside the value",
+                  ["value", "stream", "writing", "reading"])
+    for name, result in times.items():
+        if name.startswith("peak/") and "error" not in result:
+            _, shape, count = name.split("/")
+            table.add(["%s of %s" % (shape.replace("_", " "), count)]
+                      + ["%d" % result[key]
+                         for key in ("stream_bytes", "writing_bytes", "reading_bytes")])
+    return table
+
+
+def services(times):
+    """How often the host's procedures are called, those that are called at all."""
+    found = {name.split("/", 1)[1]: result for name, result in times.items()
+             if name.startswith("services/") and "error" not in result}
+    columns = []
+    for result in found.values():
+        columns += [key for key in result
+                    if key not in ("ns", "low", "high", "runs", "error") and key not in columns
+                    and max(row.get(key, 0) for row in found.values()) >= 0.05]
+    table = Table("Calls of the host's procedures per value", ["operation"] + columns)
+    for name, result in found.items():
+        table.add([name.replace("/", " ")] + ["%.1f" % result.get(key, 0) for key in columns])
+    return table
+
+
+def instructions(counted):
+    older = {name[:-len("before")] + "zel": result for name, result in counted.items()
+             if name.endswith("/before")}
+    table = Table("Instructions per value", ["operation"] + ["before"] * bool(older) + ["zel"])
+    for name, result in counted.items():
+        if name.endswith("/zel") and "error" not in result:
+            before = [number(older.get(name, {}).get("per_item"))] * bool(older)
+            table.add([" ".join(name.split("/")[:2])] + before + [number(result["per_item"])])
+    return table
+
+
+def profiles(counted):
+    tables = []
+    for name, result in counted.items():
+        if "error" in result or name.endswith("/before"):
+            continue
+        table = Table("Profile of " + " ".join(name.split("/")[:2]),
+                      ["function", "instructions per value"])
+        for function, count in result["functions"]:
+            table.add([function, number(count)])
+        tables.append(table)
+    return tables
+
+
+def text(figures, markdown=False, with_profiles=False):
+    times, counted = figures["times"], figures["instructions"]
+    tables = [compared(times), digits(times), calls(times), growth(times), peaks(times),
+              services(times), instructions(counted)]
+    if with_profiles:
+        tables += profiles(counted)
+    lines = [line for table in tables for line in table.lines(markdown)]
+    errors = ["not measured: %s: %s" % (name, result["error"])
+              for part in (times, counted) for name, result in part.items() if "error" in result]
+    return "\n".join(lines + errors)
+
+
+def update(page, figures):
+    with open(page, encoding="utf-8") as file:
+        before, rest = file.read().split(FIRST)
+    after = rest.split(LAST)[1]
+    where = "Measured on %(processor)s with %(processors)d processors, %(system)s, %(compiler)s." % (
+        figures["machine"])
+    with open(page, "w", encoding="utf-8") as file:
+        file.write("".join([before, FIRST, "\n\n", where, "\n\n", text(figures, True), "\n", LAST,
+                            after]))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("file")
+    parser.add_argument("--markdown", action="store_true")
+    parser.add_argument("--profiles", action="store_true", help="with the costliest functions")
+    parser.add_argument("--update", metavar="PAGE")
+    arguments = parser.parse_args()
+    with open(arguments.file, encoding="utf-8") as file:
+        figures = json.load(file)
+    if arguments.update:
+        update(arguments.update, figures)
+    else:
+        print(text(figures, arguments.markdown, arguments.profiles))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,168 @@
+// The library through the reference host: its public procedures by handle, as a client calls them.
+// What a procedure returns without reference the client takes a reference to, and gives it back.
+#ifndef ZELBENCH_ZEL_H
+#define ZELBENCH_ZEL_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "documents.h"
+#include "runner.h"
+#include "zelhost/host.h"
+
+namespace zelbench {
+
+// One struct of typed procedures for each interface, from the method lists of the public headers.
+#define ZELBENCH_FIELD(method, procType) procType method = nullptr;
+#define ZELBENCH_FIND(method, procType) \
+  found.method = host.Find<procType>(Found::kName, #method, #procType);
+#define ZELBENCH_INTERFACE(Name, interfaceName, METHODS) \
+  struct Name {                                          \
+    static constexpr const char* kName = interfaceName;  \
+    METHODS(ZELBENCH_FIELD)                              \
+    static Name From(const zelhost::Host& host) {        \
+      using Found = Name;                                \
+      Name found;                                        \
+      METHODS(ZELBENCH_FIND)                             \
+      return found;                                      \
+    }                                                    \
+  }
+
+ZELBENCH_INTERFACE(Memory, ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS);
+ZELBENCH_INTERFACE(Containers, ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS);
+ZELBENCH_INTERFACE(Atoms, ZEL_STRING_INTERFACE, ZEL_STRING_METHODS);
+ZELBENCH_INTERFACE(StreamFactory, ZEL_STREAM_FACTORY_INTERFACE, ZEL_STREAM_FACTORY_METHODS);
+ZELBENCH_INTERFACE(Objects, POS_OBJECT_INTERFACE, POS_OBJECT_METHODS);
+ZELBENCH_INTERFACE(Statics, POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS);
+ZELBENCH_INTERFACE(NumberProcs, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS);
+ZELBENCH_INTERFACE(StringProcs, POS_STRING_INTERFACE, POS_STRING_METHODS);
+ZELBENCH_INTERFACE(ArrayProcs, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS);
+ZELBENCH_INTERFACE(DictProcs, POS_DICT_INTERFACE, POS_DICT_METHODS);
+ZELBENCH_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
+ZELBENCH_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+ZELBENCH_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+
+struct StartedHost : zelhost::Host {
+  explicit StartedHost(const std::function<void(zelhost::Host&)>& beforeStart) {
+    if (beforeStart) beforeStart(*this);
+    Start(ZEL_LIBRARY_PATH);
+  }
+};
+
+// A host with the library and its procedures; one at a time.
+class Zel {
+ public:
+  static constexpr const char* kName = "zel";
+  static constexpr bool kReadsPos = true;
+  static constexpr bool kQuickMembers = true;
+
+  using Value = ZELInstance;  // borrowed
+
+  // Owns one reference.
+  class Document {
+   public:
+    Document() = default;
+    Document(const Containers& containers, ZELInstance instance) noexcept
+        : release_(containers.Release), instance_(instance) {}
+    Document(Document&& other) noexcept
+        : release_(other.release_), instance_(std::exchange(other.instance_, nullptr)) {}
+    Document& operator=(Document other) noexcept {
+      std::swap(release_, other.release_);
+      std::swap(instance_, other.instance_);
+      return *this;
+    }
+    ~Document() {
+      if (instance_ != nullptr) release_(instance_);
+    }
+    ZELInstance Get() const noexcept { return instance_; }
+
+   private:
+    ZELReleaseContainerProc release_ = nullptr;
+    ZELInstance instance_ = nullptr;
+  };
+  using Stored = Document;  // a stream
+
+  // `beforeStart` sees the host before it starts the library.
+  explicit Zel(const std::function<void(zelhost::Host&)>& beforeStart = {});
+  ~Zel() { current = nullptr; }
+  Zel(const Zel&) = delete;
+  Zel& operator=(const Zel&) = delete;
+
+  // The one there is, or null.
+  static Zel* current;
+
+  Document Parse(const std::string& text) {
+    return Keep(statics.CreateFromText(text.c_str(), nullptr));
+  }
+  Document Build(const Node& node) { return Document(containers, BuildHeld(node)); }
+  Document Clone(const Document& document) { return Keep(objects.Clone(document.Get())); }
+  bool Equal(const Document& one, const Document& other) {
+    return objects.IsEqual(one.Get(), other.Get());
+  }
+  std::size_t Write(const Document& document);
+  Stored Store(const Document& document);
+  Document Read(Stored& stored);
+  std::string WrittenText(Stored& stored);
+
+  Value Root(const Document& document) { return document.Get(); }
+  Value At(Value array, std::size_t index) {
+    return arrays.GetAt(array, static_cast<std::uint32_t>(index));
+  }
+  // From the text: with the atom made and given back.
+  Value Get(Value dict, const std::string& key) {
+    const ZELStringAtom atom = atoms.NewStringAtom(key.c_str());
+    const Value value = dicts.Get(dict, atom);
+    atoms.DeleteStringAtom(atom);
+    return value;
+  }
+  bool Follow(Value root, const Path& path) {
+    const ZELStringAtom atom = atoms.NewStringAtom(path.pos.c_str());
+    const Value value = dicts.DeepGet(root, atom);
+    atoms.DeleteStringAtom(atom);
+    return value != nullptr;
+  }
+
+  // Takes the reference that makes a result the caller's own.
+  Document Keep(ZELInstance instance) {
+    Require(containers.AddRef(instance) != 0, "a procedure gave no instance");
+    return Document(containers, instance);
+  }
+
+ private:
+  ZELInstance BuildHeld(const Node& node);
+  ZELInstance Held(ZELInstance instance) {
+    containers.AddRef(instance);
+    return instance;
+  }
+
+ public:
+  StartedHost host;
+  Memory memory = Memory::From(host);
+  Containers containers = Containers::From(host);
+  Atoms atoms = Atoms::From(host);
+  StreamFactory streams = StreamFactory::From(host);
+  Objects objects = Objects::From(host);
+  Statics statics = Statics::From(host);
+  NumberProcs numbers = NumberProcs::From(host);
+  StringProcs strings = StringProcs::From(host);
+  ArrayProcs arrays = ArrayProcs::From(host);
+  DictProcs dicts = DictProcs::From(host);
+  Streamers streamers = Streamers::From(host);
+
+ private:
+  Document streamer_;
+  // Of memory streams, which are all of one kind.
+  ZELSimpleStreamReadProc readStream_ = nullptr;
+  ZELRewindableStreamRewindProc rewindStream_ = nullptr;
+  ZELPositionableStreamMarkProc markStream_ = nullptr;
+};
+
+// The cases of the library alone: growth.cpp and calls.cpp.
+void AddGrowthCases();
+void AddCallCases();
+
+}  // namespace zelbench
+
+#endif  // ZELBENCH_ZEL_H
