@@ -9,13 +9,14 @@ import json
 import math
 import sys
 
-import report
+sys.dont_write_bytecode = True  # the folder holds sources alone
+import report  # pylint: disable=wrong-import-position
 
 ROW, BAR, LEFT, RIGHT, TOP = 22, 12, 150, 60, 64
 WIDTH = 860
 LEAST, MOST = 1 / 16, 16
-MARKS = {"jansson": ("#7f8c8d", "J"), "json-c": ("#7f8c8d", "C"), "rapidjson": ("#b0a070", "R"),
-         "nlohmann": ("#b0a070", "N")}
+MARKS = {"jansson": ("#1f4e79", "J"), "json-c": ("#1f4e79", "C"), "rapidjson": ("#6b5b1e", "R"),
+         "nlohmann": ("#6b5b1e", "N")}
 FASTER, SLOWER, INK = "#2e7d5b", "#b4532a", "#333333"
 
 

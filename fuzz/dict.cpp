@@ -17,14 +17,11 @@ std::string KeyOf(uint8_t byte) {
 class DictRun {
  public:
   explicit DictRun(Session& session)
-      : session_(session), procs_(session.procs), dict_(session, procs_.dicts.NewPOSDict()) {
-    for (size_t i = 0; i < keys_.size(); ++i) {
-      keys_[i] = KeyOf(static_cast<uint8_t>(i));
-      atoms_[i] = procs_.atoms.NewStringAtom(keys_[i].c_str());
-    }
-  }
+      : session_(session), procs_(session.procs), dict_(session, procs_.dicts.NewPOSDict()) {}
   ~DictRun() {
-    for (const ZELStringAtom atom : atoms_) procs_.atoms.DeleteStringAtom(atom);
+    for (const ZELStringAtom atom : atoms_) {
+      if (atom != 0) procs_.atoms.DeleteStringAtom(atom);
+    }
   }
 
   void Run(Bytes input) {
@@ -78,22 +75,36 @@ class DictRun {
     }
   }
 
+  static const std::string& Key(uint8_t number) {
+    static const std::array<std::string, 256> keys = [] {
+      std::array<std::string, 256> made;
+      for (size_t i = 0; i < made.size(); ++i) made[i] = KeyOf(static_cast<uint8_t>(i));
+      return made;
+    }();
+    return keys[number];
+  }
+  ZELStringAtom Atom(uint8_t number) {
+    if (atoms_[number] == 0) atoms_[number] = procs_.atoms.NewStringAtom(Key(number).c_str());
+    return atoms_[number];
+  }
+
   void Put(uint8_t key, uint8_t value) {
     const Held number(session_, procs_.numbers.NewPOSNumber(value));
     if (!number) return;
+    const ZELStringAtom atom = Atom(key);
     session_.host.TakeReports();
-    procs_.dicts.Put(dict_.Get(), atoms_[key], number.Get());
-    if (session_.host.TakeReports().empty()) model_[keys_[key]] = value;
+    procs_.dicts.Put(dict_.Get(), atom, number.Get());
+    if (session_.host.TakeReports().empty()) model_[Key(key)] = value;
   }
 
   void Remove(uint8_t key) {
-    procs_.dicts.Remove(dict_.Get(), atoms_[key]);
-    model_.erase(keys_[key]);
+    procs_.dicts.Remove(dict_.Get(), Atom(key));
+    model_.erase(Key(key));
   }
 
   void Get(uint8_t key) {
-    const ZELInstance value = procs_.dicts.Get(dict_.Get(), atoms_[key]);
-    const auto entry = model_.find(keys_[key]);
+    const ZELInstance value = procs_.dicts.Get(dict_.Get(), Atom(key));
+    const auto entry = model_.find(Key(key));
     Expect((value != nullptr) == (entry != model_.end()), "a key too many or too few");
     Expect(value == nullptr || procs_.numbers.Get(value) == entry->second, "another value");
   }
@@ -149,8 +160,7 @@ class DictRun {
   Session& session_;
   const Procedures& procs_;
   Held dict_;
-  std::array<std::string, 256> keys_;
-  std::array<ZELStringAtom, 256> atoms_;
+  std::array<ZELStringAtom, 256> atoms_{};
   Model model_;
   std::vector<Walker> walkers_;
 };

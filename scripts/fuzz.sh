@@ -27,7 +27,7 @@ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   -DZEL_SANITIZE=address,undefined,fuzzer-no-link -DZEL_FUZZ=ON -DBUILD_TESTING=OFF >build/fuzz.log
 cmake --build build/fuzz --target "${targets[@]/#/zel_fuzz_}"
 
-export ASAN_OPTIONS=allocator_may_return_null=1:${ASAN_OPTIONS:-}
+export ASAN_OPTIONS=allocator_may_return_null=1:malloc_context_size=8:${ASAN_OPTIONS:-}
 export UBSAN_OPTIONS=print_stacktrace=1:${UBSAN_OPTIONS:-}
 failed=()
 for target in "${targets[@]}"; do

@@ -266,30 +266,33 @@ class FaultSweep : public zeltest::LibraryTest, public ::testing::WithParamInter
     return succeeded;
   }
 
-  // What is lost or spoilt after an attempt with a fault would show here.
-  void ExpectNothingLost(Before before, const zelhost::Counts& live) {
-    if (before == Before::kRestart) {
-      host.Stop();
-      EXPECT_EQ(ToString(host.Live()), ToString(live));
-      host.Start(ZEL_LIBRARY_PATH);
-    } else {
-      EXPECT_EQ(ToString(host.Live()), ToString(live));
-      // An import that failed stays failed until the binder changes.
-      if (before == Before::kWithdrawal) host.ChangeUnregisterCount();
-    }
+  // What has been spoilt would show here, and what is lost in the counts that it returns.
+  std::string Settle(Before before) {
+    if (!host.Started()) host.Start(ZEL_LIBRARY_PATH);
+    // An import that failed stays failed until the binder changes.
+    if (before != Before::kNothing) host.ChangeUnregisterCount();
     EXPECT_TRUE(objects.IsEqual(world, pristine));
     EXPECT_TRUE(Attempt(false));
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>());
+    return Live();
+  }
+  std::string Live() {
+    zelhost::Counts counts = host.Live();
+    // A host may do without the second of the errors that are held from start to stop.
+    if (service == Service::kGetCoreError) counts.errors = counts.errorReferences = 0;
+    return ToString(counts);
   }
 
   void Sweep(Before before) {
-    for (uint64_t n = 1; !HasFailure(); ++n) {
+    if (before == Before::kRestart) host.Stop();
+    const std::string settled = Settle(before);
+    injected = true;
+    for (uint64_t n = 1; injected && !HasFailure(); ++n) {
       SCOPED_TRACE(std::string(ServiceName(service)) + " " + std::to_string(n) + ", extent " +
                    std::to_string(static_cast<int>(extent)) + ", before " +
                    std::to_string(static_cast<int>(before)));
       if (before == Before::kRestart) host.Stop();
       if (before == Before::kWithdrawal) host.ChangeUnregisterCount();
-      const zelhost::Counts live = host.Live();
       injected = false;
       Arm(n);
       const bool succeeded = Attempt(before == Before::kRestart);
@@ -297,9 +300,11 @@ class FaultSweep : public zeltest::LibraryTest, public ::testing::WithParamInter
       EXPECT_TRUE(succeeded || injected);
       EXPECT_TRUE(succeeded || wasTold || !host.Reports().empty()) << "nobody was told";
       host.TakeReports();
-      ExpectNothingLost(before, live);
-      if (!injected) return;
-      ++g_faults;
+      if (before != Before::kRestart) {
+        EXPECT_EQ(Live(), settled);
+      }
+      EXPECT_EQ(Settle(before), settled);
+      g_faults += injected ? 1 : 0;
     }
   }
 

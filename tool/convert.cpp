@@ -77,8 +77,12 @@ int Convert(const Arguments& arguments) {
   const zelutils::Value value = ReadValue(session.client, options.input);
   if (options.output.empty()) {
     WriteToStandardOutput(session.client, value);
-  } else {
+    return kDone;
+  }
+  try {
     WriteTo(options.output, session.client, value);
+  } catch (const zelutils::Error& error) {
+    throw FileError(options.output + ": not written: " + error.what());
   }
   return kDone;
 }

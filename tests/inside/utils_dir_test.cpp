@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <iostream>
 #include <string>
 #include <thread>
 
@@ -69,20 +70,14 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
   EXPECT_EQ(ToString(host.Live()), ToString(before));
 }
 
-#if defined(__linux__)
+// Two threads in each of several processes; in one, where there is no fork.
 TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
-  constexpr int kProcesses = 8;
   constexpr size_t kNames = 8000;
   using Wins = std::array<std::atomic<uint32_t>, kNames>;
   const Folder folder;
-  void* shared =
-      mmap(nullptr, sizeof(Wins), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(shared, MAP_FAILED);
-  Wins& wins = *static_cast<Wins*>(shared);
-  for (int process = 0; process < kProcesses; ++process) {
-    if (fork() != 0) continue;
+  const auto contend = [&](Wins& wins, size_t start) {
     std::atomic<uint32_t> ids[2] = {};
-    const auto run = [&](size_t start, std::atomic<uint32_t>& id) {
+    const auto run = [&](std::atomic<uint32_t>& id) {
       id = NFileSystem::ThreadId();
       for (size_t i = 0; i < kNames; ++i) {
         const size_t name = (start + i) % kNames;
@@ -92,21 +87,32 @@ TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
         if (error != 0 && error != EEXIST) wins[name] += 1000;
       }
     };
-    const size_t start = static_cast<size_t>(process / 2) * (kNames / 4);
-    std::thread first(run, start, std::ref(ids[0]));
-    std::thread second(run, start, std::ref(ids[1]));
+    std::thread first(run, std::ref(ids[0]));
+    std::thread second(run, std::ref(ids[1]));
     first.join();
     second.join();
-    _exit(ids[0] != ids[1] ? 0 : 1);
+    return ids[0] != ids[1];
+  };
+#if defined(__linux__)
+  constexpr size_t kProcesses = 8;
+  void* shared =
+      mmap(nullptr, sizeof(Wins), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(shared, MAP_FAILED);
+  Wins& wins = *static_cast<Wins*>(shared);
+  for (size_t process = 0; process < kProcesses; ++process) {
+    if (fork() == 0) _exit(contend(wins, process / 2 * (kNames / 4)) ? 0 : 1);
   }
-  for (int process = 0; process < kProcesses; ++process) {
+  for (size_t process = 0; process < kProcesses; ++process) {
     int status = -1;
     wait(&status);
     EXPECT_EQ(status, 0);
   }
-  for (size_t name = 0; name < kNames; ++name) ASSERT_EQ(wins[name], 1u) << name;
-  munmap(shared, sizeof(Wins));
-}
+#else
+  std::cout << "not run: several processes, for want of fork\n";
+  static Wins wins;
+  EXPECT_TRUE(contend(wins, 0));
 #endif
+  for (size_t name = 0; name < kNames; ++name) ASSERT_EQ(wins[name], 1u) << name;
+}
 
 }  // namespace
