@@ -12,14 +12,15 @@ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   -DCMAKE_C_FLAGS_DEBUG="$flags" -DCMAKE_CXX_FLAGS_DEBUG="$flags" >"$build.log"
 cmake --build "$build"
 
-# The library is loaded and unloaded many times; each time adds to one profile of its own.
+# One profile for each process and program or library in it, added to each time that it is unloaded.
+# A process that a test has killed leaves none.
 rm -rf "$build/profiles"
-export LLVM_PROFILE_FILE=$PWD/$build/profiles/%4m.profraw
+export LLVM_PROFILE_FILE=$PWD/$build/profiles/%p.%1m.profraw
 failed=()
 for program in zel_tests zel_inside_tests; do
   "$build/$program" --gtest_brief=1 || failed+=("$program")
 done
-llvm-profdata merge -sparse "$build"/profiles/*.profraw -o "$build/all.profdata"
+llvm-profdata merge -sparse -failure-mode=all "$build"/profiles/*.profraw -o "$build/all.profdata"
 
 objects=("$build/libZELUtils.so" -object "$build/zel_inside_tests")
 llvm-cov show "${objects[@]}" -instr-profile="$build/all.profdata" -format=html \

@@ -120,7 +120,7 @@ void DictEntries::Grow() {
     Entry& entry = entries_[number];
     const bool gap = entry.key.Text() == nullptr;
     if (!gap) new (static_cast<void*>(&block.entries[moved])) Entry(std::move(entry));
-    entry.hash = gap ? kNone : moved++;
+    entry.hash = gap ? kNone : moved++;  // NOLINT(bugprone-use-after-move): the hash stays
   }
   uint32_t ordered = 0;
   uint32_t sorted = 0;
