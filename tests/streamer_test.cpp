@@ -185,6 +185,9 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
       {"#1.5.2 ", "1.5"},
       {"#- ", "0"},
       {"#+.5e+1\t", "5"},
+      {"#2e ", "2"},
+      {"#2E+ ", "2"},
+      {"#0e99999999999999999999 ", "0"},
       {"#" + std::string(62, '1') + "\n",
        "11111111111111111111111111111111111111111111111111111111111111"},
       {R"("\101\"\\\n\t\r")", "(A\"\\\\\n\t\r)"},
@@ -204,6 +207,8 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
     EXPECT_TRUE(objects.IsEqual(object, Parse(row.value))) << row.text;
   }
   EXPECT_EQ(numbers.Get(ReadText("#-1e400 ")), -HUGE_VAL);
+  EXPECT_EQ(numbers.Get(ReadText("#.01e99999999999999999999 ")), HUGE_VAL);
+  EXPECT_EQ(numbers.Get(ReadText("#1e-99999999999999999999 ")), 0);
   // Around the sizes that the work buffers begin with and double to.
   for (const size_t length : {31u, 32u, 33u, 63u, 64u, 65u, 1000u}) {
     const std::string text(length, 'x');

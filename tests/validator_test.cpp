@@ -68,6 +68,7 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
     const char* findings;
   } rows[] = {
       {"=any", "[]", kConforms},
+      {"=bool", "0", kConforms},
       {"=bool", "1", kConforms},
       {"=bool", "false", kConforms},
       {"=bool", "True", "|BOOL was not a valid string (true/false)"},
@@ -127,6 +128,7 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"category union", "a", ""},  // counts without a word
       {"category dict required <a U>> U <category union set []", "<a 1>", ""},
       {"category intersection", "a", kConforms},
+      {"category dict keytype any", "<a 1>", kConforms},
 
       {"category array membertype string> string <category int", "[a]", kConforms},
       {"category array membertype U> U dict V <", "[1]",
@@ -163,6 +165,8 @@ TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
        "|String length above maximum value 2"},
       {"category bindata", pointer, "|Expected BINDATA was of invalid type"},
       {"category zelerrorobjref", pointer, kConforms},
+      {"category qxbaseobjref", pointer, kConforms},
+      {"category intersection set [rawptr]", pointer, kConforms},
       {"category union set [zelobjref]", pointer, kConforms},
       {"category int", Number(std::nan("")), "|INT was not a whole number"},
       {"category real min 1 max 0 minexcl 1 maxexcl 0", Number(std::nan("")), kConforms},
@@ -195,6 +199,7 @@ TEST_F(ValidatorTest, PlaceholdersAtTheEdges) {
       {"minlen", 3e9, 0, "|String length below mininum value -2147483648"},
       {"minlen", kInfinity, 0, "|String length below mininum value -2147483648"},
       {"maxlen", -2147483648.5, 0, "|String length above maximum value -2147483648"},
+      {"maxlen", -1e10, 0, "|String length above maximum value -2147483648"},
       {"minlen", std::nan(""), 0, kConforms},
   };
   for (const auto& row : rows) {

@@ -44,6 +44,7 @@ TEST_F(ValuesTest, EqualityFollowsTheContents) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const uint16_t empty[] = {0};
   const uint16_t one[] = {1, 0, 2};
+  const uint16_t two[] = {2, 0, 2};
   int target = 0;
   struct {
     ZELInstance left, right;
@@ -58,6 +59,9 @@ TEST_F(ValuesTest, EqualityFollowsTheContents) {
        "empty"},
       {unicodeStrings.NewPOSUnicodeString(empty), unicodeStrings.NewPOSUnicodeString(one), false,
        "prefix"},
+      {unicodeStrings.NewPOSUnicodeString(one), unicodeStrings.NewPOSUnicodeString(two), false,
+       "other units"},
+      {binData.NewPOSBinData("t", "x", 1), binData.NewPOSBinData("t", "x", 2), false, "one more"},
       {binData.NewPOSBinData("t", "\1\0\2", 3), binData.NewPOSBinData("t", "\1\0\2", 3), true,
        "bytes beyond a NUL"},
       {binData.NewPOSBinData("t", "\1\0\2", 3), binData.NewPOSBinData("t", "\1\0\3", 3), false,
