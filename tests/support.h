@@ -103,7 +103,9 @@ class LibraryTest : public ::testing::Test {
     return instance;
   }
 
-  ZELInstance Parse(const std::string& text) { return Keep(statics.CreateFromText(text.c_str(), nullptr)); }
+  ZELInstance Parse(const std::string& text) {
+    return Keep(statics.CreateFromText(text.c_str(), nullptr));
+  }
 
   ZELStringAtom Atom(const char* text) {
     kept.atoms.push_back(atoms.NewStringAtom(text));

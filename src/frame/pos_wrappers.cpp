@@ -206,8 +206,9 @@ void CPOSDict::Put(const char* key, const CPOSObject& value) const {
 }
 
 CPOSDictIterator::CPOSDictIterator(const CPOSObject& dict)
-    : iterator_(ContainerReference::TakeNew(
-          Need(POSDictIterators()).NewPOSDictIterator(dict.Handle()))) {}
+    : iterator_(
+          ContainerReference::TakeNew(Need(POSDictIterators()).NewPOSDictIterator(dict.Handle()))) {
+}
 
 void CPOSDictIterator::Begin() const {
   const ReportWatch watch;

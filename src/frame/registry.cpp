@@ -39,7 +39,8 @@ void DestroyImplementationRegistry() noexcept {
 }
 
 const Implementation& ImplementationOf(ImplementationId id) {
-  if (g_registry == nullptr) [[unlikely]] RaiseInvalidContainer();
+  if (g_registry == nullptr) [[unlikely]]
+    RaiseInvalidContainer();
   return g_registry->Get(id);
 }
 

@@ -86,8 +86,7 @@ void Array::Grow(uint32_t need) {
     if (capacity > kMaxCapacity / 2) ZEL_T_NMT::RaiseAllocationFailure();
     capacity *= 2;
   }
-  auto* slots =
-      static_cast<CPOSObject*>(ZEL_T_NMT::AllocateBlock(capacity, sizeof(CPOSObject)));
+  auto* slots = static_cast<CPOSObject*>(ZEL_T_NMT::AllocateBlock(capacity, sizeof(CPOSObject)));
   // The references move with the slots: nothing can fail from here on.
   std::uninitialized_move_n(slots_, count_, slots);
   std::destroy_n(slots_, count_);
@@ -102,7 +101,8 @@ void Array::AddSlot(CPOSObject value) noexcept {
 }
 
 void Array::RefreshTables() {
-  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]] return;
+  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]]
+    return;
   for (uint32_t i = 0; i < count_; ++i) {
     if (!slots_[i].IsEmpty()) slots_[i].Rebind();
   }

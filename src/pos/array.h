@@ -5,8 +5,8 @@
 
 namespace NPOSObjectImpl {
 
-// Slots that were skipped over are empty and count as elements. A failing operation leaves the array
-// as it was.
+// Slots that were skipped over are empty and count as elements. A failing operation leaves the
+// array as it was.
 class Array final : public Composite {
  public:
   static constexpr int32_t kType = POSTypeArray;

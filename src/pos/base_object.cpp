@@ -4,9 +4,9 @@ namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::CPOSObject;
 
-// Destroying a composite makes the host release its members, which may destroy them in turn. Down to
-// a depth that any stack has room for this is left to recursion, so that members go in their order;
-// what lies deeper waits until the outermost destruction is through.
+// Destroying a composite makes the host release its members, which may destroy them in turn. Down
+// to a depth that any stack has room for this is left to recursion, so that members go in their
+// order; what lies deeper waits until the outermost destruction is through.
 class DestructionQueue {
  public:
   void Destroy(BaseObject* object) noexcept {

@@ -27,8 +27,8 @@ class Composite : public BaseObject {
   Composite* nextPending_ = nullptr;
 };
 
-// How deep the running clone and the running comparison are, counted by NestingLevel: each level goes
-// through the member's own procedure.
+// How deep the running clone and the running comparison are, counted by NestingLevel: each level
+// goes through the member's own procedure.
 extern constinit uint32_t g_cloneDepth;
 extern constinit uint32_t g_equalDepth;
 

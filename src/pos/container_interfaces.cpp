@@ -73,8 +73,7 @@ void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
 
 ZELInstance DictIteratorInterface::NewPOSDictIterator(ZELInstance dict) {
   Dict& walked = RaisingCheck<Dict>(dict);
-  auto iterator =
-      std::make_unique<DictIterator>(walked, ZEL_T_NMT::ContainerReference(dict));
+  auto iterator = std::make_unique<DictIterator>(walked, ZEL_T_NMT::ContainerReference(dict));
   return ZEL_T_NMT::Publish(std::move(iterator), ImplementationId::kPOSDictIterator);
 }
 
@@ -90,11 +89,11 @@ const char* DictIteratorInterface::CurKey(ZELInstance iterator) {
   return ResolveIterator(iterator).CurKey();
 }
 
-const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {
-    POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                               ZEL_END_OF_EXPORTS};
 
-const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {
-    POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                              ZEL_END_OF_EXPORTS};
 
 const ZEL_T_NMT::ExportEntry DictIteratorInterface::kExports[] = {
     POS_DICT_ITERATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};

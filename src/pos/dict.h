@@ -1,5 +1,5 @@
-// The POS dictionary: an ordered map from keys to references to other POS objects, and the iterators
-// over it.
+// The POS dictionary: an ordered map from keys to references to other POS objects, and the
+// iterators over it.
 #pragma once
 
 #include "pos/base_object.h"

@@ -92,8 +92,8 @@ DictEntries::Entry DictEntries::Remove(uint32_t number) noexcept {
 
 DictEntries::Block DictEntries::NewBlock(uint32_t capacity) {
   const bool indexed = capacity > kLargestWithoutIndex;
-  const uint32_t entrySize = sizeof(Entry) + sizeof(uint32_t) +
-                             (indexed ? kSlotsPerEntry * sizeof(uint32_t) : 0);
+  const uint32_t entrySize =
+      sizeof(Entry) + sizeof(uint32_t) + (indexed ? kSlotsPerEntry * sizeof(uint32_t) : 0);
   // The size in bytes fits in 32 bits on every platform.
   if (capacity > std::numeric_limits<uint32_t>::max() / entrySize) {
     ZEL_T_NMT::RaiseAllocationFailure();

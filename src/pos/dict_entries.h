@@ -1,9 +1,10 @@
 // The entries of a dictionary: found by a hash of their key, walked in the order of their keys.
 //
 // All lies in one block of the host's memory: the entries in the order of their insertion, their
-// numbers in key order, and from a certain size on a hash index. The key order is made when somebody
-// asks for it: a dictionary that is only filled and looked up never pays for it, and keys that come
-// in ascending order need no work. A removed entry leaves a gap until the block is next replaced.
+// numbers in key order, and from a certain size on a hash index. The key order is made when
+// somebody asks for it: a dictionary that is only filled and looked up never pays for it, and keys
+// that come in ascending order need no work. A removed entry leaves a gap until the block is next
+// replaced.
 #pragma once
 
 #include <cstdint>
@@ -74,7 +75,8 @@ class DictEntries {
 
   Entry* entries_ = nullptr;  // those below used_ are constructed
   uint32_t* order_ = nullptr;
-  uint32_t* index_ = nullptr;  // entry numbers plus 1, 0 for a free slot; null in a small dictionary
+  uint32_t* index_ =
+      nullptr;  // entry numbers plus 1, 0 for a free slot; null in a small dictionary
   uint32_t capacity_ = 0;
   uint32_t indexMask_ = 0;
   uint32_t used_ = 0;     // entries, removed ones included
