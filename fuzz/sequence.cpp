@@ -61,7 +61,7 @@ class Sequence {
  public:
   Sequence(Session& session, Bytes input) : session_(session), procs_(session.procs), rest_(input) {
     for (const char* text : kTexts) atoms_.push_back(procs_.atoms.NewStringAtom(text));
-    folder_ = procs_.atoms.NewStringAtom(session.folder.c_str());
+    folder_ = procs_.atoms.NewStringAtom(session.folder.path.string().c_str());
     Session::SetBudget(kBlocks);
     g_running = this;
   }
@@ -82,7 +82,7 @@ class Sequence {
     for (size_t i = 0; i < kPoolSize; ++i) Drop(i);
     for (ZELStringAtom atom : atoms_) procs_.atoms.DeleteStringAtom(atom);
     procs_.atoms.DeleteStringAtom(folder_);
-    for (const auto& entry : std::filesystem::directory_iterator(session_.folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(session_.folder.path)) {
       std::filesystem::remove(entry.path());
     }
     g_running = nullptr;
@@ -288,7 +288,7 @@ class Sequence {
   void NewBinData() {
     const std::array<uint8_t, 255> bytes{};
     const uint32_t size = Take() % 255u;
-    Make(procs_.binDatas.NewPOSBinData, Text(), bytes.data(), size);
+    Make(procs_.binData.NewPOSBinData, Text(), bytes.data(), size);
   }
   void NewRawPointer() {
     Make(procs_.rawPointers.NewPOSRawPointer, this, Take() % 4 == 0 ? nullptr : &Reenter);
@@ -318,7 +318,7 @@ class Sequence {
     Call(procs_.numbers.IsPOSNumber, value);
     Call(procs_.strings.IsPOSString, value);
     Call(procs_.unicodeStrings.IsPOSUnicodeString, value);
-    Call(procs_.binDatas.IsPOSBinData, value);
+    Call(procs_.binData.IsPOSBinData, value);
     Call(procs_.rawPointers.IsPOSRawPointer, value);
     Call(procs_.arrays.IsPOSArray, value);
     Call(procs_.dicts.IsPOSDict, value);
@@ -328,11 +328,11 @@ class Sequence {
     const ZELInstance value = Any();
     Call(procs_.numbers.Get, value);
     Touch(Call(procs_.strings.Get, value));
-    Touch(Call(procs_.binDatas.GetTypeName, value));
+    Touch(Call(procs_.binData.GetTypeName, value));
     const uint16_t* units = Call(procs_.unicodeStrings.Get, value);
     while (units != nullptr && *units != 0) ++units;
-    const auto* bytes = static_cast<const char*>(Call(procs_.binDatas.GetBinData, value));
-    const uint32_t size = Call(procs_.binDatas.GetSize, value);
+    const auto* bytes = static_cast<const char*>(Call(procs_.binData.GetBinData, value));
+    const uint32_t size = Call(procs_.binData.GetSize, value);
     if (bytes != nullptr) Touch(std::string(bytes, size).c_str());
     Call(procs_.rawPointers.GetRawPointer, value);
     Call(procs_.rawPointers.GetReleaseProc, value);

@@ -1,13 +1,8 @@
 #include "session.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <random>
 
 namespace zelfuzz {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -28,60 +23,22 @@ void LimitMemory(zelhost::Host& host) {
                 reinterpret_cast<ZELProc>(&LimitedAlloc));
 }
 
-void SetTempFolder(const std::string& path) {
-#if defined(_WIN32)
-  _putenv_s("TMP", path.c_str());
-#else
-  setenv("TMPDIR", path.c_str(), 1);
-#endif
-}
-
-std::string MakeTempFolder() {
-  const fs::path folder =
-      fs::temp_directory_path() / ("zel_fuzz_" + std::to_string(std::random_device()()));
-  fs::create_directory(folder);
-  SetTempFolder(folder.string());
-  return folder.string();
-}
-
 void Start(zelhost::Host& host, Session::Start start) {
   LimitMemory(host);
   start(host);
 }
 
-MemoryClient& Of(void* client) { return *static_cast<MemoryClient*>(client); }
+MemoryClient& Called(void* client, char call, uint32_t value) {
+  MemoryClient& self = *static_cast<MemoryClient*>(client);
+  if (self.calls != nullptr) *self.calls += call + std::to_string(value) + ' ';
+  return self;
+}
 
 }  // namespace
 
-Procedures::Procedures(const zelhost::Host& host)
-    : containers(host),
-      atoms(host),
-      errors(host),
-      streams(host),
-      objects(host),
-      statics(host),
-      numbers(host),
-      strings(host),
-      unicodeStrings(host),
-      binDatas(host),
-      rawPointers(host),
-      arrays(host),
-      dicts(host),
-      iterators(host),
-      streamers(host),
-      structValidators(host),
-      validators(host),
-      directories(host),
-      tempFiles(host) {}
+Session::Session(Start start_) : start(start_), procs((zelfuzz::Start(host, start), host)) {}
 
-Session::Session(Start start_)
-    : folder(MakeTempFolder()), start(start_), procs((zelfuzz::Start(host, start), host)) {}
-
-Session::~Session() {
-  host.Stop();
-  SetTempFolder(fs::path(folder).parent_path().string());
-  fs::remove_all(folder);
-}
+Session::~Session() { host.Stop(); }
 
 void Session::Restart() {
   host.Stop();
@@ -104,33 +61,35 @@ Held::Held(const Session& session, ZELInstance instance) : session_(&session) {
   instance_ = instance;
 }
 
-Held MemoryClient::NewStream(const Session& session) {
+ZELInstance MemoryClient::Open(const zeltest::CoreProcedures& procs) {
   ZELInstance stream = nullptr;
-  session.procs.streams.NewClientPositionableStream(
+  procs.streams.NewClientPositionableStream(
       &stream, this,
       [](void* client, uint32_t* delivered, void* buffer, uint32_t wanted) -> ZELErrorObject {
-        MemoryClient& self = Of(client);
+        MemoryClient& self = Called(client, 'R', wanted);
         *delivered = static_cast<uint32_t>(self.bytes.copy(
             static_cast<char*>(buffer), std::min(wanted, self.mostPerRead), self.position));
         self.position += *delivered;
         return nullptr;
       },
       [](void* client, const void* data, uint32_t count) -> ZELErrorObject {
-        Of(client).bytes.append(static_cast<const char*>(data), count);
+        Called(client, 'W', count).bytes.append(static_cast<const char*>(data), count);
         return nullptr;
       },
       nullptr, nullptr, nullptr,
       [](void* client, uint32_t* place) -> ZELErrorObject {
-        *place = Of(client).position;
+        *place = static_cast<MemoryClient*>(client)->position;
+        Called(client, 'M', *place);
         return nullptr;
       },
-      [](void* client, uint32_t place, uint32_t) -> ZELErrorObject {
-        Expect(place <= Of(client).bytes.size(), "a seek beyond the end");
-        Of(client).position = place;
+      [](void* client, uint32_t place, uint32_t second) -> ZELErrorObject {
+        MemoryClient& self = Called(client, 'S', place);
+        Expect(place <= self.bytes.size() && second == 0, "a seek beyond the end");
+        self.position = place;
         return nullptr;
       },
       nullptr);
-  return Held(session, stream);
+  return stream;
 }
 
 }  // namespace zelfuzz

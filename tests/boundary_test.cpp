@@ -65,88 +65,15 @@ TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
   EXPECT_EQ(Names(events, BindingEvent::Kind::kLookup, true), lookups);
 
   std::vector<std::string> registrations;
-  for (const std::vector<std::string>& table : {
-           TRIPLES(POS_OBJECT_INTERFACE, POS_OBJECT_METHODS),
-           TRIPLES(POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS),
-           TRIPLES(POS_NUMBER_INTERFACE, POS_NUMBER_METHODS),
-           TRIPLES(POS_STRING_INTERFACE, POS_STRING_METHODS),
-           TRIPLES(POS_UNICODE_STRING_INTERFACE, POS_UNICODE_STRING_METHODS),
-           TRIPLES(POS_BIN_DATA_INTERFACE, POS_BIN_DATA_METHODS),
-           TRIPLES(POS_RAW_POINTER_INTERFACE, POS_RAW_POINTER_METHODS),
-           TRIPLES(POS_ARRAY_INTERFACE, POS_ARRAY_METHODS),
-           TRIPLES(POS_DICT_INTERFACE, POS_DICT_METHODS),
-           TRIPLES(POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS),
-           TRIPLES(POS_STREAMER_INTERFACE, POS_STREAMER_METHODS),
-           TRIPLES(POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS),
-           TRIPLES(POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS),
-           TRIPLES(ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS),
-           TRIPLES(ZEL_UTILS_TEMP_FILE_STREAM_FACTORY, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS),
-       }) {
-    registrations.insert(registrations.end(), table.begin(), table.end());
-  }
+#define APPEND(name, interfaceName, METHODS) \
+  for (const std::string& triple : TRIPLES(interfaceName, METHODS)) registrations.push_back(triple);
+  ZELTEST_LIBRARY_INTERFACES(APPEND)
   EXPECT_EQ(registrations.size(), 59u);
   EXPECT_EQ(Names(events, BindingEvent::Kind::kRegister, true), registrations);
   EXPECT_EQ(host.LibraryVersion(), 0x00010101u);
 
   host.Stop();
   EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kUnregister, false), kWithdrawals);
-  EXPECT_TRUE(host.Live().AllZero());
-}
-
-TEST(BoundaryTest, AnyMissingProcedureFailsTheStart) {
-  std::vector<std::pair<const char*, const char*>> needed;
-#define NEED(method, procType) needed.emplace_back(interfaceName, #method);
-  const char* interfaceName = "ZEL";
-  ZEL_BINDER_METHODS(NEED)
-  interfaceName = ZEL_CONTAINER_INTERFACE;
-  ZEL_CONTAINER_METHODS(NEED)
-  interfaceName = ZEL_ERROR_INTERFACE;
-  ZEL_ERROR_METHODS(NEED)
-  interfaceName = ZEL_STRING_INTERFACE;
-  ZEL_STRING_METHODS(NEED)
-  interfaceName = ZEL_MEMORY_INTERFACE;
-  ZEL_MEMORY_METHODS(NEED)
-  Host host;
-  for (const auto& [name, method] : needed) {
-    host.Hide(name, method);
-    EXPECT_THROW(host.Start(ZEL_LIBRARY_PATH), zelhost::HostError) << name << "." << method;
-    host.Show(name, method);
-    EXPECT_TRUE(host.Live().AllZero()) << name << "." << method << ToString(host.Live());
-  }
-  host.Start(ZEL_LIBRARY_PATH);
-  host.Stop();
-}
-
-TEST(BoundaryTest, AnyRefusedRegistrationOrFailedCallFailsTheStart) {
-  Host host;
-  uint64_t failures = 0;
-  for (const Service service : {Service::kRegisterProcAddress, Service::kNewStringAtom,
-                                Service::kAlloc, Service::kLookup}) {
-    for (uint64_t n = 1;; ++n) {
-      const uint64_t before = host.FaultsInjected();
-      host.FailAt(service, n);
-      bool started = true;
-      try {
-        host.Start(ZEL_LIBRARY_PATH);
-      } catch (const zelhost::HostError&) {
-        started = false;
-      }
-      host.StopFailing();
-      const bool failed = host.FaultsInjected() != before;
-      EXPECT_EQ(started, !failed) << ServiceName(service) << " " << n;
-      host.Stop();
-      EXPECT_TRUE(host.Live().AllZero()) << ServiceName(service) << " " << n;
-      if (!failed) break;
-      ++failures;
-    }
-  }
-  EXPECT_GE(failures, 59u + 10 + 1 + 37);
-  // Core error 1 may be missing, core error 0 may not.
-  host.FailAt(Service::kGetCoreError, 2);
-  host.Start(ZEL_LIBRARY_PATH);
-  host.Stop();
-  host.FailAt(Service::kGetCoreError, 1);
-  EXPECT_THROW(host.Start(ZEL_LIBRARY_PATH), zelhost::HostError);
   EXPECT_TRUE(host.Live().AllZero());
 }
 
@@ -157,10 +84,10 @@ TEST_F(StartedTest, ATableIsImportedAgainOnItsNextUseAfterAWithdrawal) {
   Keep(binData.NewPOSBinData("t", "x", 1));
   host.TakeBindings();
   Keep(binData.NewPOSBinData("t", "x", 1));
-  Keep(numbers.NewPOSNumber(1));
+  NewNumber(1);
   EXPECT_TRUE(host.TakeBindings().empty());
   host.ChangeUnregisterCount();
-  Keep(numbers.NewPOSNumber(1));  // uses the tables bound at link only
+  NewNumber(1);  // uses the tables bound at link only
   EXPECT_TRUE(host.TakeBindings().empty());
   Keep(binData.NewPOSBinData("t", "x", 1));
   EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kLookup, false),
@@ -177,7 +104,7 @@ TEST_F(StartedTest, ATableIsImportedAgainOnItsNextUseAfterAWithdrawal) {
 
 TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
   const ZELInstance array = Keep(arrays.NewPOSArray());
-  const ZELInstance number = Keep(numbers.NewPOSNumber(1));
+  const ZELInstance number = NewNumber(1);
   arrays.Append(array, number);
   host.ResetCalls();
   arrays.Append(array, number);
@@ -201,12 +128,6 @@ TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
   arrays.Append(array, number);
   EXPECT_TRUE(objects.IsEqual(array, array));
   EXPECT_EQ(arrays.Count(array), 5u);
-}
-
-TEST_F(StartedTest, InitialisingTwiceAndTerminatingTwiceDoNothing) {
-  // The library is one per process: what the loader gives again is the one that runs.
-  Host* running = &host;
-  EXPECT_THROW(running->Start(ZEL_LIBRARY_PATH), zelhost::HostError);
 }
 
 }  // namespace

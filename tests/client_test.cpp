@@ -2,34 +2,15 @@
 // and every reference is given back.
 #include <array>
 #include <cerrno>
-#include <functional>
 #include <limits>
-#include <zelutils/client.hpp>
 
-#include "support.h"
+#include "client_fixture.h"
 
 namespace {
 
-using zelhost::Service;
 using namespace zelutils;
-
-class ClientTest : public zeltest::LibraryTest {
- protected:
-  // The error that an action throws; without a message for none.
-  static Error Caught(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const Error& error) {
-      return error;
-    } catch (const std::exception& error) {
-      return Error(error.what());
-    }
-    return Error("");
-  }
-  static std::string Thrown(const std::function<void()>& action) { return Caught(action).what(); }
-
-  Client client{zelhost::Host::LookupProc(), [this] { return host.TakeReports(); }};
-};
+using zelhost::Service;
+using zeltest::ClientTest;
 
 TEST_F(ClientTest, ScalarsComeBack) {
   for (const double number : {0.0, -0.0, 1.5, -1e300, std::numeric_limits<double>::infinity()}) {
@@ -150,42 +131,6 @@ TEST_F(ClientTest, CopiesHoldReferencesOfTheirOwn) {
   third = client.NewNumber(1);
   first = Value();
   EXPECT_EQ(host.RefCount(handle), 1U);
-}
-
-// Whichever call of the host fails, the client gives back all that it holds, and throws.
-TEST_F(ClientTest, NothingIsLostWhateverFails) {
-  const auto scenario = [this] {
-    Dict dict = client.NewDict({{"list", client.NewArray({1, "two", u"3"})}});
-    dict.Put("copy", dict["list"].Clone());
-    Stream stream = client.NewMemoryStream();
-    Streamer(client).Serialize(stream, dict);
-    stream.Rewind();
-    for (const auto& [key, value] : Streamer(client).Deserialize(stream).As<Dict>()) {
-      if (value != client.Parse("[1 two `0033`]")) throw Error("wrong under " + std::string(key));
-    }
-    if (!dict.DeepGet("list[2]")) throw Error("no path");
-    if (Thrown([&] { client.OpenFile("no/such/file", "rb"); }).empty()) throw Error("no error");
-  };
-  scenario();
-  for (const Service service : zelhost::FallibleServices()) {
-    for (std::uint64_t n = 1, injected = 1; injected != 0; ++n) {
-      ASSERT_LT(n, 5000U);
-      const zelhost::Counts before = host.Live();
-      const std::uint64_t faultsBefore = host.FaultsInjected();
-      host.ChangeUnregisterCount();  // so that procedures are looked up wherever one is used
-      host.FailAt(service, n);
-      const std::string thrown = Thrown(scenario);
-      injected = host.FaultsInjected() - faultsBefore;
-      host.StopFailing();
-      host.TakeReports();
-      const zelhost::Counts after = host.Live();
-      EXPECT_EQ(after.instanceReferences, before.instanceReferences)
-          << ServiceName(service) << ' ' << n << ": " << thrown;
-      EXPECT_EQ(after.instances, before.instances) << ServiceName(service) << ' ' << n;
-      EXPECT_EQ(after.errors, before.errors) << ServiceName(service) << ' ' << n;
-      EXPECT_TRUE(thrown.empty() || injected != 0) << thrown;
-    }
-  }
 }
 
 TEST_F(ClientTest, ProceduresAreLookedUpAgainAfterAWithdrawal) {

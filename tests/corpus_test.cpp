@@ -1,11 +1,5 @@
 // The inputs that the fuzzers start from, and every one that ever failed.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <vector>
-
+#include "support.h"
 #include "targets.h"
 
 namespace {
@@ -17,8 +11,7 @@ TEST_P(CorpusTest, FindsNothing) {
   size_t count = 0;
   const std::filesystem::path folder = std::filesystem::path(ZEL_CORPUS_DIR) / GetParam().name;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
+    const std::string bytes = zeltest::Folder::Contents(entry.path());
     const zelfuzz::Bytes input(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     try {
       zelfuzz::Run(GetParam(), session, input);

@@ -7,9 +7,7 @@
 
 namespace {
 
-ZELTEST_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
-ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
-ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
+using zeltest::Repeat;
 
 const std::string kHeader = POS_STREAMER_TYPE_A_VERSION_1_0 " ";
 
@@ -57,49 +55,41 @@ ZELProc AsProc(Procedure procedure) {
 
 class DepthSizeTest : public zeltest::LibraryTest {
  protected:
-  template <class Procedure, class... Arguments>
-  void OnStream(ZELInstance stream, const char* name, const char* procType,
-                Arguments... arguments) {
-    ZELProc procedure = nullptr;
-    EXPECT_EQ(containers.GetMethod(&procedure, stream, Atom(name), Atom(procType), 0), nullptr);
-    EXPECT_EQ(reinterpret_cast<Procedure>(procedure)(stream, arguments...), nullptr);
-  }
-  ZELInstance Stream() {
+  ZELInstance Stream(const std::string& bytes) {
     ZELInstance stream = nullptr;
     EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
+    onStream.Write(stream, bytes.data(), static_cast<uint32_t>(bytes.size()));
+    onStream.Rewind(stream);
     return Keep(stream);
   }
-  void Rewind(ZELInstance stream) {
-    OnStream<ZELRewindableStreamRewindProc>(stream, "Rewind", "ZELRewindableStreamRewindProc");
+  ZELInstance Read(const std::string& bytes) {
+    return streamers.Deserialize(streamer, Stream(kHeader + bytes));
   }
 
   // Clones, compares, writes, reads and validates; returns how many of these were too deep.
   int Descend(ZELInstance value, const char* typeName) {
     int tooDeep = 0;
-    const auto check = [&](bool succeeded) {
+    const auto check = [&](bool succeeded, size_t count = 1) {
       const std::vector<std::string> reports = host.TakeReports();
-      EXPECT_EQ(succeeded, reports.empty());
+      EXPECT_EQ(reports.size(), succeeded ? 0 : count);
       if (succeeded) return;
       EXPECT_EQ(reports.front(), "nesting too deep");
       ++tooDeep;
     };
     const ZELInstance clone = objects.Clone(value);
-    check(clone != nullptr);
+    check(clone != nullptr, POS_NESTING_LIMIT + 1);  // one from each level
     check(objects.IsEqual(value, clone == nullptr ? value : Keep(clone)));
-    const ZELInstance stream = Stream();
+    const ZELInstance stream = Stream("");
     const bool isWritten = streamers.Serialize(streamer, stream, value, nullptr) == 1;
     check(isWritten);
     if (isWritten) {
-      Rewind(stream);
+      onStream.Rewind(stream);
       EXPECT_TRUE(objects.IsEqual(Keep(streamers.Deserialize(streamer, stream)), value));
     }
     check(validators.Validate(validator, value, Atom(typeName), nullptr) == 1);
     return tooDeep;
   }
 
-  Streamers streamers = Streamers::From(host);
-  StructValidators structValidators = StructValidators::From(host);
-  Validators validators = Validators::From(host);
   ZELInstance streamer = Keep(streamers.NewPOSStreamer());
   ZELInstance validator = Keep(structValidators.NewPOSStructValidator(
       Parse("<A <category array membertype A> D <category dict keytype string valuetype D>"
@@ -110,21 +100,27 @@ class DepthSizeTest : public zeltest::LibraryTest {
 TEST_F(DepthSizeTest, EveryDescentEndsAtItsLimit) {
   zeltest::RunOnSmallStack([this] {
     for (const bool isDict : {false, true}) {
-      const std::string open = isDict ? "<k" : "[", close = isDict ? ">" : "]";
-      std::string text = isDict ? "<>" : "[]";
-      for (int i = 1; i < POS_NESTING_LIMIT; ++i) text = open + text + close;
-      const ZELInstance deepest = Parse(text);
+      const auto nested = [&](size_t depth, const char* dict, const std::string& innermost) {
+        return Repeat(depth, isDict ? dict : "[") + innermost + Repeat(depth, isDict ? ">" : "]");
+      };
+      const std::string empty = nested(1, "<", "");
+      const ZELInstance deepest = Parse(nested(POS_NESTING_LIMIT - 1, "<k", empty));
       EXPECT_EQ(Descend(deepest, isDict ? "D" : "A"), 0);
 
-      EXPECT_EQ(statics.CreateFromText((open + text + close).c_str(), nullptr), nullptr);
+      EXPECT_EQ(statics.CreateFromText(nested(POS_NESTING_LIMIT, "<k", empty).c_str(), nullptr),
+                nullptr);
       const ZELInstance deeper = Keep(isDict ? dicts.NewPOSDict() : arrays.NewPOSArray());
       isDict ? dicts.Put(deeper, Atom("k"), deepest) : arrays.Append(deeper, deepest);
       EXPECT_EQ(Descend(deeper, isDict ? "D" : "A"), 4);
+      // The parts of a value in a stream are not counted against the limit.
+      Keep(Read(nested(POS_NESTING_LIMIT, "<\"k\"", "{\"t\"#0 }")));
+      EXPECT_EQ(Read(nested(POS_NESTING_LIMIT + 1, "<\"k\"", "#0 ")), nullptr);
+      ExpectReports({"nesting too deep"});
     }
+    EXPECT_EQ(Read(std::string(100000, '{')), nullptr);
+    ExpectReports({"nesting too deep"});
     // Types that reach themselves without going down into the value.
     for (const char* typeName : {"U", "I"}) {
-      EXPECT_EQ(validators.Validate(validator, validator, Atom("any"), nullptr), 0);
-      ExpectReports({"invalid container"});
       EXPECT_EQ(validators.Validate(validator, Parse("1"), Atom(typeName), nullptr), 0);
       ExpectReports({"nesting too deep"});
     }
@@ -142,9 +138,7 @@ TEST_F(DepthSizeTest, CyclesEndAtTheLimitAndPathsDoNot) {
     const ZELInstance dict = Keep(dicts.NewPOSDict());
     dicts.Put(dict, Atom("k"), dict);
     EXPECT_EQ(Descend(dict, "D"), 4);
-    std::string path;
-    for (int i = 0; i < 100000; ++i) path += ".k";
-    EXPECT_EQ(dicts.DeepGet(dict, Atom(path.c_str())), dict);
+    EXPECT_EQ(dicts.DeepGet(dict, Atom(Repeat(100000, ".k"))), dict);
     dicts.Remove(dict, Atom("k"));
   });
 }
@@ -158,9 +152,7 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
   if (host.Lookup(name, #method, #procType) == nullptr) { \
     host.Register(name, #method, #procType, &NotCalled);  \
   }
-  ZEL_SIMPLE_STREAM_METHODS(REGISTER_REST)
-  ZEL_REWINDABLE_STREAM_METHODS(REGISTER_REST)
-  ZEL_POSITIONABLE_STREAM_METHODS(REGISTER_REST)
+  ZELTEST_STREAM_METHODS(REGISTER_REST)
   ZELInstance stream = nullptr;
   ASSERT_EQ(containers.NewFullContainer(&stream, &g_liar, Atom(name), nullptr, Atom(name), 0, 0, 0),
             nullptr);
@@ -199,13 +191,11 @@ TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   host.Register(ZEL_SHARED_BUFF_INTERFACE, "NewBuffer", "ZELSharedBuffNewBufferV3Proc",
                 AsProc(&NoBuffer));
   host.Start(ZEL_LIBRARY_PATH);
-  const auto containers = zeltest::Containers::From(host);
-  const auto arrays = zeltest::Arrays::From(host);
-  const auto binData = zeltest::BinDatas::From(host);
-  const ZELInstance array = arrays.NewPOSArray();
-  containers.AddRef(array);
-  const ZELInstance value = zeltest::Numbers::From(host).NewPOSNumber(1);
-  containers.AddRef(value);
+  const zeltest::Procedures procs(host);
+  const ZELInstance array = procs.arrays.NewPOSArray();
+  procs.containers.AddRef(array);
+  const ZELInstance value = procs.numbers.NewPOSNumber(1);
+  procs.containers.AddRef(value);
 
   std::vector<uint32_t> edges = {0xFFFFFFFE, 0xFFFFFFFF};
   for (uint32_t power = 1u << 20; power != 0; power *= 2) {
@@ -213,20 +203,20 @@ TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   }
   for (const uint32_t edge : edges) {
     g_largest = 0;
-    arrays.SetAt(array, edge, value);
+    procs.arrays.SetAt(array, edge, value);
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
-    EXPECT_EQ(arrays.Count(array), 0u);
-    EXPECT_EQ(arrays.GetAt(array, edge), nullptr);
-    arrays.Remove(array, edge);
+    EXPECT_EQ(procs.arrays.Count(array), 0u);
+    EXPECT_EQ(procs.arrays.GetAt(array, edge), nullptr);
+    procs.arrays.Remove(array, edge);
     EXPECT_TRUE(g_largest < 4096 || g_largest / sizeof(void*) > edge) << edge;
 
-    EXPECT_EQ(binData.NewPOSBinData("t", &edge, edge), nullptr);
+    EXPECT_EQ(procs.binData.NewPOSBinData("t", &edge, edge), nullptr);
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
     EXPECT_EQ(g_largest, edge);
   }
   EXPECT_EQ(host.RefCount(value), 1u);
-  containers.Release(array);
-  containers.Release(value);
+  procs.containers.Release(array);
+  procs.containers.Release(value);
   host.Stop();
   EXPECT_EQ(ToString(host.Live()), "nothing");
 }

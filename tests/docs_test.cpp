@@ -1,15 +1,12 @@
 // The examples in the pages for those who write texts and schemas do what the pages say.
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 
 #include "support.h"
 
 namespace {
 
-ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
-ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
-
+using zeltest::Collect, zeltest::g_messages;
 using Lines = std::vector<std::string>;
 
 // A fenced block; the words behind its opening fence tell what is to be done with it.
@@ -48,9 +45,6 @@ std::vector<Block> ReadBlocks(const std::string& page) {
   return blocks;
 }
 
-Lines g_messages;
-void Collect(const char* message) { g_messages.emplace_back(message); }
-
 class DocsTest : public zeltest::LibraryTest {
  protected:
   // Runs the block at `index` with those behind it that belong to it.
@@ -80,8 +74,8 @@ class DocsTest : public zeltest::LibraryTest {
     } else if (block.kind == "value") {
       const ZELInstance validator = Keep(structValidators.NewPOSStructValidator(schema));
       g_messages.clear();
-      const int32_t conforms = validators.Validate(validator, Parse(block.Text()),
-                                                   Atom(block.argument.c_str()), &Collect);
+      const int32_t conforms =
+          validators.Validate(validator, Parse(block.Text()), Atom(block.argument), &Collect);
       const Lines messages = LinesBehind(blocks, index, "messages");
       const Lines reports = LinesBehind(blocks, index, "report");
       EXPECT_EQ(g_messages, messages);
@@ -107,8 +101,6 @@ class DocsTest : public zeltest::LibraryTest {
   }
 
   ZELInstance schema = nullptr;
-  StructValidators structValidators = StructValidators::From(host);
-  Validators validators = Validators::From(host);
 };
 
 TEST_F(DocsTest, TextSyntax) { RunPage("text-syntax.md", 20); }

@@ -1,9 +1,6 @@
 // The reference host by its C procedures, as a library that it does not know would call them.
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <map>
 
 #include "support.h"
@@ -14,28 +11,26 @@ using zelhost::Host;
 using zelhost::HostError;
 using zelhost::Service;
 
-#define STREAM_METHODS(X)          \
-  ZEL_SIMPLE_STREAM_METHODS(X)     \
-  ZEL_REWINDABLE_STREAM_METHODS(X) \
-  ZEL_POSITIONABLE_STREAM_METHODS(X)
-ZELTEST_INTERFACE(Memory, ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS);
-ZELTEST_INTERFACE(Errors, ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS);
-ZELTEST_INTERFACE(Buffers, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS);
-ZELTEST_INTERFACE(Streams, "ZELFileStream", STREAM_METHODS);
-ZELTEST_INTERFACE(Cache, ZEL_CACHE_INTERFACE, ZEL_CACHE_METHODS);
-ZELTEST_INTERFACE(Filter, ZEL_FILTER_INTERFACE, ZEL_FILTER_METHODS);
-ZELTEST_INTERFACE(Progress, ZEL_PROGRESS_INTERFACE, ZEL_PROGRESS_METHODS);
-
 // The binder's types have its methods' names.
 template <class Proc>
 Proc OfBinder(const Host& host, const char* name) {
   return host.Find<Proc>(ZEL_BINDER_INTERFACE, name, name);
 }
 
+struct HostHolder {
+  explicit HostHolder(bool guarded)
+      : host({.guardMemory = guarded, .firstUnregisterCount = 0xFFFFFFFFu}) {}
+  Host host;
+};
+
 // Everything runs with slabs and with a malloc for each block.
-class HostTest : public testing::TestWithParam<bool> {
+class HostTest : public testing::TestWithParam<bool>,
+                 protected HostHolder,
+                 protected zeltest::CoreProcedures {
  protected:
+  HostTest() : HostHolder(GetParam()), CoreProcedures(host) {}
   void TearDown() override {
+    for (const ZELStringAtom atom : kept) atoms.DeleteStringAtom(atom);
     EXPECT_EQ(zelhost::ToString(host.Live()), "nothing");
     EXPECT_EQ(host.Leaks().size(), misuses);
   }
@@ -43,61 +38,54 @@ class HostTest : public testing::TestWithParam<bool> {
   // Gives an error object back and says what it was; "" for null.
   std::string Text(ZELErrorObject error) {
     if (error == nullptr) return "";
-    std::string text = strings.GetCString(errors.GetComponent(error));
-    text = text + ": " + strings.GetCString(errors.GetErrorMessage(error));
+    std::string text = atoms.GetCString(errors.GetComponent(error));
+    text = text + ": " + atoms.GetCString(errors.GetErrorMessage(error));
     errors.Release(error);
     return text;
   }
 
+  ZELStringAtom Keep(const char* text) {
+    kept.push_back(atoms.NewStringAtom(text));
+    return kept.back();
+  }
   ZELInstance NewInstance(void* object, ZELDestroyProc destroy) {
-    const ZELStringAtom names[] = {strings.NewStringAtom("Impl"),
-                                   strings.NewStringAtom("Interface")};
     ZELInstance instance = nullptr;
-    EXPECT_EQ(
-        Text(containers.NewFullContainer(&instance, object, names[0], destroy, names[1], 0, 0, 0)),
-        "");
-    for (const ZELStringAtom name : names) strings.DeleteStringAtom(name);
+    EXPECT_EQ(Text(containers.NewFullContainer(&instance, object, Keep("Impl"), destroy,
+                                               Keep("Interface"), 0, 0, 0)),
+              "");
     return instance;
   }
   void End(ZELInstance instance) { containers.DeleteUnownedContainer(instance); }
 
   ZELInstance Open(const char* mode) {
     ZELInstance stream = nullptr;
-    openError = Text(factory.NewPositionableFileStream(&stream, path.c_str(), mode));
+    openError = Text(streams.NewPositionableFileStream(&stream, path.c_str(), mode));
     return stream;
   }
   std::string ReadAll(ZELInstance stream, std::uint32_t step = 3) {
     std::string all;
     char buffer[64];
     for (std::uint32_t delivered = 1; delivered != 0;) {
-      EXPECT_EQ(Text(streams.Read(stream, &delivered, buffer, step)), "");
+      EXPECT_EQ(Text(onStream.Read(stream, &delivered, buffer, step)), "");
       all.append(buffer, delivered);
     }
     return all;
   }
   std::string Write(ZELInstance stream, const std::string& bytes) {
-    return Text(streams.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+    return Text(onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
   }
   std::uint32_t Position(ZELInstance stream) {
     std::uint32_t position = 0;
-    EXPECT_EQ(Text(streams.Mark(stream, &position)), "");
+    EXPECT_EQ(Text(onStream.Mark(stream, &position)), "");
     return position;
   }
 
-  Host host{{.guardMemory = GetParam(), .firstUnregisterCount = 0xFFFFFFFFu}};
   ZELRegisterProcAddress add = OfBinder<ZELRegisterProcAddress>(host, "ZELRegisterProcAddress");
-  Memory memory = Memory::From(host);
-  zeltest::Atoms strings = zeltest::Atoms::From(host);
-  Errors errors = Errors::From(host);
-  zeltest::Containers containers = zeltest::Containers::From(host);
-  Buffers buffers = Buffers::From(host);
-  zeltest::StreamFactory factory = zeltest::StreamFactory::From(host);
-  Streams streams = Streams::From(host);
+  std::vector<ZELStringAtom> kept;
   std::size_t misuses = 0;  // that the test commits
   std::string openError;
-  const std::string path =
-      testing::TempDir() + "zelhost_test_" +
-      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+  zeltest::Folder folder;
+  const std::string path = folder / "file";
 };
 
 INSTANTIATE_TEST_SUITE_P(Memory, HostTest, testing::Bool(),
@@ -141,10 +129,6 @@ TEST_P(HostTest, BinderKeepsTriples) {
     log += event.succeeded ? " " : "! ";
   }
   EXPECT_EQ(log, "RA LA RA RA RA! LA La! L! LAA! LA! LA LA! LA UA UA! LA! ");
-  // The interfaces that nobody calls can be imported.
-  Cache::From(host);
-  Filter::From(host);
-  Progress::From(host);
 }
 
 TEST_P(HostTest, MemoryKeepsItsContent) {
@@ -167,8 +151,8 @@ TEST_P(HostTest, MemoryKeepsItsContent) {
       for (std::size_t i = 0; i < kEach; ++i) {
         const std::size_t now = i % 2 == 0 ? newSize : size;
         EXPECT_GE(memory.GetBlockSize(blocks[i]), now);
-        const std::string_view kept(reinterpret_cast<char*>(blocks[i]), std::min(size, now));
-        EXPECT_EQ(kept.find_first_not_of(static_cast<char>(i)), kept.npos);
+        const std::string_view stays(reinterpret_cast<char*>(blocks[i]), std::min(size, now));
+        EXPECT_EQ(stays.find_first_not_of(static_cast<char>(i)), stays.npos);
         memory.Free(blocks[i]);
       }
     }
@@ -186,22 +170,22 @@ TEST_P(HostTest, AtomsAreUniqueTexts) {
   std::map<std::string, ZELStringAtom> known;
   for (std::size_t i = 0; i < 5000; ++i) {  // through several growths of the table
     const std::string text = i == 0 ? "" : std::string(i % 20, 'x') + std::to_string(i);
-    known[text] = strings.NewStringAtom(text.c_str());
+    known[text] = atoms.NewStringAtom(text.c_str());
   }
   for (const auto& [text, atom] : known) {
-    EXPECT_EQ(strings.NewStringAtom(text.c_str()), atom);
-    EXPECT_EQ(strings.GetCString(atom), text);
-    strings.AddRef(atom);
+    EXPECT_EQ(atoms.NewStringAtom(text.c_str()), atom);
+    EXPECT_EQ(atoms.GetCString(atom), text);
+    atoms.AddRef(atom);
   }
   EXPECT_EQ(host.Live().atoms, known.size());
   EXPECT_EQ(host.Live().atomReferences, 3 * known.size());
   for (const auto& [text, atom] : known) {
-    for (int i = 0; i < 3; ++i) strings.DeleteStringAtom(atom);
-    EXPECT_EQ(strings.GetCString(atom), nullptr) << text;
+    for (int i = 0; i < 3; ++i) atoms.DeleteStringAtom(atom);
+    EXPECT_EQ(atoms.GetCString(atom), nullptr) << text;
   }
-  const ZELStringAtom ofTheHost = strings.NewStringAtom("ZELFileStream");
-  for (int i = 0; i < 2; ++i) strings.DeleteStringAtom(ofTheHost);
-  EXPECT_STREQ(strings.GetCString(ofTheHost), "ZELFileStream") << "its own reference stays";
+  const ZELStringAtom ofTheHost = atoms.NewStringAtom("ZELFileStream");
+  for (int i = 0; i < 2; ++i) atoms.DeleteStringAtom(ofTheHost);
+  EXPECT_STREQ(atoms.GetCString(ofTheHost), "ZELFileStream") << "its own reference stays";
   misuses = 1;
 }
 
@@ -227,17 +211,17 @@ TEST_P(HostTest, InstancesEndWithTheirLastReference) {
   } rows[] = {{"", 0},      {"+", 1},  {"+-", -1}, {"++-", 1},  {"++--", -1},   {"+d", 0},
               {"+d+-", -1}, {"u", -1}, {"+u", 1},  {"+du", -1}, {"-", 0, true}, {"d", 0, true}};
   struct Object {
-    const zeltest::Containers& containers;
+    const zeltest::CoreProcedures& procs;
     ZELInstance self = nullptr;
     int destroyed = 0;
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.operations);
-    Object object = {containers};
+    Object object = {*this};
     object.self = NewInstance(&object, [](void* pointer) {
       auto* dying = static_cast<Object*>(pointer);
-      EXPECT_EQ(dying->containers.AddRef(dying->self), 0) << "no reference to the dying";
-      dying->containers.Release(dying->self);
+      EXPECT_EQ(dying->procs.containers.AddRef(dying->self), 0) << "no reference to the dying";
+      dying->procs.containers.Release(dying->self);
       ++dying->destroyed;
     });
     for (const char operation : std::string(row.operations)) {
@@ -263,9 +247,7 @@ TEST_P(HostTest, InstancesEndWithTheirLastReference) {
 
 TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
   host.Register("Interface", "Method", "Type", Nothing);
-  const ZELStringAtom impl = strings.NewStringAtom("Impl");
-  const ZELStringAtom method = strings.NewStringAtom("Method");
-  const ZELStringAtom type = strings.NewStringAtom("Type");
+  const ZELStringAtom impl = Keep("Impl"), method = Keep("Method"), type = Keep("Type");
   int objects[2] = {};
   ZELInstance instances[2] = {};
   const ZELPrimaryInstance* records[2] = {};
@@ -274,7 +256,7 @@ TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
     records[i] = reinterpret_cast<const ZELPrimaryInstance*>(
         reinterpret_cast<const char*>(instances[i]) + containers.GetOffsetToPrimaryInstance());
     EXPECT_EQ(records[i]->object, &objects[i]);
-    EXPECT_EQ(records[i]->implementationName, strings.GetCString(impl));
+    EXPECT_EQ(records[i]->implementationName, atoms.GetCString(impl));
     void* object = nullptr;
     EXPECT_EQ(Text(containers.NGetInstance(&object, instances[i], impl)), "");
     EXPECT_EQ(object, &objects[i]);
@@ -294,7 +276,7 @@ TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
   expectMethod(impl, nullptr);
   host.Register("Interface", "Impl", "Type", Nothing);
   expectMethod(impl, Nothing);  // looked up at the call
-  for (const ZELStringAtom atom : {impl, method, type}) strings.DeleteStringAtom(atom);
+  for (const ZELStringAtom atom : std::exchange(kept, {})) atoms.DeleteStringAtom(atom);
   EXPECT_STREQ(records[0]->implementationName, "Impl") << "the instance keeps its name alive";
   for (ZELInstance instance : instances) End(instance);
 }
@@ -303,34 +285,33 @@ TEST_P(HostTest, MemoryAndFileStreamsBehaveAlike) {
   for (const bool file : {false, true}) {
     SCOPED_TRACE(file);
     ZELInstance stream = nullptr;
-    EXPECT_EQ(Text(file ? factory.NewPositionableFileStream(&stream, path.c_str(), "w+b")
-                        : factory.NewPositionableMemoryStream(&stream)),
+    EXPECT_EQ(Text(file ? streams.NewPositionableFileStream(&stream, path.c_str(), "w+b")
+                        : streams.NewPositionableMemoryStream(&stream)),
               "");
     EXPECT_EQ(host.RefCount(stream), 0u);
     EXPECT_EQ(ReadAll(stream), "");
     EXPECT_EQ(Write(stream, std::string("0123\r\n\0z89", 10)), "");
     EXPECT_EQ(Position(stream), 10u);
-    EXPECT_EQ(Text(streams.Seek(stream, 2, 0)), "");
+    EXPECT_EQ(Text(onStream.Seek(stream, 2, 0)), "");
     EXPECT_EQ(Write(stream, "ab"), "");
     EXPECT_EQ(ReadAll(stream), std::string("\r\n\0z89", 6)) << "read right after a write";
     EXPECT_EQ(Write(stream, "!"), "") << "written right after a read";
-    EXPECT_NE(Text(streams.Seek(stream, 0, 1)), "");
+    EXPECT_NE(Text(onStream.Seek(stream, 0, 1)), "");
 
     ZELInstance reader = nullptr;
-    EXPECT_EQ(Text(streams.CreateIndependentlyPositionableStream(stream, &reader)), "");
+    EXPECT_EQ(Text(onStream.CreateIndependentlyPositionableStream(stream, &reader)), "");
     EXPECT_EQ(Position(reader), 0u);
     EXPECT_EQ(ReadAll(reader, 64), std::string("01ab\r\n\0z89!", 11));
     EXPECT_EQ(Write(stream, "+"), "");
     EXPECT_EQ(ReadAll(reader), "+") << "the end is not remembered";
     EXPECT_EQ(Position(stream), 12u);
-    EXPECT_EQ(Text(streams.Rewind(reader)), "");
+    EXPECT_EQ(Text(onStream.Rewind(reader)), "");
     EXPECT_EQ(ReadAll(reader).size(), 12u);
     End(stream);
-    EXPECT_EQ(Text(streams.Seek(reader, 11, 0)), "");
+    EXPECT_EQ(Text(onStream.Seek(reader, 11, 0)), "");
     EXPECT_EQ(ReadAll(reader), "+") << "the reader outlives the stream it came from";
     End(reader);
   }
-  std::remove(path.c_str());
 }
 
 TEST_P(HostTest, OpenModesAllowWhatTheySay) {
@@ -369,25 +350,23 @@ TEST_P(HostTest, OpenModesAllowWhatTheySay) {
     }
     std::uint32_t delivered = 0;
     char byte = 0;
-    EXPECT_EQ(Text(streams.Read(stream, &delivered, &byte, 1)).empty(), row.reads);
+    EXPECT_EQ(Text(onStream.Read(stream, &delivered, &byte, 1)).empty(), row.reads);
     End(stream);
   }
-  std::remove(path.c_str());
 }
 
 TEST_P(HostTest, WhatCannotBeStoredIsAnError) {
   ZELInstance file = Open("w+b");
-  EXPECT_EQ(Text(streams.Seek(file, 0xFFFFFFFEu, 0)), "");
+  EXPECT_EQ(Text(onStream.Seek(file, 0xFFFFFFFEu, 0)), "");
   EXPECT_EQ(Write(file, "12"), "ZELHost: ZELFileStream::Write: the file would become too long");
   EXPECT_EQ(Position(file), 0xFFFFFFFEu);
   End(file);
-  std::remove(path.c_str());
 
   ZELInstance stream = nullptr;
-  EXPECT_EQ(Text(factory.NewPositionableMemoryStream(&stream)), "");
-  EXPECT_NE(Text(streams.Seek(stream, 1, 0)), "");
+  EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
+  EXPECT_NE(Text(onStream.Seek(stream, 1, 0)), "");
   EXPECT_EQ(Position(stream), 0u);
-  EXPECT_NE(Text(streams.Read(stream, nullptr, nullptr, 0)), "");
+  EXPECT_NE(Text(onStream.Read(stream, nullptr, nullptr, 0)), "");
   End(stream);
 
   ZELInstance plain = NewInstance(nullptr, nullptr);
@@ -397,7 +376,7 @@ TEST_P(HostTest, WhatCannotBeStoredIsAnError) {
   End(plain);
 
   ZELInstance full = nullptr;
-  const std::string error = Text(factory.NewPositionableFileStream(&full, "/dev/full", "wb"));
+  const std::string error = Text(streams.NewPositionableFileStream(&full, "/dev/full", "wb"));
   if (full == nullptr) GTEST_SKIP() << "no full device here: " << error;
   EXPECT_EQ(Write(full, "1"), "ZELHost: ZELFileStream::Write: No space left on device");
   End(full);
@@ -425,7 +404,7 @@ TEST_P(HostTest, ClientStreamsCallBack) {
   Client client;
   ZELInstance stream = nullptr;
   const auto make = [&] {
-    return Text(factory.NewClientPositionableStream(&stream, &client, Client::Read, nullptr,
+    return Text(streams.NewClientPositionableStream(&stream, &client, Client::Read, nullptr,
                                                     Client::CreateNone, nullptr, nullptr,
                                                     Client::Mark, nullptr, Client::Destroy));
   };
@@ -435,7 +414,7 @@ TEST_P(HostTest, ClientStreamsCallBack) {
   EXPECT_EQ(make(), "");
   char buffer[8];
   std::uint32_t delivered = 5;
-  const auto read = [&] { return Text(streams.Read(stream, &delivered, buffer, 8)); };
+  const auto read = [&] { return Text(onStream.Read(stream, &delivered, buffer, 8)); };
   EXPECT_EQ(read(), "");
   EXPECT_EQ(delivered, 0u);
   host.FailAt(Service::kShortRead, 1);
@@ -446,7 +425,7 @@ TEST_P(HostTest, ClientStreamsCallBack) {
   EXPECT_NE(Write(stream, "1"), "") << "no callback";
   EXPECT_EQ(Position(stream), 77u);
   ZELInstance created = nullptr;
-  EXPECT_NE(Text(streams.CreateIndependentlyRewindableStream(stream, &created)), "")
+  EXPECT_NE(Text(onStream.CreateIndependentlyRewindableStream(stream, &created)), "")
       << "success without a stream";
   containers.AddRef(stream);
   containers.Release(stream);
@@ -455,9 +434,9 @@ TEST_P(HostTest, ClientStreamsCallBack) {
 
 TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   ZELInstance stream = nullptr;
-  EXPECT_EQ(Text(factory.NewPositionableMemoryStream(&stream)), "");
+  EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
   EXPECT_EQ(Write(stream, "1234"), "");
-  const ZELStringAtom name = strings.NewStringAtom("ZELMemoryStream");
+  const ZELStringAtom name = Keep("ZELMemoryStream");
   std::uint32_t number = 0;
   char bytes[4];
   void* object = nullptr;
@@ -487,7 +466,7 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
          memory.Free(moved != nullptr ? moved : block);
          return moved == nullptr;
        }},
-      {Service::kNewStringAtom, [&] { return isNull(strings.NewStringAtom("text"), strings.DeleteStringAtom); }},
+      {Service::kNewStringAtom, [&] { return isNull(atoms.NewStringAtom("text"), atoms.DeleteStringAtom); }},
       {Service::kNewError, [&] { return isNull(errors.NewError("a", "b", 1, 0, 0), errors.Release); }},
       {Service::kGetCoreError, [&] { return isNull(errors.GetCoreError(0), errors.Release); }},
       {Service::kNewFullContainer, [&] { return failed(containers.NewFullContainer(&made, nullptr, name, nullptr, name, 0, 0, 0)); }},
@@ -495,22 +474,22 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
       {Service::kGetMethod, [&] { return failed(containers.GetMethod(&found, stream, name, name, 0)); }},
       {Service::kNGetInstance, [&] { return failed(containers.NGetInstance(&object, stream, name)); }},
       {Service::kNewBuffer, [&] { return isNull(buffers.NewBuffer(16, 0, 0, 0, 0), buffers.Release); }},
-      {Service::kNewMemoryStream, [&] { return failed(factory.NewPositionableMemoryStream(&made)); }},
-      {Service::kNewFileStream, [&] { return failed(factory.NewPositionableFileStream(&made, path.c_str(), "wb")); }},
+      {Service::kNewMemoryStream, [&] { return failed(streams.NewPositionableMemoryStream(&made)); }},
+      {Service::kNewFileStream, [&] { return failed(streams.NewPositionableFileStream(&made, path.c_str(), "wb")); }},
       {Service::kNewClientStream, [&] {
-         return failed(factory.NewClientPositionableStream(&made, nullptr, Client::Read, nullptr, nullptr,
+         return failed(streams.NewClientPositionableStream(&made, nullptr, Client::Read, nullptr, nullptr,
                                                            nullptr, nullptr, nullptr, nullptr, nullptr));
        }},
-      {Service::kRead, [&] { return failed(streams.Read(stream, &number, bytes, 1)); }},
-      {Service::kWrite, [&] { return failed(streams.Write(stream, "5", 1)); }},
-      {Service::kCreateRewindable, [&] { return failed(streams.CreateIndependentlyRewindableStream(stream, &made)); }},
-      {Service::kRewind, [&] { return failed(streams.Rewind(stream)); }},
-      {Service::kCreatePositionable, [&] { return failed(streams.CreateIndependentlyPositionableStream(stream, &made)); }},
-      {Service::kMark, [&] { return failed(streams.Mark(stream, &number)); }},
-      {Service::kSeek, [&] { return failed(streams.Seek(stream, 0, 0)); }},
+      {Service::kRead, [&] { return failed(onStream.Read(stream, &number, bytes, 1)); }},
+      {Service::kWrite, [&] { return failed(onStream.Write(stream, "5", 1)); }},
+      {Service::kCreateRewindable, [&] { return failed(onStream.CreateIndependentlyRewindableStream(stream, &made)); }},
+      {Service::kRewind, [&] { return failed(onStream.Rewind(stream)); }},
+      {Service::kCreatePositionable, [&] { return failed(onStream.CreateIndependentlyPositionableStream(stream, &made)); }},
+      {Service::kMark, [&] { return failed(onStream.Mark(stream, &number)); }},
+      {Service::kSeek, [&] { return failed(onStream.Seek(stream, 0, 0)); }},
       {Service::kShortRead, [&] {
-         EXPECT_EQ(Text(streams.Seek(stream, 0, 0)), "");
-         EXPECT_EQ(Text(streams.Read(stream, &number, bytes, 4)), "");
+         EXPECT_EQ(Text(onStream.Seek(stream, 0, 0)), "");
+         EXPECT_EQ(Text(onStream.Read(stream, &number, bytes, 4)), "");
          return number == 2;
        }},
   };
@@ -539,9 +518,7 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   EXPECT_EQ(host.FaultsInjected(), 3 * calls.size());
   EXPECT_THROW(host.FailAt(Service::kFree, 1), HostError);
   EXPECT_THROW(host.FailAt(Service::kAlloc, 0), HostError);
-  strings.DeleteStringAtom(name);
   End(stream);
-  std::remove(path.c_str());
 }
 
 // A library that leaks one of everything, and refuses to start when told so.
@@ -552,14 +529,14 @@ struct FakeLibrary {
 
   static std::int32_t Initialize(ZELLookupProc) {
     OfBinder<ZELRegisterProcAddress>(*host, "ZELRegisterProcAddress")("Left", "M", "T", Nothing);
-    Memory::From(*host).Alloc(24);
-    const auto atoms = zeltest::Atoms::From(*host);
-    atoms.AddRef(atoms.NewStringAtom("a\ntext"));
-    Errors::From(*host).NewError("message", "Component", 1, 0, 0);
-    Buffers::From(*host).NewBuffer(512, 0, 0, 0, 0);
+    const zeltest::CoreProcedures procs(*host);
+    procs.memory.Alloc(24);
+    procs.atoms.AddRef(procs.atoms.NewStringAtom("a\ntext"));
+    procs.errors.NewError("message", "Component", 1, 0, 0);
+    procs.buffers.NewBuffer(512, 0, 0, 0, 0);
     ZELInstance stream = nullptr;
-    zeltest::StreamFactory::From(*host).NewPositionableMemoryStream(&stream);
-    zeltest::Containers::From(*host).Release(stream);
+    procs.streams.NewPositionableMemoryStream(&stream);
+    procs.containers.Release(stream);
     OfBinder<ZELReportError>(*host, "ZELReportError")("reported");
     return answer;
   }

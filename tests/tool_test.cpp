@@ -1,14 +1,7 @@
 // zelpos as its callers see it: exit status, standard output, standard error, and files.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <random>
-#include <string>
-#include <vector>
+
+#include "support.h"
 
 #if !defined(_WIN32)
 #include <sys/wait.h>
@@ -26,14 +19,8 @@ class ToolTest : public ::testing::Test {
     std::string err;
   };
 
-  void SetUp() override { fs::create_directory(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-  static std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string Path(const std::string& name) const { return folder_ / name; }
+  static std::string Contents(const std::string& path) { return zeltest::Folder::Contents(path); }
   std::string File(const std::string& name, const std::string& bytes) const {
     std::ofstream(Path(name), std::ios::binary) << bytes;
     return Path(name);
@@ -48,7 +35,7 @@ class ToolTest : public ::testing::Test {
     std::string command;
 #else
     const auto quoted = [](const std::string& text) { return '\'' + text + '\''; };
-    std::string command = before + "TMPDIR=" + quoted(folder_.string()) + ' ';
+    std::string command = before + "TMPDIR=" + quoted(folder_.path.string()) + ' ';
 #endif
     command += quoted(ZEL_TOOL_PATH);
     for (const std::string& argument : arguments) command += ' ' + quoted(argument);
@@ -68,9 +55,7 @@ class ToolTest : public ::testing::Test {
     return outcome;
   }
 
- private:
-  const fs::path folder_ =
-      fs::temp_directory_path() / ("zel_tool_test." + std::to_string(std::random_device()()));
+  const zeltest::Folder folder_;
 };
 
 TEST_F(ToolTest, GetPrintsWhatIsThere) {
@@ -156,8 +141,7 @@ TEST_F(ToolTest, AnOutputIsReplacedAsAWholeOrNotAtAll) {
   EXPECT_EQ(Contents(Path("new")), "POSStreamerTypeA_Version1.0 #2 ");
   EXPECT_TRUE(fs::is_symlink(Path("link")) && fs::remove(Path("link")));
 #endif
-  const auto left = std::distance(fs::directory_iterator(fs::path(output).parent_path()), {});
-  EXPECT_EQ(left, 6) << "out, new, folder, and the three of Run";
+  EXPECT_EQ(folder_.Names().size(), 6u) << "out, new, folder, and the three of Run";
 }
 
 TEST_F(ToolTest, StatusOutputAndMessages) {

@@ -10,14 +10,30 @@
 namespace {
 
 using zelhost::Service;
+using zeltest::Collect, zeltest::g_messages;
 using Messages = std::vector<std::string>;
 
-ZELTEST_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
-ZELTEST_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
-
-Messages g_messages;
-void Collect(const char* message) { g_messages.emplace_back(message); }
 const char* const kConforms = "conforms";
+
+// A callback and what it does.
+struct Check {
+  const zeltest::CoreProcedures& procs;
+  std::string text{};  // left in the buffer, without a NUL
+  int32_t result = 0;
+  int calls = 0;
+  std::function<void()> meanwhile = [] {};
+};
+
+int32_t RunCheck(ZELInstance, ZELStringAtom, ZELSharedBuff buffer, void* data) {
+  Check& check = *static_cast<Check*>(data);
+  EXPECT_EQ(check.procs.buffers.GetSize(buffer), 1024u);
+  char* text = static_cast<char*>(check.procs.buffers.GetBuffer(buffer));
+  EXPECT_EQ(text[0], '\0');
+  std::memcpy(text, check.text.data(), check.text.size());
+  ++check.calls;
+  check.meanwhile();
+  return check.result;
+}
 
 class ValidatorTest : public zeltest::LibraryTest {
  protected:
@@ -48,19 +64,18 @@ class ValidatorTest : public zeltest::LibraryTest {
   // A dictionary made by hand, for values that no text can give.
   ZELInstance Dict(const std::map<std::string, ZELInstance>& members) {
     const ZELInstance dict = Keep(dicts.NewPOSDict());
-    for (const auto& [key, value] : members) dicts.Put(dict, Atom(key.c_str()), value);
+    for (const auto& [key, value] : members) dicts.Put(dict, Atom(key), value);
     return dict;
   }
-  ZELInstance String(const std::string& text) { return Keep(strings.NewPOSString(text.c_str())); }
-  ZELInstance Number(double number) { return Keep(numbers.NewPOSNumber(number)); }
-
-  StructValidators structValidators = StructValidators::From(host);
-  Validators validators = Validators::From(host);
+  void Attach(ZELInstance validator, const char* type, Check& check) {
+    structValidators.RegisterCallbackProc(validator, Atom(type), &RunCheck, &check);
+  }
 };
 
 // A definition of the type T, and after a ">" those of other types, make a schema.
 std::string Schema(const std::string& definitions) { return "<T <" + definitions + ">>"; }
 
+// Beside what the page about the schema language shows, which is tested as well.
 TEST_F(ValidatorTest, FindsInValuesFromText) {
   const struct {
     const char* definitions;  // or "=" and a built-in type
@@ -71,13 +86,9 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"=bool", "0", kConforms},
       {"=bool", "1", kConforms},
       {"=bool", "false", kConforms},
-      {"=bool", "True", "|BOOL was not a valid string (true/false)"},
       {"=bool", "[]", "|Expected BOOL was of invalid type"},
       {"=int", "-2147483648", kConforms},
-      {"=int", "2.5", "|INT was not a whole number"},
-      {"=string", "1", "|Expected STRING was of invalid type"},
       {"=unicodestring", "a", "|Expected UNICODESTRING was of invalid type"},
-      {"=bindata", "a", "|Expected BINDATA was of invalid type"},
       {"=rawptr", "a", "|Expected RAWPTR was of invalid type"},
       {"=zelobjref", "a", "|Expected OBJREF was of invalid type"},
       {"=qxbaseobjref", "a", "|Expected OBJREF was of invalid type"},
@@ -94,18 +105,11 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
        "|String is not one of the enumerated values"},
       {"category string oneof [x ab 1]", "ab", kConforms},
       {"category string oneof []", "ab", "|String is not one of the enumerated values"},
-      {"category string", "1", "|Expected STRING was of invalid type"},
-      {"category unicodestring minlen 3 maxlen 1", "`00410042`",
-       "|Unicode String length below mininum value 3|Unicode String length above maximum value 1"},
       {"category rawptr", "1", "|Expected RAWPTR was of invalid type"},
       {"category zelobjref", "1", "|Expected OBJREF was of invalid type"},
 
       {"category array minlen 4 maxlen 2", "[1 2 3]",
        "|Array length below mininum value 4|Array length above maximum value"},
-      {"category array maxlen 1 membertype real", "[1 b c]",
-       "|Array length above maximum value|[1]: Expected REAL was of invalid type"
-       "|[2]: Expected REAL was of invalid type"},
-
       {"category dict required <b real c 1 a int>", "<x y a z>",
        "|Missing required member b|Missing required member c"},
       {"category dict required <a int> optional <b real c 1>", "<a x b y c 1 d 1>",
@@ -115,9 +119,6 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
       {"category dict required <a int> optional <a real>", "<a x>",
        "|a (required, type != int): Expected INT was of invalid type"
        "|a (optional, type != real): Expected REAL was of invalid type"},
-      {"category dict keytype K valuetype int> K <category string maxlen 1", "<a 1 ab x>",
-       "|ab (key, type != K): String length above maximum value 1"
-       "|ab (value, type != int): Expected INT was of invalid type"},
 
       {"category union set [int I]> I <category intersection set [real string]", "[]",
        "|Not a valid union type: Trying int: Expected INT was of invalid type"
@@ -168,8 +169,8 @@ TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
       {"category qxbaseobjref", pointer, kConforms},
       {"category intersection set [rawptr]", pointer, kConforms},
       {"category union set [zelobjref]", pointer, kConforms},
-      {"category int", Number(std::nan("")), "|INT was not a whole number"},
-      {"category real min 1 max 0 minexcl 1 maxexcl 0", Number(std::nan("")), kConforms},
+      {"category int", NewNumber(std::nan("")), "|INT was not a whole number"},
+      {"category real min 1 max 0 minexcl 1 maxexcl 0", NewNumber(std::nan("")), kConforms},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(Findings(NewValidator(Schema(row.definitions)), row.value), row.findings);
@@ -177,7 +178,6 @@ TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
 }
 
 TEST_F(ValidatorTest, PlaceholdersAtTheEdges) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   const std::string largest = "340282346638528859811704183484516925440.000000";
   const struct {
     const char* attribute;
@@ -197,28 +197,25 @@ TEST_F(ValidatorTest, PlaceholdersAtTheEdges) {
       {"maxlen", -0.5, 0, "|String length above maximum value 0"},
       {"minlen", 2147483647.5, 0, "|String length below mininum value 2147483647"},
       {"minlen", 3e9, 0, "|String length below mininum value -2147483648"},
-      {"minlen", kInfinity, 0, "|String length below mininum value -2147483648"},
+      {"maxlen", -2147483649, 0, "|String length above maximum value -2147483648"},
       {"maxlen", -2147483648.5, 0, "|String length above maximum value -2147483648"},
-      {"maxlen", -1e10, 0, "|String length above maximum value -2147483648"},
       {"minlen", std::nan(""), 0, kConforms},
   };
   for (const auto& row : rows) {
     const bool ofString = std::strstr(row.attribute, "len") != nullptr;
-    const ZELInstance category = String(ofString ? "string" : "real");
-    const ZELInstance type = Dict({{"category", category}, {row.attribute, Number(row.bound)}});
-    EXPECT_EQ(
-        Findings(NewValidator(Dict({{"T", type}})), ofString ? String("abcd") : Number(row.value)),
-        row.findings);
+    const ZELInstance category = NewString(ofString ? "string" : "real");
+    const ZELInstance type = Dict({{"category", category}, {row.attribute, NewNumber(row.bound)}});
+    EXPECT_EQ(Findings(NewValidator(Dict({{"T", type}})),
+                       ofString ? NewString("abcd") : NewNumber(row.value)),
+              row.findings);
   }
 }
 
 TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
   const ZELInstance holes = Keep(arrays.NewPOSArray());
-  arrays.SetAt(holes, 2, Number(1));
+  arrays.SetAt(holes, 2, NewNumber(1));
   const ZELInstance ring = Keep(arrays.NewPOSArray());
   arrays.Append(ring, ring);
-  const ZELInstance dictRing = Dict({});
-  dicts.Put(dictRing, Atom("a"), dictRing);
   const ZELInstance longKey = Dict({{std::string(1009, 'k'), holes}});
   const char* const noCategory = "Malformed schema definition for T, no category";
   const char* const noString = "downcast from CPOSObject to CPOSString failed";
@@ -238,7 +235,6 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
       {"category intersection set [1]", ring, noString},
       {"category dict keytype K> K <category string oneof [x 1]", longKey, noString},
       {"category dict", longKey, "FormatIntoPOSString overwrote buffer"},
-      {"category dict keytype string optional <a T>", dictRing, "nesting too deep"},
       // From inside lists that already hold messages.
       {"category intersection set [int U]> U <category array membertype V>"
        " V <category union set [bool W]> W <",
@@ -250,21 +246,19 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
     const ZELStringAtom type = Atom("T");
     const zelhost::Counts before = host.Live();
     g_messages.clear();
-    zeltest::RunOnSmallStack(
-        [&] { EXPECT_EQ(validators.Validate(validator, row.value, type, &Collect), 0); });
+    EXPECT_EQ(validators.Validate(validator, row.value, type, &Collect), 0);
     EXPECT_EQ(host.Live().instances, before.instances);
     EXPECT_EQ(host.Live().instanceReferences, before.instanceReferences);
     EXPECT_EQ(g_messages, Messages());
     ExpectReports({row.report});
   }
   arrays.Remove(ring, 0);
-  dicts.Remove(dictRing, Atom("a"));
 
   const std::string longest(1008, 'k');
   EXPECT_EQ(Findings(NewValidator(Schema("category dict")), Dict({{longest, ring}})),
             "|Unknown member " + longest);
   const std::string longName(3000, 'n');
-  EXPECT_EQ(Findings(NewValidator(Dict({{longName, dictRing}})), ring, longName.c_str()), "");
+  EXPECT_EQ(Findings(NewValidator(Dict({{longName, Dict({})}})), ring, longName.c_str()), "");
   ExpectReports({"Malformed schema definition for " + longName + ", no category"});
 }
 
@@ -278,20 +272,19 @@ TEST_F(ValidatorTest, LevelsOfTypesAndValuesAreCountedTogether) {
 
 TEST_F(ValidatorTest, HandlesOfOtherKinds) {
   const ZELStringAtom type = Atom("T");
-  const ZELInstance text = String("text");
+  const ZELInstance text = NewString("text");
   EXPECT_EQ(Findings(NewValidator(text), text), "|Schema not applicable, no definition for T");
   ExpectReports({"instance was not an POSDict"});
   EXPECT_EQ(Findings(NewValidator(text), text, "string"), kConforms);
 
   const ZELInstance validator = NewValidator("<>");
-  EXPECT_EQ(structValidators.NewPOSStructValidator(nullptr), nullptr);
-  EXPECT_EQ(structValidators.ValidateSchema(nullptr, &Collect), 0);
-  EXPECT_EQ(validators.Validate(validator, nullptr, type, &Collect), 0);
-  EXPECT_EQ(validators.Validate(validator, validator, type, &Collect), 0);
-  ExpectReports(Messages(4, "invalid container"));
-  EXPECT_EQ(validators.Validate(validator, text, 0, &Collect), 0);
-  structValidators.RegisterCallbackProc(validator, 0, nullptr, nullptr);
-  ExpectReports(Messages(2, "null string atom"));
+  ExpectFailure("invalid container", structValidators.NewPOSStructValidator, nullptr);
+  ExpectFailure("invalid container", structValidators.ValidateSchema, nullptr, &Collect);
+  ExpectFailure("invalid container", validators.Validate, validator, nullptr, type, &Collect);
+  ExpectFailure("invalid container", validators.Validate, validator, validator, type, &Collect);
+  ExpectFailure("null string atom", validators.Validate, validator, text, 0u, &Collect);
+  ExpectFailure("null string atom", structValidators.RegisterCallbackProc, validator, 0u, nullptr,
+                nullptr);
   for (const ZELInstance foreign : {ZELInstance{}, text}) {
     EXPECT_EQ(validators.Validate(foreign, text, type, &Collect), 0);
     structValidators.RegisterCallbackProc(foreign, type, nullptr, nullptr);
@@ -300,70 +293,36 @@ TEST_F(ValidatorTest, HandlesOfOtherKinds) {
   EXPECT_EQ(validators.Validate(validator, text, Atom("int"), nullptr), 0);  // dumped, not reported
 }
 
-ZELTEST_INTERFACE(SharedBuffers, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS);
-
-struct Check {
-  SharedBuffers buffers;
-  std::string text;  // left in the buffer, without a NUL
-  int32_t result = 0;
-  int calls = 0;
-  std::function<void()> meanwhile = [] {};
-};
-
-int32_t RunCheck(ZELInstance, ZELStringAtom, ZELSharedBuff buffer, void* data) {
-  Check& check = *static_cast<Check*>(data);
-  EXPECT_EQ(check.buffers.GetSize(buffer), 1024u);
-  char* text = static_cast<char*>(check.buffers.GetBuffer(buffer));
-  EXPECT_EQ(text[0], '\0');
-  std::memcpy(text, check.text.data(), check.text.size());
-  ++check.calls;
-  check.meanwhile();
-  return check.result;
-}
-
-class CallbackTest : public ValidatorTest {
- protected:
-  Check NewCheck(const std::string& text = "") {
-    Check check;
-    check.buffers = SharedBuffers::From(host);
-    check.text = text;
-    return check;
-  }
-  void Attach(ZELInstance validator, const char* type, Check& check) {
-    structValidators.RegisterCallbackProc(validator, Atom(type), &RunCheck, &check);
-  }
-};
-
-TEST_F(CallbackTest, HaveTheLastWord) {
+TEST_F(ValidatorTest, CallbacksHaveTheLastWord) {
   const ZELInstance validator = NewValidator("<N <category int> A <category array membertype N>>");
-  Check first = NewCheck(), second = NewCheck(), unused = NewCheck();
+  Check first{*this}, second{*this}, unused{*this};
   Attach(validator, "N", first);
   Attach(validator, "int", unused);
   Attach(validator, "nowhere", unused);
-  EXPECT_EQ(Findings(validator, Number(1), "N"), "|");
+  EXPECT_EQ(Findings(validator, NewNumber(1), "N"), "|");
   Attach(validator, "N", second);  // takes the place of the first
   second.text.assign("too small\0not read", 18);
   EXPECT_EQ(Findings(validator, Parse("[1 2]"), "A"), "|[0]: too small|[1]: too small");
   second.text.assign(1024, 'x');
-  EXPECT_EQ(Findings(validator, Number(1), "N"), "|" + second.text);
+  EXPECT_EQ(Findings(validator, NewNumber(1), "N"), "|" + second.text);
   EXPECT_EQ(Findings(validator, Parse("[1]"), "A"), "");
   ExpectReports({"FormatIntoPOSString overwrote buffer"});
   second.result = -1;
-  EXPECT_EQ(Findings(validator, Number(1), "N"), kConforms);
+  EXPECT_EQ(Findings(validator, NewNumber(1), "N"), kConforms);
   EXPECT_EQ(second.calls, 5);
-  EXPECT_EQ(Findings(validator, String("x"), "N"), "|Expected INT was of invalid type");
-  EXPECT_EQ(Findings(validator, Number(1), "int"), kConforms);
-  EXPECT_EQ(Findings(validator, Number(1), "nowhere"),
+  EXPECT_EQ(Findings(validator, NewString("x"), "N"), "|Expected INT was of invalid type");
+  EXPECT_EQ(Findings(validator, NewNumber(1), "int"), kConforms);
+  EXPECT_EQ(Findings(validator, NewNumber(1), "nowhere"),
             "|Schema not applicable, no definition for nowhere");
   structValidators.RegisterCallbackProc(validator, Atom("N"), nullptr, &second);
-  EXPECT_EQ(Findings(validator, Number(1), "N"), kConforms);
+  EXPECT_EQ(Findings(validator, NewNumber(1), "N"), kConforms);
   EXPECT_EQ(first.calls, 1);
   EXPECT_EQ(second.calls, 5);
   EXPECT_EQ(unused.calls, 0);
 }
 
 // Whatever a callback does to the values and the schema at hand, they are held while they are used.
-TEST_F(CallbackTest, MayTakeThingsAway) {
+TEST_F(ValidatorTest, CallbacksMayTakeThingsAway) {
   const struct {
     const char* definitions;
     const char* value;
@@ -385,7 +344,7 @@ TEST_F(CallbackTest, MayTakeThingsAway) {
     const ZELInstance schema = Parse(Schema(row.definitions + std::string("> N <category int")));
     const ZELInstance value = Parse(row.value);
     const ZELInstance validator = NewValidator(schema);
-    Check check = NewCheck(std::string("gone\0", 5));
+    Check check{*this, std::string("gone\0", 5)};
     check.meanwhile = [&] {
       for (const char* type : {"N", "S", "T"}) dicts.Remove(schema, Atom(type));
       for (const char* key : {"a", "b"}) {
@@ -500,8 +459,8 @@ TEST_F(ValidatorTest, SchemasAreChecked) {
     ExpectSchemaFinding(Parse(isDefinition ? Schema(row.schema) : row.schema), row.finding);
   }
 
-  const ZELInstance name = String(std::string(992, 'n'));  // with the text around it 1024 bytes
-  const ZELInstance type = Dict({{"category", String("array")}, {"membertype", name}});
+  const ZELInstance name = NewString(std::string(992, 'n'));  // with the text around it 1024 bytes
+  const ZELInstance type = Dict({{"category", NewString("array")}, {"membertype", name}});
   ExpectSchemaFinding(Dict({{"T", type}}),
                       "type != TypeName): Caught exception: Error buffer too small");
 }

@@ -2,19 +2,15 @@
 // that contend for the same names.
 #include "fileutils/utils_dir.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <filesystem>
 #include <iostream>
-#include <string>
 #include <thread>
 
 #include "fileutils/file_system.h"
 #include "frame/error.h"
-#include "zelhost/host.h"
+#include "support.h"
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -23,16 +19,6 @@
 #endif
 
 namespace {
-
-namespace fs = std::filesystem;
-
-struct Folder {
-  Folder() { fs::create_directory(path); }
-  ~Folder() { fs::remove_all(path); }
-  std::string operator/(const char* name) const { return (path / name).string(); }
-  fs::path path =
-      fs::temp_directory_path() / ("zelutils-inside-" + std::to_string(NFileSystem::ProcessId()));
-};
 
 TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
   using NFileUtilsImpl::ZELUtilsDirImpl;
@@ -74,15 +60,14 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
 TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
   constexpr size_t kNames = 8000;
   using Wins = std::array<std::atomic<uint32_t>, kNames>;
-  const Folder folder;
+  const zeltest::Folder folder;
   const auto contend = [&](Wins& wins, size_t start) {
     std::atomic<uint32_t> ids[2] = {};
     const auto run = [&](std::atomic<uint32_t>& id) {
       id = NFileSystem::ThreadId();
       for (size_t i = 0; i < kNames; ++i) {
         const size_t name = (start + i) % kNames;
-        const int error =
-            NFileSystem::CreateNewFile((folder / std::to_string(name).c_str()).c_str());
+        const int error = NFileSystem::CreateNewFile((folder / std::to_string(name)).c_str());
         if (error == 0) ++wins[name];
         if (error != 0 && error != EEXIST) wins[name] += 1000;
       }

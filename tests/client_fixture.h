@@ -1,0 +1,34 @@
+// What the tests that reach the library through the typed client share.
+#pragma once
+
+#include <zelutils/client.hpp>
+
+#include "support.h"
+
+namespace zeltest {
+
+class ClientTest : public LibraryTest {
+ protected:
+  // The error that an action throws; without a message for none.
+  static zelutils::Error Caught(const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const zelutils::Error& error) {
+      return error;
+    } catch (const std::exception& error) {
+      return zelutils::Error(error.what());
+    }
+    return zelutils::Error("");
+  }
+  static std::string Thrown(const std::function<void()>& action) { return Caught(action).what(); }
+  // The same as "component: message (number)", "" for none.
+  static std::string Failure(const std::function<void()>& action) {
+    const zelutils::Error error = Caught(action);
+    if (*error.what() == '\0') return "";
+    return error.Component() + ": " + error.what() + " (" + std::to_string(error.Id()) + ")";
+  }
+
+  zelutils::Client client{zelhost::Host::LookupProc(), [this] { return host.TakeReports(); }};
+};
+
+}  // namespace zeltest
