@@ -33,8 +33,9 @@ struct LinkState {
   ::ZELIsMultiThreaded isMultiThreaded = nullptr;  // must be there, is never called
   const uint32_t* unregisterCount = nullptr;
   bool strict = false;
-  // Whether the error interface may be called: errors raised earlier in a link carry no error object.
-  // Stays set after the unlink, so that a stream that the host still calls fails with an error.
+  // Whether the error interface may be called: errors raised earlier in a link carry no error
+  // object. Stays set after the unlink, so that a stream that the host still calls fails with an
+  // error.
   bool errorsBound = false;
   // Changes when the library links to another binder than before, whose counter may happen to read
   // the same: tables imported from the old one are not current then. 0 is "never imported".
@@ -78,17 +79,17 @@ void ZELUnregisterInterface(const char* interfaceName) noexcept;
 //   slot i holds the address imported for method i, and each method is callable by its name.
 #define ZEL_SLOT_INDEX(method, procType) k##method,
 #define ZEL_IMPORT_ENTRY(method, procType) {#method, #procType},
-#define ZEL_SLOT_CALL(method, procType)                                       \
-  template <class... Arguments>                                               \
-  auto method(Arguments... arguments) const {                                 \
-    return reinterpret_cast<::procType>(slots[k##method])(arguments...);      \
+#define ZEL_SLOT_CALL(method, procType)                                  \
+  template <class... Arguments>                                          \
+  auto method(Arguments... arguments) const {                            \
+    return reinterpret_cast<::procType>(slots[k##method])(arguments...); \
   }
-#define ZEL_DEFINE_SLOTS(Name, METHODS)                                       \
-  struct Name {                                                               \
-    enum Index : uint32_t { METHODS(ZEL_SLOT_INDEX) kSlotCount };             \
+#define ZEL_DEFINE_SLOTS(Name, METHODS)                                            \
+  struct Name {                                                                    \
+    enum Index : uint32_t { METHODS(ZEL_SLOT_INDEX) kSlotCount };                  \
     static constexpr ImportEntry kImports[] = {METHODS(ZEL_IMPORT_ENTRY){"", ""}}; \
-    ZELProc slots[kSlotCount] = {};                                               \
-    METHODS(ZEL_SLOT_CALL)                                                    \
+    ZELProc slots[kSlotCount] = {};                                                \
+    METHODS(ZEL_SLOT_CALL)                                                         \
   }
 
 // What an imported interface remembers of its last import.
@@ -118,7 +119,7 @@ struct ImportedInterface {
   const Slots* Get() {
     if (mark.IsCurrent()) return &table;
     return ZELRefreshTable(mark, Slots::kImports, Slots::kSlotCount, name, table.slots) ? &table
-                                                                                    : nullptr;
+                                                                                        : nullptr;
   }
 
   // As Get; a failure also clears slot 0.

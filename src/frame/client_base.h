@@ -13,7 +13,8 @@ namespace ZEL_T_NMT {
 // A block of the host's memory; raises the allocation failure when there is none.
 inline void* AllocateBlock(size_t size) {
   void* block = Memory().Alloc(size);
-  if (block == nullptr) [[unlikely]] RaiseAllocationFailure();
+  if (block == nullptr) [[unlikely]]
+    RaiseAllocationFailure();
   return block;
 }
 
@@ -46,8 +47,7 @@ class CZELVirtualClientBase : public CZELClientBase {
 template <class T>
 class BinderBlock {
  public:
-  explicit BinderBlock(size_t count)
-      : block_(static_cast<T*>(AllocateBlock(count, sizeof(T)))) {}
+  explicit BinderBlock(size_t count) : block_(static_cast<T*>(AllocateBlock(count, sizeof(T)))) {}
   BinderBlock(BinderBlock&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
   BinderBlock& operator=(BinderBlock other) noexcept {
     std::swap(block_, other.block_);

@@ -8,7 +8,8 @@ namespace {
 template <class Slots>
 const Slots& GetOrRaise(ImportedInterface<Slots>& imported) {
   const Slots* table = imported.Get();
-  if (table == nullptr) [[unlikely]] ZELRaise("Missing Interface", "ZEL");
+  if (table == nullptr) [[unlikely]]
+    ZELRaise("Missing Interface", "ZEL");
   return *table;
 }
 

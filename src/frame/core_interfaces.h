@@ -19,9 +19,11 @@ ZEL_DEFINE_SLOTS(FilterSlots, ZEL_FILTER_METHODS);
 ZEL_DEFINE_SLOTS(ProgressSlots, ZEL_PROGRESS_METHODS);
 ZEL_DEFINE_SLOTS(StreamFactorySlots, ZEL_STREAM_FACTORY_METHODS);
 
-static_assert(MemorySlots::kSlotCount == 4 && StringSlots::kSlotCount == 4 && ErrorSlots::kSlotCount == 8);
+static_assert(MemorySlots::kSlotCount == 4 && StringSlots::kSlotCount == 4 &&
+              ErrorSlots::kSlotCount == 8);
 static_assert(ContainerSlots::kSlotCount == 16 && SharedBuffSlots::kSlotCount == 6);
-static_assert(CacheSlots::kSlotCount == 24 && FilterSlots::kSlotCount == 17 && ProgressSlots::kSlotCount == 5);
+static_assert(CacheSlots::kSlotCount == 24 && FilterSlots::kSlotCount == 17 &&
+              ProgressSlots::kSlotCount == 5);
 static_assert(StreamFactorySlots::kSlotCount == 6);
 
 struct CoreInterfaces {

@@ -34,8 +34,7 @@ CZELError CZELError::Core(int32_t number) noexcept {
 const char* CZELError::what() const noexcept {
   if (handle_ == nullptr) return "Invalid CZELError";
   // The error object holds its message, so the text outlives this reference to it.
-  const CZELStringAtom message(Errors().GetErrorMessage(handle_),
-                               CZELStringAtom::Reference::kTake);
+  const CZELStringAtom message(Errors().GetErrorMessage(handle_), CZELStringAtom::Reference::kTake);
   return message.Text() == nullptr ? "" : message.Text();
 }
 

@@ -72,7 +72,8 @@ const char* ExceptionText(const std::exception& error) noexcept;
 
 // Raises what a core call that returns an error object has failed with, if it has.
 inline void ZELCheck(ZELErrorObject handle) {
-  if (handle != nullptr) [[unlikely]] ZELRaiseError(handle);
+  if (handle != nullptr) [[unlikely]]
+    ZELRaiseError(handle);
 }
 
 // Returns an error object with one reference for the caller. Null for a CZELError without an error

@@ -67,12 +67,11 @@ ExportEntry MakeExport(const char* method, const char* procType, std::type_ident
 
 // Export-table entries from a method list, for use where the bodies are in scope under their method
 // names (in the definition of a static member of the class that has them).
-#define ZEL_EXPORT_PROCEDURE(method, procType)                     \
-  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType,          \
+#define ZEL_EXPORT_PROCEDURE(method, procType)            \
+  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType, \
                                       &::ZEL_T_NMT::ProcedureGuard<&method>::Call),
-#define ZEL_EXPORT_METHOD(method, procType)                        \
-  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType,          \
-                                      &::ZEL_T_NMT::MethodGuard<&method>::Call),
+#define ZEL_EXPORT_METHOD(method, procType) \
+  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType, &::ZEL_T_NMT::MethodGuard<&method>::Call),
 #define ZEL_END_OF_EXPORTS \
   { "", "", nullptr }
 

@@ -53,7 +53,8 @@ inline const POSUnicodeStringSlots* POSUnicodeStrings() {
 // For an operation that cannot do without the interface: raises "Missing Interface" for null.
 template <class Slots>
 const Slots& Need(const Slots* table) {
-  if (table == nullptr) [[unlikely]] ZELRaise("Missing Interface", "ZEL");
+  if (table == nullptr) [[unlikely]]
+    ZELRaise("Missing Interface", "ZEL");
   return *table;
 }
 

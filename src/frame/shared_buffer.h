@@ -11,8 +11,7 @@ namespace ZEL_T_NMT {
 class SharedBuffer {
  public:
   // A new buffer of `size` bytes; raises the allocation failure when there is none.
-  explicit SharedBuffer(uint32_t size)
-      : buffer_(SharedBuffers().NewBuffer(size, 0, 0, 0, 0)) {
+  explicit SharedBuffer(uint32_t size) : buffer_(SharedBuffers().NewBuffer(size, 0, 0, 0, 0)) {
     if (buffer_ == nullptr) RaiseAllocationFailure();
     try {
       data_ = SharedBuffers().GetBuffer(buffer_);

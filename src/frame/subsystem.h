@@ -10,8 +10,8 @@ struct Subsystem {
   void (*unregisterInterfaces)();
 };
 
-// All subsystems in the order of their start, ended by null; they stop in the reverse order. Defined
-// where the library is put together, so that the frame knows none of them.
+// All subsystems in the order of their start, ended by null; they stop in the reverse order.
+// Defined where the library is put together, so that the frame knows none of them.
 extern const Subsystem* const kSubsystems[];
 
 }  // namespace ZEL_T_NMT

@@ -2,11 +2,12 @@
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSObject;
 
-// Destroying a composite makes the host release its members, which may destroy them in turn. Down to
-// a depth that any stack has room for this is left to recursion, so that members go in their order;
-// what lies deeper waits until the outermost destruction is through.
+// Destroying a composite makes the host release its members, which may destroy them in turn. Down
+// to a depth that any stack has room for this is left to recursion, so that members go in their
+// order; what lies deeper waits until the outermost destruction is through.
 class DestructionQueue {
  public:
   void Destroy(BaseObject* object) noexcept {
@@ -55,12 +56,12 @@ ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
                             &DestroyPublished);
 }
 
-CPOSObject CloneMember(const CPOSObject& member) {
-  const ZELInstance source = member.Handle();
-  const ZELInstance clone = member.Clone();
+ContainerReference CloneMember(ZELInstance member) {
+  const ZELInstance clone = ZEL_T_NMT::POSObjectMethods(member).Clone(member);
   if (clone == nullptr) ZEL_T_NMT::RaisePOSException("CPOSObject::Clone failed");
   // A shared object has other holders and must outlive a refused reference.
-  return clone == source ? CPOSObject(clone) : CPOSObject::TakeNew(clone);
+  if (clone == member) return ContainerReference(clone);
+  return CPOSObject::TakeNew(clone).TakeReference();
 }
 
 }  // namespace NPOSObjectImpl

@@ -20,15 +20,16 @@ class BaseObject : public ZEL_T_NMT::CZELClientBase {
   virtual int32_t GetType() const = 0;
 };
 
-// Base of the objects that hold others.
+// Base of the objects that hold others. Of a member they hold the reference alone and look for its
+// methods when they need them, one comparison as a rule: a method table does not outlive its link.
 class Composite : public BaseObject {
  private:
   friend class DestructionQueue;
   Composite* nextPending_ = nullptr;
 };
 
-// How deep the running clone and the running comparison are, counted by NestingLevel: each level goes
-// through the member's own procedure.
+// How deep the running clone and the running comparison are, counted by NestingLevel: each level
+// goes through the member's own procedure.
 extern constinit uint32_t g_cloneDepth;
 extern constinit uint32_t g_equalDepth;
 
@@ -58,6 +59,11 @@ T& RaisingCheck(ZELInstance handle) {
 }
 
 // Clones a member of a composite through its own procedure; raises "CPOSObject::Clone failed".
-ZEL_T_NMT::CPOSObject CloneMember(const ZEL_T_NMT::CPOSObject& member);
+ZEL_T_NMT::ContainerReference CloneMember(ZELInstance member);
+
+// Compares two members by the first one's own procedure.
+inline bool MembersAreEqual(ZELInstance left, ZELInstance right) {
+  return ZEL_T_NMT::POSObjectMethods(left).IsEqual(left, right);
+}
 
 }  // namespace NPOSObjectImpl

@@ -34,12 +34,12 @@ uint32_t ArrayInterface::Count(ZELInstance array) { return RaisingCheck<Array>(a
 
 void ArrayInterface::SetAt(ZELInstance array, uint32_t index, ZELInstance value) {
   CPOSObject held(value);
-  RaisingCheck<Array>(array).SetAt(index, std::move(held));
+  RaisingCheck<Array>(array).SetAt(index, held.TakeReference());
 }
 
 void ArrayInterface::Append(ZELInstance array, ZELInstance value) {
   CPOSObject held(value);
-  RaisingCheck<Array>(array).Append(std::move(held));
+  RaisingCheck<Array>(array).Append(held.TakeReference());
 }
 
 void ArrayInterface::Remove(ZELInstance array, uint32_t index) {
@@ -63,7 +63,7 @@ ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
   CPOSObject held(value);
   CZELStringAtom heldKey = TakeArgument(key);
-  RaisingCheck<Dict>(dict).Put(std::move(heldKey), std::move(held));
+  RaisingCheck<Dict>(dict).Put(std::move(heldKey), held.TakeReference());
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
@@ -73,8 +73,7 @@ void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
 
 ZELInstance DictIteratorInterface::NewPOSDictIterator(ZELInstance dict) {
   Dict& walked = RaisingCheck<Dict>(dict);
-  auto iterator =
-      std::make_unique<DictIterator>(walked, ZEL_T_NMT::ContainerReference(dict));
+  auto iterator = std::make_unique<DictIterator>(walked, ZEL_T_NMT::ContainerReference(dict));
   return ZEL_T_NMT::Publish(std::move(iterator), ImplementationId::kPOSDictIterator);
 }
 
@@ -90,11 +89,11 @@ const char* DictIteratorInterface::CurKey(ZELInstance iterator) {
   return ResolveIterator(iterator).CurKey();
 }
 
-const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {
-    POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                               ZEL_END_OF_EXPORTS};
 
-const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {
-    POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                              ZEL_END_OF_EXPORTS};
 
 const ZEL_T_NMT::ExportEntry DictIteratorInterface::kExports[] = {
     POS_DICT_ITERATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};

@@ -1,9 +1,11 @@
 #include "pos/dict.h"
 
 #include "frame/nesting.h"
+#include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::NestingLevel;
@@ -21,11 +23,11 @@ Dict::~Dict() {
 
 BaseObject* Dict::Clone() {
   const NestingLevel level(g_cloneDepth);
-  RefreshTables();
   auto copy = std::make_unique<Dict>();
+  copy->entries_.Reserve(entries_.Count());
   for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    CZELStringAtom key = it.Key();
-    copy->Put(std::move(key), CloneMember(it.Value()));
+    DictEntries::Key key = it.Key();
+    copy->entries_.Insert(std::move(key), CloneMember(it.Value()));
   }
   return copy.release();
 }
@@ -34,34 +36,39 @@ bool Dict::IsEqual(const CPOSObject& other) {
   Dict* dict = QuietCheck<Dict>(other.Handle());
   if (dict == nullptr) return false;
   const NestingLevel level(g_equalDepth);
-  RefreshTables();
-  for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    const ZELInstance value = dict->Get(it.CurKey());
-    if (value == nullptr || !it.Value().IsEqual(value)) return false;
+  ConstDictIterator it(*this);
+  ConstDictIterator beside(*dict);
+  // Equal dictionaries have the same keys at each step, which are the same atoms.
+  for (; !it.IsDone() && it.CurKey() == beside.CurKey(); it.Next(), beside.Next()) {
+    if (!MembersAreEqual(it.Value(), beside.Value())) return false;
   }
-  for (ConstDictIterator it(*dict); !it.IsDone(); it.Next()) {
-    if (Get(it.CurKey()) == nullptr) return false;
+  if (it.IsDone() && beside.IsDone()) return true;
+
+  for (; !it.IsDone(); it.Next()) {
+    const ZELInstance value = dict->Get(it.CurKey());
+    if (value == nullptr || !MembersAreEqual(it.Value(), value)) return false;
+  }
+  for (beside.Begin(); !beside.IsDone(); beside.Next()) {
+    if (Get(beside.CurKey()) == nullptr) return false;
   }
   return true;
 }
 
 ZELInstance Dict::Get(const char* key) const noexcept {
   const uint32_t number = entries_.Find(key);
-  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Handle();
+  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Get();
 }
 
-void Dict::Put(CZELStringAtom key, CPOSObject value) {
-  const uint32_t number = entries_.Find(key.Text());
+void Dict::Put(CZELStringAtom key, ContainerReference value) {
+  const uint32_t hash = HashKey(key.Text());
+  const uint32_t number = entries_.Find(key.Text(), hash);
   if (number != DictEntries::kNone) {
     std::swap(entries_.At(number).value, value);
     return;
   }
-  if (entries_.InsertRenumbers()) [[unlikely]] {
-    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-      iterator->HoldKey();
-    }
-  }
-  entries_.Insert(std::move(key), std::move(value));
+  if (entries_.InsertRenumbers()) [[unlikely]]
+    HoldKeys();
+  entries_.Insert({std::move(key), hash}, std::move(value));
 }
 
 void Dict::Remove(const char* key) {
@@ -74,14 +81,10 @@ void Dict::Remove(const char* key) {
   const DictEntries::Entry released = entries_.Remove(number);
 }
 
-void Dict::RefreshTables() {
-  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]]
-    return;
-  for (uint32_t number = 0; number < entries_.Used(); ++number) {
-    CPOSObject& value = entries_.At(number).value;
-    if (!value.IsEmpty()) value.Rebind();
+void Dict::HoldKeys() {
+  for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+    iterator->HoldKey();
   }
-  tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 }
 
 DictIterator::DictIterator(Dict& dict, ZEL_T_NMT::ContainerReference keptAlive) noexcept
@@ -98,13 +101,20 @@ DictIterator::~DictIterator() {
 }
 
 void DictIterator::Begin() noexcept {
-  if (dict_ != nullptr) GoTo(dict_->entries_.FirstPlace());
+  if (dict_ == nullptr) return;
+  if (dict_->entries_.WalkRenumbers()) dict_->HoldKeys();
+  GoTo(dict_->entries_.FirstPlace());
 }
 
 void DictIterator::Next() noexcept {
   if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
-  GoTo(entries.PlacesAreOf(placesVersion_) ? place_ + 1 : entries.PlaceAfter(CurKey()));
+  if (entries.PlacesAreOf(placesVersion_)) [[likely]] {
+    GoTo(place_ + 1);
+    return;
+  }
+  if (entries.WalkRenumbers()) dict_->HoldKeys();
+  GoTo(entries.PlaceAfter(CurKey()));
 }
 
 const char* DictIterator::CurKey() const noexcept {
@@ -122,6 +132,7 @@ const char* DictIterator::CurKey() const noexcept {
 // To the first entry at or after a place.
 void DictIterator::GoTo(uint32_t place) noexcept {
   const DictEntries& entries = dict_->entries_;
+  if (state_ == State::kAtKey) key_ = CZELStringAtom();
   state_ = State::kDone;
   for (; place < entries.EndPlace(); ++place) {
     number_ = entries.NumberAt(place);
@@ -131,7 +142,7 @@ void DictIterator::GoTo(uint32_t place) noexcept {
   }
   place_ = place;
   placesVersion_ = entries.PlacesVersion();
-  key_ = CZELStringAtom();
+  entries.FetchAheadOf(place);
 }
 
 void DictIterator::HoldKey() {

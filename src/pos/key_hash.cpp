@@ -31,8 +31,8 @@ struct Secret {
 };
 constinit Secret g_secret;
 
-// Where the system has put code and stack, and the time to its finest unit, are not to be known from
-// outside.
+// Where the system has put code and stack, and the time to its finest unit, are not to be known
+// from outside.
 void DrawSecret() noexcept {
   constexpr uint64_t kOdd = 0x9E3779B97F4A7C15u;
   const auto now =

@@ -39,8 +39,8 @@ ZELInstance ObjectStatics::CreateFromText(const char* text, const char** errorPo
   }
 }
 
-const ZEL_T_NMT::ExportEntry ObjectInterface::kExports[] = {
-    POS_OBJECT_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry ObjectInterface::kExports[] = {POS_OBJECT_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                                ZEL_END_OF_EXPORTS};
 
 const ZEL_T_NMT::ExportEntry ObjectStatics::kExports[] = {
     POS_OBJECT_STATICS_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};

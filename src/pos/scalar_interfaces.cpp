@@ -40,8 +40,7 @@ const uint16_t* UnicodeStringInterface::Get(ZELInstance string) {
   return RaisingCheck<UnicodeString>(string).Get();
 }
 
-ZELInstance BinDataInterface::NewPOSBinData(const char* typeName, const void* data,
-                                            uint32_t size) {
+ZELInstance BinDataInterface::NewPOSBinData(const char* typeName, const void* data, uint32_t size) {
   if (data == nullptr && size > 0) ZEL_T_NMT::RaisePOSException("null data");
   return PublishObject(std::make_unique<BinData>(NotNull(typeName), data, size));
 }
@@ -54,7 +53,9 @@ const char* BinDataInterface::GetTypeName(ZELInstance data) {
 const void* BinDataInterface::GetBinData(ZELInstance data) {
   return RaisingCheck<BinData>(data).GetBinData();
 }
-uint32_t BinDataInterface::GetSize(ZELInstance data) { return RaisingCheck<BinData>(data).GetSize(); }
+uint32_t BinDataInterface::GetSize(ZELInstance data) {
+  return RaisingCheck<BinData>(data).GetSize();
+}
 
 ZELInstance RawPointerInterface::NewPOSRawPointer(void* pointer, POSRawPointerReleaseProc release) {
   auto object = std::make_unique<RawPointer>(pointer);
@@ -74,11 +75,11 @@ POSRawPointerReleaseProc RawPointerInterface::GetReleaseProc(ZELInstance pointer
   return RaisingCheck<RawPointer>(pointer).GetReleaseProc();
 }
 
-const ZEL_T_NMT::ExportEntry NumberInterface::kExports[] = {
-    POS_NUMBER_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry NumberInterface::kExports[] = {POS_NUMBER_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                                ZEL_END_OF_EXPORTS};
 
-const ZEL_T_NMT::ExportEntry StringInterface::kExports[] = {
-    POS_STRING_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
+const ZEL_T_NMT::ExportEntry StringInterface::kExports[] = {POS_STRING_METHODS(ZEL_EXPORT_PROCEDURE)
+                                                                ZEL_END_OF_EXPORTS};
 
 const ZEL_T_NMT::ExportEntry UnicodeStringInterface::kExports[] = {
     POS_UNICODE_STRING_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
