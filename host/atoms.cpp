@@ -70,12 +70,11 @@ std::uint64_t Load(const char* bytes) noexcept {
   return word;
 }
 
-// Up to seven bytes as one number, different for different bytes of one length.
+// One to seven bytes as one number, different for different bytes of one length.
 std::uint64_t LoadTail(const char* bytes, std::size_t length) noexcept {
   if (length >= 4) {
     return Load<std::uint32_t>(bytes) | Load<std::uint32_t>(bytes + length - 4) << 32;
   }
-  if (length == 0) return 0;
   const auto byte = [&](std::size_t i) { return Load<unsigned char>(bytes + i); };
   return byte(0) | byte(length / 2) << 8 | byte(length - 1) << 16;
 }
@@ -89,7 +88,7 @@ std::uint32_t Hash(const char* text, std::size_t length) noexcept {
     hash ^= hash >> 32;
   };
   for (; length >= 8; length -= 8, text += 8) mix(Load<std::uint64_t>(text));
-  mix(LoadTail(text, length));
+  if (length != 0) mix(LoadTail(text, length));
   return static_cast<std::uint32_t>(hash);
 }
 
@@ -173,7 +172,13 @@ void DoubleSlots() {
   table.mask = count - 1;
 }
 
-ZELStringAtom Add(const char* text, std::size_t length, std::uint32_t hash) {
+// A text's atom and what is known about it.
+struct Found {
+  ZELStringAtom atom;
+  Entry* entry;
+};
+
+[[gnu::noinline]] Found Add(const char* text, std::size_t length, std::uint32_t hash) {
   if (length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (table.used >= table.mask / 4 * 3) DoubleSlots();
   char* separate = nullptr;
@@ -195,11 +200,11 @@ ZELStringAtom Add(const char* text, std::size_t length, std::uint32_t hash) {
   table.chunks[atom >> kUnitBits]->FlipLive(atom % kUnits);
   EnterInto(table.slots, table.mask, {atom, hash});
   ++table.used;
-  return atom;
+  return {atom, &entry};
 }
 
 // The atom of a text, made if there is none; its references are as they were. Throws bad_alloc.
-ZELStringAtom FindOrAdd(const char* text) {
+Found FindOrAdd(const char* text) {
   const std::size_t length = std::strlen(text);
   const std::uint32_t hash = Hash(text, length);
   for (std::size_t place = hash & table.mask; table.slots[place].atom != 0;
@@ -207,7 +212,7 @@ ZELStringAtom FindOrAdd(const char* text) {
     if (table.slots[place].hash != hash) continue;
     Entry& entry = EntryOf(table.slots[place].atom);
     if (entry.length == length && std::memcmp(TextOf(entry), text, length) == 0) {
-      return table.slots[place].atom;
+      return {table.slots[place].atom, &entry};
     }
   }
   return Add(text, length, hash);
@@ -229,7 +234,7 @@ void Forget(ZELStringAtom atom, std::uint32_t hash) noexcept {
   --table.used;
 }
 
-void Remove(ZELStringAtom atom, Entry& entry) noexcept {
+[[gnu::noinline]] void Remove(ZELStringAtom atom, Entry& entry) noexcept {
   Forget(atom, entry.hash);
   table.chunks[atom >> kUnitBits]->FlipLive(atom % kUnits);
   if (!IsInline(entry.length)) texts.Free(TextOf(entry));
@@ -239,9 +244,9 @@ void Remove(ZELStringAtom atom, Entry& entry) noexcept {
 ZELStringAtom NewStringAtom(const char* text) noexcept {
   if (Fails(Service::kNewStringAtom) || table.slots == nullptr || text == nullptr) return 0;
   try {
-    const ZELStringAtom atom = FindOrAdd(text);
-    ++EntryOf(atom).clientReferences;
-    return atom;
+    const Found found = FindOrAdd(text);
+    ++found.entry->clientReferences;
+    return found.atom;
   } catch (...) {
     return 0;
   }
@@ -325,9 +330,9 @@ const ServiceLife kAtomLife = {Open, Close, Count, ListLeaks};
 
 ZELStringAtom KeepAtom(const char* text) noexcept {
   try {
-    const ZELStringAtom atom = FindOrAdd(text);
-    ++EntryOf(atom).hostReferences;
-    return atom;
+    const Found found = FindOrAdd(text);
+    ++found.entry->hostReferences;
+    return found.atom;
   } catch (...) {
     return 0;
   }

@@ -1,6 +1,7 @@
 #include "heap.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <new>
 
@@ -12,7 +13,6 @@ constexpr std::size_t kLargestSize = std::numeric_limits<std::size_t>::max() / 2
 
 constexpr std::size_t kSmallestArea = std::size_t{64} << 10;
 constexpr std::size_t kLargestArea = std::size_t{1} << 20;
-constexpr std::size_t kFirstTableSize = 32;  // a power of two
 }  // namespace
 
 Slab* AddSlab(Slab*& list, std::size_t bytes, std::size_t cellSize) noexcept {
@@ -41,8 +41,8 @@ void Heap::Open(bool guard) {
   if (guard) {
     guard_ = new GuardTable;
   } else {
-    table_ = new Chunk* [kFirstTableSize] {};
-    tableMask_ = kFirstTableSize - 1;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    secret_ = static_cast<std::uintptr_t>(now) * 2 + 1;
     smallLimit_ = kSmallLimit;
   }
   open_ = true;
@@ -62,7 +62,6 @@ void Heap::Close() noexcept {
     std::free(area->memory);
     delete area;
   }
-  delete[] table_;
   *this = Heap();
 }
 
@@ -74,30 +73,27 @@ void* Heap::AllocateFresh(std::size_t size) noexcept {
     chunk = AddChunk(sizeClass, cellSize);
     if (chunk == nullptr) return nullptr;
   }
-  return Issue(chunk, chunk->cells + chunk->handedOut++ * cellSize, size);
+  const std::size_t index = chunk->handedOut++;
+  chunk->AllFacts()[index] = NextNumber() | SlackOf(size);
+  return chunk->cells + index * cellSize;
 }
 
 Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t cellSize) noexcept {
   if (fresh_ == freshEnd_ && !AddArea()) return nullptr;
   auto* chunk = reinterpret_cast<Chunk*>(fresh_);
-  if (!Register(chunk)) return nullptr;
   fresh_ += kChunkBytes;
 
-  constexpr std::size_t kBesideCell = sizeof(std::uint32_t) + sizeof(std::uint8_t);
-  const std::size_t count = (kChunkBytes - sizeof(Chunk) - kGrain) / (cellSize + kBesideCell);
-  auto* numbers = reinterpret_cast<std::uint32_t*>(chunk + 1);
-  auto* slack = reinterpret_cast<std::uint8_t*>(numbers + count);
+  const std::size_t count = (kChunkBytes - sizeof(Chunk)) / (cellSize + sizeof(Facts));
   std::byte* const cells = reinterpret_cast<std::byte*>(chunk) + kChunkBytes - count * cellSize;
-  std::memset(numbers, 0, count * kBesideCell);
-  *chunk = {&sizeClass,
+  *chunk = {reinterpret_cast<std::uintptr_t>(chunk) ^ secret_,
+            &sizeClass,
             static_cast<std::uint32_t>(cellSize),
             static_cast<std::uint32_t>((std::uint64_t{1} << 32) / cellSize + 1),
             static_cast<std::uint32_t>(count),
             0,
             cells,
-            numbers,
-            slack,
             chunks_};
+  std::memset(chunk->AllFacts(), 0, count * sizeof(Facts));
   chunks_ = chunk;
   sizeClass.newest = chunk;
   return chunk;
@@ -119,29 +115,6 @@ bool Heap::AddArea() noexcept {
   areaBytes_ = bytes;
   fresh_ = memory + lead;
   freshEnd_ = fresh_ + (bytes - lead) / kChunkBytes * kChunkBytes;
-  return true;
-}
-
-// Enters a chunk into the table.
-bool Heap::Register(Chunk* chunk) noexcept {
-  const auto enter = [](Chunk** table, std::size_t mask, Chunk* entered) {
-    std::size_t slot = SlotOf(reinterpret_cast<std::uintptr_t>(entered)) & mask;
-    while (table[slot] != nullptr) slot = (slot + 1) & mask;
-    table[slot] = entered;
-  };
-  const std::size_t size = tableMask_ + 1;
-  if ((chunkCount_ + 1) * 2 > size) {
-    auto** larger = new (std::nothrow) Chunk* [size * 2] {};
-    if (larger == nullptr) return false;
-    for (std::size_t slot = 0; slot < size; ++slot) {
-      if (table_[slot] != nullptr) enter(larger, size * 2 - 1, table_[slot]);
-    }
-    delete[] table_;
-    table_ = larger;
-    tableMask_ = size * 2 - 1;
-  }
-  enter(table_, tableMask_, chunk);
-  ++chunkCount_;
   return true;
 }
 
@@ -194,9 +167,8 @@ bool Heap::FreeGuarded(void* block) noexcept {
 bool Heap::IsLive(const void* block) const noexcept {
   if (guard_ != nullptr) return guard_->contains(block);
   if (!open_) return false;
-  const Chunk* chunk = ChunkOf(block);
-  if (chunk == nullptr) return LinksOf(block)->mark == kLargeMark;
-  return chunk->IsLive(block, chunk->IndexOf(block));
+  Chunk* chunk = ChunkOf(block);
+  return chunk == nullptr ? LinksOf(block)->mark == kLargeMark : chunk->FactsOf(block) != nullptr;
 }
 
 std::size_t Heap::Size(const void* block) const noexcept {
@@ -205,17 +177,18 @@ std::size_t Heap::Size(const void* block) const noexcept {
     const auto found = guard_->find(block);
     return found == guard_->end() ? 0 : found->second.size;
   }
-  const Chunk* chunk = ChunkOf(block);
+  Chunk* chunk = ChunkOf(block);
   if (chunk == nullptr) return LinksOf(block)->size;
-  return chunk->cellSize - chunk->slack[chunk->IndexOf(block)];
+  const Facts* facts = chunk->FactsOf(block);
+  return facts == nullptr ? 0 : chunk->cellSize - (*facts & kSlackMask);
 }
 
 void* Heap::Reallocate(void* block, std::size_t size) noexcept {
   const std::size_t oldSize = Size(block);
   if (guard_ == nullptr && oldSize < smallLimit_ && size < smallLimit_ &&
       ClassOf(oldSize) == ClassOf(size)) {
-    Chunk* chunk = ChunkOf(block);
-    chunk->slack[chunk->IndexOf(block)] = static_cast<std::uint8_t>(chunk->cellSize - size);
+    Facts* facts = ChunkOf(block)->FactsOf(block);
+    *facts = (*facts & ~kSlackMask) | SlackOf(size);
     return block;
   }
   if (guard_ == nullptr && oldSize >= smallLimit_ && size >= smallLimit_) {
@@ -239,20 +212,21 @@ void* Heap::Reallocate(void* block, std::size_t size) noexcept {
 }
 
 void Heap::ForEachLive(const std::function<void(const LiveBlock&)>& visit) const {
-  for (const Chunk* chunk = chunks_; chunk != nullptr; chunk = chunk->next) {
+  for (Chunk* chunk = chunks_; chunk != nullptr; chunk = chunk->next) {
     for (std::uint32_t i = 0; i < chunk->handedOut; ++i) {
-      if (chunk->numbers[i] == 0) continue;
-      visit({chunk->cells + std::size_t{i} * chunk->cellSize, chunk->cellSize - chunk->slack[i],
-             chunk->numbers[i]});
+      const Facts facts = chunk->AllFacts()[i];
+      if (facts == 0) continue;
+      visit({chunk->cells + std::size_t{i} * chunk->cellSize,
+             chunk->cellSize - (facts & kSlackMask), facts / kOneNumber});
     }
   }
   for (LargeLinks* links = large_; links != nullptr; links = links->next) {
     void* block = reinterpret_cast<std::byte*>(links) + kLargePrefix;
-    visit({block, links->size, links->number});
+    visit({block, links->size, links->number / kOneNumber});
   }
   if (guard_ == nullptr) return;
   for (const auto& [block, guarded] : *guard_) {
-    visit({const_cast<void*>(block), guarded.size, guarded.number});
+    visit({const_cast<void*>(block), guarded.size, guarded.number / kOneNumber});
   }
 }
 

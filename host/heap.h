@@ -35,12 +35,12 @@ void FreeSlabs(Slab*& list) noexcept;
 struct LiveBlock {
   void* address;
   std::size_t size;
-  std::uint32_t number;
+  std::uint32_t number;  // of the allocation; after 2^27 of them it begins again
 };
 
 // Blocks with the alignment of malloc. Small ones are cells of a chunk, of one size each; a chunk
-// starts at a multiple of its size, so that a block's address leads to it. The sizes and numbers of
-// blocks are kept beside the cells: sixteen bytes fill a cell of sixteen, and what a client writes
+// is a page, so that a block's address leads to it. What is known of the
+// blocks is kept beside the cells: sixteen bytes fill a cell of sixteen, and what a client writes
 // past a block's end cannot change them.
 class Heap {
  public:
@@ -60,39 +60,45 @@ class Heap {
 
  private:
   static constexpr std::size_t kGrain = 16;
-  static constexpr std::size_t kClassCount = 33;
+  static constexpr std::size_t kClassCount = 17;
   static constexpr std::size_t kSmallLimit = (kClassCount - 1) * kGrain + 1;
-  static constexpr unsigned kChunkBits = 14;
-  static constexpr std::size_t kChunkBytes = std::size_t{1} << kChunkBits;
+  static constexpr std::size_t kChunkBytes = 4096;
+
+  // Of a block in a cell: its number, and in the lowest bits how many bytes of the cell it leaves
+  // unused. 0: the cell is free.
+  using Facts = std::uint32_t;
+  static constexpr Facts kOneNumber = 32;
+  static constexpr Facts kSlackMask = kOneNumber - 1;
 
   struct Chunk;
   // A cell that was given back.
   struct FreeCell {
     FreeCell* next;
-    Chunk* chunk;
+    Facts* facts;
   };
   struct SizeClass {
     FreeCell* free;
     Chunk* newest;  // the only one with cells that were never handed out
   };
   struct Chunk {
+    std::uintptr_t mark;  // its own address, mixed with a secret: no page of something else has it
     SizeClass* sizeClass;
     std::uint32_t cellSize;
     std::uint32_t reciprocal;  // of cellSize, in units of 2^-32
     std::uint32_t cellCount;
     std::uint32_t handedOut;
     std::byte* cells;
-    std::uint32_t* numbers;  // of the cells' blocks; 0: not live
-    std::uint8_t* slack;     // bytes of a cell that its block leaves unused
     Chunk* next;
 
-    // A division by the size of a cell, for offsets within a chunk.
-    std::uint32_t IndexOf(const void* block) const noexcept {
-      const auto offset = static_cast<std::uint64_t>(static_cast<const std::byte*>(block) - cells);
-      return static_cast<std::uint32_t>(offset * reciprocal >> 32);
-    }
-    bool IsLive(const void* block, std::uint32_t index) const noexcept {
-      return index < cellCount && numbers[index] != 0 && cells + index * cellSize == block;
+    Facts* AllFacts() noexcept { return reinterpret_cast<Facts*>(this + 1); }
+    // Of the live block at an address within the chunk, or null.
+    Facts* FactsOf(const void* block) noexcept {
+      const auto offset = static_cast<std::uint32_t>(static_cast<const std::byte*>(block) - cells);
+      // A division by the size of a cell.
+      const auto index = static_cast<std::uint32_t>(std::uint64_t{offset} * reciprocal >> 32);
+      if (index >= cellCount || index * cellSize != offset) return nullptr;
+      Facts* const facts = AllFacts() + index;
+      return *facts == 0 ? nullptr : facts;
     }
   };
   // What chunks are cut from.
@@ -124,29 +130,20 @@ class Heap {
     return reinterpret_cast<LargeLinks*>(
         const_cast<std::byte*>(static_cast<const std::byte*>(block) - kLargePrefix));
   }
-  static std::size_t SlotOf(std::uintptr_t address) noexcept {
-    return (address >> kChunkBits) * 0x9E3779B1u >> 4;
-  }
 
   // The chunk that an address lies in, or null.
   Chunk* ChunkOf(const void* block) const noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    for (std::size_t slot = SlotOf(address) & tableMask_; table_[slot] != nullptr;
-         slot = (slot + 1) & tableMask_) {
-      if ((reinterpret_cast<std::uintptr_t>(table_[slot]) ^ address) < kChunkBytes) {
-        return table_[slot];
-      }
-    }
-    return nullptr;
+    const auto page = reinterpret_cast<std::uintptr_t>(block) & ~(kChunkBytes - 1);
+    auto* const chunk = reinterpret_cast<Chunk*>(page);
+    return (chunk->mark ^ secret_) == page ? chunk : nullptr;
   }
-  void* Issue(Chunk* chunk, void* block, std::size_t size) noexcept {
-    const std::uint32_t index = chunk->IndexOf(block);
-    chunk->numbers[index] = NextNumber();
-    chunk->slack[index] = static_cast<std::uint8_t>(chunk->cellSize - size);
-    return block;
+  static Facts SlackOf(std::size_t size) noexcept {
+    return static_cast<Facts>(ClassOf(size) * kGrain - size);
   }
-  std::uint32_t NextNumber() noexcept {
-    if (++lastNumber_ == 0) ++lastNumber_;
+  Facts NextNumber() noexcept {
+    lastNumber_ += kOneNumber;
+    if (lastNumber_ == 0) [[unlikely]]
+      lastNumber_ = kOneNumber;
     return lastNumber_;
   }
   void* AllocateFresh(std::size_t size) noexcept;
@@ -156,17 +153,14 @@ class Heap {
   bool FreeGuarded(void* block) noexcept;
   Chunk* AddChunk(SizeClass& sizeClass, std::size_t cellSize) noexcept;
   bool AddArea() noexcept;
-  bool Register(Chunk* chunk) noexcept;
   void Link(LargeLinks* links) noexcept;
   void Unlink(LargeLinks* links) noexcept;
 
   std::size_t smallLimit_ = 0;  // sizes below it are cells; 0 when guarded or closed
-  std::uint32_t lastNumber_ = 0;
+  Facts lastNumber_ = 0;
   bool open_ = false;
   SizeClass classes_[kClassCount] = {};
-  Chunk** table_ = nullptr;  // all chunks by address, null for a free slot
-  std::size_t tableMask_ = 0;
-  std::size_t chunkCount_ = 0;
+  std::uintptr_t secret_ = 0;
   Chunk* chunks_ = nullptr;
   std::byte* fresh_ = nullptr;  // what is left of the newest area
   std::byte* freshEnd_ = nullptr;
@@ -181,7 +175,8 @@ inline void* Heap::Allocate(std::size_t size) noexcept {
     SizeClass& sizeClass = classes_[ClassOf(size)];
     if (FreeCell* cell = sizeClass.free) [[likely]] {
       sizeClass.free = cell->next;
-      return Issue(cell->chunk, cell, size);
+      *cell->facts = NextNumber() | SlackOf(size);
+      return cell;
     }
     return AllocateFresh(size);
   }
@@ -193,12 +188,12 @@ inline bool Heap::Free(void* block) noexcept {
     return FreeGuarded(block);
   Chunk* chunk = ChunkOf(block);
   if (chunk == nullptr) return FreeLarge(block);
-  const std::uint32_t index = chunk->IndexOf(block);
-  if (!chunk->IsLive(block, index)) [[unlikely]]
+  Facts* const facts = chunk->FactsOf(block);
+  if (facts == nullptr) [[unlikely]]
     return false;
-  chunk->numbers[index] = 0;
+  *facts = 0;
   auto* cell = static_cast<FreeCell*>(block);
-  cell->chunk = chunk;
+  cell->facts = facts;
   cell->next = chunk->sizeClass->free;
   chunk->sizeClass->free = cell;
   return true;

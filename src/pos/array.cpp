@@ -1,5 +1,6 @@
 #include "pos/array.h"
 
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -89,10 +90,11 @@ void Array::Grow(uint32_t need) {
   }
   auto* slots = static_cast<ContainerReference*>(
       ZEL_T_NMT::AllocateBlock(capacity, sizeof(ContainerReference)));
-  // The references move with the slots: nothing can fail from here on.
-  std::uninitialized_move_n(slots_, count_, slots);
-  std::destroy_n(slots_, count_);
-  if (slots_ != nullptr) ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
+  // The references move with the slots, byte for byte: nothing can fail from here on.
+  if (slots_ != nullptr) {
+    std::memcpy(static_cast<void*>(slots), static_cast<void*>(slots_), count_ * sizeof(*slots));
+    ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
+  }
   slots_ = slots;
   capacity_ = capacity;
 }
