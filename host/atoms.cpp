@@ -181,22 +181,19 @@ struct Found {
 [[gnu::noinline]] Found Add(const char* text, std::size_t length, std::uint32_t hash) {
   if (length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (table.used >= table.mask / 4 * 3) DoubleSlots();
-  char* separate = nullptr;
-  if (!IsInline(length)) {
-    separate = static_cast<char*>(texts.Allocate(length + 1));
-    if (separate == nullptr) throw std::bad_alloc();
-  }
-  ZELStringAtom atom;
-  try {
-    atom = TakeBlock(UnitsFor(length));
-  } catch (...) {
-    if (separate != nullptr) texts.Free(separate);
-    throw;
-  }
+  const ZELStringAtom atom = TakeBlock(UnitsFor(length));
   Entry& entry = EntryOf(atom);
+  char* copy = Behind(entry);
+  if (!IsInline(length)) {
+    copy = static_cast<char*>(texts.Allocate(length + 1));
+    if (copy == nullptr) {
+      GiveBack(atom, UnitsFor(length));
+      throw std::bad_alloc();
+    }
+    std::memcpy(Behind(entry), &copy, sizeof copy);
+  }
   entry = {0, 0, static_cast<std::uint32_t>(length), hash};
-  if (separate != nullptr) std::memcpy(Behind(entry), &separate, sizeof separate);
-  std::memcpy(TextOf(entry), text, length + 1);
+  std::memcpy(copy, text, length + 1);
   table.chunks[atom >> kUnitBits]->FlipLive(atom % kUnits);
   EnterInto(table.slots, table.mask, {atom, hash});
   ++table.used;

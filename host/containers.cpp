@@ -81,7 +81,8 @@ std::uint32_t FindOrAddKind(ZELStringAtom implementation, ZELStringAtom interfac
   return position->second;
 }
 
-ZELErrorObject NewInstance(ZELInstance* result, void* object, std::uint32_t kindIndex) noexcept {
+[[gnu::always_inline]] inline ZELErrorObject NewInstance(ZELInstance* result, void* object,
+                                                         std::uint32_t kindIndex) noexcept {
   ZELInstance instance = pool.Take();
   if (instance == nullptr) return OutOfMemoryError();
   const Kind& kind = kinds[kindIndex];

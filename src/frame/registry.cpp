@@ -48,12 +48,4 @@ void* ResolveForeign(ZELInstance instance, const Implementation& implementation)
   return object;
 }
 
-ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
-  const Implementation& implementation = ImplementationOf(id);
-  ZELInstance instance = nullptr;
-  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
-                                         implementation.interfaceName.Atom(), 0, 0, 0));
-  return instance;
-}
-
 }  // namespace ZEL_T_NMT

@@ -53,7 +53,13 @@ T* Resolve(ZELInstance instance, ImplementationId id) {
 }
 
 // Makes an instance of an object that the host has taken over when this returns.
-ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy);
+inline ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
+  const Implementation& implementation = ImplementationOf(id);
+  ZELInstance instance = nullptr;
+  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
+                                         implementation.interfaceName.Atom(), 0, 0, 0));
+  return instance;
+}
 
 // The destroy procedure of objects that need no more than their destructor.
 template <class T>

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 
 #include "frame/nesting.h"
 
@@ -67,12 +66,6 @@ void Array::SetAt(uint32_t index, ContainerReference value) {
   AddSlot(std::move(value));
 }
 
-void Array::Append(ContainerReference value) {
-  if (count_ == std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
-  Grow(count_ + 1);
-  AddSlot(std::move(value));
-}
-
 void Array::Remove(uint32_t index) {
   if (index >= count_) return;
   const ContainerReference removed = std::move(slots_[index]);
@@ -97,11 +90,6 @@ void Array::Grow(uint32_t need) {
   }
   slots_ = slots;
   capacity_ = capacity;
-}
-
-void Array::AddSlot(ContainerReference value) noexcept {
-  new (static_cast<void*>(&slots_[count_])) ContainerReference(std::move(value));
-  ++count_;
 }
 
 }  // namespace NPOSObjectImpl

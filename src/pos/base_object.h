@@ -41,18 +41,20 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
   return *ZEL_T_NMT::Resolve<BaseObject>(handle, ZEL_T_NMT::ImplementationId::kPOSObject);
 }
 
-// Each class T has kType, its type tag, and kMismatch, the message for an object of another class.
+// Every procedure begins with one of these checks: they are inlined against the compiler's
+// judgement of their size. Each class T has kType, its type tag, and kMismatch, the message for an
+// object of another class.
 
 // Null for null and for an object of another class.
 template <class T>
-T* QuietCheck(ZELInstance handle) {
+[[gnu::always_inline]] inline T* QuietCheck(ZELInstance handle) {
   if (handle == nullptr) return nullptr;
   BaseObject& object = ResolveObject(handle);
   return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
 template <class T>
-T& RaisingCheck(ZELInstance handle) {
+[[gnu::always_inline]] inline T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
   if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
   return static_cast<T&>(object);
