@@ -88,7 +88,7 @@ void AddCase(const std::string& name, CaseFactory factory, int iterations) {
   if (iterations > 0) registered->Iterations(iterations);
 }
 
-void AddMeasurement(const std::string& name, std::function<Counters()> measure) {
+void AddMeasurement(const std::string& name, const std::function<Counters()>& measure) {
   benchmark::RegisterBenchmark(name.c_str(), [measure](benchmark::State& state) {
     try {
       DropPreparedCase();

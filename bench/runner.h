@@ -40,7 +40,7 @@ using Counters = std::map<std::string, double>;
 void AddCase(const std::string& name, CaseFactory factory, int iterations = 0);
 
 // Adds what is counted once and not timed, such as bytes.
-void AddMeasurement(const std::string& name, std::function<Counters()> measure);
+void AddMeasurement(const std::string& name, const std::function<Counters()>& measure);
 
 // Makes a case, if it is not the one made last, and runs it once.
 Case& PrepareCase(const std::string& name);

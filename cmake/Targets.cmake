@@ -50,7 +50,9 @@ function(zel_sources variable)
   endif()
   if(CMAKE_CXX_CLANG_TIDY)
     # A changed list of checks has everything checked again.
-    set_property(SOURCE ${sources} APPEND PROPERTY OBJECT_DEPENDS ${PROJECT_SOURCE_DIR}/.clang-tidy)
+    file(GLOB lists CONFIGURE_DEPENDS
+      ${PROJECT_SOURCE_DIR}/.clang-tidy ${CMAKE_CURRENT_SOURCE_DIR}/.clang-tidy)
+    set_property(SOURCE ${sources} APPEND PROPERTY OBJECT_DEPENDS ${lists})
   endif()
   set(${variable} ${sources} PARENT_SCOPE)
 endfunction()

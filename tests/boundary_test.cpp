@@ -1,5 +1,5 @@
-// Start and stop: what is looked up, registered and withdrawn, in which order, and what happens when
-// something is missing.
+// Start and stop: what is looked up, registered and withdrawn, in which order, and what happens
+// when something is missing.
 #include <algorithm>
 
 #include "support.h"
@@ -12,11 +12,21 @@ using zelhost::Service;
 
 // The interfaces in the order of their withdrawal.
 const std::vector<std::string> kWithdrawals = {
-    ZEL_UTILS_DIR_INTERFACE,      ZEL_UTILS_TEMP_FILE_STREAM_FACTORY, POS_STRUCT_VALIDATOR_INTERFACE,
-    POS_VALIDATOR_INTERFACE,      POS_STREAMER_INTERFACE,             POS_OBJECT_INTERFACE,
-    POS_OBJECT_STATICS,           POS_NUMBER_INTERFACE,               POS_STRING_INTERFACE,
-    POS_UNICODE_STRING_INTERFACE, POS_BIN_DATA_INTERFACE,             POS_RAW_POINTER_INTERFACE,
-    POS_ARRAY_INTERFACE,          POS_DICT_INTERFACE,                 POS_DICT_ITERATOR_INTERFACE,
+    ZEL_UTILS_DIR_INTERFACE,
+    ZEL_UTILS_TEMP_FILE_STREAM_FACTORY,
+    POS_STRUCT_VALIDATOR_INTERFACE,
+    POS_VALIDATOR_INTERFACE,
+    POS_STREAMER_INTERFACE,
+    POS_OBJECT_INTERFACE,
+    POS_OBJECT_STATICS,
+    POS_NUMBER_INTERFACE,
+    POS_STRING_INTERFACE,
+    POS_UNICODE_STRING_INTERFACE,
+    POS_BIN_DATA_INTERFACE,
+    POS_RAW_POINTER_INTERFACE,
+    POS_ARRAY_INTERFACE,
+    POS_DICT_INTERFACE,
+    POS_DICT_ITERATOR_INTERFACE,
 };
 
 std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingEvent::Kind kind,
@@ -33,10 +43,10 @@ std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingE
 
 // The triples of a method list, first to last.
 #define TRIPLE(method, procType) prefix + "." #method "." #procType,
-#define TRIPLES(interfaceName, METHODS)                             \
-  [] {                                                              \
-    const std::string prefix = interfaceName;                       \
-    return std::vector<std::string>{METHODS(TRIPLE)};               \
+#define TRIPLES(interfaceName, METHODS)               \
+  [] {                                                \
+    const std::string prefix = interfaceName;         \
+    return std::vector<std::string>{METHODS(TRIPLE)}; \
   }()
 
 TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
@@ -46,11 +56,10 @@ TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
   const std::vector<BindingEvent> events = host.TakeBindings();
 
   std::vector<std::string> lookups = TRIPLES("ZEL", ZEL_BINDER_METHODS);
-  for (std::vector<std::string> table :
-       {TRIPLES(ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS),
-        TRIPLES(ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS),
-        TRIPLES(ZEL_STRING_INTERFACE, ZEL_STRING_METHODS),
-        TRIPLES(ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS)}) {
+  for (std::vector<std::string> table : {TRIPLES(ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS),
+                                         TRIPLES(ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS),
+                                         TRIPLES(ZEL_STRING_INTERFACE, ZEL_STRING_METHODS),
+                                         TRIPLES(ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS)}) {
     lookups.insert(lookups.end(), table.rbegin(), table.rend());  // from the last entry down
   }
   EXPECT_EQ(Names(events, BindingEvent::Kind::kLookup, true), lookups);

@@ -26,7 +26,6 @@ class ContainersTest : public zeltest::LibraryTest {
     }
     return keys;
   }
-
 };
 
 using Values = std::vector<double>;
@@ -138,10 +137,17 @@ TEST_F(ContainersTest, EqualityOfContainers) {
     const char *left, *right;
     bool equal;
   } const rows[] = {
-      {"[]", "[]", true},          {"<>", "<>", true},           {"[]", "<>", false},
-      {"[1 2]", "[1 2]", true},    {"[1 2]", "[2 1]", false},    {"[1 2]", "[1 2 3]", false},
-      {"<a 1 b 2>", "<b 2 a 1>", true}, {"<a 1>", "<a 1 b 2>", false}, {"<a 1>", "<b 1>", false},
-      {"<a 1>", "<a 2>", false},   {"<a [<b []>]>", "<a [<b []>]>", true},
+      {"[]", "[]", true},
+      {"<>", "<>", true},
+      {"[]", "<>", false},
+      {"[1 2]", "[1 2]", true},
+      {"[1 2]", "[2 1]", false},
+      {"[1 2]", "[1 2 3]", false},
+      {"<a 1 b 2>", "<b 2 a 1>", true},
+      {"<a 1>", "<a 1 b 2>", false},
+      {"<a 1>", "<b 1>", false},
+      {"<a 1>", "<a 2>", false},
+      {"<a [<b []>]>", "<a [<b []>]>", true},
       {"<a [<b []>]>", "<a [<b <>>]>", false},
   };
   for (const auto& row : rows) {
@@ -151,19 +157,41 @@ TEST_F(ContainersTest, EqualityOfContainers) {
 }
 
 TEST_F(ContainersTest, DeepLookup) {
-  const ZELInstance dict = Parse(
-      "<a <b [10 11 <c 12>]> x <(y ) 13> () <() 14 k 15> (q]) 16 s [[17]] n 18>");
+  const ZELInstance dict =
+      Parse("<a <b [10 11 <c 12>]> x <(y ) 13> () <() 14 k 15> (q]) 16 s [[17]] n 18>");
   struct {
     const char* path;
     double reached;  // 0: nothing
   } const rows[] = {
-      {"a.b[2].c", 12}, {".a.b[2].c", 12}, {"a.b[0]", 10},   {"a.b[01]", 11},  {"x.y ", 13},
-      {".k", 0},        {"..k", 15},       {".", 0},         {"..", 14},       {"q]", 16},
-      {"s[0][0]", 17},  {"n", 18},         {"n.x", 0},       {"n[0]", 0},      {"a[0]", 0},
-      {"a.b[]", 0},     {"a.b[1", 0},      {"a.b[1]y", 0},   {"a.b[-1]", 0},   {"a.b[ 1]", 0},
-      {"a.b[1x]", 0},   {"a.b[3]", 0},     {"a.b.c", 0},     {"absent.b", 0},
-      {"a.b[4294967296]", 0},              {"a.b[99999999999999999999999]", 0},
-      {"[0]", 0},       {"s[0][0]]", 0},   {"s[0].", 0},
+      {"a.b[2].c", 12},
+      {".a.b[2].c", 12},
+      {"a.b[0]", 10},
+      {"a.b[01]", 11},
+      {"x.y ", 13},
+      {".k", 0},
+      {"..k", 15},
+      {".", 0},
+      {"..", 14},
+      {"q]", 16},
+      {"s[0][0]", 17},
+      {"n", 18},
+      {"n.x", 0},
+      {"n[0]", 0},
+      {"a[0]", 0},
+      {"a.b[]", 0},
+      {"a.b[1", 0},
+      {"a.b[1]y", 0},
+      {"a.b[-1]", 0},
+      {"a.b[ 1]", 0},
+      {"a.b[1x]", 0},
+      {"a.b[3]", 0},
+      {"a.b.c", 0},
+      {"absent.b", 0},
+      {"a.b[4294967296]", 0},
+      {"a.b[99999999999999999999999]", 0},
+      {"[0]", 0},
+      {"s[0][0]]", 0},
+      {"s[0].", 0},
   };
   for (const auto& row : rows) {
     const ZELInstance reached = dicts.DeepGet(dict, Atom(row.path));

@@ -51,7 +51,7 @@ ZELTEST_INTERFACE(DictIterators, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_
 
 // Runs a test's body on a thread with a stack of 1 MiB.
 inline void RunOnSmallStack(const std::function<void()>& body) {
-  constexpr size_t kStackSize = 1024 * 1024;
+  constexpr size_t kStackSize = 1 << 20;
   void* argument = const_cast<void*>(static_cast<const void*>(&body));
 #if defined(_WIN32)
   // No lambda: its calling convention would be the default one.
@@ -103,7 +103,9 @@ class LibraryTest : public ::testing::Test {
     return instance;
   }
 
-  ZELInstance Parse(const std::string& text) { return Keep(statics.CreateFromText(text.c_str(), nullptr)); }
+  ZELInstance Parse(const std::string& text) {
+    return Keep(statics.CreateFromText(text.c_str(), nullptr));
+  }
 
   ZELStringAtom Atom(const char* text) {
     kept.atoms.push_back(atoms.NewStringAtom(text));

@@ -21,9 +21,9 @@ TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
       Keep(dicts.NewPOSDict()),
   };
   bool (*const checks[])(ZELInstance) = {
-      numbers.IsPOSNumber,         strings.IsPOSString, unicodeStrings.IsPOSUnicodeString,
-      binData.IsPOSBinData,        rawPointers.IsPOSRawPointer,
-      arrays.IsPOSArray,           dicts.IsPOSDict,
+      numbers.IsPOSNumber,  strings.IsPOSString,         unicodeStrings.IsPOSUnicodeString,
+      binData.IsPOSBinData, rawPointers.IsPOSRawPointer, arrays.IsPOSArray,
+      dicts.IsPOSDict,
   };
   for (size_t i = 0; i < std::size(all); ++i) {
     EXPECT_EQ(objects.GetType(all[i]), static_cast<int32_t>(i + 1));

@@ -58,7 +58,7 @@ void ImportedTable(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(POSNumbers());
 }
 
-constexpr size_t kTextLength = 64 * 1024;
+constexpr size_t kTextLength = 1 << 16;
 
 // A string's content as it stands in a stream.
 std::string StreamText() {

@@ -50,11 +50,11 @@ typedef uint32_t *(*ZELGetUnregisterCountAddr)(void);
 typedef int32_t (*ZELIsMultiThreaded)(void);
 
 /* The binder's own procedures in the order in which the library fetches them. */
-#define ZEL_BINDER_METHODS(X)                                  \
-  X(ZELRegisterProcAddress, ZELRegisterProcAddress)            \
-  X(ZELReportError, ZELReportError)                            \
-  X(ZELUnregisterInterface, ZELUnregisterInterface)            \
-  X(ZELGetUnregisterCountAddr, ZELGetUnregisterCountAddr)      \
+#define ZEL_BINDER_METHODS(X)                             \
+  X(ZELRegisterProcAddress, ZELRegisterProcAddress)       \
+  X(ZELReportError, ZELReportError)                       \
+  X(ZELUnregisterInterface, ZELUnregisterInterface)       \
+  X(ZELGetUnregisterCountAddr, ZELGetUnregisterCountAddr) \
   X(ZELIsMultiThreaded, ZELIsMultiThreaded)
 
 #ifdef __cplusplus

@@ -35,10 +35,10 @@ typedef void (*ZELMemFreeProc)(void *block);
 /* The usable size of a block in bytes. Not called by the library. */
 typedef size_t (*ZELMemGetBlockSizeProc)(void *block);
 
-#define ZEL_MEMORY_METHODS(X)  \
-  X(Alloc, ZELMemAllocProc)    \
+#define ZEL_MEMORY_METHODS(X)   \
+  X(Alloc, ZELMemAllocProc)     \
   X(Realloc, ZELMemReallocProc) \
-  X(Free, ZELMemFreeProc)      \
+  X(Free, ZELMemFreeProc)       \
   X(GetBlockSize, ZELMemGetBlockSizeProc)
 
 /* ---- String atoms -------------------------------------------------------------------------- */
@@ -89,14 +89,14 @@ typedef ZELStringAtom (*ZELErrorGetComponentProc)(ZELErrorObject error);
 typedef int32_t (*ZELErrorGetIDProc)(ZELErrorObject error);
 typedef ZELProc ZELGetErrorInfoProc;
 
-#define ZEL_ERROR_METHODS(X)                   \
-  X(NewError, ZELNewErrorProc)                 \
-  X(GetCoreError, ZELGetCoreErrorProc)         \
-  X(AddRef, ZELErrorAddRefProcV2)              \
-  X(Release, ZELErrorReleaseProc)              \
-  X(GetErrorMessage, ZELErrorGetMessageProc)   \
-  X(GetComponent, ZELErrorGetComponentProc)    \
-  X(GetID, ZELErrorGetIDProc)                  \
+#define ZEL_ERROR_METHODS(X)                 \
+  X(NewError, ZELNewErrorProc)               \
+  X(GetCoreError, ZELGetCoreErrorProc)       \
+  X(AddRef, ZELErrorAddRefProcV2)            \
+  X(Release, ZELErrorReleaseProc)            \
+  X(GetErrorMessage, ZELErrorGetMessageProc) \
+  X(GetComponent, ZELErrorGetComponentProc)  \
+  X(GetID, ZELErrorGetIDProc)                \
   X(GetErrorInfo, ZELGetErrorInfoProc)
 
 /* ---- Containers ---------------------------------------------------------------------------- */
@@ -189,12 +189,12 @@ typedef void *(*ZELSharedBuffGetBufferProc)(ZELSharedBuff buffer);
 /* The size in bytes. */
 typedef uint32_t (*ZELSharedBuffGetSizeProc)(ZELSharedBuff buffer);
 
-#define ZEL_SHARED_BUFF_METHODS(X)                 \
-  X(NewBuffer, ZELSharedBuffNewBufferV3Proc)       \
-  X(DeleteUnowned, ZELSharedBuffDelUnownedProc)    \
-  X(AddRef, ZELSharedBuffAddRefProc)               \
-  X(Release, ZELSharedBuffReleaseProc)             \
-  X(GetBuffer, ZELSharedBuffGetBufferProc)         \
+#define ZEL_SHARED_BUFF_METHODS(X)              \
+  X(NewBuffer, ZELSharedBuffNewBufferV3Proc)    \
+  X(DeleteUnowned, ZELSharedBuffDelUnownedProc) \
+  X(AddRef, ZELSharedBuffAddRefProc)            \
+  X(Release, ZELSharedBuffReleaseProc)          \
+  X(GetBuffer, ZELSharedBuffGetBufferProc)      \
   X(GetSize, ZELSharedBuffGetSizeProc)
 
 /* ---- Stream methods of an instance --------------------------------------------------------- */
@@ -226,15 +226,15 @@ typedef ZELErrorObject (*ZELPositionableStreamSeekProc)(ZELInstance stream, uint
   X(Read, ZELSimpleStreamReadProc)   \
   X(Write, ZELSimpleStreamWriteProc)
 
-#define ZEL_REWINDABLE_STREAM_METHODS(X)                                \
-  X(CreateIndependentlyRewindableStream,                                \
-    ZELRewindableStreamCreateIndependentlyRewindableStreamProc)         \
+#define ZEL_REWINDABLE_STREAM_METHODS(X)                        \
+  X(CreateIndependentlyRewindableStream,                        \
+    ZELRewindableStreamCreateIndependentlyRewindableStreamProc) \
   X(Rewind, ZELRewindableStreamRewindProc)
 
-#define ZEL_POSITIONABLE_STREAM_METHODS(X)                              \
-  X(CreateIndependentlyPositionableStream,                              \
-    ZELPositionableStreamCreateIndependentlyPositionableStreamProc)     \
-  X(Mark, ZELPositionableStreamMarkProc)                                \
+#define ZEL_POSITIONABLE_STREAM_METHODS(X)                          \
+  X(CreateIndependentlyPositionableStream,                          \
+    ZELPositionableStreamCreateIndependentlyPositionableStreamProc) \
+  X(Mark, ZELPositionableStreamMarkProc)                            \
   X(Seek, ZELPositionableStreamSeekProc)
 
 /* ---- Stream factory ------------------------------------------------------------------------ */
@@ -365,23 +365,23 @@ typedef ZELProc ZELFilterJPEGSetCompressionParametersProc;
 typedef ZELProc ZELFilterGetChainStateV2Proc;
 typedef ZELProc ZELFilterResetChainStateProc;
 
-#define ZEL_FILTER_METHODS(X)                                         \
-  X(NewNullDataSink, ZELFilterNewNullDataSinkV2Proc)                  \
-  X(NewClientDataSink, ZELFilterNewClientDataSinkV2Proc)              \
-  X(NewIdentityFilter, ZELFilterNewIdentityFilterV2Proc)              \
-  X(NewClientFilter, ZELFilterNewClientFilterV2Proc)                  \
-  X(NewFilterJPEG, ZELFilterNewFilterJPEGV2Proc)                      \
-  X(AddRef, ZELFilterAddRefV2Proc)                                    \
-  X(Release, ZELFilterReleaseProc)                                    \
-  X(Write, ZELFilterWriteV2Proc)                                      \
-  X(IsFilter, ZELFilterIsFilterProc)                                  \
-  X(Close, ZELFilterCloseProc)                                        \
-  X(GetPostScriptFilter, ZELFilterGetPostScriptFilterProc)            \
-  X(SetDataSink, ZELFilterSetDataSinkV2Proc)                          \
-  X(PeekTarget, ZELFilterPeekTargetProc)                              \
-  X(SetImageParameters, ZELFilterJPEGSetImageParametersProc)          \
+#define ZEL_FILTER_METHODS(X)                                            \
+  X(NewNullDataSink, ZELFilterNewNullDataSinkV2Proc)                     \
+  X(NewClientDataSink, ZELFilterNewClientDataSinkV2Proc)                 \
+  X(NewIdentityFilter, ZELFilterNewIdentityFilterV2Proc)                 \
+  X(NewClientFilter, ZELFilterNewClientFilterV2Proc)                     \
+  X(NewFilterJPEG, ZELFilterNewFilterJPEGV2Proc)                         \
+  X(AddRef, ZELFilterAddRefV2Proc)                                       \
+  X(Release, ZELFilterReleaseProc)                                       \
+  X(Write, ZELFilterWriteV2Proc)                                         \
+  X(IsFilter, ZELFilterIsFilterProc)                                     \
+  X(Close, ZELFilterCloseProc)                                           \
+  X(GetPostScriptFilter, ZELFilterGetPostScriptFilterProc)               \
+  X(SetDataSink, ZELFilterSetDataSinkV2Proc)                             \
+  X(PeekTarget, ZELFilterPeekTargetProc)                                 \
+  X(SetImageParameters, ZELFilterJPEGSetImageParametersProc)             \
   X(SetCompressionParameters, ZELFilterJPEGSetCompressionParametersProc) \
-  X(GetChainState, ZELFilterGetChainStateV2Proc)                      \
+  X(GetChainState, ZELFilterGetChainStateV2Proc)                         \
   X(ResetChainState, ZELFilterResetChainStateProc)
 
 #define ZEL_PROGRESS_INTERFACE "ZELProgressInterface"
@@ -392,11 +392,11 @@ typedef ZELProc ZELProgressAddRefProc;
 typedef ZELProc ZELProgressReleaseProc;
 typedef ZELProc ZELProgressUpdateProc;
 
-#define ZEL_PROGRESS_METHODS(X)                        \
-  X(NewNullProgress, ZELProgressNewNullProgressProc)   \
+#define ZEL_PROGRESS_METHODS(X)                          \
+  X(NewNullProgress, ZELProgressNewNullProgressProc)     \
   X(NewClientProgress, ZELProgressNewClientProgressProc) \
-  X(AddRef, ZELProgressAddRefProc)                     \
-  X(Release, ZELProgressReleaseProc)                   \
+  X(AddRef, ZELProgressAddRefProc)                       \
+  X(Release, ZELProgressReleaseProc)                     \
   X(Update, ZELProgressUpdateProc)
 
 #ifdef __cplusplus

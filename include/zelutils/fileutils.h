@@ -45,14 +45,14 @@ typedef ZELErrorObject (*ZELUtilsDirCreateUniqueFilename)(ZELStringAtom *result,
                                                           ZELStringAtom prefix,
                                                           ZELStringAtom extension);
 
-#define ZEL_UTILS_DIR_METHODS(X)                    \
-  X(GetTempDir, ZELUtilsDirGetTempDir)              \
-  X(GetCurrent, ZELUtilsDirGetCurrent)              \
-  X(NewZELUtilsDir, ZELUtilsDirNewZELUtilsDir)      \
-  X(FileExists, ZELUtilsDirFileExists)              \
-  X(Delete, ZELUtilsDirDelete)                      \
-  X(Rename, ZELUtilsDirRename)                      \
-  X(GetFilePathSpec, ZELUtilsDirGetFilePathSpec)    \
+#define ZEL_UTILS_DIR_METHODS(X)                 \
+  X(GetTempDir, ZELUtilsDirGetTempDir)           \
+  X(GetCurrent, ZELUtilsDirGetCurrent)           \
+  X(NewZELUtilsDir, ZELUtilsDirNewZELUtilsDir)   \
+  X(FileExists, ZELUtilsDirFileExists)           \
+  X(Delete, ZELUtilsDirDelete)                   \
+  X(Rename, ZELUtilsDirRename)                   \
+  X(GetFilePathSpec, ZELUtilsDirGetFilePathSpec) \
   X(CreateUniqueFilename, ZELUtilsDirCreateUniqueFilename)
 
 #define ZEL_UTILS_TEMP_FILE_STREAM_FACTORY "ZELUtilsTempFileStreamFactory"
@@ -64,9 +64,9 @@ typedef ZELErrorObject (*ZELUtilsDirCreateUniqueFilename)(ZELStringAtom *result,
  * of its own over the same file. The file is deleted with the stream that was delivered here.
  */
 typedef ZELErrorObject (*_ZELUtilsNewTempFileStreamProc_NewTempFileStream)(ZELInstance *result,
-                                                                            const char *prefix,
-                                                                            const char *extension,
-                                                                            const char *mode);
+                                                                           const char *prefix,
+                                                                           const char *extension,
+                                                                           const char *mode);
 
 #define ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS(X) \
   X(NewTempFileStream, _ZELUtilsNewTempFileStreamProc_NewTempFileStream)

@@ -7,12 +7,12 @@
  * reference to is ended with "DeleteUnownedContainer".
  *
  * A procedure that fails reports at least one text through the binder ("ZELReportError"), unless
- * said otherwise below, and returns null, 0 or false (an iterator's IsDone: true). A failed operation
- * leaves a container as it was. Among the texts: "instance was not an POSArray" (and so on for each
- * type), "invalid container" for a value handle that cannot be referenced, "bad allocation", "nesting
- * too deep" beyond 512 levels, "null string atom" for a key or path of 0, and the host's own text for
- * a handle that is null or of another kind. Procedures that call others, as Clone calls that of each
- * member, report a text for each one that fails.
+ * said otherwise below, and returns null, 0 or false (an iterator's IsDone: true). A failed
+ * operation leaves a container as it was. Among the texts: "instance was not an POSArray" (and so
+ * on for each type), "invalid container" for a value handle that cannot be referenced, "bad
+ * allocation", "nesting too deep" beyond 512 levels, "null string atom" for a key or path of 0, and
+ * the host's own text for a handle that is null or of another kind. Procedures that call others, as
+ * Clone calls that of each member, report a text for each one that fails.
  */
 #ifndef ZELUTILS_POS_H
 #define ZELUTILS_POS_H
@@ -56,8 +56,8 @@ typedef bool (*POSObjectIsEqualProc)(ZELInstance object, ZELInstance other);
 /* Returns the object's POSObjectType, or 0 after a report. */
 typedef int32_t (*POSObjectGetTypeProc)(ZELInstance object);
 
-#define POS_OBJECT_METHODS(X)    \
-  X(Clone, POSObjectCloneProc)   \
+#define POS_OBJECT_METHODS(X)      \
+  X(Clone, POSObjectCloneProc)     \
   X(IsEqual, POSObjectIsEqualProc) \
   X(GetType, POSObjectGetTypeProc)
 
@@ -126,9 +126,9 @@ typedef bool (*POSUnicodeStringIsPOSUnicodeStringProc)(ZELInstance object);
 /* The units, ended by a 0 unit, valid as long as the string lives; null after a report. */
 typedef const uint16_t *(*POSUnicodeStringGetProc)(ZELInstance string);
 
-#define POS_UNICODE_STRING_METHODS(X)                            \
+#define POS_UNICODE_STRING_METHODS(X)                             \
   X(NewPOSUnicodeString, POSUnicodeStringNewPOSUnicodeStringProc) \
-  X(IsPOSUnicodeString, POSUnicodeStringIsPOSUnicodeStringProc)  \
+  X(IsPOSUnicodeString, POSUnicodeStringIsPOSUnicodeStringProc)   \
   X(Get, POSUnicodeStringGetProc)
 
 /* ---- Binary data --------------------------------------------------------------------------- */
@@ -202,13 +202,13 @@ typedef void (*POSArrayAppendProc)(ZELInstance array, ZELInstance value);
 /* Takes the element at `index` out and closes the gap; beyond the end it does nothing. */
 typedef void (*POSArrayRemoveProc)(ZELInstance array, uint32_t index);
 
-#define POS_ARRAY_METHODS(X)             \
+#define POS_ARRAY_METHODS(X)              \
   X(NewPOSArray, POSArrayNewPOSArrayProc) \
-  X(IsPOSArray, POSArrayIsPOSArrayProc)  \
-  X(GetAt, POSArrayGetAtProc)            \
-  X(Count, POSArrayCountProc)            \
-  X(SetAt, POSArraySetAtProc)            \
-  X(Append, POSArrayAppendProc)          \
+  X(IsPOSArray, POSArrayIsPOSArrayProc)   \
+  X(GetAt, POSArrayGetAtProc)             \
+  X(Count, POSArrayCountProc)             \
+  X(SetAt, POSArraySetAtProc)             \
+  X(Append, POSArrayAppendProc)           \
   X(Remove, POSArrayRemoveProc)
 
 /* ---- Dictionaries -------------------------------------------------------------------------- */

@@ -35,9 +35,9 @@ typedef int32_t (*POSStreamerSerializeProc)(ZELInstance streamer, ZELInstance st
  */
 typedef ZELInstance (*POSStreamerDeserializeProc)(ZELInstance streamer, ZELInstance stream);
 
-#define POS_STREAMER_METHODS(X)                     \
-  X(NewPOSStreamer, POSStreamerNewPOSStreamerProc)  \
-  X(Serialize, POSStreamerSerializeProc)            \
+#define POS_STREAMER_METHODS(X)                    \
+  X(NewPOSStreamer, POSStreamerNewPOSStreamerProc) \
+  X(Serialize, POSStreamerSerializeProc)           \
   X(Deserialize, POSStreamerDeserializeProc)
 
 #ifdef __cplusplus

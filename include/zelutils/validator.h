@@ -45,9 +45,9 @@ typedef void (*POSStructValidatorRegisterCallbackProc)(ZELInstance validator,
 typedef int32_t (*POSStructValidatorValidateSchemaProc)(ZELInstance schema,
                                                         POSValidatorMessageProc report);
 
-#define POS_STRUCT_VALIDATOR_METHODS(X)                               \
-  X(NewPOSStructValidator, POSStructValidatorNewStructValidatorProc)  \
-  X(RegisterCallbackProc, POSStructValidatorRegisterCallbackProc)     \
+#define POS_STRUCT_VALIDATOR_METHODS(X)                              \
+  X(NewPOSStructValidator, POSStructValidatorNewStructValidatorProc) \
+  X(RegisterCallbackProc, POSStructValidatorRegisterCallbackProc)    \
   X(ValidateSchema, POSStructValidatorValidateSchemaProc)
 
 #define POS_VALIDATOR_INTERFACE "POSValidatorInterface"

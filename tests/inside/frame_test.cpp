@@ -19,9 +19,7 @@ using zelhost::Service;
 
 class FrameTest : public ::testing::Test {
  protected:
-  FrameTest() {
-    host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
-  }
+  FrameTest() { host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
   void TearDown() override {
     EXPECT_EQ(host.Reports(), std::vector<std::string>());
     host.Stop();
@@ -80,13 +78,18 @@ int32_t ReturnOrRaise(int kind) {
 }
 
 TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
-  const char* const reports[] = {nullptr,   "a text",          "bad allocation",
-                                 "an error", "unknown ZEL error", "Unknown exception",
-                                 "Invalid CZELError", "bad allocation"};
+  const char* const reports[] = {nullptr,
+                                 "a text",
+                                 "bad allocation",
+                                 "an error",
+                                 "unknown ZEL error",
+                                 "Unknown exception",
+                                 "Invalid CZELError",
+                                 "bad allocation"};
   for (int kind = 0; kind < 8; ++kind) {
     EXPECT_EQ(ProcedureGuard<&ReturnOrRaise>::Call(kind), kind == 0 ? 42 : 0);
-    EXPECT_EQ(host.TakeReports(), kind == 0 ? std::vector<std::string>()
-                                            : std::vector<std::string>{reports[kind]});
+    EXPECT_EQ(host.TakeReports(),
+              kind == 0 ? std::vector<std::string>() : std::vector<std::string>{reports[kind]});
     const ZELErrorObject error = MethodGuard<&RaiseKind>::Call(kind);
     if (kind == 0 || kind == 6) {
       EXPECT_EQ(error, nullptr);
@@ -141,8 +144,8 @@ TEST_F(FrameTest, InterfacesThatNoProcedureUsesCanBeImported) {
 
 TEST_F(FrameTest, TerminatorsRunFromTheLastConstructedToTheFirst) {
   const LazyTerminate* const order[] = {
-      &g_posValidators,   &g_posObjects,        &g_positionableStreams, &g_rewindableStreams,
-      &g_simpleStreams,   &g_dataBlockStreams,  &g_sizedDataStores,     &g_dataStores};
+      &g_posValidators, &g_posObjects,       &g_positionableStreams, &g_rewindableStreams,
+      &g_simpleStreams, &g_dataBlockStreams, &g_sizedDataStores,     &g_dataStores};
   const LazyTerminate* element = LazyTerminate::List().First();
   for (const LazyTerminate* expected : order) {
     ASSERT_EQ(element, expected);
@@ -156,11 +159,12 @@ TEST_F(FrameTest, DowncastsKeepOrRefuseWithoutLosingAReference) {
   const CPOSObject number = CPOSNumber::New(1);
   const CPOSObject string = CPOSString::New("s");
   const auto casts = [](const CPOSObject& source, bool quiet) {
-    return std::vector<std::string>{
-        Raised([&] { CPOSArray(source, quiet); }),  Raised([&] { CPOSBinData(source, quiet); }),
-        Raised([&] { CPOSDict(source, quiet); }),   Raised([&] { CPOSNumber(source, quiet); }),
-        Raised([&] { CPOSRawPointer(source, quiet); }),
-        Raised([&] { CPOSUnicodeString(source, quiet); })};
+    return std::vector<std::string>{Raised([&] { CPOSArray(source, quiet); }),
+                                    Raised([&] { CPOSBinData(source, quiet); }),
+                                    Raised([&] { CPOSDict(source, quiet); }),
+                                    Raised([&] { CPOSNumber(source, quiet); }),
+                                    Raised([&] { CPOSRawPointer(source, quiet); }),
+                                    Raised([&] { CPOSUnicodeString(source, quiet); })};
   };
   std::vector<std::string> messages;
   for (const char* name : {"CPOSArray", "CPOSBinData", "CPOSDict", "CPOSNumber", "CPOSRawPointer",
@@ -274,8 +278,7 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
 TEST_F(FrameTest, WhatClientsHoldSurvivesARestart) {
   ZELInstance handle = nullptr;
   {
-    const ZELInstance text =
-        Need(POSStatics()).CreateFromText("<list [1 [2]] name (n)>", nullptr);
+    const ZELInstance text = Need(POSStatics()).CreateFromText("<list [1 [2]] name (n)>", nullptr);
     ASSERT_NE(Containers().AddRef(text), 0);
     handle = text;
   }
