@@ -58,7 +58,7 @@ void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
   if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
     RaisePOSException("malformed number");
   }
-  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true));
+  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
 }
 
 void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
