@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "frame/decimal.h"
 #include "frame/error.h"
 #include "streamer/hex_digits.h"
 
@@ -69,8 +70,19 @@ uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, boo
 uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
   const uint32_t limit = std::min(wanted, count_);
   uint32_t length = 0;
-  while (length < limit && params_->HowToReadByte(cursor_[length]) == RawByte::kContent) ++length;
-  std::memcpy(buffer, cursor_, length);
+  if constexpr (ZEL_T_NMT::kHasByteWords) {
+    uint64_t meant = 0;
+    while (meant == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
+      const uint64_t word = ZEL_T_NMT::LoadWord(cursor_ + length);
+      meant = params_->MayBeMeant(word);
+      ZEL_T_NMT::StoreWord(buffer + length, word);  // what is not counted is replaced
+      length += ZEL_T_NMT::BytesBefore(meant);
+    }
+  }
+  while (length < limit && params_->HowToReadByte(cursor_[length]) == RawByte::kContent) {
+    buffer[length] = cursor_[length];
+    ++length;
+  }
   cursor_ += length;
   count_ -= length;
   return length;
@@ -86,6 +98,20 @@ uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted)
   }
   count_ -= 2 * pairs;
   return pairs;
+}
+
+bool ICharStream::GetBufferedNumber(double* number, uint32_t maxLength) noexcept {
+  const uint32_t limit = std::min(maxLength + 1, count_);
+  const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
+  if (decimal.length == 0 || decimal.length == limit ||
+      params_->HowToReadByte(cursor_[decimal.length]) != RawByte::kClose) {
+    return false;
+  }
+  const auto used = static_cast<uint32_t>(decimal.length) + 1;
+  cursor_ += used;
+  count_ -= used;
+  *number = decimal.value;
+  return true;
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -16,14 +16,24 @@ OCharStream::~OCharStream() {
 void OCharStream::PutText(const char* text, size_t length) {
   const char* const end = text + length;
   while (text != end) {
-    const char* const run = text;
-    while (text != end && params_->HowToWriteByte(*text) == StreamingParams::kPlain) ++text;
-    PutRawBytes(run, static_cast<size_t>(text - run));
-    if (text != end) PutChar(*text++);
+    if constexpr (ZEL_T_NMT::kHasByteWords) {
+      uint64_t escaped = 0;
+      while (escaped == 0 && end - text >= ptrdiff_t{ZEL_T_NMT::kWordSize} &&
+             kCapacity - count_ >= ZEL_T_NMT::kWordSize) {
+        const uint64_t word = ZEL_T_NMT::LoadWord(text);
+        escaped = params_->MayBeEscaped(word);
+        ZEL_T_NMT::StoreWord(cursor_ + count_, word);  // what is not counted is replaced
+        const uint32_t plain = ZEL_T_NMT::BytesBefore(escaped);
+        text += plain;
+        count_ += plain;
+      }
+      if (text == end) return;
+    }
+    PutChar(*text++);
   }
 }
 
-void OCharStream::PutRawBytes(const char* bytes, size_t length) {
+void OCharStream::PutAcrossBlocks(const char* bytes, size_t length) {
   while (length > 0) {
     if (count_ == kCapacity) WriteWaiting();
     const size_t piece = std::min<size_t>(length, kCapacity - count_);

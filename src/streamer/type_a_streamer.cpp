@@ -28,9 +28,7 @@ void TypeAStreamer::WriteObject(OCharStream& output, const CPOSObject& object) {
 void TypeAStreamer::ReadObject(CPOSObject& result, ICharStream& input) {
   result = CPOSObject();
   char marker;
-  do {
-    if (!input.GetChar(&marker)) return;
-  } while (marker == ' ');
+  if (!input.GetCharAfterSpaces(&marker)) return;
   const ReadingParams found = FindStreamingParams(marker);
   if (found.params == nullptr) RaisePOSException("Cannot determine streaming params");
   const CharStream::ParamsInForce inForce(input, *found.params);

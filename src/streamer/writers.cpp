@@ -10,6 +10,8 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
+// Digits and the other characters of numbers are escaped in no record: they are put as raw bytes.
+
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
 using ZEL_T_NMT::CPOSDict;
@@ -31,7 +33,7 @@ void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count)
     *end++ = kUpperHexDigits[bytes[index] >> 4];
     *end++ = kUpperHexDigits[bytes[index] & 0xF];
   }
-  output.PutText(line, static_cast<size_t>(end - line));
+  output.PutRawBytes(line, static_cast<size_t>(end - line));
 }
 
 }  // namespace
@@ -39,7 +41,7 @@ void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count)
 void WriteNumber(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
   char text[kNumberTextCapacity];
   const size_t length = FormatNumber(CPOSNumber(object, false).Get(), text);
-  output.PutText(text, length);
+  output.PutRawBytes(text, length);
 }
 
 void WriteString(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
@@ -54,7 +56,7 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& output, const CPOSObject& o
     // The high byte in upper case, the low byte in lower case.
     const char digits[] = {kUpperHexDigits[*unit >> 12], kUpperHexDigits[(*unit >> 8) & 0xF],
                            kLowerHexDigits[(*unit >> 4) & 0xF], kLowerHexDigits[*unit & 0xF]};
-    output.PutText(digits, sizeof digits);
+    output.PutRawBytes(digits, sizeof digits);
   }
 }
 
