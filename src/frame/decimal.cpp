@@ -1,5 +1,6 @@
 #include "frame/decimal.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -36,19 +37,20 @@ constexpr std::array<uint64_t, 19> kPowersOfTen = [] {
 // 10^18 on, where the next digit might not fit, none is taken in.
 struct LeadingDigits {
   static constexpr uint64_t kFull = kPowersOfTen[18];
-  static constexpr uint64_t kRoomForWord = kPowersOfTen[11];
+  static constexpr uint64_t kRoomForFour = kPowersOfTen[15];
+  static constexpr uint64_t kRoomForEight = kPowersOfTen[11];
 
   // Takes in digits and returns the place behind them.
   const char* Take(const char* cursor, const char* end) noexcept {
     if constexpr (kHasByteWords) {
-      while (value < kRoomForWord && end - cursor >= ptrdiff_t{kWordSize}) {
+      while (value < kRoomForFour && end - cursor >= ptrdiff_t{kWordSize}) {
         const uint64_t word = LoadWord(cursor);
-        const uint64_t others = BytesNoDigits(word);
-        const uint32_t count = BytesBefore(others);
+        const uint32_t digits = BytesBefore(BytesNoDigits(word));
+        const uint32_t count = std::min(digits, value < kRoomForEight ? 8u : 4u);
         if (count == 0) return cursor;
         value = value * kPowersOfTen[count] + DigitsValue(word, count);
         cursor += count;
-        if (others != 0) return cursor;
+        if (count == digits && digits < kWordSize) return cursor;
       }
     }
     for (; cursor != end && IsDigit(*cursor); ++cursor) {

@@ -27,6 +27,8 @@ constexpr std::array<char, 200> kPairs = [] {
 void PutPair(char* place, uint32_t value) noexcept { std::memcpy(place, &kPairs[2 * value], 2); }
 
 constexpr int kGroupDigits = 8;
+constexpr std::array<uint32_t, kGroupDigits + 1> kPowersOfTen = {
+    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
 void PutGroup(char* place, uint32_t value) noexcept {
   const uint32_t high = value / 10000;
@@ -72,15 +74,14 @@ class Fraction {
 // the zeros at the end.
 char* PutFraction(char* place, Fraction fraction, int count) noexcept {
   while (count >= kGroupDigits && !fraction.IsZero()) {
-    PutGroup(place, fraction.Take(100000000));
+    PutGroup(place, fraction.Take(kPowersOfTen[kGroupDigits]));
     place += kGroupDigits;
     count -= kGroupDigits;
   }
   if (count < kGroupDigits) {
-    uint32_t powerOfTen = 1;
-    for (int i = 0; i < count; ++i) powerOfTen *= 10;
-    uint32_t rest = fraction.Take(powerOfTen);
-    for (int i = count; i-- > 0; rest /= 10) place[i] = static_cast<char>('0' + rest % 10);
+    // The group's other digits, zeros, are replaced by what comes next.
+    const uint32_t rest = fraction.Take(kPowersOfTen[static_cast<size_t>(count)]);
+    PutGroup(place, rest * kPowersOfTen[static_cast<size_t>(kGroupDigits - count)]);
     place += count;
     if (fraction.RoundsUp(place[-1])) {
       char* digit = place - 1;
