@@ -50,24 +50,8 @@ char ICharStream::EscapedChar() {
   return pair->character;
 }
 
-uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace) {
-  uint32_t kept = 0;
-  while (kept < wanted) {
-    if (!skipWhitespace) {
-      kept += CopyContent(buffer + kept, wanted - kept);
-      if (kept == wanted) break;
-    }
-    char character;
-    if (!GetChar(&character)) break;
-    if (skipWhitespace && IsWhitespace(character)) continue;
-    buffer[kept++] = character;
-  }
-  if (mustFill && kept < wanted) RaisePOSException("GetChars ran out of input");
-  return kept;
-}
-
 // Takes the run of bytes in the buffer that stand for themselves.
-uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
+inline uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
   const uint32_t limit = std::min(wanted, count_);
   uint32_t length = 0;
   if constexpr (ZEL_T_NMT::kHasByteWords) {
@@ -86,6 +70,22 @@ uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
   cursor_ += length;
   count_ -= length;
   return length;
+}
+
+uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace) {
+  uint32_t kept = 0;
+  while (kept < wanted) {
+    if (!skipWhitespace) {
+      kept += CopyContent(buffer + kept, wanted - kept);
+      if (kept == wanted) break;
+    }
+    char character;
+    if (!GetChar(&character)) break;
+    if (skipWhitespace && IsWhitespace(character)) continue;
+    buffer[kept++] = character;
+  }
+  if (mustFill && kept < wanted) RaisePOSException("GetChars ran out of input");
+  return kept;
 }
 
 uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept {

@@ -51,6 +51,12 @@ class OCharStream final : public CharStream {
     std::memcpy(cursor_ + count_, bytes, length);
     count_ += static_cast<uint32_t>(length);
   }
+  // The place of the next bytes, where up to `most` may be stored for Advance to put; null where
+  // the block has no room for as many.
+  char* Room(uint32_t most) noexcept {
+    return most <= kCapacity - count_ ? cursor_ + count_ : nullptr;
+  }
+  void Advance(size_t length) noexcept { count_ += static_cast<uint32_t>(length); }
   // As PutRaw of LF and of `tabs` TABs.
   void PutNewLine(uint32_t tabs) {
     constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";

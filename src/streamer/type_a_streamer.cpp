@@ -16,7 +16,7 @@ void TypeAStreamer::Deserialize(CPOSObject& result, CZELPositionableStream& stre
   input.Finish();
 }
 
-void TypeAStreamer::WriteObject(OCharStream& output, const CPOSObject& object) {
+void TypeAStreamer::WriteObject(OCharStream& output, CPOSObject object) {
   const WritingParams found = FindWritingParams(object);
   if (found.params == nullptr) RaisePOSException("Cannot determine writing params");
   output.PutChar(found.params->open);
