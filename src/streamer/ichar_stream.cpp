@@ -53,19 +53,20 @@ char ICharStream::EscapedChar() {
 // Takes the run of bytes in the buffer that stand for themselves.
 inline uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
   const uint32_t limit = std::min(wanted, count_);
+  const char* const bytes = cursor_;
+  const StreamingParams& params = *params_;
   uint32_t length = 0;
   if constexpr (ZEL_T_NMT::kHasByteWords) {
     uint64_t meant = 0;
     while (meant == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
-      const uint64_t word = ZEL_T_NMT::LoadWord(cursor_ + length);
-      meant = params_->MayBeMeant(word);
+      const uint64_t word = ZEL_T_NMT::LoadWord(bytes + length);
+      meant = params.MayBeMeant(word);
       ZEL_T_NMT::StoreWord(buffer + length, word);  // what is not counted is replaced
       length += ZEL_T_NMT::BytesBefore(meant);
     }
   }
-  while (length < limit && params_->HowToReadByte(cursor_[length]) == RawByte::kContent) {
-    buffer[length] = cursor_[length];
-    ++length;
+  for (; length < limit && params.HowToReadByte(bytes[length]) == RawByte::kContent; ++length) {
+    buffer[length] = bytes[length];
   }
   cursor_ += length;
   count_ -= length;

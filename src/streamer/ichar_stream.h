@@ -47,10 +47,11 @@ class ICharStream final : public CharStream {
   // As GetChar until the character is no space. Only for values that whitespace does not close.
   bool GetCharAfterSpaces(char* character) {
     do {
-      while (count_ > 0 && IsWhitespace(*cursor_)) {
-        --count_;
-        ++cursor_;
-      }
+      char* const end = cursor_ + count_;
+      char* cursor = cursor_;
+      while (cursor != end && IsWhitespace(*cursor)) ++cursor;
+      cursor_ = cursor;
+      count_ = static_cast<uint32_t>(end - cursor);
       if (!GetChar(character)) return false;
     } while (*character == ' ');
     return true;

@@ -13,22 +13,34 @@ OCharStream::~OCharStream() {
   }
 }
 
+// Puts the run of bytes that stand for themselves, as far as the block has room for it.
+inline uint32_t OCharStream::PutPlain(const char* text, size_t wanted) noexcept {
+  const auto limit = static_cast<uint32_t>(std::min<size_t>(wanted, kCapacity - count_));
+  char* const place = cursor_ + count_;
+  const StreamingParams& params = *params_;
+  uint32_t length = 0;
+  if constexpr (ZEL_T_NMT::kHasByteWords) {
+    uint64_t escaped = 0;
+    while (escaped == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
+      const uint64_t word = ZEL_T_NMT::LoadWord(text + length);
+      escaped = params.MayBeEscaped(word);
+      ZEL_T_NMT::StoreWord(place + length, word);  // what is not counted is replaced
+      length += ZEL_T_NMT::BytesBefore(escaped);
+    }
+  }
+  for (; length < limit && params.HowToWriteByte(text[length]) == StreamingParams::kPlain;
+       ++length) {
+    place[length] = text[length];
+  }
+  count_ += length;
+  return length;
+}
+
 void OCharStream::PutText(const char* text, size_t length) {
   const char* const end = text + length;
-  while (text != end) {
-    if constexpr (ZEL_T_NMT::kHasByteWords) {
-      uint64_t escaped = 0;
-      while (escaped == 0 && end - text >= ptrdiff_t{ZEL_T_NMT::kWordSize} &&
-             kCapacity - count_ >= ZEL_T_NMT::kWordSize) {
-        const uint64_t word = ZEL_T_NMT::LoadWord(text);
-        escaped = params_->MayBeEscaped(word);
-        ZEL_T_NMT::StoreWord(cursor_ + count_, word);  // what is not counted is replaced
-        const uint32_t plain = ZEL_T_NMT::BytesBefore(escaped);
-        text += plain;
-        count_ += plain;
-      }
-      if (text == end) return;
-    }
+  for (;;) {
+    text += PutPlain(text, static_cast<size_t>(end - text));
+    if (text == end) return;
     PutChar(*text++);
   }
 }

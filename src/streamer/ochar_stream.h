@@ -71,6 +71,7 @@ class OCharStream final : public CharStream {
   }
 
  private:
+  uint32_t PutPlain(const char* text, size_t wanted) noexcept;
   void PutAcrossBlocks(const char* bytes, size_t length);
   void PutEscaped(char character, char how);
   void WriteWaiting();
