@@ -76,18 +76,19 @@ TEST(NumbersTest, AreWrittenAndReadAsByTheStandardLibrary) {
 
 TEST(NumbersTest, AreReadToTheNearestDoubleWhereverThePointIs) {
   std::mt19937_64 random(2);
+  const auto below = [&random](size_t limit) { return static_cast<size_t>(random() % limit); };
   for (int i = 0; i < 5000; ++i) {
     // Halfway between two doubles, or next to that.
     const uint64_t significand = random() >> 11 | uint64_t{1} << 52;
-    const auto shift = random() % 11;
+    const auto shift = below(11);
     const uint64_t half = shift == 0 ? 0 : uint64_t{1} << (shift - 1);
-    std::string digits = std::to_string((significand << shift) + half + random() % 3 - 1);
+    std::string digits = std::to_string((significand << shift) + half + below(3) - 1);
     ExpectRead(digits);
-    ExpectRead(digits + std::string(random() % 20, '0') + (i % 2 == 0 ? "1" : ""));
-    digits.insert(random() % digits.size(), 1, '.');
+    ExpectRead(digits + std::string(below(20), '0') + (i % 2 == 0 ? "1" : ""));
+    digits.insert(below(digits.size()), 1, '.');
     ExpectRead(digits);
-    ExpectRead(std::string(random() % 9, '0') + digits + "e-" + std::to_string(random() % 45));
-    ExpectRead("-" + digits + "E" + std::to_string(random() % 45));
+    ExpectRead(std::string(below(9), '0') + digits + "e-" + std::to_string(below(45)));
+    ExpectRead("-" + digits + "E" + std::to_string(below(45)));
   }
 }
 
