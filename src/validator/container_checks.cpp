@@ -17,10 +17,6 @@ bool AcceptsEveryKey(const TypeName& type) noexcept {
   return type.Builtin() == Keyword::kAny || type.Builtin() == Keyword::kString;
 }
 
-const TypeName* IfThere(const std::optional<TypeName>& type) noexcept {
-  return type ? &*type : nullptr;
-}
-
 ZELInstance GetValue(ZELInstance dict, const CZELStringAtom& key) {
   const ZELInstance value = GetMember(dict, key);
   if (value == nullptr) ZEL_T_NMT::RaisePOSException("CPOSDict::Get failed");
@@ -97,30 +93,34 @@ int32_t StructValidator::ValidateMember(Validation& validation, const DictRules&
                                         const CZELStringAtom& key, const MemberRule* rule,
                                         ZELInstance value, ErrorList& errors) const {
   const auto held = validation.Hold(value);
+  const char* name = key.Text();
   int32_t findings = 0;
-  bool isKnown = rules.KeyType().has_value();
-  if (isKnown && !AcceptsEveryKey(*rules.KeyType())) {
-    const CPOSObject keyValue = CPOSString::New(key.Text());
-    AddFindings(findings,
-                ValidatePart(validation, *rules.KeyType(), keyValue.Handle(), errors,
-                             "%s (key, type != %s):", key.Text(), rules.KeyType()->Text()));
+  bool isKnown = false;
+  if (const auto& type = rules.KeyType()) {
+    isKnown = true;
+    if (!AcceptsEveryKey(*type)) {
+      const CPOSObject keyValue = CPOSString::New(name);
+      AddFindings(findings, ValidatePart(validation, *type, keyValue.Handle(), errors,
+                                         "%s (key, type != %s):", name));
+    }
   }
-  const struct {
-    const TypeName* type;
-    const char* prefixFormat;
-    bool makesKnown;
-  } checks[] = {{IfThere(rules.ValueType()), "%s (value, type != %s):", false},
-                {rule ? IfThere(rule->required) : nullptr, "%s (required, type != %s):", true},
-                {rule ? IfThere(rule->optional) : nullptr, "%s (optional, type != %s):", true}};
-  for (const auto& check : checks) {
-    if (check.type == nullptr) continue;
-    isKnown = isKnown || check.makesKnown;
-    AddFindings(findings, ValidatePart(validation, *check.type, value, errors, check.prefixFormat,
-                                       key.Text(), check.type->Text()));
+  if (const auto& type = rules.ValueType()) {
+    AddFindings(findings,
+                ValidatePart(validation, *type, value, errors, "%s (value, type != %s):", name));
+  }
+  if (rule != nullptr && rule->required) {
+    isKnown = true;
+    AddFindings(findings, ValidatePart(validation, *rule->required, value, errors,
+                                       "%s (required, type != %s):", name));
+  }
+  if (rule != nullptr && rule->optional) {
+    isKnown = true;
+    AddFindings(findings, ValidatePart(validation, *rule->optional, value, errors,
+                                       "%s (optional, type != %s):", name));
   }
   if (!isKnown) {
     AddFindings(findings, 1);
-    errors.Append(FormatIntoPOSString("Unknown member %s", {key.Text()}));
+    errors.Append(FormatIntoPOSString("Unknown member %s", {name}));
   }
   return findings;
 }

@@ -9,7 +9,6 @@ namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::CPOSBinData;
 using ZEL_T_NMT::CPOSNumber;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSRawPointer;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;

@@ -50,13 +50,10 @@ bool StructValidator::Validate(const CPOSObject& value, const CZELStringAtom& ty
 
 int32_t StructValidator::ValidateValue(Validation& validation, const TypeName& typeName,
                                        ZELInstance value, ErrorList& errors) const {
-  switch (CheckBuiltinType(typeName.Builtin(), value, errors)) {
-    case BuiltinCheckResult::kBuiltinValid:
-      return 0;
-    case BuiltinCheckResult::kBuiltinInvalid:
-      return 1;
-    case BuiltinCheckResult::kNotBuiltin:
-      break;
+  if (typeName.Builtin() != Keyword::kNone) {
+    return CheckBuiltinType(typeName.Builtin(), value, errors) == BuiltinCheckResult::kBuiltinValid
+               ? 0
+               : 1;
   }
   const int32_t findings = ValidateDefinedType(validation, typeName, value, errors);
   if (findings > 0 || callbacks_.IsEmpty()) return findings;
@@ -81,7 +78,8 @@ int32_t StructValidator::ValidateWithCallback(Validation& validation, const Type
 int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeName& typeName,
                                              ZELInstance value, ErrorList& errors) const {
   const NestingLevel level(validation.depth);
-  Definition* definition = FindDefinition(validation, typeName);
+  Definition* definition = typeName.Found(validation.changes);
+  if (definition == nullptr) definition = FindDefinition(validation, typeName);
   if (definition == nullptr) {
     errors.Append(
         FormatIntoPOSString("Schema not applicable, no definition for %s", {typeName.Text()}));
@@ -115,7 +113,6 @@ int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeN
 
 Definition* StructValidator::FindDefinition(Validation& validation,
                                             const TypeName& typeName) const {
-  if (Definition* found = typeName.Found(validation.changes)) return found;
   const ZELInstance dict = GetMember(validation.schema.Handle(), typeName.Atom());
   if (dict == nullptr || !CPOSDict::Is(dict)) return nullptr;
   const auto [entry, isNew] = validation.definitions.try_emplace(dict, keywords_, typeName, dict);
@@ -125,11 +122,11 @@ Definition* StructValidator::FindDefinition(Validation& validation,
 
 int32_t StructValidator::ValidatePart(Validation& validation, const TypeName& typeName,
                                       ZELInstance part, ErrorList& errors, const char* prefixFormat,
-                                      FormatArgument first, FormatArgument second) const {
+                                      FormatArgument first) const {
   ErrorList found;
   const int32_t findings = ValidateValue(validation, typeName, part, found);
   if (findings > 0) {
-    const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, second});
+    const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, typeName.Text()});
     AppendPrefixedMessages(errors, found, prefix.Get());
   }
   return findings;

@@ -54,7 +54,7 @@ class StructValidator final : public BaseValidator {
   int32_t ValidateDefinedType(Validation& validation, const TypeName& typeName, ZELInstance value,
                               ErrorList& errors) const;
 
-  // Null when the schema has none. It stays for the whole run.
+  // Looks a definition up in the schema; null when there is none. It stays for the whole run.
   Definition* FindDefinition(Validation& validation, const TypeName& typeName) const;
 
   // One category each.
@@ -78,10 +78,9 @@ class StructValidator final : public BaseValidator {
                               const char* keyText, ErrorList& errors) const;
 
   // Validates a part of a value into a list of its own, whose messages then follow the prefix that
-  // `prefixFormat` makes of the two arguments.
+  // `prefixFormat` makes of `first` and the type's name.
   int32_t ValidatePart(Validation& validation, const TypeName& typeName, ZELInstance part,
-                       ErrorList& errors, const char* prefixFormat, FormatArgument first,
-                       FormatArgument second = "") const;
+                       ErrorList& errors, const char* prefixFormat, FormatArgument first) const;
 
   CallbackMap callbacks_;
   bool hasForeignCallbacks_ = false;
