@@ -1,7 +1,6 @@
 #include "heap.h"
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
 #include <new>
 
@@ -11,6 +10,7 @@ namespace {
 // No object is larger, and no sum with a header overflows.
 constexpr std::size_t kLargestSize = std::numeric_limits<std::size_t>::max() / 2;
 
+constexpr std::size_t kFirstTableSize = 32;  // a power of two
 constexpr std::size_t kSmallestArea = std::size_t{64} << 10;
 constexpr std::size_t kLargestArea = std::size_t{1} << 20;
 }  // namespace
@@ -41,8 +41,8 @@ void Heap::Open(bool guard) {
   if (guard) {
     guard_ = new GuardTable;
   } else {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    secret_ = static_cast<std::uintptr_t>(now) * 2 + 1;
+    table_ = new Chunk* [kFirstTableSize] {};
+    tableMask_ = kFirstTableSize - 1;
     smallLimit_ = kSmallLimit;
   }
   open_ = true;
@@ -62,6 +62,7 @@ void Heap::Close() noexcept {
     std::free(area->memory);
     delete area;
   }
+  delete[] table_;
   *this = Heap();
 }
 
@@ -81,12 +82,12 @@ void* Heap::AllocateFresh(std::size_t size) noexcept {
 Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t cellSize) noexcept {
   if (fresh_ == freshEnd_ && !AddArea()) return nullptr;
   auto* chunk = reinterpret_cast<Chunk*>(fresh_);
+  if (!Register(chunk)) return nullptr;
   fresh_ += kChunkBytes;
 
   const std::size_t count = (kChunkBytes - sizeof(Chunk)) / (cellSize + sizeof(Facts));
   std::byte* const cells = reinterpret_cast<std::byte*>(chunk) + kChunkBytes - count * cellSize;
-  *chunk = {reinterpret_cast<std::uintptr_t>(chunk) ^ secret_,
-            &sizeClass,
+  *chunk = {&sizeClass,
             static_cast<std::uint32_t>(cellSize),
             static_cast<std::uint32_t>((std::uint64_t{1} << 32) / cellSize + 1),
             static_cast<std::uint32_t>(count),
@@ -115,6 +116,29 @@ bool Heap::AddArea() noexcept {
   areaBytes_ = bytes;
   fresh_ = memory + lead;
   freshEnd_ = fresh_ + (bytes - lead) / kChunkBytes * kChunkBytes;
+  return true;
+}
+
+// Enters a chunk into the table, of which at least half stays free.
+bool Heap::Register(Chunk* chunk) noexcept {
+  const auto enter = [](Chunk** table, std::size_t mask, Chunk* entered) {
+    std::size_t slot = SlotOf(reinterpret_cast<std::uintptr_t>(entered));
+    while (table[slot & mask] != nullptr) ++slot;
+    table[slot & mask] = entered;
+  };
+  const std::size_t size = tableMask_ + 1;
+  if ((chunkCount_ + 1) * 2 > size) {
+    auto** larger = new (std::nothrow) Chunk* [size * 2] {};
+    if (larger == nullptr) return false;
+    for (std::size_t slot = 0; slot < size; ++slot) {
+      if (table_[slot] != nullptr) enter(larger, size * 2 - 1, table_[slot]);
+    }
+    delete[] table_;
+    table_ = larger;
+    tableMask_ = size * 2 - 1;
+  }
+  enter(table_, tableMask_, chunk);
+  ++chunkCount_;
   return true;
 }
 

@@ -39,7 +39,7 @@ struct LiveBlock {
 };
 
 // Blocks with the alignment of malloc. Small ones are cells of a chunk, of one size each; a chunk
-// is a page, so that a block's address leads to it. What is known of the
+// starts at a multiple of its size, so that a block's address leads to it. What is known of the
 // blocks is kept beside the cells: sixteen bytes fill a cell of sixteen, and what a client writes
 // past a block's end cannot change them.
 class Heap {
@@ -60,9 +60,10 @@ class Heap {
 
  private:
   static constexpr std::size_t kGrain = 16;
-  static constexpr std::size_t kClassCount = 17;
+  static constexpr std::size_t kClassCount = 33;
   static constexpr std::size_t kSmallLimit = (kClassCount - 1) * kGrain + 1;
-  static constexpr std::size_t kChunkBytes = 4096;
+  static constexpr unsigned kChunkBits = 14;
+  static constexpr std::size_t kChunkBytes = std::size_t{1} << kChunkBits;
 
   // Of a block in a cell: its number, and in the lowest bits how many bytes of the cell it leaves
   // unused. 0: the cell is free.
@@ -81,7 +82,6 @@ class Heap {
     Chunk* newest;  // the only one with cells that were never handed out
   };
   struct Chunk {
-    std::uintptr_t mark;  // its own address, mixed with a secret: no page of something else has it
     SizeClass* sizeClass;
     std::uint32_t cellSize;
     std::uint32_t reciprocal;  // of cellSize, in units of 2^-32
@@ -133,9 +133,15 @@ class Heap {
 
   // The chunk that an address lies in, or null.
   Chunk* ChunkOf(const void* block) const noexcept {
-    const auto page = reinterpret_cast<std::uintptr_t>(block) & ~(kChunkBytes - 1);
-    auto* const chunk = reinterpret_cast<Chunk*>(page);
-    return (chunk->mark ^ secret_) == page ? chunk : nullptr;
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    for (std::size_t slot = SlotOf(address);; ++slot) {
+      Chunk* const chunk = table_[slot & tableMask_];
+      const auto distance = reinterpret_cast<std::uintptr_t>(chunk) ^ address;
+      if (distance < kChunkBytes || chunk == nullptr) return chunk;
+    }
+  }
+  static std::size_t SlotOf(std::uintptr_t address) noexcept {
+    return static_cast<std::size_t>((address >> kChunkBits) * 0x9E3779B1u >> 4);
   }
   static Facts SlackOf(std::size_t size) noexcept {
     return static_cast<Facts>(ClassOf(size) * kGrain - size);
@@ -153,6 +159,7 @@ class Heap {
   bool FreeGuarded(void* block) noexcept;
   Chunk* AddChunk(SizeClass& sizeClass, std::size_t cellSize) noexcept;
   bool AddArea() noexcept;
+  bool Register(Chunk* chunk) noexcept;
   void Link(LargeLinks* links) noexcept;
   void Unlink(LargeLinks* links) noexcept;
 
@@ -160,7 +167,9 @@ class Heap {
   Facts lastNumber_ = 0;
   bool open_ = false;
   SizeClass classes_[kClassCount] = {};
-  std::uintptr_t secret_ = 0;
+  Chunk** table_ = nullptr;  // all chunks by address; null: a free slot
+  std::size_t tableMask_ = 0;
+  std::size_t chunkCount_ = 0;
   Chunk* chunks_ = nullptr;
   std::byte* fresh_ = nullptr;  // what is left of the newest area
   std::byte* freshEnd_ = nullptr;

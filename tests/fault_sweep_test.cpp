@@ -260,7 +260,11 @@ class FaultSweep : public zeltest::LibraryTest, public ::testing::WithParamInter
     }
     LetGo();
     for (const std::string& name : std::exchange(files, {})) fs::remove(folder / name);
-    EXPECT_TRUE(fs::is_empty(folder));
+    // A temporary file that no stream could be opened for stays, empty.
+    for (const auto& left : fs::directory_iterator(folder)) {
+      EXPECT_EQ(left.file_size(), 0u);
+      fs::remove(left.path());
+    }
     EXPECT_EQ(g_released, made);
     g_released = made = 0;
     return succeeded;

@@ -281,10 +281,18 @@ TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   EXPECT_TRUE(Names().empty());
 }
 
-TEST_F(FileUtilsTest, AFailedStreamLeavesNoFile) {
+TEST_F(FileUtilsTest, AFailedStreamLeavesAnEmptyFileOrNone) {
+  // A file that cannot be opened has had no owner who would delete it.
   for (const char* mode : {"w+bx", "nonsense", ""}) {
     EXPECT_NE(Failure([&] { NewStream(mode); }), "") << mode;
+    ASSERT_EQ(Names().size(), 1u) << mode;
+    const fs::path left = folder / *Names().begin();
+    EXPECT_TRUE(fs::is_empty(left));
+    fs::remove(left);
   }
+  host.FailAt(zelhost::Service::kNewClientStream, 1);
+  EXPECT_NE(Failure([&] { NewStream(); }), "");
+  EXPECT_TRUE(Names().empty());
   ZELInstance stream = nullptr;
   EXPECT_EQ(Failure([&] {
               client.Check(client.Procedures<TempFileProcedures>().NewTempFileStream(

@@ -66,8 +66,11 @@ void Dict::Put(CZELStringAtom key, ContainerReference value) {
     std::swap(entries_.At(number).value, value);
     return;
   }
-  if (entries_.InsertRenumbers()) [[unlikely]]
-    HoldKeys();
+  if (entries_.InsertRenumbers()) [[unlikely]] {
+    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+      iterator->HoldKey();
+    }
+  }
   entries_.Insert({std::move(key), hash}, std::move(value));
 }
 
@@ -79,12 +82,6 @@ void Dict::Remove(const char* key) {
   }
   // The entry leaves the dictionary before its value is released.
   const DictEntries::Entry released = entries_.Remove(number);
-}
-
-void Dict::HoldKeys() {
-  for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-    iterator->HoldKey();
-  }
 }
 
 DictIterator::DictIterator(Dict& dict, ZEL_T_NMT::ContainerReference keptAlive) noexcept
@@ -101,20 +98,13 @@ DictIterator::~DictIterator() {
 }
 
 void DictIterator::Begin() noexcept {
-  if (dict_ == nullptr) return;
-  if (dict_->entries_.WalkRenumbers()) dict_->HoldKeys();
-  GoTo(dict_->entries_.FirstPlace());
+  if (dict_ != nullptr) GoTo(dict_->entries_.FirstPlace());
 }
 
 void DictIterator::Next() noexcept {
   if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
-  if (entries.PlacesAreOf(placesVersion_)) [[likely]] {
-    GoTo(place_ + 1);
-    return;
-  }
-  if (entries.WalkRenumbers()) dict_->HoldKeys();
-  GoTo(entries.PlaceAfter(CurKey()));
+  GoTo(entries.PlacesAreOf(placesVersion_) ? place_ + 1 : entries.PlaceAfter(CurKey()));
 }
 
 const char* DictIterator::CurKey() const noexcept {

@@ -31,9 +31,6 @@ class Dict final : public Composite {
  private:
   friend class DictIterator;
 
-  // Before entries get other numbers.
-  void HoldKeys();
-
   DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
 };

@@ -5,7 +5,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <numeric>
 #include <utility>
 
 #include "frame/client_base.h"
@@ -20,6 +19,7 @@ namespace {
 constexpr uint32_t kFirstCapacity = 4;
 constexpr uint32_t kLargestWithoutIndex = 8;    // looking at so few is faster than an index
 constexpr uint32_t kFirstIndexedCapacity = 12;  // of 16 slots: three quarters of them are taken
+constexpr uint32_t kFewNewKeys = 16;            // put in their places one by one
 constexpr uint32_t kFetchAhead = 6;             // entries: about the time that memory takes
 constexpr uint32_t kFreeSlot = 0xFFFFFFFFu;     // no number: there are more slots than entries
 static_assert(sizeof(DictEntries::Entry) == 2 * sizeof(void*) + 2 * sizeof(uint32_t));
@@ -226,12 +226,12 @@ uint32_t DictEntries::PlaceAfter(const char* key) noexcept {
 
 void DictEntries::Sort() noexcept {
   if (sorted_ == ordered_) return;
-  if (WalkRenumbers()) {
-    SortEntries();
-    return;
-  }
   CloseGaps();
   const auto precedes = [this](uint32_t left, uint32_t right) { return Precedes(left, right); };
+  if (ordered_ - sorted_ > kFewNewKeys) {
+    std::sort(order_, order_ + ordered_, precedes);
+    sorted_ = ordered_;
+  }
   while (sorted_ < ordered_) {
     uint32_t* const unsorted = order_ + sorted_;
     uint32_t* const place = std::upper_bound(order_, unsorted, *unsorted, precedes);
@@ -239,20 +239,6 @@ void DictEntries::Sort() noexcept {
     ++sorted_;
   }
   ++placesVersion_;
-}
-
-void DictEntries::SortEntries() noexcept {
-  const auto isGap = [](const Entry& entry) { return entry.key.Text() == nullptr; };
-  Entry* const end = std::remove_if(entries_, entries_ + used_, isGap);
-  std::destroy(end, entries_ + used_);
-  std::sort(entries_, end, [](const Entry& left, const Entry& right) {
-    return std::strcmp(left.key.Text(), right.key.Text()) < 0;
-  });
-  used_ = ordered_ = sorted_ = live_;
-  std::iota(order_, order_ + ordered_, 0u);
-  first_ = 0;
-  ++placesVersion_;
-  FillIndex();
 }
 
 void DictEntries::CloseGaps() noexcept {
@@ -271,7 +257,8 @@ void DictEntries::CloseGaps() noexcept {
 }
 
 void DictEntries::FetchOrdered(uint32_t place) const noexcept {
-  if (place + 2 * kFetchAhead >= ordered_) return;
+  if (place + 3 * kFetchAhead >= ordered_) return;
+  __builtin_prefetch(&entries_[order_[place + 3 * kFetchAhead]]);
   const Entry& farther = entries_[order_[place + 2 * kFetchAhead]];
   __builtin_prefetch(farther.key.Text());
   FetchRecord(farther.value.Get());

@@ -3,9 +3,9 @@
 // All lies in one block of the host's memory: the entries in the order of their insertion, their
 // numbers in key order, and from a certain size on a hash index. The key order is made when
 // somebody asks for it: a dictionary that is only filled and looked up never pays for it, and keys
-// that come in ascending order need no work. Where many keys have to be put in order, the entries
-// themselves are, so that a walk meets them side by side. A removed entry leaves a gap until the
-// block is next put in order or replaced.
+// that come in ascending order need no work. A removed entry leaves a gap until the block is next
+// replaced. The entries themselves stay in the order of their insertion, in which their values were
+// mostly made: so a host gets them back in that order too.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +36,7 @@ class DictEntries {
   bool IsEmpty() const noexcept { return live_ == 0; }
   uint32_t Count() const noexcept { return live_; }
 
-  // The number of the entry with this key, or kNone. It stays the same but for an Insert or a walk
-  // that renumbers.
+  // The number of the entry with this key, or kNone. Only an Insert that renumbers changes it.
   uint32_t Find(const char* key) const noexcept;
   // The same with the key's hash at hand.
   uint32_t Find(const char* key, uint32_t hash) const noexcept;
@@ -50,9 +49,8 @@ class DictEntries {
   void Reserve(uint32_t count);
   // Adds an entry under a key that is not there; raises as Reserve does.
   void Insert(Key key, ZEL_T_NMT::ContainerReference value);
-  // Whether the next Insert, or the next step of a walk, gives the entries other numbers.
+  // Whether the next Insert gives the entries other numbers.
   bool InsertRenumbers() const noexcept { return used_ == capacity_ && live_ < used_; }
-  bool WalkRenumbers() const noexcept { return ordered_ - sorted_ > kFewNewKeys; }
 
   // Takes an entry out and returns what it held, for the caller to let go of.
   Entry Remove(uint32_t number) noexcept;
@@ -82,14 +80,12 @@ class DictEntries {
   }
 
  private:
-  static constexpr uint32_t kFewNewKeys = 16;  // put in their places one by one
   struct Block;
   static Block NewBlock(uint32_t capacity);
   void Grow();
   void MoveTo(uint32_t capacity);
   void FillIndex() noexcept;
   void FetchOrdered(uint32_t place) const noexcept;
-  void SortEntries() noexcept;
   void AddToIndex(uint32_t number) noexcept;
   void AddToOrder(uint32_t number) noexcept;
   void Sort() noexcept;
