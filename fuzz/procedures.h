@@ -52,14 +52,14 @@ namespace zeltest {
 
 struct CoreProcedures {
   explicit CoreProcedures(const zelhost::Host& host) { ZELTEST_CORE_INTERFACES(ZELTEST_IMPORT); }
-  ZELTEST_CORE_INTERFACES(ZELTEST_TABLE);
+  ZELTEST_CORE_INTERFACES(ZELTEST_TABLE)
 };
 
 struct Procedures : CoreProcedures {
   explicit Procedures(const zelhost::Host& host) : CoreProcedures(host) {
     ZELTEST_LIBRARY_INTERFACES(ZELTEST_IMPORT);
   }
-  ZELTEST_LIBRARY_INTERFACES(ZELTEST_TABLE);
+  ZELTEST_LIBRARY_INTERFACES(ZELTEST_TABLE)
 };
 
 }  // namespace zeltest

@@ -1,5 +1,4 @@
 // The container interface: instances, their references and what they offer.
-#include <array>
 #include <map>
 #include <tuple>
 
@@ -42,21 +41,25 @@ using KindKey = std::tuple<ZELStringAtom, ZELStringAtom, ZELDestroyProc>;
 struct State {
   std::vector<Kind> kinds;  // [0] is none
   std::map<KindKey, std::uint32_t> kindIndex;
-  std::array<std::uint32_t, 16> recentKinds{};  // by implementation atom
 };
 
 State* state = nullptr;
-Pool<ZELInstanceRecord> pool;
+// The same as state->kinds.data(), null while there is no host; and the kind of the newest
+// instance.
+constinit const Kind* kinds = nullptr;
+constinit std::uint32_t recentKind = 0;
+constinit Pool<ZELInstanceRecord> pool;
+
+bool IsKind(std::uint32_t index, ZELStringAtom implementation, ZELStringAtom interfaceName,
+            ZELDestroyProc destroy) noexcept {
+  const Kind& kind = kinds[index];
+  return kind.implementation == implementation && kind.interfaceName == interfaceName &&
+         kind.destroy == destroy;
+}
 
 // The index of the kind, 0 when an atom is none. Throws bad_alloc.
 std::uint32_t FindOrAddKind(ZELStringAtom implementation, ZELStringAtom interfaceName,
                             ZELDestroyProc destroy) {
-  std::uint32_t& recent = state->recentKinds[implementation % state->recentKinds.size()];
-  const Kind& candidate = state->kinds[recent];
-  if (candidate.implementation == implementation && candidate.interfaceName == interfaceName &&
-      candidate.destroy == destroy) [[likely]] {
-    return recent;
-  }
   const char* implementationText = AtomText(implementation);
   const char* interfaceText = AtomText(interfaceName);
   if (implementationText == nullptr || interfaceText == nullptr) return 0;
@@ -73,15 +76,16 @@ std::uint32_t FindOrAddKind(ZELStringAtom implementation, ZELStringAtom interfac
     KeepAtom(implementation);
     KeepAtom(interfaceName);
     position->second = static_cast<std::uint32_t>(state->kinds.size() - 1);
+    kinds = state->kinds.data();
   }
-  recent = position->second;
-  return recent;
+  return position->second;
 }
 
-ZELErrorObject NewInstance(ZELInstance* result, void* object, std::uint32_t kindIndex) noexcept {
+[[gnu::always_inline]] inline ZELErrorObject NewInstance(ZELInstance* result, void* object,
+                                                         std::uint32_t kindIndex) noexcept {
   ZELInstance instance = pool.Take();
   if (instance == nullptr) return OutOfMemoryError();
-  const Kind& kind = state->kinds[kindIndex];
+  const Kind& kind = kinds[kindIndex];
   *instance = {0, kindIndex, {kind.implementationText, kind.interfaceText, object}};
   *result = instance;
   return nullptr;
@@ -89,25 +93,38 @@ ZELErrorObject NewInstance(ZELInstance* result, void* object, std::uint32_t kind
 
 void Destroy(ZELInstance instance) noexcept {
   instance->references = ZELInstanceRecord::kDying;
-  const ZELDestroyProc destroy = state->kinds[instance->kind].destroy;
+  const ZELDestroyProc destroy = kinds[instance->kind].destroy;
   if (destroy != nullptr) destroy(instance->primary.object);
   instance->references = ZELInstanceRecord::kFree;
   instance->kind = 0;
   pool.Return(instance);
 }
 
+// Of another kind than the instance before.
+[[gnu::noinline]] ZELErrorObject NewInstanceOf(ZELInstance* result, void* object,
+                                               ZELStringAtom implementation,
+                                               ZELStringAtom interfaceName,
+                                               ZELDestroyProc destroy) noexcept {
+  return WithoutExceptions([&] {
+    const std::uint32_t kind = FindOrAddKind(implementation, interfaceName, destroy);
+    if (kind == 0) return NewHostError("NewFullContainer: a name is not a live atom");
+    recentKind = kind;
+    return NewInstance(result, object, kind);
+  });
+}
+
 ZELErrorObject NewFullContainer(ZELInstance* result, void* object, ZELStringAtom implementation,
                                 ZELDestroyProc destroy, ZELStringAtom interfaceName, std::int32_t,
                                 std::int32_t, std::int32_t) noexcept {
   if (Fails(Service::kNewFullContainer)) return InjectedError(Service::kNewFullContainer);
-  if (state == nullptr || result == nullptr) {
-    return NewHostError("NewFullContainer: no place for the result");
+  if (kinds != nullptr && result != nullptr) [[likely]] {
+    // Mostly the next instance is of the same kind as the last, whose names are live atoms.
+    if (IsKind(recentKind, implementation, interfaceName, destroy) && recentKind != 0) [[likely]] {
+      return NewInstance(result, object, recentKind);
+    }
+    return NewInstanceOf(result, object, implementation, interfaceName, destroy);
   }
-  return WithoutExceptions([&] {
-    const std::uint32_t kind = FindOrAddKind(implementation, interfaceName, destroy);
-    if (kind == 0) return NewHostError("NewFullContainer: a name is not a live atom");
-    return NewInstance(result, object, kind);
-  });
+  return NewHostError("NewFullContainer: no place for the result");
 }
 
 std::int32_t AddRef(ZELInstance instance) noexcept {
@@ -172,7 +189,7 @@ ZELErrorObject GetMethod(ZELProc* result, ZELInstance instance, ZELStringAtom me
     return NewHostError("GetMethod: no result place, method or procedure type");
   }
   return WithoutExceptions([&]() -> ZELErrorObject {
-    *result = FindProcedure(state->kinds[instance->kind].interfaceText, methodText, procTypeText);
+    *result = FindProcedure(kinds[instance->kind].interfaceText, methodText, procTypeText);
     return nullptr;
   });
 }
@@ -215,6 +232,8 @@ void Open(const HostOptions& options) {
   pool.Open(options.guardMemory);
   state = new State;
   state->kinds.push_back({});
+  kinds = state->kinds.data();
+  recentKind = 0;
   OfferProcedures(ZEL_CONTAINER_INTERFACE, kProcedures);
 }
 
@@ -222,11 +241,12 @@ void Open(const HostOptions& options) {
 // are the host's own.
 void Close() noexcept {
   pool.ForEachLive([](const ZELInstanceRecord& record) {
-    if (state->kinds[record.kind].isStream) CloseStream(record.primary.object);
+    if (kinds[record.kind].isStream) CloseStream(record.primary.object);
   });
   pool.Close();
   delete state;
   state = nullptr;
+  kinds = nullptr;
 }
 
 void Count(Counts& counts) {
@@ -264,7 +284,7 @@ ZELErrorObject NewStreamContainer(ZELInstance* result, void* stream, std::uint32
 }
 
 void* StreamObject(ZELInstance instance) noexcept {
-  if (IsGone(instance) || !state->kinds[instance->kind].isStream) return nullptr;
+  if (IsGone(instance) || !kinds[instance->kind].isStream) return nullptr;
   return instance->primary.object;
 }
 

@@ -1,6 +1,6 @@
-// The host's allocators: Heap for blocks of any size, Pool for records of one size. Both hand out
-// small things from slabs that are given back to the system only when the allocator is closed, and
-// both can list what is live without any bookkeeping for it on the way.
+// The host's allocators: Heap for blocks of any size, Pool for records of one size. Both cut small
+// things from larger stretches of memory, which go back to the system only when the allocator is
+// closed, and both can list what is live.
 //
 // In guard mode each block and record is a malloc of its own, so that a memory checker sees it.
 // Both are usable without having been constructed and hold nothing once closed.
@@ -28,20 +28,20 @@ struct Slab {
   std::size_t cellSize;
 };
 
-// Adds a slab to a list, null when there is no memory. The first cell starts `offset` bytes after a
-// multiple of 16.
-Slab* AddSlab(Slab*& list, std::size_t bytes, std::size_t cellSize, std::size_t offset) noexcept;
+// Adds a slab to a list, null when there is no memory. The first cell starts at a multiple of 16.
+Slab* AddSlab(Slab*& list, std::size_t bytes, std::size_t cellSize) noexcept;
 void FreeSlabs(Slab*& list) noexcept;
 
 struct LiveBlock {
   void* address;
   std::size_t size;
-  std::uint32_t number;
+  std::uint32_t number;  // of the allocation; after 2^27 of them it begins again
 };
 
-// Blocks with the alignment of malloc. In front of each lies a header of eight bytes with its size
-// and its number, so that freeing needs no search: cells are multiples of 16 bytes, blocks start
-// eight bytes into one, and so 24, 40, 56 bytes fill a cell.
+// Blocks with the alignment of malloc. Small ones are cells of a chunk, of one size each; a chunk
+// starts at a multiple of its size, so that a block's address leads to it. What is known of the
+// blocks is kept beside the cells: sixteen bytes fill a cell of sixteen, and what a client writes
+// past a block's end cannot change them.
 class Heap {
  public:
   void Open(bool guard);
@@ -56,65 +56,100 @@ class Heap {
   bool IsLive(const void* block) const noexcept;
   std::size_t Size(const void* block) const noexcept;
 
-  std::size_t blocks() const noexcept { return blocks_; }
-  std::size_t bytes() const noexcept { return bytes_; }
   void ForEachLive(const std::function<void(const LiveBlock&)>& visit) const;
 
  private:
   static constexpr std::size_t kGrain = 16;
-  static constexpr std::size_t kClassCount = 34;
-  static constexpr std::uint32_t kLarge = 0xFFFFFFFFu;  // in the place of a size
+  static constexpr std::size_t kClassCount = 33;
+  static constexpr std::size_t kSmallLimit = (kClassCount - 1) * kGrain + 1;
+  static constexpr unsigned kChunkBits = 14;
+  static constexpr std::size_t kChunkBytes = std::size_t{1} << kChunkBits;
 
-  struct Header {
-    std::uint32_t size;
-    std::uint32_t number;  // 0: not live
-  };
-  static constexpr std::size_t kSmallLimit = (kClassCount - 1) * kGrain - sizeof(Header) + 1;
+  // Of a block in a cell: its number, and in the lowest bits how many bytes of the cell it leaves
+  // unused. 0: the cell is free.
+  using Facts = std::uint32_t;
+  static constexpr Facts kOneNumber = 32;
+  static constexpr Facts kSlackMask = kOneNumber - 1;
 
+  struct Chunk;
+  // A cell that was given back.
   struct FreeCell {
     FreeCell* next;
+    Facts* facts;
   };
-  // Cells of one size: given back ones first, then the rest of the newest slab.
   struct SizeClass {
     FreeCell* free;
-    std::byte* fresh;
-    std::byte* freshEnd;
-    std::size_t slabBytes;
+    Chunk* newest;  // the only one with cells that were never handed out
   };
-  // In front of the header of a block that is a malloc of its own.
+  struct Chunk {
+    SizeClass* sizeClass;
+    std::uint32_t cellSize;
+    std::uint32_t reciprocal;  // of cellSize, in units of 2^-32
+    std::uint32_t cellCount;
+    std::uint32_t handedOut;
+    std::byte* cells;
+    Chunk* next;
+
+    Facts* AllFacts() noexcept { return reinterpret_cast<Facts*>(this + 1); }
+    // Of the live block at an address within the chunk, or null.
+    Facts* FactsOf(const void* block) noexcept {
+      const auto offset = static_cast<std::uint32_t>(static_cast<const std::byte*>(block) - cells);
+      // A division by the size of a cell.
+      const auto index = static_cast<std::uint32_t>(std::uint64_t{offset} * reciprocal >> 32);
+      if (index >= cellCount || index * cellSize != offset) return nullptr;
+      Facts* const facts = AllFacts() + index;
+      return *facts == 0 ? nullptr : facts;
+    }
+  };
+  // What chunks are cut from.
+  struct Area {
+    Area* next;
+    void* memory;
+  };
+  // In front of a block that is a malloc of its own.
   struct LargeLinks {
     LargeLinks* previous;
     LargeLinks* next;
     std::size_t size;
+    std::uint32_t number;
+    std::uint32_t mark;  // kLargeMark while live
   };
-  static constexpr std::size_t kLargePrefix =
-      (sizeof(LargeLinks) + sizeof(Header) + kGrain - 1) / kGrain * kGrain;
+  static constexpr std::uint32_t kLargeMark = 0x5A454C4Du;
+  static constexpr std::size_t kLargePrefix = (sizeof(LargeLinks) + kGrain - 1) / kGrain * kGrain;
   struct Guarded {
     std::size_t size;
     std::uint32_t number;
   };
   using GuardTable = std::unordered_map<const void*, Guarded>;
 
+  // Of at least one cell, since each block has an address of its own.
   static std::size_t ClassOf(std::size_t size) noexcept {
-    return (size + sizeof(Header) + kGrain - 1) / kGrain;
-  }
-  static Header* HeaderOf(const void* block) noexcept {
-    return reinterpret_cast<Header*>(
-        const_cast<std::byte*>(static_cast<const std::byte*>(block) - sizeof(Header)));
+    return size == 0 ? 1 : (size + kGrain - 1) / kGrain;
   }
   static LargeLinks* LinksOf(const void* block) noexcept {
     return reinterpret_cast<LargeLinks*>(
         const_cast<std::byte*>(static_cast<const std::byte*>(block) - kLargePrefix));
   }
 
-  void* Issue(void* block, std::size_t size) noexcept {
-    *HeaderOf(block) = {static_cast<std::uint32_t>(size), NextNumber()};
-    ++blocks_;
-    bytes_ += size;
-    return block;
+  // The chunk that an address lies in, or null.
+  Chunk* ChunkOf(const void* block) const noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    for (std::size_t slot = SlotOf(address);; ++slot) {
+      Chunk* const chunk = table_[slot & tableMask_];
+      const auto distance = reinterpret_cast<std::uintptr_t>(chunk) ^ address;
+      if (distance < kChunkBytes || chunk == nullptr) return chunk;
+    }
   }
-  std::uint32_t NextNumber() noexcept {
-    if (++lastNumber_ == 0) ++lastNumber_;
+  static std::size_t SlotOf(std::uintptr_t address) noexcept {
+    return static_cast<std::size_t>((address >> kChunkBits) * 0x9E3779B1u >> 4);
+  }
+  static Facts SlackOf(std::size_t size) noexcept {
+    return static_cast<Facts>(ClassOf(size) * kGrain - size);
+  }
+  Facts NextNumber() noexcept {
+    lastNumber_ += kOneNumber;
+    if (lastNumber_ == 0) [[unlikely]]
+      lastNumber_ = kOneNumber;
     return lastNumber_;
   }
   void* AllocateFresh(std::size_t size) noexcept;
@@ -122,16 +157,24 @@ class Heap {
   void* AllocateGuarded(std::size_t size) noexcept;
   bool FreeLarge(void* block) noexcept;
   bool FreeGuarded(void* block) noexcept;
+  Chunk* AddChunk(SizeClass& sizeClass, std::size_t cellSize) noexcept;
+  bool AddArea() noexcept;
+  bool Register(Chunk* chunk) noexcept;
   void Link(LargeLinks* links) noexcept;
   void Unlink(LargeLinks* links) noexcept;
 
-  std::size_t smallLimit_ = 0;  // sizes below it come from slabs; 0 when guarded or closed
-  std::size_t blocks_ = 0;
-  std::size_t bytes_ = 0;
-  std::uint32_t lastNumber_ = 0;
+  std::size_t smallLimit_ = 0;  // sizes below it are cells; 0 when guarded or closed
+  Facts lastNumber_ = 0;
   bool open_ = false;
   SizeClass classes_[kClassCount] = {};
-  Slab* slabs_ = nullptr;
+  Chunk** table_ = nullptr;  // all chunks by address; null: a free slot
+  std::size_t tableMask_ = 0;
+  std::size_t chunkCount_ = 0;
+  Chunk* chunks_ = nullptr;
+  std::byte* fresh_ = nullptr;  // what is left of the newest area
+  std::byte* freshEnd_ = nullptr;
+  std::size_t areaBytes_ = 0;
+  Area* areas_ = nullptr;
   LargeLinks* large_ = nullptr;
   GuardTable* guard_ = nullptr;
 };
@@ -141,7 +184,8 @@ inline void* Heap::Allocate(std::size_t size) noexcept {
     SizeClass& sizeClass = classes_[ClassOf(size)];
     if (FreeCell* cell = sizeClass.free) [[likely]] {
       sizeClass.free = cell->next;
-      return Issue(cell, size);
+      *cell->facts = NextNumber() | SlackOf(size);
+      return cell;
     }
     return AllocateFresh(size);
   }
@@ -151,17 +195,16 @@ inline void* Heap::Allocate(std::size_t size) noexcept {
 inline bool Heap::Free(void* block) noexcept {
   if (smallLimit_ == 0) [[unlikely]]
     return FreeGuarded(block);
-  Header* header = HeaderOf(block);
-  if (header->number == 0) [[unlikely]]
+  Chunk* chunk = ChunkOf(block);
+  if (chunk == nullptr) return FreeLarge(block);
+  Facts* const facts = chunk->FactsOf(block);
+  if (facts == nullptr) [[unlikely]]
     return false;
-  if (header->size >= kSmallLimit) return FreeLarge(block);
-  header->number = 0;
-  --blocks_;
-  bytes_ -= header->size;
+  *facts = 0;
   auto* cell = static_cast<FreeCell*>(block);
-  SizeClass& sizeClass = classes_[ClassOf(header->size)];
-  cell->next = sizeClass.free;
-  sizeClass.free = cell;
+  cell->facts = facts;
+  cell->next = chunk->sizeClass->free;
+  chunk->sizeClass->free = cell;
   return true;
 }
 
@@ -225,7 +268,7 @@ class Pool {
     if (fresh_ == freshEnd_) {
       slabBytes_ = slabBytes_ == 0 ? Slab::kSmallest : slabBytes_ * 2;
       if (slabBytes_ > Slab::kLargest) slabBytes_ = Slab::kLargest;
-      const Slab* slab = AddSlab(slabs_, slabBytes_, sizeof(Record), 0);
+      const Slab* slab = AddSlab(slabs_, slabBytes_, sizeof(Record));
       if (slab == nullptr) return nullptr;
       fresh_ = slab->begin;
       freshEnd_ = slab->end;

@@ -44,8 +44,10 @@ void Open(const HostOptions& options) {
 void Close() noexcept { heap.Close(); }
 
 void Count(Counts& counts) {
-  counts.blocks = heap.blocks();
-  counts.bytes = heap.bytes();
+  heap.ForEachLive([&](const LiveBlock& block) {
+    ++counts.blocks;
+    counts.bytes += block.size;
+  });
 }
 
 void ListLeaks(std::vector<Leak>& leaks) {

@@ -172,7 +172,7 @@ TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   for (uint32_t i = 0; written.size() < 5'000'000; ++i) written += std::to_string(i * 2654435761u);
   std::optional<Stream> owner = NewStream();
   ASSERT_EQ(Names().size(), 1u);
-  const std::string name = *Names().begin();
+  const std::string name = Names().begin()->string();
   EXPECT_EQ(name.substr(name.size() - 11), "pre0000.ext");
   for (size_t at = 0; at < written.size(); at += 4097) owner->Write(written.substr(at, 4097));
 
@@ -193,10 +193,18 @@ TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   for (const std::string& text : read) EXPECT_TRUE(text == written) << text.size();
 }
 
-TEST_F(FileUtilsTest, AFailedStreamLeavesNoFile) {
+TEST_F(FileUtilsTest, AFailedStreamLeavesAnEmptyFileOrNone) {
+  // A file that cannot be opened has had no owner who would delete it.
   for (const char* mode : {"w+bx", "nonsense", ""}) {
     EXPECT_NE(Failure([&] { NewStream(mode); }), "") << mode;
+    ASSERT_EQ(Names().size(), 1u) << mode;
+    const fs::path left = folder.path / *Names().begin();
+    EXPECT_TRUE(fs::is_empty(left));
+    fs::remove(left);
   }
+  host.FailAt(zelhost::Service::kNewClientStream, 1);
+  EXPECT_NE(Failure([&] { NewStream(); }), "");
+  EXPECT_TRUE(Names().empty());
   ZELInstance stream = nullptr;
   EXPECT_EQ(Failure([&] {
               client.Check(client.Procedures<TempFileProcedures>().NewTempFileStream(

@@ -88,34 +88,6 @@ TEST_F(PlatformTest, ADocumentIsTheSameBytes) {
   EXPECT_TRUE(Streamer(client).Deserialize(back) == document);
 }
 
-// Decimal digits that lie anywhere between two doubles, read and written again.
-TEST_F(PlatformTest, NumbersAreReadAndWrittenToTheLastBit) {
-  uint64_t state = 1;
-  const auto next = [&](uint32_t below) {
-    state = state * 6364136223846793005u + 1442695040888963407u;
-    return static_cast<uint32_t>(state >> 33) % below;
-  };
-  std::string text = POS_STREAMER_TYPE_A_VERSION_1_0 " [";
-  for (int i = 0; i < 20000; ++i) {
-    text += next(2) == 0 ? "#-" : "#";
-    for (uint32_t digits = 1 + next(25); digits > 0; --digits) text += char('0' + next(10));
-    text += '.';
-    for (uint32_t digits = next(25); digits > 0; --digits) text += char('0' + next(10));
-    if (i % 2 == 0) text += "e" + std::to_string(int(next(640)) - 340);
-    text += " ";
-  }
-  Stream stream = client.NewMemoryStream();
-  stream.Write(text + "]");
-  stream.Rewind();
-  const std::string written = Written(Streamer(client).Deserialize(stream));
-  uint64_t checksum = 14695981039346656037u;
-  for (const char byte : written) {
-    checksum = (checksum ^ static_cast<unsigned char>(byte)) * 1099511628211u;
-  }
-  EXPECT_EQ(written.size(), 706348u);
-  EXPECT_EQ(checksum, 5950165634056698496u);
-}
-
 // ---- What is the platform's own ----
 
 TEST_F(PlatformTest, APointerIsWrittenInTheDigitsOfItsWidth) {

@@ -61,7 +61,8 @@ typedef ZELErrorObject (*ZELUtilsDirCreateUniqueFilename)(ZELStringAtom *result,
  * Delivers a new positionable stream over a new file in the temporary directory, opened with `mode`
  * (an open mode of the standard input-output library that allows writing). Asking it for an
  * independent stream ends the writing: it then reads from the start, and the new stream is a reader
- * of its own over the same file. The file is deleted with the stream that was delivered here.
+ * of its own over the same file. The file is deleted with the stream that was delivered here; when
+ * the new file cannot be opened, it stays, empty.
  */
 typedef ZELErrorObject (*_ZELUtilsNewTempFileStreamProc_NewTempFileStream)(ZELInstance *result,
                                                                            const char *prefix,

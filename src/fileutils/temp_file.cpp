@@ -73,7 +73,7 @@ TempFile::TempFile(const CZELStringAtom& prefix, const CZELStringAtom& extension
       name_(NewUniqueFile(directory_.Get(), prefix, extension)) {}
 
 TempFile::~TempFile() {
-  if (state_ != State::kPresent && state_ != State::kLeftToLastUser) return;
+  if (state_ != State::kLeftToLastUser) return;
   try {
     Delete();
   } catch (...) {

@@ -22,7 +22,8 @@ class TempFile : public ZEL_T_NMT::CZELClientBase {
   TempFile(const ZEL_T_NMT::CZELStringAtom& prefix, const ZEL_T_NMT::CZELStringAtom& extension);
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
-  // Deletes the file where that is still to be done.
+  // Deletes the file where its owner could not. A file that no stream could be opened for has had
+  // no owner: it stays, empty.
   ~TempFile();
 
   // Opens the file with a mode of the host's file streams. Raises once the owner is gone: the name

@@ -1,9 +1,14 @@
 #include "frame/decimal.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <limits>
 #include <system_error>
+
+#include "frame/byte_words.h"
 
 namespace ZEL_T_NMT {
 namespace {
@@ -11,8 +16,138 @@ namespace {
 bool IsDigit(char character) noexcept { return character >= '0' && character <= '9'; }
 
 const char* SkipDigits(const char* cursor, const char* end) noexcept {
+  if constexpr (kHasByteWords) {
+    while (end - cursor >= ptrdiff_t{kWordSize}) {
+      const uint64_t others = BytesNoDigits(LoadWord(cursor));
+      if (others != 0) return cursor + BytesBefore(others);
+      cursor += kWordSize;
+    }
+  }
   while (cursor != end && IsDigit(*cursor)) ++cursor;
   return cursor;
+}
+
+constexpr std::array<uint64_t, 19> kPowersOfTen = [] {
+  std::array<uint64_t, 19> powers{1};
+  for (size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+  return powers;
+}();
+
+// The first digits of a number, without the zeros before them, and how many more there are: from
+// 10^18 on, where the next digit might not fit, none is taken in.
+struct LeadingDigits {
+  static constexpr uint64_t kFull = kPowersOfTen[18];
+  static constexpr uint64_t kRoomForFour = kPowersOfTen[15];
+  static constexpr uint64_t kRoomForEight = kPowersOfTen[11];
+
+  // Takes in digits and returns the place behind them.
+  const char* Take(const char* cursor, const char* end) noexcept {
+    if constexpr (kHasByteWords) {
+      while (value < kRoomForFour && end - cursor >= ptrdiff_t{kWordSize}) {
+        const uint64_t word = LoadWord(cursor);
+        const uint32_t digits = BytesBefore(BytesNoDigits(word));
+        const uint32_t count = std::min(digits, value < kRoomForEight ? 8u : 4u);
+        if (count == 0) return cursor;
+        value = value * kPowersOfTen[count] + DigitsValue(word, count);
+        cursor += count;
+        if (count == digits && digits < kWordSize) return cursor;
+      }
+    }
+    for (; cursor != end && IsDigit(*cursor); ++cursor) {
+      if (value >= kFull) {
+        const char* const behind = SkipDigits(cursor, end);
+        dropped += behind - cursor;
+        return behind;
+      }
+      value = value * 10 + static_cast<uint64_t>(*cursor - '0');
+    }
+    return cursor;
+  }
+
+  uint64_t value = 0;
+  int64_t dropped = 0;
+};
+
+// 5^n = significand * 2^exponent; the significand's top bit is set and what it has no room for is
+// cut off.
+struct PowerOfFive {
+  uint64_t significand;
+  int32_t exponent;
+};
+
+constexpr int32_t kLeastPower = -32;
+constexpr int32_t kGreatestPower = 27;  // the last one that fits in 64 bits
+
+constexpr std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> kPowersOfFive = [] {
+  std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> powers{};
+  uint64_t whole = 1;
+  for (size_t i = -kLeastPower; i < powers.size(); ++i, whole *= 5) {
+    const int shift = std::countl_zero(whole);
+    powers[i] = {whole << shift, -shift};
+  }
+  // The negative powers are 2^159 divided by 5 time and again; the lowest limb comes first.
+  std::array<uint32_t, 5> limbs{0, 0, 0, 0, 0x80000000u};
+  for (size_t i = -kLeastPower; i-- > 0;) {
+    uint64_t rest = 0;
+    for (size_t limb = limbs.size(); limb-- > 0;) {
+      const uint64_t part = rest << 32 | limbs[limb];
+      limbs[limb] = static_cast<uint32_t>(part / 5);
+      rest = part % 5;
+    }
+    size_t top = limbs.size() - 1;
+    while (limbs[top] == 0) --top;
+    const int shift = std::countl_zero(limbs[top]);
+    const uint64_t high = uint64_t{limbs[top]} << 32 | limbs[top - 1];
+    powers[i] = {high << shift | uint64_t{limbs[top - 2]} << shift >> 32,
+                 static_cast<int32_t>(top) * 32 - 32 - shift - 159};
+  }
+  return powers;
+}();
+
+uint64_t HighHalfOfProduct(uint64_t left, uint64_t right) noexcept {
+  const uint64_t leftHigh = left >> 32;
+  const uint64_t leftLow = left & 0xFFFFFFFFu;
+  const uint64_t rightHigh = right >> 32;
+  const uint64_t rightLow = right & 0xFFFFFFFFu;
+  const uint64_t middle = leftHigh * rightLow + (leftLow * rightLow >> 32);
+  const uint64_t otherMiddle = leftLow * rightHigh + (middle & 0xFFFFFFFFu);
+  return leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32);
+}
+
+// Stores digits * 10^exponent, correctly rounded, in most cases where the exponent is small. False
+// where 64 bits do not tell to which side to round.
+bool RoundByProduct(const LeadingDigits& digits, int64_t exponent, double& result) noexcept {
+  static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(uint64_t));
+  constexpr uint64_t kExactWholes = uint64_t{1} << 53;
+  if (exponent == 0 && digits.value <= kExactWholes) {
+    result = static_cast<double>(static_cast<int64_t>(digits.value));
+    return true;
+  }
+  if (digits.value == 0) {
+    result = 0;
+    return true;
+  }
+  if (exponent < kLeastPower || exponent > kGreatestPower) return false;
+  const PowerOfFive& power = kPowersOfFive[static_cast<size_t>(exponent - kLeastPower)];
+  const int shift = std::countl_zero(digits.value);
+  const uint64_t product = HighHalfOfProduct(digits.value << shift, power.significand);
+  // How much more the product is at most: its own low half and what the power lacks make less than
+  // 1 each, the digits left out make less than one of the last digit taken in.
+  const uint64_t slack = 2 + (digits.dropped != 0 ? uint64_t{1} << shift : 0);
+
+  const int cut = product >> 63 != 0 ? 11 : 10;
+  const uint64_t half = uint64_t{1} << (cut - 1);
+  const uint64_t below = product & (2 * half - 1);
+  uint64_t significand = product >> cut;
+  if (below > half) {
+    ++significand;
+  } else if (below + slack > half) {
+    return false;
+  }
+  // The significand's top bit, which a double does not store, adds 1 to the exponent.
+  const int64_t binary = exponent + power.exponent - shift + 64 + cut;
+  result = std::bit_cast<double>((static_cast<uint64_t>(binary + 1074) << 52) + significand);
+  return true;
 }
 
 // The value of an exponent's digits, held far beyond every exponent that matters.
@@ -41,40 +176,45 @@ bool IsLarge(const char* begin, const char* mantissaEnd, int64_t exponent) noexc
 
 }  // namespace
 
-double DecimalPrefix(const char* text, size_t length, bool allowExponent) noexcept {
+Decimal DecimalPrefix(const char* text, size_t length, bool allowExponent) noexcept {
   const char* const end = text + length;
   const bool negative = text != end && *text == '-';
   const char* const begin = text != end && (*text == '-' || *text == '+') ? text + 1 : text;
 
-  const char* cursor = SkipDigits(begin, end);
+  LeadingDigits digits;
+  const char* cursor = digits.Take(begin, end);
   bool hasDigits = cursor != begin;
+  int64_t shift = 0;  // of the point
   if (cursor != end && *cursor == '.') {
     const char* const fraction = cursor + 1;
-    cursor = SkipDigits(fraction, end);
-    hasDigits = hasDigits || cursor != fraction;
+    cursor = digits.Take(fraction, end);
+    shift = cursor - fraction;
+    hasDigits = hasDigits || shift != 0;
   }
-  if (!hasDigits) return 0;
+  if (!hasDigits) return {0, 0};
 
   const char* const mantissaEnd = cursor;
   int64_t exponent = 0;
   if (allowExponent && cursor != end && (*cursor == 'e' || *cursor == 'E')) {
-    const char* digits = cursor + 1;
-    if (digits != end && (*digits == '-' || *digits == '+')) ++digits;
-    const char* const exponentEnd = SkipDigits(digits, end);
-    if (exponentEnd != digits) {
+    const char* first = cursor + 1;
+    if (first != end && (*first == '-' || *first == '+')) ++first;
+    const char* const exponentEnd = SkipDigits(first, end);
+    if (exponentEnd != first) {
       exponent = ExponentValue(cursor + 1, exponentEnd);
       cursor = exponentEnd;
     }
   }
 
   double value = 0;
-  const std::from_chars_result result =
-      std::from_chars(begin, cursor, value, std::chars_format::general);
-  if (result.ec == std::errc::result_out_of_range) {
-    const bool large = IsLarge(begin, mantissaEnd, exponent);
-    value = large ? std::numeric_limits<double>::infinity() : 0;
+  if (!RoundByProduct(digits, digits.dropped - shift + exponent, value)) [[unlikely]] {
+    const std::from_chars_result result =
+        std::from_chars(begin, cursor, value, std::chars_format::general);
+    if (result.ec == std::errc::result_out_of_range) {
+      const bool large = IsLarge(begin, mantissaEnd, exponent);
+      value = large ? std::numeric_limits<double>::infinity() : 0;
+    }
   }
-  return negative ? -value : value;
+  return {negative ? -value : value, static_cast<size_t>(cursor - text)};
 }
 
 }  // namespace ZEL_T_NMT

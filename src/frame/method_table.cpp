@@ -50,7 +50,7 @@ void ZELVTabGeneric::Refresh(ZELInstance instance, ImportMethodsFunction import,
   valid_ = true;
 }
 
-ZELProc* ZELVTabListGeneric::Lookup(ZELInstance instance, ImportMethodsFunction import) {
+ZELProc* ZELVTabListGeneric::Search(ZELInstance instance, ImportMethodsFunction import) {
   const char* signature = SignatureOf(instance);
   if (g_link.unregisterCount == nullptr) return nullptr;
   ZELVTabGeneric* node = First();

@@ -30,6 +30,7 @@ class ZELVTabGeneric : public double_linked_list_element<ZELVTabGeneric>, public
   void Destroy() noexcept;
 
   bool HasSignature(const char* signature) const noexcept { return signature_.Text() == signature; }
+  // Only while linked.
   bool IsCurrent() const noexcept { return generation_ == *g_link.unregisterCount; }
   // The slots, or null when the last import failed.
   ZELProc* Slots() noexcept { return valid_ ? SlotStorage() : nullptr; }
@@ -54,11 +55,22 @@ class ZELVTabListGeneric : public no_construct_double_linked_list<ZELVTabGeneric
 
   // Returns the slots for an instance, or null when its methods cannot be imported. Raises
   // "couldn't get signature" for null and for an instance without signature.
-  ZELProc* Lookup(ZELInstance instance, ImportMethodsFunction import);
+  ZELProc* Lookup(ZELInstance instance, ImportMethodsFunction import) {
+    // The instances that a family is used for are mostly of one kind, whose node stands first.
+    if (ZELVTabGeneric* const first = First(); first != nullptr && instance != nullptr) [[likely]] {
+      const bool found = first->HasSignature(PrimaryInstance(instance).signature);
+      if (found && g_link.unregisterCount != nullptr && first->IsCurrent()) [[likely]] {
+        return first->Slots();
+      }
+    }
+    return Search(instance, import);
+  }
 
   void DestroyNodes() noexcept;
 
  private:
+  ZELProc* Search(ZELInstance instance, ImportMethodsFunction import);
+
   uint32_t methodCount_;
 };
 

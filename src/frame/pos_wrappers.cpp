@@ -32,24 +32,6 @@ Pointer NotNull(Pointer pointer, const char* message) {
 
 constinit POSInterfaces g_pos;
 
-CPOSObject::CPOSObject(ZELInstance handle) : reference_(handle) {
-  if (handle == nullptr) RaiseInvalidContainer();
-  Rebind();
-}
-
-CPOSObject::CPOSObject(ContainerReference reference) : reference_(std::move(reference)) {
-  Rebind();
-}
-
-CPOSObject CPOSObject::TakeNew(ZELInstance handle) {
-  return CPOSObject(ContainerReference::TakeNew(handle));
-}
-
-void CPOSObject::Rebind() {
-  methods_ = g_posObjects.Lookup(reference_.Get());
-  if (methods_ == nullptr) RaiseInvalidContainer();
-}
-
 void CPOSObject::Expect(bool isOfType, bool quiet, const char* message) {
   if (isOfType) return;
   if (!quiet) RaisePOSException(message);

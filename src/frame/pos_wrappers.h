@@ -12,20 +12,36 @@
 
 namespace ZEL_T_NMT {
 
+// The methods of a POS object. Raises "couldn't get signature" for an instance without signature
+// and "invalid container" for one without the methods of a POS object.
+inline const POSObjectSlots& POSObjectMethods(ZELInstance instance) {
+  const POSObjectSlots* methods = g_posObjects.Lookup(instance);
+  if (methods == nullptr) [[unlikely]]
+    RaiseInvalidContainer();
+  return *methods;
+}
+
 // A reference to any POS object, or empty. Copies take a reference of their own.
 class CPOSObject {
  public:
   CPOSObject() noexcept = default;
-  // From a handle that carries no reference. Raises "invalid container" for null, for a refused
-  // reference and for an instance without the methods of a POS object, and "couldn't get signature"
-  // for one without signature.
-  explicit CPOSObject(ZELInstance handle);
+  // From a handle that carries no reference. Raises "invalid container" for null and for a refused
+  // reference, and what POSObjectMethods raises.
+  explicit CPOSObject(ZELInstance handle) : reference_(handle) {
+    if (handle == nullptr) [[unlikely]]
+      RaiseInvalidContainer();
+    methods_ = &POSObjectMethods(handle);
+  }
   // As above for an instance just made, which ends when it cannot be referenced.
-  static CPOSObject TakeNew(ZELInstance handle);
+  static CPOSObject TakeNew(ZELInstance handle) {
+    return CPOSObject(ContainerReference::TakeNew(handle));
+  }
 
   bool IsEmpty() const noexcept { return reference_.Get() == nullptr; }
   ZELInstance Handle() const noexcept { return reference_.Get(); }
   ZELInstance HandOut() noexcept { return reference_.HandOut(); }
+  // Gives the reference away and leaves this empty.
+  ContainerReference TakeReference() noexcept { return std::move(reference_); }
 
   // The object's own procedures; must not be empty. Clone returns a handle without reference, null
   // after a report.
@@ -33,15 +49,13 @@ class CPOSObject {
   bool IsEqual(ZELInstance other) const { return methods_->IsEqual(Handle(), other); }
   int32_t GetType() const { return methods_->GetType(Handle()); }
 
-  // Looks the method table up again, after the one held has ended with its link.
-  void Rebind();
-
  protected:
   // The end of a downcast: keeps the object, lets go of it, or raises.
   void Expect(bool isOfType, bool quiet, const char* message);
 
  private:
-  explicit CPOSObject(ContainerReference reference);
+  explicit CPOSObject(ContainerReference reference)
+      : reference_(std::move(reference)), methods_(&POSObjectMethods(reference_.Get())) {}
 
   ContainerReference reference_;
   const POSObjectSlots* methods_ = nullptr;

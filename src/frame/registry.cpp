@@ -6,9 +6,7 @@ namespace {
 // Members are made in this order and given back in the reverse one.
 class ImplementationRegistry : public CZELClientBase {
  public:
-  const Implementation& Get(ImplementationId id) const noexcept {
-    return entries_[static_cast<uint32_t>(id)];
-  }
+  const Implementation* Entries() const noexcept { return entries_; }
 
  private:
   static Implementation Make(const char* name, const char* interfaceName) {
@@ -29,19 +27,18 @@ constinit ImplementationRegistry* g_registry = nullptr;
 
 }  // namespace
 
+constinit const Implementation* g_implementations = nullptr;
+
 void CreateImplementationRegistry() {
-  if (g_registry == nullptr) g_registry = new ImplementationRegistry();
+  if (g_registry != nullptr) return;
+  g_registry = new ImplementationRegistry();
+  g_implementations = g_registry->Entries();
 }
 
 void DestroyImplementationRegistry() noexcept {
+  g_implementations = nullptr;
   delete g_registry;
   g_registry = nullptr;
-}
-
-const Implementation& ImplementationOf(ImplementationId id) {
-  if (g_registry == nullptr) [[unlikely]]
-    RaiseInvalidContainer();
-  return g_registry->Get(id);
 }
 
 void* ResolveForeign(ZELInstance instance, const Implementation& implementation) {
@@ -49,14 +46,6 @@ void* ResolveForeign(ZELInstance instance, const Implementation& implementation)
   ZELCheck(Containers().NGetInstance(&object, instance, implementation.name.Atom()));
   if (object == nullptr) RaiseInvalidContainer();
   return object;
-}
-
-ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
-  const Implementation& implementation = ImplementationOf(id);
-  ZELInstance instance = nullptr;
-  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
-                                         implementation.interfaceName.Atom(), 0, 0, 0));
-  return instance;
 }
 
 }  // namespace ZEL_T_NMT

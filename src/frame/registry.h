@@ -25,8 +25,15 @@ struct Implementation {
 void CreateImplementationRegistry();
 void DestroyImplementationRegistry() noexcept;
 
+// By number; null while there is no registry.
+extern constinit const Implementation* g_implementations;
+
 // Raises "invalid container" while there is no registry.
-const Implementation& ImplementationOf(ImplementationId id);
+inline const Implementation& ImplementationOf(ImplementationId id) {
+  if (g_implementations == nullptr) [[unlikely]]
+    RaiseInvalidContainer();
+  return g_implementations[static_cast<uint32_t>(id)];
+}
 
 // Asks the host for the object of an implementation that is not an instance's primary one.
 void* ResolveForeign(ZELInstance instance, const Implementation& implementation);
@@ -36,7 +43,7 @@ void* ResolveForeign(ZELInstance instance, const Implementation& implementation)
 template <class T>
 T* Resolve(ZELInstance instance, ImplementationId id) {
   const Implementation& implementation = ImplementationOf(id);
-  if (instance != nullptr) {
+  if (instance != nullptr) [[likely]] {
     const ZELPrimaryInstance& primary = PrimaryInstance(instance);
     if (primary.implementationName == implementation.name.Text()) [[likely]] {
       return static_cast<T*>(primary.object);
@@ -46,7 +53,13 @@ T* Resolve(ZELInstance instance, ImplementationId id) {
 }
 
 // Makes an instance of an object that the host has taken over when this returns.
-ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy);
+inline ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
+  const Implementation& implementation = ImplementationOf(id);
+  ZELInstance instance = nullptr;
+  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
+                                         implementation.interfaceName.Atom(), 0, 0, 0));
+  return instance;
+}
 
 // The destroy procedure of objects that need no more than their destructor.
 template <class T>

@@ -19,11 +19,11 @@ class CZELStringAtom {
   explicit CZELStringAtom(const char* text);
   // From an atom whose reference the caller hands over, or keeps. 0 makes an empty holder.
   CZELStringAtom(ZELStringAtom atom, Reference reference);
-  CZELStringAtom(const CZELStringAtom& other) : atom_(other.atom_), text_(other.text_) {
+  CZELStringAtom(const CZELStringAtom& other) : text_(other.text_), atom_(other.atom_) {
     if (atom_ != 0) Strings().AddRef(atom_);
   }
   CZELStringAtom(CZELStringAtom&& other) noexcept
-      : atom_(std::exchange(other.atom_, 0)), text_(std::exchange(other.text_, nullptr)) {}
+      : text_(std::exchange(other.text_, nullptr)), atom_(std::exchange(other.atom_, 0)) {}
   CZELStringAtom& operator=(CZELStringAtom other) noexcept {
     std::swap(atom_, other.atom_);
     std::swap(text_, other.text_);
@@ -51,8 +51,8 @@ class CZELStringAtom {
   }
 
  private:
-  ZELStringAtom atom_ = 0;
   const char* text_ = nullptr;
+  ZELStringAtom atom_ = 0;
 };
 
 // A key or path that a client passes in, with a reference for the duration of the call. Raises

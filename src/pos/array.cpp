@@ -1,27 +1,28 @@
 #include "pos/array.h"
 
+#include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 
 #include "frame/nesting.h"
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::NestingLevel;
 
 namespace {
 
 // A block's size in bytes fits in 32 bits on every platform.
-constexpr uint32_t kMaxCapacity = std::numeric_limits<uint32_t>::max() / sizeof(CPOSObject);
+constexpr uint32_t kMaxCapacity = std::numeric_limits<uint32_t>::max() / sizeof(ContainerReference);
 
 }  // namespace
 
 Array::~Array() {
   // What is released may call back into this array: it holds nothing while that happens.
   while (slots_ != nullptr) {
-    CPOSObject* slots = std::exchange(slots_, nullptr);
+    ContainerReference* slots = std::exchange(slots_, nullptr);
     const uint32_t count = std::exchange(count_, 0);
     capacity_ = 0;
     std::destroy_n(slots, count);
@@ -31,11 +32,11 @@ Array::~Array() {
 
 BaseObject* Array::Clone() {
   const NestingLevel level(g_cloneDepth);
-  RefreshTables();
   auto copy = std::make_unique<Array>();
   copy->Grow(count_);
   for (uint32_t i = 0; i < count_; ++i) {
-    copy->Append(slots_[i].IsEmpty() ? CPOSObject() : CloneMember(slots_[i]));
+    const ZELInstance member = GetAt(i);
+    copy->Append(member == nullptr ? ContainerReference() : CloneMember(member));
   }
   return copy.release();
 }
@@ -44,36 +45,30 @@ bool Array::IsEqual(const CPOSObject& other) {
   const Array* array = QuietCheck<Array>(other.Handle());
   if (array == nullptr || array->count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
-  RefreshTables();
   for (uint32_t i = 0; i < count_; ++i) {
-    const ZELInstance member = array->GetAt(i);
+    const ZELInstance left = GetAt(i);
+    const ZELInstance right = array->GetAt(i);
     const bool equal =
-        slots_[i].IsEmpty() ? member == nullptr : member != nullptr && slots_[i].IsEqual(member);
+        left == nullptr ? right == nullptr : right != nullptr && MembersAreEqual(left, right);
     if (!equal) return false;
   }
   return true;
 }
 
-void Array::SetAt(uint32_t index, CPOSObject value) {
+void Array::SetAt(uint32_t index, ContainerReference value) {
   if (index == std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
   Grow(index + 1);
   if (index < count_) {
     std::swap(slots_[index], value);
     return;
   }
-  while (count_ < index) AddSlot(CPOSObject());
-  AddSlot(std::move(value));
-}
-
-void Array::Append(CPOSObject value) {
-  if (count_ == std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
-  Grow(count_ + 1);
+  while (count_ < index) AddSlot(ContainerReference());
   AddSlot(std::move(value));
 }
 
 void Array::Remove(uint32_t index) {
   if (index >= count_) return;
-  const CPOSObject removed = std::move(slots_[index]);
+  const ContainerReference removed = std::move(slots_[index]);
   for (uint32_t i = index + 1; i < count_; ++i) slots_[i - 1] = std::move(slots_[i]);
   std::destroy_at(&slots_[--count_]);
 }
@@ -86,27 +81,15 @@ void Array::Grow(uint32_t need) {
     if (capacity > kMaxCapacity / 2) ZEL_T_NMT::RaiseAllocationFailure();
     capacity *= 2;
   }
-  auto* slots = static_cast<CPOSObject*>(ZEL_T_NMT::AllocateBlock(capacity, sizeof(CPOSObject)));
-  // The references move with the slots: nothing can fail from here on.
-  std::uninitialized_move_n(slots_, count_, slots);
-  std::destroy_n(slots_, count_);
-  if (slots_ != nullptr) ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
+  auto* slots = static_cast<ContainerReference*>(
+      ZEL_T_NMT::AllocateBlock(capacity, sizeof(ContainerReference)));
+  // The references move with the slots, byte for byte: nothing can fail from here on.
+  if (slots_ != nullptr) {
+    std::memcpy(static_cast<void*>(slots), static_cast<void*>(slots_), count_ * sizeof(*slots));
+    ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
+  }
   slots_ = slots;
   capacity_ = capacity;
-}
-
-void Array::AddSlot(CPOSObject value) noexcept {
-  new (static_cast<void*>(&slots_[count_])) CPOSObject(std::move(value));
-  ++count_;
-}
-
-void Array::RefreshTables() {
-  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]]
-    return;
-  for (uint32_t i = 0; i < count_; ++i) {
-    if (!slots_[i].IsEmpty()) slots_[i].Rebind();
-  }
-  tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 }
 
 }  // namespace NPOSObjectImpl

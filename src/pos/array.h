@@ -1,6 +1,8 @@
 // The POS array: a block of references to other POS objects.
 #pragma once
 
+#include <new>
+
 #include "pos/base_object.h"
 
 namespace NPOSObjectImpl {
@@ -24,22 +26,26 @@ class Array final : public Composite {
   uint32_t Count() const noexcept { return count_; }
   // Null beyond the end and for an empty slot.
   ZELInstance GetAt(uint32_t index) const noexcept {
-    return index < count_ ? slots_[index].Handle() : nullptr;
+    return index < count_ ? slots_[index].Get() : nullptr;
   }
   // Raises the allocation failure for an index whose storage does not fit in 32 bits.
-  void SetAt(uint32_t index, ZEL_T_NMT::CPOSObject value);
-  void Append(ZEL_T_NMT::CPOSObject value);
+  void SetAt(uint32_t index, ZEL_T_NMT::ContainerReference value);
+  void Append(ZEL_T_NMT::ContainerReference value) {
+    if (count_ == capacity_) Grow(count_ + 1);  // capacities stay far below 32 bits
+    AddSlot(std::move(value));
+  }
   void Remove(uint32_t index);
 
  private:
   void Grow(uint32_t need);
-  void AddSlot(ZEL_T_NMT::CPOSObject value) noexcept;
-  void RefreshTables();
+  void AddSlot(ZEL_T_NMT::ContainerReference value) noexcept {
+    new (static_cast<void*>(&slots_[count_])) ZEL_T_NMT::ContainerReference(std::move(value));
+    ++count_;
+  }
 
-  ZEL_T_NMT::CPOSObject* slots_ = nullptr;  // those below count_ are constructed
+  ZEL_T_NMT::ContainerReference* slots_ = nullptr;  // those below count_ are constructed
   uint32_t capacity_ = 0;
   uint32_t count_ = 0;
-  uint32_t tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 };
 
 }  // namespace NPOSObjectImpl

@@ -2,6 +2,7 @@
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSObject;
 
 // Destroying a composite makes the host release its members, which may destroy them in turn. Down
@@ -55,12 +56,12 @@ ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
                             &DestroyPublished);
 }
 
-CPOSObject CloneMember(const CPOSObject& member) {
-  const ZELInstance source = member.Handle();
-  const ZELInstance clone = member.Clone();
+ContainerReference CloneMember(ZELInstance member) {
+  const ZELInstance clone = ZEL_T_NMT::POSObjectMethods(member).Clone(member);
   if (clone == nullptr) ZEL_T_NMT::RaisePOSException("CPOSObject::Clone failed");
   // A shared object has other holders and must outlive a refused reference.
-  return clone == source ? CPOSObject(clone) : CPOSObject::TakeNew(clone);
+  if (clone == member) return ContainerReference(clone);
+  return CPOSObject::TakeNew(clone).TakeReference();
 }
 
 }  // namespace NPOSObjectImpl

@@ -20,7 +20,8 @@ class BaseObject : public ZEL_T_NMT::CZELClientBase {
   virtual int32_t GetType() const = 0;
 };
 
-// Base of the objects that hold others.
+// Base of the objects that hold others. Of a member they hold the reference alone and look for its
+// methods when they need them, one comparison as a rule: a method table does not outlive its link.
 class Composite : public BaseObject {
  private:
   friend class DestructionQueue;
@@ -40,24 +41,31 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
   return *ZEL_T_NMT::Resolve<BaseObject>(handle, ZEL_T_NMT::ImplementationId::kPOSObject);
 }
 
-// Each class T has kType, its type tag, and kMismatch, the message for an object of another class.
+// Every procedure begins with one of these checks: they are inlined against the compiler's
+// judgement of their size. Each class T has kType, its type tag, and kMismatch, the message for an
+// object of another class.
 
 // Null for null and for an object of another class.
 template <class T>
-T* QuietCheck(ZELInstance handle) {
+[[gnu::always_inline]] inline T* QuietCheck(ZELInstance handle) {
   if (handle == nullptr) return nullptr;
   BaseObject& object = ResolveObject(handle);
   return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
 template <class T>
-T& RaisingCheck(ZELInstance handle) {
+[[gnu::always_inline]] inline T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
   if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
   return static_cast<T&>(object);
 }
 
 // Clones a member of a composite through its own procedure; raises "CPOSObject::Clone failed".
-ZEL_T_NMT::CPOSObject CloneMember(const ZEL_T_NMT::CPOSObject& member);
+ZEL_T_NMT::ContainerReference CloneMember(ZELInstance member);
+
+// Compares two members by the first one's own procedure.
+inline bool MembersAreEqual(ZELInstance left, ZELInstance right) {
+  return ZEL_T_NMT::POSObjectMethods(left).IsEqual(left, right);
+}
 
 }  // namespace NPOSObjectImpl

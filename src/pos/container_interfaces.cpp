@@ -34,12 +34,12 @@ uint32_t ArrayInterface::Count(ZELInstance array) { return RaisingCheck<Array>(a
 
 void ArrayInterface::SetAt(ZELInstance array, uint32_t index, ZELInstance value) {
   CPOSObject held(value);
-  RaisingCheck<Array>(array).SetAt(index, std::move(held));
+  RaisingCheck<Array>(array).SetAt(index, held.TakeReference());
 }
 
 void ArrayInterface::Append(ZELInstance array, ZELInstance value) {
   CPOSObject held(value);
-  RaisingCheck<Array>(array).Append(std::move(held));
+  RaisingCheck<Array>(array).Append(held.TakeReference());
 }
 
 void ArrayInterface::Remove(ZELInstance array, uint32_t index) {
@@ -63,7 +63,7 @@ ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
   CPOSObject held(value);
   CZELStringAtom heldKey = TakeArgument(key);
-  RaisingCheck<Dict>(dict).Put(std::move(heldKey), std::move(held));
+  RaisingCheck<Dict>(dict).Put(std::move(heldKey), held.TakeReference());
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {

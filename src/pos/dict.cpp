@@ -1,9 +1,11 @@
 #include "pos/dict.h"
 
 #include "frame/nesting.h"
+#include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::NestingLevel;
@@ -21,11 +23,11 @@ Dict::~Dict() {
 
 BaseObject* Dict::Clone() {
   const NestingLevel level(g_cloneDepth);
-  RefreshTables();
   auto copy = std::make_unique<Dict>();
+  copy->entries_.Reserve(entries_.Count());
   for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    CZELStringAtom key = it.Key();
-    copy->Put(std::move(key), CloneMember(it.Value()));
+    DictEntries::Key key = it.Key();
+    copy->entries_.Insert(std::move(key), CloneMember(it.Value()));
   }
   return copy.release();
 }
@@ -34,24 +36,32 @@ bool Dict::IsEqual(const CPOSObject& other) {
   Dict* dict = QuietCheck<Dict>(other.Handle());
   if (dict == nullptr) return false;
   const NestingLevel level(g_equalDepth);
-  RefreshTables();
-  for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    const ZELInstance value = dict->Get(it.CurKey());
-    if (value == nullptr || !it.Value().IsEqual(value)) return false;
+  ConstDictIterator it(*this);
+  ConstDictIterator beside(*dict);
+  // Equal dictionaries have the same keys at each step, which are the same atoms.
+  for (; !it.IsDone() && it.CurKey() == beside.CurKey(); it.Next(), beside.Next()) {
+    if (!MembersAreEqual(it.Value(), beside.Value())) return false;
   }
-  for (ConstDictIterator it(*dict); !it.IsDone(); it.Next()) {
-    if (Get(it.CurKey()) == nullptr) return false;
+  if (it.IsDone() && beside.IsDone()) return true;
+
+  for (; !it.IsDone(); it.Next()) {
+    const ZELInstance value = dict->Get(it.CurKey());
+    if (value == nullptr || !MembersAreEqual(it.Value(), value)) return false;
+  }
+  for (beside.Begin(); !beside.IsDone(); beside.Next()) {
+    if (Get(beside.CurKey()) == nullptr) return false;
   }
   return true;
 }
 
 ZELInstance Dict::Get(const char* key) const noexcept {
   const uint32_t number = entries_.Find(key);
-  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Handle();
+  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Get();
 }
 
-void Dict::Put(CZELStringAtom key, CPOSObject value) {
-  const uint32_t number = entries_.Find(key.Text());
+void Dict::Put(CZELStringAtom key, ContainerReference value) {
+  const uint32_t hash = HashKey(key.Text());
+  const uint32_t number = entries_.Find(key.Text(), hash);
   if (number != DictEntries::kNone) {
     std::swap(entries_.At(number).value, value);
     return;
@@ -61,7 +71,7 @@ void Dict::Put(CZELStringAtom key, CPOSObject value) {
       iterator->HoldKey();
     }
   }
-  entries_.Insert(std::move(key), std::move(value));
+  entries_.Insert({std::move(key), hash}, std::move(value));
 }
 
 void Dict::Remove(const char* key) {
@@ -72,16 +82,6 @@ void Dict::Remove(const char* key) {
   }
   // The entry leaves the dictionary before its value is released.
   const DictEntries::Entry released = entries_.Remove(number);
-}
-
-void Dict::RefreshTables() {
-  if (tableEpoch_ == ZEL_T_NMT::g_link.tableEpoch) [[likely]]
-    return;
-  for (uint32_t number = 0; number < entries_.Used(); ++number) {
-    CPOSObject& value = entries_.At(number).value;
-    if (!value.IsEmpty()) value.Rebind();
-  }
-  tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 }
 
 DictIterator::DictIterator(Dict& dict, ZEL_T_NMT::ContainerReference keptAlive) noexcept
@@ -122,6 +122,7 @@ const char* DictIterator::CurKey() const noexcept {
 // To the first entry at or after a place.
 void DictIterator::GoTo(uint32_t place) noexcept {
   const DictEntries& entries = dict_->entries_;
+  if (state_ == State::kAtKey) key_ = CZELStringAtom();
   state_ = State::kDone;
   for (; place < entries.EndPlace(); ++place) {
     number_ = entries.NumberAt(place);
@@ -131,7 +132,7 @@ void DictIterator::GoTo(uint32_t place) noexcept {
   }
   place_ = place;
   placesVersion_ = entries.PlacesVersion();
-  key_ = CZELStringAtom();
+  entries.FetchAheadOf(place);
 }
 
 void DictIterator::HoldKey() {

@@ -25,17 +25,14 @@ class Dict final : public Composite {
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept;
-  void Put(ZEL_T_NMT::CZELStringAtom key, ZEL_T_NMT::CPOSObject value);
+  void Put(ZEL_T_NMT::CZELStringAtom key, ZEL_T_NMT::ContainerReference value);
   void Remove(const char* key);
 
  private:
   friend class DictIterator;
 
-  void RefreshTables();
-
   DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
-  uint32_t tableEpoch_ = ZEL_T_NMT::g_link.tableEpoch;
 };
 
 // Walks a dictionary in key order and stays valid whatever is done to it: the dictionary knows its
@@ -56,8 +53,8 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
  protected:
   // The current entry's key and value; only while the entry has not been removed.
-  const ZEL_T_NMT::CZELStringAtom& Key() const noexcept { return Entry().key; }
-  ZEL_T_NMT::CPOSObject& Value() const noexcept { return Entry().value; }
+  const DictEntries::Key& Key() const noexcept { return Entry().key; }
+  ZELInstance Value() const noexcept { return Entry().value.Get(); }
 
  private:
   friend class Dict;

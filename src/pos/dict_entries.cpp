@@ -12,15 +12,37 @@
 
 namespace NPOSObjectImpl {
 
-using ZEL_T_NMT::CPOSObject;
-using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::ContainerReference;
 
 namespace {
 
 constexpr uint32_t kFirstCapacity = 4;
-constexpr uint32_t kLargestWithoutIndex = 8;  // looking at so few is faster than an index
-constexpr uint32_t kSlotsPerEntry = 2;        // of the index: at most half of them are taken
-constexpr uint32_t kFewNewKeys = 16;          // put in their places one by one
+constexpr uint32_t kLargestWithoutIndex = 8;    // looking at so few is faster than an index
+constexpr uint32_t kFirstIndexedCapacity = 12;  // of 16 slots: three quarters of them are taken
+constexpr uint32_t kFewNewKeys = 16;            // put in their places one by one
+constexpr uint32_t kFetchAhead = 6;             // entries: about the time that memory takes
+constexpr uint32_t kFreeSlot = 0xFFFFFFFFu;     // no number: there are more slots than entries
+static_assert(sizeof(DictEntries::Entry) == 2 * sizeof(void*) + 2 * sizeof(uint32_t));
+
+uint64_t SlotsFor(uint64_t capacity) noexcept {
+  return capacity > kLargestWithoutIndex ? capacity / 3 * 4 : 0;
+}
+
+uint32_t CapacityAfter(uint32_t capacity) {
+  if (capacity == 0) return kFirstCapacity;
+  if (capacity == kLargestWithoutIndex) return kFirstIndexedCapacity;
+  if (capacity > std::numeric_limits<uint32_t>::max() / 2) ZEL_T_NMT::RaiseAllocationFailure();
+  return capacity * 2;
+}
+
+void FetchRecord(ZELInstance instance) noexcept {
+  if (instance != nullptr) __builtin_prefetch(&ZEL_T_NMT::PrimaryInstance(instance));
+}
+
+// Of an instance whose record is at hand.
+void FetchObject(ZELInstance instance) noexcept {
+  if (instance != nullptr) __builtin_prefetch(ZEL_T_NMT::PrimaryInstance(instance).object);
+}
 
 }  // namespace
 
@@ -28,6 +50,7 @@ struct DictEntries::Block {
   Entry* entries;
   uint32_t* order;
   uint32_t* index;
+  uint32_t indexMask;
 };
 
 DictEntries::DictEntries(DictEntries&& other) noexcept
@@ -45,7 +68,12 @@ DictEntries::DictEntries(DictEntries&& other) noexcept
 
 DictEntries::~DictEntries() {
   if (entries_ == nullptr) return;
-  std::destroy_n(entries_, used_);
+  for (uint32_t number = 0; number < used_; ++number) {
+    if (number + 2 * kFetchAhead < used_)
+      FetchRecord(entries_[number + 2 * kFetchAhead].value.Get());
+    if (number + kFetchAhead < used_) FetchObject(entries_[number + kFetchAhead].value.Get());
+    std::destroy_at(&entries_[number]);
+  }
   ZEL_T_NMT::Memory().Free(static_cast<void*>(entries_));
 }
 
@@ -57,11 +85,14 @@ uint32_t DictEntries::Find(const char* key) const noexcept {
     }
     if (used_ == 0) return kNone;
   }
-  const uint32_t hash = HashKey(key);
+  return Find(key, HashKey(key));
+}
+
+uint32_t DictEntries::Find(const char* key, uint32_t hash) const noexcept {
   const auto matches = [this, key, hash](uint32_t number) {
-    const Entry& entry = entries_[number];
-    return entry.hash == hash && entry.key.Text() != nullptr &&
-           (entry.key.Text() == key || std::strcmp(entry.key.Text(), key) == 0);
+    const Key& candidate = entries_[number].key;
+    return candidate.hash == hash && candidate.Text() != nullptr &&
+           (candidate.Text() == key || std::strcmp(candidate.Text(), key) == 0);
   };
   if (index_ == nullptr) {
     for (uint32_t number = 0; number < used_; ++number) {
@@ -69,17 +100,24 @@ uint32_t DictEntries::Find(const char* key) const noexcept {
     }
     return kNone;
   }
-  for (uint32_t slot = hash & indexMask_; index_[slot] != 0; slot = (slot + 1) & indexMask_) {
-    if (matches(index_[slot] - 1)) return index_[slot] - 1;
+  for (uint32_t slot = hash & indexMask_; index_[slot] != kFreeSlot;
+       slot = (slot + 1) & indexMask_) {
+    const uint32_t number = index_[slot] & indexMask_;
+    if ((index_[slot] ^ number) == (hash & ~indexMask_) && matches(number)) return number;
   }
   return kNone;
 }
 
-void DictEntries::Insert(CZELStringAtom key, CPOSObject value) {
+void DictEntries::Reserve(uint32_t count) {
+  uint32_t capacity = capacity_;
+  while (capacity < count) capacity = CapacityAfter(capacity);
+  if (capacity > capacity_) MoveTo(capacity);
+}
+
+void DictEntries::Insert(Key key, ContainerReference value) {
   if (used_ == capacity_) Grow();
   const uint32_t number = used_++;
-  const uint32_t hash = HashKey(key.Text());
-  new (static_cast<void*>(&entries_[number])) Entry{std::move(key), std::move(value), hash};
+  new (static_cast<void*>(&entries_[number])) Entry{std::move(key), std::move(value)};
   ++live_;
   AddToIndex(number);
   AddToOrder(number);
@@ -91,27 +129,24 @@ DictEntries::Entry DictEntries::Remove(uint32_t number) noexcept {
 }
 
 DictEntries::Block DictEntries::NewBlock(uint32_t capacity) {
-  const bool indexed = capacity > kLargestWithoutIndex;
-  const uint32_t entrySize =
-      sizeof(Entry) + sizeof(uint32_t) + (indexed ? kSlotsPerEntry * sizeof(uint32_t) : 0);
+  const uint64_t slots = SlotsFor(capacity);
+  const uint64_t size =
+      capacity * uint64_t{sizeof(Entry) + sizeof(uint32_t)} + slots * sizeof(uint32_t);
   // The size in bytes fits in 32 bits on every platform.
-  if (capacity > std::numeric_limits<uint32_t>::max() / entrySize) {
-    ZEL_T_NMT::RaiseAllocationFailure();
-  }
-  auto* const entries = static_cast<Entry*>(ZEL_T_NMT::AllocateBlock(capacity, entrySize));
+  if (size > std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
+  auto* const entries = static_cast<Entry*>(ZEL_T_NMT::AllocateBlock(static_cast<size_t>(size)));
   auto* const order = reinterpret_cast<uint32_t*>(entries + capacity);
-  uint32_t* const index = indexed ? order + capacity : nullptr;
-  if (indexed) std::fill_n(index, kSlotsPerEntry * capacity, 0u);
-  return {entries, order, index};
+  if (slots == 0) return {entries, order, nullptr, 0};
+  return {entries, order, order + capacity, static_cast<uint32_t>(slots - 1)};
 }
 
-// Moves everything that is left into a new block, twice as large if it is more than half full.
+// Twice the room if more than half of it is in use; else the gaps are room enough.
 void DictEntries::Grow() {
-  uint32_t capacity = capacity_ == 0 ? kFirstCapacity : capacity_;
-  if (live_ > capacity / 2) {
-    if (capacity > std::numeric_limits<uint32_t>::max() / 2) ZEL_T_NMT::RaiseAllocationFailure();
-    capacity *= 2;
-  }
+  MoveTo(live_ > capacity_ / 2 || capacity_ == 0 ? CapacityAfter(capacity_) : capacity_);
+}
+
+// Moves everything that is left into a new block.
+void DictEntries::MoveTo(uint32_t capacity) {
   const Block block = NewBlock(capacity);
 
   // The hashes of the old entries make room for their new numbers.
@@ -120,12 +155,12 @@ void DictEntries::Grow() {
     Entry& entry = entries_[number];
     const bool gap = entry.key.Text() == nullptr;
     if (!gap) new (static_cast<void*>(&block.entries[moved])) Entry(std::move(entry));
-    entry.hash = gap ? kNone : moved++;  // NOLINT(bugprone-use-after-move): the hash stays
+    entry.key.hash = gap ? kNone : moved++;  // NOLINT(bugprone-use-after-move): the hash stays
   }
   uint32_t ordered = 0;
   uint32_t sorted = 0;
   for (uint32_t place = 0; place < ordered_; ++place) {
-    const uint32_t number = entries_[order_[place]].hash;
+    const uint32_t number = entries_[order_[place]].key.hash;
     if (number != kNone) block.order[ordered++] = number;
     if (place < sorted_) sorted = ordered;
   }
@@ -140,18 +175,25 @@ void DictEntries::Grow() {
   order_ = block.order;
   index_ = block.index;
   capacity_ = capacity;
-  indexMask_ = kSlotsPerEntry * capacity - 1;
+  indexMask_ = block.indexMask;
   used_ = moved;
   ordered_ = ordered;
   sorted_ = sorted;
+  FillIndex();
+}
+
+void DictEntries::FillIndex() noexcept {
+  if (index_ == nullptr) return;
+  std::fill_n(index_, indexMask_ + size_t{1}, kFreeSlot);
   for (uint32_t number = 0; number < used_; ++number) AddToIndex(number);
 }
 
 void DictEntries::AddToIndex(uint32_t number) noexcept {
   if (index_ == nullptr) return;
-  uint32_t slot = entries_[number].hash & indexMask_;
-  while (index_[slot] != 0) slot = (slot + 1) & indexMask_;
-  index_[slot] = number + 1;
+  const uint32_t hash = entries_[number].key.hash;
+  uint32_t slot = hash & indexMask_;
+  while (index_[slot] != kFreeSlot) slot = (slot + 1) & indexMask_;
+  index_[slot] = (hash & ~indexMask_) | number;
 }
 
 void DictEntries::AddToOrder(uint32_t number) noexcept {
@@ -212,6 +254,15 @@ void DictEntries::CloseGaps() noexcept {
   sorted_ = sorted;
   first_ = 0;
   ++placesVersion_;
+}
+
+void DictEntries::FetchOrdered(uint32_t place) const noexcept {
+  if (place + 3 * kFetchAhead >= ordered_) return;
+  __builtin_prefetch(&entries_[order_[place + 3 * kFetchAhead]]);
+  const Entry& farther = entries_[order_[place + 2 * kFetchAhead]];
+  __builtin_prefetch(farther.key.Text());
+  FetchRecord(farther.value.Get());
+  FetchObject(entries_[order_[place + kFetchAhead]].value.Get());
 }
 
 bool DictEntries::Precedes(uint32_t left, uint32_t right) const noexcept {

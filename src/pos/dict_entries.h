@@ -4,22 +4,27 @@
 // numbers in key order, and from a certain size on a hash index. The key order is made when
 // somebody asks for it: a dictionary that is only filled and looked up never pays for it, and keys
 // that come in ascending order need no work. A removed entry leaves a gap until the block is next
-// replaced.
+// replaced. The entries themselves stay in the order of their insertion, in which their values were
+// mostly made: so a host gets them back in that order too.
 #pragma once
 
 #include <cstdint>
 
-#include "frame/pos_wrappers.h"
+#include "frame/container_reference.h"
 #include "frame/string_atom.h"
 
 namespace NPOSObjectImpl {
 
 class DictEntries {
  public:
-  struct Entry {
-    ZEL_T_NMT::CZELStringAtom key;  // empty: the entry was removed
-    ZEL_T_NMT::CPOSObject value;
+  struct Key : ZEL_T_NMT::CZELStringAtom {
+    Key(ZEL_T_NMT::CZELStringAtom key, uint32_t keyHash) noexcept
+        : CZELStringAtom(std::move(key)), hash(keyHash) {}
     uint32_t hash;
+  };
+  struct Entry {
+    Key key;  // empty: the entry was removed
+    ZEL_T_NMT::ContainerReference value;
   };
   static constexpr uint32_t kNone = 0xFFFFFFFFu;  // no entry
 
@@ -29,17 +34,21 @@ class DictEntries {
   ~DictEntries();
 
   bool IsEmpty() const noexcept { return live_ == 0; }
-  uint32_t Used() const noexcept { return used_; }  // above all numbers
+  uint32_t Count() const noexcept { return live_; }
 
   // The number of the entry with this key, or kNone. Only an Insert that renumbers changes it.
   uint32_t Find(const char* key) const noexcept;
+  // The same with the key's hash at hand.
+  uint32_t Find(const char* key, uint32_t hash) const noexcept;
   Entry& At(uint32_t number) const noexcept {
     return entries_[number];  // NOLINT(clang-analyzer-core.uninitialized.UndefReturn)
   }
 
-  // Adds an entry under a key that is not there. Raises the allocation failure, and then leaves
+  // Makes room for so many entries at once. Raises the allocation failure, and then leaves
   // everything as it was.
-  void Insert(ZEL_T_NMT::CZELStringAtom key, ZEL_T_NMT::CPOSObject value);
+  void Reserve(uint32_t count);
+  // Adds an entry under a key that is not there; raises as Reserve does.
+  void Insert(Key key, ZEL_T_NMT::ContainerReference value);
   // Whether the next Insert gives the entries other numbers.
   bool InsertRenumbers() const noexcept { return used_ == capacity_ && live_ < used_; }
 
@@ -63,10 +72,20 @@ class DictEntries {
   }
   uint32_t PlacesVersion() const noexcept { return placesVersion_; }
 
+  // Has the processor fetch what a walk over a large dictionary will need a few places further on.
+  // Texts, records and objects lie all over memory, and waiting for each of them in turn would take
+  // longer than everything else.
+  void FetchAheadOf(uint32_t place) const noexcept {
+    if (index_ != nullptr) FetchOrdered(place);
+  }
+
  private:
   struct Block;
   static Block NewBlock(uint32_t capacity);
   void Grow();
+  void MoveTo(uint32_t capacity);
+  void FillIndex() noexcept;
+  void FetchOrdered(uint32_t place) const noexcept;
   void AddToIndex(uint32_t number) noexcept;
   void AddToOrder(uint32_t number) noexcept;
   void Sort() noexcept;
@@ -75,8 +94,9 @@ class DictEntries {
 
   Entry* entries_ = nullptr;  // those below used_ are constructed
   uint32_t* order_ = nullptr;
-  uint32_t* index_ =
-      nullptr;  // entry numbers plus 1, 0 for a free slot; null in a small dictionary
+  // Null in a small dictionary. A taken slot has an entry's number in the bits of indexMask_ and
+  // its hash in those above, which keeps other keys' entries from being looked at.
+  uint32_t* index_ = nullptr;
   uint32_t capacity_ = 0;
   uint32_t indexMask_ = 0;
   uint32_t used_ = 0;     // entries, removed ones included

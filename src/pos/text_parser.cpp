@@ -1,7 +1,10 @@
 #include "pos/text_parser.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
+#include "frame/byte_words.h"
 #include "frame/decimal.h"
 #include "frame/nesting.h"
 
@@ -20,17 +23,31 @@ constexpr size_t kMaxNumber = 100;         // bytes
 constexpr size_t kMaxUnicodeDigits = 401;  // bytes between the backquotes
 constexpr size_t kDigitsPerUnit = 4;
 
-bool IsWhitespace(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-bool IsWordStart(char c) noexcept {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+// What a character may be.
+enum CharacterClass : uint8_t { kWhitespace = 1, kDigit = 2, kPoint = 4, kSign = 8, kLetter = 16 };
+
+constexpr std::array<uint8_t, 256> kClasses = [] {
+  std::array<uint8_t, 256> classes{};
+  const auto assign = [&classes](char first, char last, CharacterClass to) {
+    for (char c = first; c <= last; ++c) classes[static_cast<size_t>(c)] = to;
+  };
+  for (const char c : {' ', '\t', '\r', '\n'}) assign(c, c, kWhitespace);
+  assign('0', '9', kDigit);
+  assign('.', '.', kPoint);
+  for (const char c : {'-', '+'}) assign(c, c, kSign);
+  assign('A', 'Z', kLetter);
+  assign('a', 'z', kLetter);
+  assign('_', '_', kLetter);
+  return classes;
+}();
+
+bool IsOneOf(char c, int classes) noexcept {
+  return (kClasses[static_cast<unsigned char>(c)] & classes) != 0;
 }
-bool IsWordPart(char c) noexcept { return IsWordStart(c) || IsDigit(c); }
-bool IsNumberStart(char c) noexcept { return IsDigit(c) || c == '-' || c == '+' || c == '.'; }
 
 // The value of a hexadecimal digit, or -1.
 int HexValue(char c) noexcept {
-  if (IsDigit(c)) return c - '0';
+  if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
@@ -39,7 +56,7 @@ int HexValue(char c) noexcept {
 // Recursive descent over a cursor into the text. Containers are the only thing that recurses.
 class Parser {
  public:
-  explicit Parser(const char* text) noexcept : cursor_(text) {}
+  explicit Parser(const char* text) noexcept : cursor_(text), end_(text + std::strlen(text)) {}
 
   CPOSObject ParseWhole() {
     CPOSObject object = ParseObject();
@@ -52,7 +69,7 @@ class Parser {
   [[noreturn]] void Fail(const char* message) const { throw CFTParseError(message, cursor_); }
 
   void SkipWhitespace() noexcept {
-    while (IsWhitespace(*cursor_)) ++cursor_;
+    while (IsOneOf(*cursor_, kWhitespace)) ++cursor_;
   }
 
   // Goes to the next token; there must be one.
@@ -83,12 +100,12 @@ class Parser {
   // The object whose first character the cursor is at.
   CPOSObject ReadObject() {
     const char first = *cursor_;
+    if (IsOneOf(first, kDigit | kSign | kPoint)) return ReadNumber();
+    if (IsOneOf(first, kLetter)) return ReadBareWord();
+    if (first == '(') return ReadQuotedString();
     if (first == '[') return ReadArray();
     if (first == '<') return ReadDict();
-    if (first == '(') return ReadQuotedString();
     if (first == '`') return ReadUnicodeString();
-    if (IsWordStart(first)) return ReadBareWord();
-    if (IsNumberStart(first)) return ReadNumber();
     Fail("Unexpected character");
   }
 
@@ -133,41 +150,68 @@ class Parser {
 
   CPOSObject ReadBareWord() {
     const char* const start = cursor_;
-    while (IsWordPart(*cursor_)) ++cursor_;
-    return MakeString(start, cursor_);
+    while (IsOneOf(*cursor_, kLetter | kDigit)) ++cursor_;
+    return MakeString(start, cursor_, false);
   }
 
   // A backslash takes the next character as it is; parentheses are not counted.
   CPOSObject ReadQuotedString() {
     const char* const start = ++cursor_;
-    while (*cursor_ != ')') {
-      if (*cursor_ == '\\') ++cursor_;
+    bool escapes = false;
+    for (;;) {
+      SkipQuotedWords();
+      if (*cursor_ == ')') break;
+      if (*cursor_ == '\\') {
+        escapes = true;
+        ++cursor_;
+      }
       if (*cursor_ == '\0') Fail("Unterminated string");
       ++cursor_;
     }
     const char* const end = cursor_++;
-    return MakeString(start, end);
+    return MakeString(start, end, escapes);
+  }
+
+  // Goes to the next parenthesis or backslash, or to less than a word before the text's end.
+  void SkipQuotedWords() noexcept {
+    using namespace ZEL_T_NMT;  // NOLINT(google-build-using-namespace): the functions over words
+    if constexpr (!kHasByteWords) return;
+    while (end_ - cursor_ >= ptrdiff_t{kWordSize}) {
+      const uint64_t word = LoadWord(cursor_);
+      const uint64_t marked = BytesEqual(word, ')') | BytesEqual(word, '\\');
+      cursor_ += BytesBefore(marked);
+      if (marked != 0) return;
+    }
   }
 
   // From the raw characters of a bare word or quoted string; the cursor is behind the token.
-  CPOSObject MakeString(const char* start, const char* end) {
-    if (static_cast<size_t>(end - start) > kMaxString) Fail("Exceeded max string length");
+  CPOSObject MakeString(const char* start, const char* end, bool escapes) {
+    const auto length = static_cast<size_t>(end - start);
+    if (length > kMaxString) Fail("Exceeded max string length");
     char text[kMaxString + 1];
     char* out = text;
-    while (start != end) {
-      if (*start == '\\') ++start;
-      *out++ = *start++;
+    if (escapes) {
+      while (start != end) {
+        if (*start == '\\') ++start;
+        *out++ = *start++;
+      }
+    } else {
+      std::memcpy(text, start, length);
+      out += length;
     }
     *out = '\0';
     return CPOSString::New(text);
   }
 
   CPOSObject ReadNumber() {
-    const char* const start = cursor_++;
-    while (IsDigit(*cursor_) || *cursor_ == '.') ++cursor_;
-    const auto length = static_cast<size_t>(cursor_ - start);
-    if (length > kMaxNumber) Fail("Exceeded max number length");
-    return CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(start, length, false));
+    const char* const start = cursor_;
+    const size_t limit = std::min(static_cast<size_t>(end_ - start), kMaxNumber + 1);
+    const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(start, limit, false);
+    // The first character belongs to the token whether it begins a number or not.
+    cursor_ += std::max<size_t>(decimal.length, 1);
+    while (IsOneOf(*cursor_, kDigit | kPoint)) ++cursor_;
+    if (static_cast<size_t>(cursor_ - start) > kMaxNumber) Fail("Exceeded max number length");
+    return CPOSNumber::New(decimal.value);
   }
 
   CPOSObject ReadUnicodeString() {
@@ -202,6 +246,7 @@ class Parser {
   }
 
   const char* cursor_;
+  const char* const end_;  // the terminating NUL
   uint32_t depth_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "frame/decimal.h"
 #include "frame/error.h"
 #include "streamer/hex_digits.h"
 
@@ -49,6 +50,29 @@ char ICharStream::EscapedChar() {
   return pair->character;
 }
 
+// Takes the run of bytes in the buffer that stand for themselves.
+inline uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
+  const uint32_t limit = std::min(wanted, count_);
+  const char* const bytes = cursor_;
+  const StreamingParams& params = *params_;
+  uint32_t length = 0;
+  if constexpr (ZEL_T_NMT::kHasByteWords) {
+    uint64_t meant = 0;
+    while (meant == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
+      const uint64_t word = ZEL_T_NMT::LoadWord(bytes + length);
+      meant = params.MayBeMeant(word);
+      ZEL_T_NMT::StoreWord(buffer + length, word);  // what is not counted is replaced
+      length += ZEL_T_NMT::BytesBefore(meant);
+    }
+  }
+  for (; length < limit && params.HowToReadByte(bytes[length]) == RawByte::kContent; ++length) {
+    buffer[length] = bytes[length];
+  }
+  cursor_ += length;
+  count_ -= length;
+  return length;
+}
+
 uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace) {
   uint32_t kept = 0;
   while (kept < wanted) {
@@ -65,17 +89,6 @@ uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, boo
   return kept;
 }
 
-// Takes the run of bytes in the buffer that stand for themselves.
-uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
-  const uint32_t limit = std::min(wanted, count_);
-  uint32_t length = 0;
-  while (length < limit && params_->HowToReadByte(cursor_[length]) == RawByte::kContent) ++length;
-  std::memcpy(buffer, cursor_, length);
-  cursor_ += length;
-  count_ -= length;
-  return length;
-}
-
 uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept {
   const uint32_t limit = std::min(wanted, count_ / 2);
   uint32_t pairs = 0;
@@ -86,6 +99,20 @@ uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted)
   }
   count_ -= 2 * pairs;
   return pairs;
+}
+
+bool ICharStream::GetBufferedNumber(double* number, uint32_t maxLength) noexcept {
+  const uint32_t limit = std::min(maxLength + 1, count_);
+  const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
+  if (decimal.length == 0 || decimal.length == limit ||
+      params_->HowToReadByte(cursor_[decimal.length]) != RawByte::kClose) {
+    return false;
+  }
+  const auto used = static_cast<uint32_t>(decimal.length) + 1;
+  cursor_ += used;
+  count_ -= used;
+  *number = decimal.value;
+  return true;
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

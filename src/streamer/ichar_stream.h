@@ -44,6 +44,19 @@ class ICharStream final : public CharStream {
     return *cursor_++;
   }
 
+  // As GetChar until the character is no space. Only for values that whitespace does not close.
+  bool GetCharAfterSpaces(char* character) {
+    do {
+      char* const end = cursor_ + count_;
+      char* cursor = cursor_;
+      while (cursor != end && IsWhitespace(*cursor)) ++cursor;
+      cursor_ = cursor;
+      count_ = static_cast<uint32_t>(end - cursor);
+      if (!GetChar(character)) return false;
+    } while (*character == ' ');
+    return true;
+  }
+
   // Stores up to `wanted` characters and returns how many: fewer only when the value's closing
   // character came first. If `skipWhitespace`, whitespace is not kept; if `mustFill`, fewer raise
   // "GetChars ran out of input".
@@ -52,6 +65,10 @@ class ICharStream final : public CharStream {
   // Decodes pairs of hexadecimal digits, up to `wanted`, as long as they stand in the buffer side
   // by side, and returns how many: 0 tells nothing but that GetChars has to take over.
   uint32_t GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept;
+
+  // Stores a number that stands in the buffer with its closing character, and uses both up. False,
+  // with nothing used up, when it does not, or takes more than `maxLength` bytes.
+  bool GetBufferedNumber(double* number, uint32_t maxLength) noexcept;
 
  private:
   void ReadBlock();

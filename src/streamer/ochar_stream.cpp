@@ -13,17 +13,39 @@ OCharStream::~OCharStream() {
   }
 }
 
+// Puts the run of bytes that stand for themselves, as far as the block has room for it.
+inline uint32_t OCharStream::PutPlain(const char* text, size_t wanted) noexcept {
+  const auto limit = static_cast<uint32_t>(std::min<size_t>(wanted, kCapacity - count_));
+  char* const place = cursor_ + count_;
+  const StreamingParams& params = *params_;
+  uint32_t length = 0;
+  if constexpr (ZEL_T_NMT::kHasByteWords) {
+    uint64_t escaped = 0;
+    while (escaped == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
+      const uint64_t word = ZEL_T_NMT::LoadWord(text + length);
+      escaped = params.MayBeEscaped(word);
+      ZEL_T_NMT::StoreWord(place + length, word);  // what is not counted is replaced
+      length += ZEL_T_NMT::BytesBefore(escaped);
+    }
+  }
+  for (; length < limit && params.HowToWriteByte(text[length]) == StreamingParams::kPlain;
+       ++length) {
+    place[length] = text[length];
+  }
+  count_ += length;
+  return length;
+}
+
 void OCharStream::PutText(const char* text, size_t length) {
   const char* const end = text + length;
-  while (text != end) {
-    const char* const run = text;
-    while (text != end && params_->HowToWriteByte(*text) == StreamingParams::kPlain) ++text;
-    PutRawBytes(run, static_cast<size_t>(text - run));
-    if (text != end) PutChar(*text++);
+  for (;;) {
+    text += PutPlain(text, static_cast<size_t>(end - text));
+    if (text == end) return;
+    PutChar(*text++);
   }
 }
 
-void OCharStream::PutRawBytes(const char* bytes, size_t length) {
+void OCharStream::PutAcrossBlocks(const char* bytes, size_t length) {
   while (length > 0) {
     if (count_ == kCapacity) WriteWaiting();
     const size_t piece = std::min<size_t>(length, kCapacity - count_);

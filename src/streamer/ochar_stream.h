@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "streamer/char_stream.h"
 
@@ -42,9 +43,36 @@ class OCharStream final : public CharStream {
   // As PutChar of each character.
   void PutText(const char* text, size_t length);
   // As PutRaw of each byte.
-  void PutRawBytes(const char* bytes, size_t length);
+  void PutRawBytes(const char* bytes, size_t length) {
+    if (length > kCapacity - count_) [[unlikely]] {
+      PutAcrossBlocks(bytes, length);
+      return;
+    }
+    std::memcpy(cursor_ + count_, bytes, length);
+    count_ += static_cast<uint32_t>(length);
+  }
+  // The place of the next bytes, where up to `most` may be stored for Advance to put; null where
+  // the block has no room for as many.
+  char* Room(uint32_t most) noexcept {
+    return most <= kCapacity - count_ ? cursor_ + count_ : nullptr;
+  }
+  void Advance(size_t length) noexcept { count_ += static_cast<uint32_t>(length); }
+  // As PutRaw of LF and of `tabs` TABs.
+  void PutNewLine(uint32_t tabs) {
+    constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
+    constexpr uint32_t kLength = sizeof kFewTabs - 1;
+    if (tabs < kLength && kLength <= kCapacity - count_) [[likely]] {
+      std::memcpy(cursor_ + count_, kFewTabs, kLength);  // of which what comes next replaces some
+      count_ += 1 + tabs;
+      return;
+    }
+    PutRaw('\n');
+    while (tabs-- > 0) PutRaw('\t');
+  }
 
  private:
+  uint32_t PutPlain(const char* text, size_t wanted) noexcept;
+  void PutAcrossBlocks(const char* bytes, size_t length);
   void PutEscaped(char character, char how);
   void WriteWaiting();
 };

@@ -53,12 +53,17 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, uint32_t size) {
 
 void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
   constexpr uint32_t kMaxLength = 62;
+  double number;
+  if (input.GetBufferedNumber(&number, kMaxLength)) {
+    result = CPOSNumber::New(number);
+    return;
+  }
   char text[kMaxLength + 1];  // one more tells a number that is too long
   const uint32_t length = input.GetChars(text, sizeof text, false, false);
   if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
     RaisePOSException("malformed number");
   }
-  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true));
+  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
 }
 
 void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/byte_words.h"
+
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 struct EscapePair {
@@ -47,6 +49,17 @@ struct StreamingParams {
   }
   RawByte HowToReadByte(char byte) const noexcept {
     return reading[static_cast<unsigned char>(byte)];
+  }
+
+  // The masks of those of eight bytes that the tables have to be asked about: the others are plain,
+  // or content, in every record.
+  uint64_t MayBeEscaped(uint64_t word) const noexcept {
+    return MayBeMeant(word) | ZEL_T_NMT::BytesEqual(word, '\x7F') |
+           (word & ZEL_T_NMT::WordOf(0x80));
+  }
+  uint64_t MayBeMeant(uint64_t word) const noexcept {
+    return ZEL_T_NMT::BytesBelow(word, ' ') | ZEL_T_NMT::BytesEqual(word, '\\') |
+           ZEL_T_NMT::BytesEqual(word, close);
   }
 
   // The pair with this escape letter, or null.

@@ -16,7 +16,7 @@ void TypeAStreamer::Deserialize(CPOSObject& result, CZELPositionableStream& stre
   input.Finish();
 }
 
-void TypeAStreamer::WriteObject(OCharStream& output, const CPOSObject& object) {
+void TypeAStreamer::WriteObject(OCharStream& output, CPOSObject object) {
   const WritingParams found = FindWritingParams(object);
   if (found.params == nullptr) RaisePOSException("Cannot determine writing params");
   output.PutChar(found.params->open);
@@ -28,9 +28,7 @@ void TypeAStreamer::WriteObject(OCharStream& output, const CPOSObject& object) {
 void TypeAStreamer::ReadObject(CPOSObject& result, ICharStream& input) {
   result = CPOSObject();
   char marker;
-  do {
-    if (!input.GetChar(&marker)) return;
-  } while (marker == ' ');
+  if (!input.GetCharAfterSpaces(&marker)) return;
   const ReadingParams found = FindStreamingParams(marker);
   if (found.params == nullptr) RaisePOSException("Cannot determine streaming params");
   const CharStream::ParamsInForce inForce(input, *found.params);

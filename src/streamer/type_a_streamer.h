@@ -11,8 +11,8 @@ namespace NPOSStreamerImpl::NTypeAImpl {
 class TypeAStreamer;
 
 // Writes the content of an object of its kind. The marker is written, and the kind's rules are in
-// force.
-using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object);
+// force. The object is the same afterwards, unless an error is raised.
+using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
 // Reads the content of an object of its kind up to and including the closing character. The marker
 // is read, and the kind's rules are in force.
 using ReaderProc = void (*)(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
@@ -33,7 +33,7 @@ class TypeAStreamer : public StreamerBase {
   void Deserialize(CPOSObject& result, CZELPositionableStream& stream) override;
 
   // Writes an object whole. Raises "Cannot determine writing params".
-  virtual void WriteObject(OCharStream& output, const CPOSObject& object);
+  virtual void WriteObject(OCharStream& output, CPOSObject object);
   // Reads the next object whole; the result is empty when the closing character of the enclosing
   // value comes first. Raises "Cannot determine streaming params".
   virtual void ReadObject(CPOSObject& result, ICharStream& input);

@@ -46,9 +46,7 @@ WritingParams Version10::FindWritingParams(const CPOSObject& object) const {
 }
 
 void Version10::PutNewLine(TypeAStreamer& streamer, OCharStream& output) {
-  output.PutChar('\n');
-  const int32_t depth = static_cast<Version10&>(streamer).depth_;
-  for (int32_t tab = 0; tab < depth; ++tab) output.PutChar('\t');
+  output.PutNewLine(static_cast<uint32_t>(static_cast<Version10&>(streamer).depth_));
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "streamer/hex_digits.h"
 #include "streamer/number_text.h"
 #include "streamer/version10.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
+
+// Digits and the other characters of numbers are escaped in no record: they are put as raw bytes.
 
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
@@ -22,6 +25,22 @@ using ZEL_T_NMT::RaisePOSException;
 
 namespace {
 
+// An object as one of its kind while it is written, by the reference that its holder has.
+template <class Kind>
+class Borrowed {
+ public:
+  explicit Borrowed(CPOSObject& object) : holder_(object), object_(std::move(object), false) {}
+  Borrowed(const Borrowed&) = delete;
+  Borrowed& operator=(const Borrowed&) = delete;
+  ~Borrowed() { holder_ = std::move(object_); }
+  const Kind& operator*() const noexcept { return object_; }
+  const Kind* operator->() const noexcept { return &object_; }
+
+ private:
+  CPOSObject& holder_;
+  Kind object_;
+};
+
 constexpr uint32_t kBytesPerLine = 40;
 
 void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count) {
@@ -31,43 +50,47 @@ void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count)
     *end++ = kUpperHexDigits[bytes[index] >> 4];
     *end++ = kUpperHexDigits[bytes[index] & 0xF];
   }
-  output.PutText(line, static_cast<size_t>(end - line));
+  output.PutRawBytes(line, static_cast<size_t>(end - line));
 }
 
 }  // namespace
 
-void WriteNumber(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
+void WriteNumber(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
+  const double number = Borrowed<CPOSNumber>(object)->Get();
+  if (char* const place = output.Room(kNumberTextCapacity); place != nullptr) [[likely]] {
+    output.Advance(FormatNumber(number, place));
+    return;
+  }
   char text[kNumberTextCapacity];
-  const size_t length = FormatNumber(CPOSNumber(object, false).Get(), text);
-  output.PutText(text, length);
+  output.PutRawBytes(text, FormatNumber(number, text));
 }
 
-void WriteString(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
-  const CPOSString string(object, false);
-  const char* const text = string.Get();
+void WriteString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
+  const Borrowed<CPOSString> string(object);
+  const char* const text = string->Get();
   output.PutText(text, std::strlen(text));
 }
 
-void WriteUnicodeString(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
-  const CPOSUnicodeString string(object, false);
-  for (const uint16_t* unit = string.Get(); *unit != 0; ++unit) {
+void WriteUnicodeString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
+  const Borrowed<CPOSUnicodeString> string(object);
+  for (const uint16_t* unit = string->Get(); *unit != 0; ++unit) {
     // The high byte in upper case, the low byte in lower case.
     const char digits[] = {kUpperHexDigits[*unit >> 12], kUpperHexDigits[(*unit >> 8) & 0xF],
                            kLowerHexDigits[(*unit >> 4) & 0xF], kLowerHexDigits[*unit & 0xF]};
-    output.PutText(digits, sizeof digits);
+    output.PutRawBytes(digits, sizeof digits);
   }
 }
 
-void WriteBinData(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
-  const CPOSBinData data(object, false);
-  streamer.WriteObject(output, CPOSString::New(data.GetTypeName()));
+void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
+  const Borrowed<CPOSBinData> data(object);
+  streamer.WriteObject(output, CPOSString::New(data->GetTypeName()));
   output.PutChar(' ');
-  const uint32_t size = data.GetSize();
+  const uint32_t size = data->GetSize();
   streamer.WriteObject(output, CPOSNumber::New(size));
   output.PutChar(' ');
   {
     const Version10::Inside inside(streamer, Version10::kBinDataLimit);
-    const auto* bytes = static_cast<const unsigned char*>(data.GetBinData());
+    const auto* bytes = static_cast<const unsigned char*>(data->GetBinData());
     if (bytes == nullptr && size > 0) RaisePOSException("CPOSBinData::GetBinData failed");
     for (uint32_t left = size; left > 0;) {
       const uint32_t count = std::min(left, kBytesPerLine);
@@ -80,36 +103,36 @@ void WriteBinData(TypeAStreamer& streamer, OCharStream& output, const CPOSObject
   Version10::PutNewLine(streamer, output);
 }
 
-void WriteRawPointer(TypeAStreamer&, OCharStream& output, const CPOSObject& object) {
-  const auto value = reinterpret_cast<uintptr_t>(CPOSRawPointer(object, false).GetRawPointer());
+void WriteRawPointer(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
+  const auto value = reinterpret_cast<uintptr_t>(Borrowed<CPOSRawPointer>(object)->GetRawPointer());
   for (size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
     output.PutChar(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
   }
 }
 
-void WriteArray(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
-  const CPOSArray array(object, false);
+void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
+  const Borrowed<CPOSArray> array(object);
   {
     const Version10::Inside inside(streamer, Version10::kContainerLimit);
-    for (uint32_t index = 0; index < array.Count(); ++index) {
+    for (uint32_t index = 0; index < array->Count(); ++index) {
       Version10::PutNewLine(streamer, output);
-      streamer.WriteObject(output, array.GetAt(index));
+      streamer.WriteObject(output, array->GetAt(index));
     }
   }
   Version10::PutNewLine(streamer, output);
 }
 
-void WriteDict(TypeAStreamer& streamer, OCharStream& output, const CPOSObject& object) {
-  const CPOSDict dict(object, false);
+void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
+  const Borrowed<CPOSDict> dict(object);
   {
     const Version10::Inside inside(streamer, Version10::kContainerLimit);
-    const CPOSDictIterator iterator(dict);
+    const CPOSDictIterator iterator(*dict);
     for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
       Version10::PutNewLine(streamer, output);
       const char* const key = iterator.CurKey();
       streamer.WriteObject(output, CPOSString::New(key));
       output.PutChar(' ');
-      streamer.WriteObject(output, dict.Get(key));
+      streamer.WriteObject(output, dict->Get(key));
     }
   }
   Version10::PutNewLine(streamer, output);

@@ -1,9 +1,8 @@
 #include "validator/attributes.h"
 
-#include <cstring>
-
 namespace NPOSValidatorImpl {
 
+using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSDict;
 using ZEL_T_NMT::CPOSNumber;
@@ -11,13 +10,15 @@ using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::Need;
+using ZEL_T_NMT::POSDictIterators;
 
 namespace {
 
-const char* TextOf(ZELInstance string) {
-  const char* text = Need(ZEL_T_NMT::POSStrings()).Get(string);
-  if (text == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
-  return text;
+// For a result that alone does not tell of a failure. `reports` is their number before the call.
+void RaiseIfReported(uint32_t reports, const char* message) {
+  if (ZEL_T_NMT::g_link.reports != reports) [[unlikely]] {
+    ZEL_T_NMT::RaisePOSException(message);
+  }
 }
 
 }  // namespace
@@ -29,12 +30,18 @@ ZELInstance GetMember(ZELInstance dict, const CZELStringAtom& key) {
 std::optional<double> GetNumber(ZELInstance dict, const CZELStringAtom& key) {
   const ZELInstance number = GetMember(dict, key);
   if (number == nullptr || !CPOSNumber::Is(number)) return std::nullopt;
-  return Need(ZEL_T_NMT::POSNumbers()).Get(number);
+  return NumberOf(number);
 }
 
 const char* GetText(ZELInstance dict, const CZELStringAtom& key) {
   const ZELInstance string = GetMember(dict, key);
   return string == nullptr || !CPOSString::Is(string) ? nullptr : TextOf(string);
+}
+
+HeldText GetHeldText(ZELInstance dict, const CZELStringAtom& key) {
+  const ZELInstance string = GetMember(dict, key);
+  if (string == nullptr || !CPOSString::Is(string)) return {};
+  return {ContainerReference(string), TextOf(string)};
 }
 
 CPOSArray GetArray(ZELInstance dict, const CZELStringAtom& key) {
@@ -54,28 +61,55 @@ std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
   return TypeName(keywords, name);
 }
 
-TypeName GetTypeNameAt(const Keywords& keywords, const CPOSArray& names, uint32_t index) {
-  const CPOSString name(names.GetAt(index), false);
-  return TypeName(keywords, name.Get());
+double NumberOf(ZELInstance value) { return Need(ZEL_T_NMT::POSNumbers()).Get(value); }
+
+const char* TextOf(ZELInstance value) {
+  const char* text = Need(ZEL_T_NMT::POSStrings()).Get(value);
+  if (text == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
+  return text;
 }
 
-bool ContainsText(const CPOSArray& texts, const char* text) {
-  const uint32_t count = texts.Count();
-  for (uint32_t i = 0; i < count; ++i) {
-    const CPOSString element(texts.GetAt(i), false);
-    if (SameText(element.Get(), text)) return true;
-  }
-  return false;
+uint32_t CountElements(ZELInstance array) {
+  const uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const uint32_t count = Need(ZEL_T_NMT::POSArrays()).Count(array);
+  RaiseIfReported(reports, "CPOSArray::Count failed");
+  return count;
 }
 
-double NumberOf(const CPOSObject& value) {
-  return Need(ZEL_T_NMT::POSNumbers()).Get(value.Handle());
+ZELInstance GetElement(ZELInstance array, uint32_t index) {
+  const ZELInstance element = Need(ZEL_T_NMT::POSArrays()).GetAt(array, index);
+  if (element == nullptr) ZEL_T_NMT::RaisePOSException("CPOSArray::GetAt subscript failed");
+  return element;
 }
 
-const char* TextOf(const CPOSObject& value) { return TextOf(value.Handle()); }
+HeldText GetTextAt(const CPOSArray& array, uint32_t index) {
+  const ZELInstance element = GetElement(array.Handle(), index);
+  // The downcast has the message for anything else.
+  if (!CPOSString::Is(element)) CPOSString(CPOSObject(element), false);
+  return {ContainerReference(element), TextOf(element)};
+}
 
-bool SameText(const char* left, const char* right) noexcept {
-  return left == right || std::strcmp(left, right) == 0;
+ZELInstance FindMember(ZELInstance dict, const CZELStringAtom& key) {
+  const uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const ZELInstance member = GetMember(dict, key);
+  if (member == nullptr) RaiseIfReported(reports, "CPOSDict::Get failed");
+  return member;
+}
+
+MemberWalk::MemberWalk(ZELInstance dict)
+    : iterator_(ContainerReference::TakeNew(Need(POSDictIterators()).NewPOSDictIterator(dict))) {}
+
+const char* MemberWalk::Key() const {
+  const uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const char* key = Need(POSDictIterators()).CurKey(iterator_.Get());
+  if (key == nullptr) RaiseIfReported(reports, "CPOSDictIterator::CurKey failed");
+  return key;
+}
+
+void MemberWalk::Next() const {
+  const uint32_t reports = ZEL_T_NMT::g_link.reports;
+  Need(POSDictIterators()).Next(iterator_.Get());
+  RaiseIfReported(reports, "CPOSDictIterator::Next failed");
 }
 
 }  // namespace NPOSValidatorImpl

@@ -1,10 +1,10 @@
-// Reading the members of type definitions. An attribute that is absent and one of the wrong kind
-// are the same: as if it were not there.
+// Reading type definitions and the values at hand, by handles that the caller has.
 //
-// A borrowed handle or text is valid while nothing foreign runs and its dictionary is held: use it
-// before a value is validated.
+// A borrowed handle or text is valid while nothing foreign runs and what it came from is held: use
+// it before a value is validated.
 #pragma once
 
+#include <cstring>
 #include <optional>
 
 #include "frame/pos_wrappers.h"
@@ -16,9 +16,19 @@ namespace NPOSValidatorImpl {
 // the dictionary interface and has no members.
 ZELInstance GetMember(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 
+// A text with the String that it belongs to; null when there is none.
+struct HeldText {
+  ZEL_T_NMT::ContainerReference string;
+  const char* text = nullptr;
+};
+
+// Members of a type definition. One that is absent and one of the wrong kind are the same: as if it
+// were not there.
+
 std::optional<double> GetNumber(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 // Borrowed; null when there is none.
 const char* GetText(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
+HeldText GetHeldText(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 // Held; empty when there is none.
 ZEL_T_NMT::CPOSArray GetArray(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 ZEL_T_NMT::CPOSDict GetDict(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
@@ -26,14 +36,34 @@ ZEL_T_NMT::CPOSDict GetDict(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& k
 // The type that a member names, if it is a String.
 std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
                                     const ZEL_T_NMT::CZELStringAtom& key);
-// The type that an element names; raises when it is not a String or not there.
-TypeName GetTypeNameAt(const Keywords& keywords, const ZEL_T_NMT::CPOSArray& names, uint32_t index);
-// Whether one of the elements up to that one has this text; raises at one that is not a String.
-bool ContainsText(const ZEL_T_NMT::CPOSArray& texts, const char* text);
 
-// The contents of a value that is known to be of the type.
-double NumberOf(const ZEL_T_NMT::CPOSObject& value);
-const char* TextOf(const ZEL_T_NMT::CPOSObject& value);
-bool SameText(const char* left, const char* right) noexcept;
+// What a value holds that is known to be of the type; handles are borrowed.
+
+double NumberOf(ZELInstance value);
+const char* TextOf(ZELInstance value);
+uint32_t CountElements(ZELInstance array);
+// Raises "CPOSArray::GetAt subscript failed" for an empty slot and beyond the end.
+ZELInstance GetElement(ZELInstance array, uint32_t index);
+// The text of an element; raises when that is not a String or not there.
+HeldText GetTextAt(const ZEL_T_NMT::CPOSArray& array, uint32_t index);
+// Null when absent.
+ZELInstance FindMember(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
+
+// A walk over the keys of a dictionary, in their order.
+class MemberWalk {
+ public:
+  explicit MemberWalk(ZELInstance dict);
+  // Null behind the last one.
+  const char* Key() const;
+  void Next() const;
+
+ private:
+  ZEL_T_NMT::ContainerReference iterator_;
+};
+
+// As strcmp; texts of atoms are mostly told to be the same by their address.
+inline int CompareTexts(const char* left, const char* right) noexcept {
+  return left == right ? 0 : std::strcmp(left, right);
+}
 
 }  // namespace NPOSValidatorImpl

@@ -1,11 +1,11 @@
 // The checks that clients attach to type names of a schema.
 #pragma once
 
-#include <cstring>
 #include <map>
 
 #include "frame/client_base.h"
 #include "frame/string_atom.h"
+#include "validator/text_order.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {
@@ -15,7 +15,7 @@ struct Callback {
   void* clientData;
 };
 
-// Ordered by the bytes of the names, one entry per name; nodes come from the memory interface.
+// One entry per name; nodes come from the memory interface.
 class CallbackMap {
  public:
   // The entry takes the place of an earlier one; when it cannot be made, that one stays.
@@ -25,6 +25,7 @@ class CallbackMap {
     entries_.erase(name);
     entries_.merge(entry);
   }
+  bool IsEmpty() const noexcept { return entries_.empty(); }
   // Null when there is none.
   const Callback* Find(const char* name) const {
     const auto entry = entries_.find(name);
@@ -32,16 +33,8 @@ class CallbackMap {
   }
 
  private:
-  struct ByText {
-    using is_transparent = void;
-    static const char* Text(const char* text) noexcept { return text; }
-    static const char* Text(const ZEL_T_NMT::CZELStringAtom& atom) noexcept { return atom.Text(); }
-    bool operator()(const auto& left, const auto& right) const noexcept {
-      return std::strcmp(Text(left), Text(right)) < 0;
-    }
-  };
   using Entries =
-      std::map<ZEL_T_NMT::CZELStringAtom, Callback, ByText,
+      std::map<ZEL_T_NMT::CZELStringAtom, Callback, TextOrder,
                ZEL_T_NMT::BinderAllocator<std::pair<const ZEL_T_NMT::CZELStringAtom, Callback>>>;
 
   Entries entries_;

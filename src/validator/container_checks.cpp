@@ -1,144 +1,136 @@
 // The categories of values that hold others.
+#include <cstring>
+
 #include "validator/struct_validator.h"
 
 namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSDict;
-using ZEL_T_NMT::CPOSDictIterator;
 using ZEL_T_NMT::CPOSString;
+using ZEL_T_NMT::CZELStringAtom;
 
 namespace {
-
-// Both dictionaries are walked in the order of their keys, side by side.
-int32_t AppendMissingMembers(const CPOSDict& required, const CPOSDictIterator& members,
-                             ErrorList& errors) {
-  int32_t findings = 0;
-  for (const CPOSDictIterator names(required); !names.IsDone(); names.Next()) {
-    const char* name = names.CurKey();
-    int order = -1;
-    while (!members.IsDone() && (order = std::strcmp(members.CurKey(), name)) < 0) members.Next();
-    if (order == 0) continue;
-    errors.Append(FormatIntoPOSString("Missing required member %s", {name}));
-    AddFindings(findings, 1);
-  }
-  return findings;
-}
 
 // A member's key is a String in any case.
 bool AcceptsEveryKey(const TypeName& type) noexcept {
   return type.Builtin() == Keyword::kAny || type.Builtin() == Keyword::kString;
 }
 
+ZELInstance GetValue(ZELInstance dict, const CZELStringAtom& key) {
+  const ZELInstance value = GetMember(dict, key);
+  if (value == nullptr) ZEL_T_NMT::RaisePOSException("CPOSDict::Get failed");
+  return value;
+}
+
 }  // namespace
 
-int32_t StructValidator::ValidateArray(Validation& validation, ZELInstance definition,
-                                       const CPOSObject& value, ErrorList& errors) const {
-  const CPOSArray array(value, true);
-  if (array.IsEmpty()) {
+int32_t StructValidator::ValidateArray(Validation& validation, Definition& definition,
+                                       ZELInstance array, ErrorList& errors) const {
+  if (!CPOSArray::Is(array)) {
     errors.Append(FormatIntoPOSString("Array object expected"));
     return 1;
   }
-  const uint32_t count = array.Count();
-  const std::optional<TypeName> memberType =
-      GetTypeName(keywords_, definition, keywords_[Keyword::kMemberType]);
-  const CPOSArray memberTypes = GetArray(definition, keywords_[Keyword::kMemberType]);
+  const uint32_t count = CountElements(array);
+  TypeNames& types = definition.Types(Keyword::kMemberType);
   int32_t findings =
       CheckLength(definition, static_cast<double>(count), "Array length below mininum value %d",
                   "Array length above maximum value", errors);
-  if (!memberTypes.IsEmpty() && memberTypes.Count() != count) {
+  if (types.AreArray() && types.ArrayCount() != count) {
     errors.Append(
         FormatIntoPOSString("Heterogenous array object size did not match type array size"));
     return findings + 1;
   }
-  if (!memberType && memberTypes.IsEmpty()) return findings;
+  if (!types.AreOne() && !types.AreArray()) return findings;
   for (uint32_t i = 0; i < count; ++i) {
-    std::optional<TypeName> listed;
-    if (!memberType) listed = GetTypeNameAt(keywords_, memberTypes, i);
-    const CPOSObject element = array.GetAt(i);
-    AddFindings(findings, ValidatePart(validation, memberType ? *memberType : *listed, element,
-                                       errors, "[%d]:", static_cast<int32_t>(i)));
+    const TypeName& type = types.At(i);
+    const ZELInstance element = GetElement(array, i);
+    const auto held = validation.Hold(element);
+    AddFindings(findings,
+                ValidatePart(validation, type, element, errors, "[%d]:", static_cast<int32_t>(i)));
   }
   return findings;
 }
 
-struct StructValidator::MemberTypes {
-  std::optional<TypeName> key;
-  std::optional<TypeName> value;
-  CPOSDict required;
-  CPOSDict optional;
-};
-
-int32_t StructValidator::ValidateDict(Validation& validation, ZELInstance definition,
-                                      const CPOSObject& value, ErrorList& errors) const {
-  const CPOSDict dict(value, true);
-  if (dict.IsEmpty()) {
+int32_t StructValidator::ValidateDict(Validation& validation, Definition& definition,
+                                      ZELInstance dict, ErrorList& errors) const {
+  if (!CPOSDict::Is(dict)) {
     errors.Append(FormatIntoPOSString("Dict object expected"));
     return 1;
   }
-  const MemberTypes types = {GetTypeName(keywords_, definition, keywords_[Keyword::kKeyType]),
-                             GetTypeName(keywords_, definition, keywords_[Keyword::kValueType]),
-                             GetDict(definition, keywords_[Keyword::kRequired]),
-                             GetDict(definition, keywords_[Keyword::kOptional])};
-  const CPOSDictIterator members(dict);
-  if (!types.required.IsEmpty()) {
-    const int32_t missing = AppendMissingMembers(types.required, members, errors);
-    if (missing > 0) return missing;
-    members.Begin();
-  }
-  int32_t findings = 0;
-  for (; !members.IsDone(); members.Next()) {
-    const CZELStringAtom key(members.CurKey());
-    AddFindings(findings, ValidateMember(validation, types, dict, key, errors));
+  DictRules& rules = definition.Members();
+  RequiredMembers required(validation);
+  int32_t findings = required.Fetch(rules, dict, errors);
+  if (findings > 0) return findings;
+  // Both the required members and those of the dictionary come in the order of their keys.
+  size_t place = 0;
+  const size_t count = rules.Required().size();
+  for (const MemberWalk members(dict); const char* text = members.Key(); members.Next()) {
+    int order = 1;
+    while (place < count && (order = CompareTexts(rules.Required()[place].key.Text(), text)) < 0) {
+      ++place;
+    }
+    const MemberRule* rule = order == 0 ? &rules.Required()[place] : rules.FindOptional(text);
+    ZELInstance value = order == 0 ? required.At(place) : nullptr;
+    if (rule == nullptr) {
+      AddFindings(findings, ValidateOtherMember(validation, rules, dict, text, errors));
+      continue;
+    }
+    if (value == nullptr) value = GetValue(dict, rule->key);
+    AddFindings(findings, ValidateMember(validation, rules, rule->key, rule, value, errors));
   }
   return findings;
 }
 
-int32_t StructValidator::ValidateMember(Validation& validation, const MemberTypes& types,
-                                        const CPOSDict& dict, const CZELStringAtom& key,
-                                        ErrorList& errors) const {
-  const CPOSObject value = dict.Get(key, false);
+int32_t StructValidator::ValidateOtherMember(Validation& validation, const DictRules& rules,
+                                             ZELInstance dict, const char* keyText,
+                                             ErrorList& errors) const {
+  const CZELStringAtom key(keyText);
+  return ValidateMember(validation, rules, key, nullptr, GetValue(dict, key), errors);
+}
+
+int32_t StructValidator::ValidateMember(Validation& validation, const DictRules& rules,
+                                        const CZELStringAtom& key, const MemberRule* rule,
+                                        ZELInstance value, ErrorList& errors) const {
+  const auto held = validation.Hold(value);
+  const char* name = key.Text();
   int32_t findings = 0;
   bool isKnown = false;
-  if (types.key) {
+  if (const auto& type = rules.KeyType()) {
     isKnown = true;
-    if (!AcceptsEveryKey(*types.key)) {
-      AddFindings(findings,
-                  ValidatePart(validation, *types.key, CPOSString::New(key.Text()), errors,
-                               "%s (key, type != %s):", key.Text(), types.key->Text()));
+    if (!AcceptsEveryKey(*type)) {
+      const CPOSObject keyValue = CPOSString::New(name);
+      AddFindings(findings, ValidatePart(validation, *type, keyValue.Handle(), errors,
+                                         "%s (key, type != %s):", name));
     }
   }
-  if (types.value) {
-    AddFindings(findings, ValidatePart(validation, *types.value, value, errors,
-                                       "%s (value, type != %s):", key.Text(), types.value->Text()));
+  if (const auto& type = rules.ValueType()) {
+    AddFindings(findings,
+                ValidatePart(validation, *type, value, errors, "%s (value, type != %s):", name));
   }
-  const struct {
-    const CPOSDict& types;
-    const char* prefixFormat;
-  } lists[] = {{types.required, "%s (required, type != %s):"},
-               {types.optional, "%s (optional, type != %s):"}};
-  for (const auto& list : lists) {
-    if (list.types.IsEmpty()) continue;
-    const std::optional<TypeName> type = GetTypeName(keywords_, list.types.Handle(), key);
-    if (!type) continue;
+  if (rule != nullptr && rule->required) {
     isKnown = true;
-    AddFindings(findings, ValidatePart(validation, *type, value, errors, list.prefixFormat,
-                                       key.Text(), type->Text()));
+    AddFindings(findings, ValidatePart(validation, *rule->required, value, errors,
+                                       "%s (required, type != %s):", name));
+  }
+  if (rule != nullptr && rule->optional) {
+    isKnown = true;
+    AddFindings(findings, ValidatePart(validation, *rule->optional, value, errors,
+                                       "%s (optional, type != %s):", name));
   }
   if (!isKnown) {
     AddFindings(findings, 1);
-    errors.Append(FormatIntoPOSString("Unknown member %s", {key.Text()}));
+    errors.Append(FormatIntoPOSString("Unknown member %s", {name}));
   }
   return findings;
 }
 
-int32_t StructValidator::ValidateUnion(Validation& validation, ZELInstance definition,
-                                       const CPOSObject& value, ErrorList& errors) const {
-  const CPOSArray set = GetArray(definition, keywords_[Keyword::kSet]);
-  const uint32_t count = set.IsEmpty() ? 0 : set.Count();
+int32_t StructValidator::ValidateUnion(Validation& validation, Definition& definition,
+                                       ZELInstance value, ErrorList& errors) const {
+  TypeNames& set = definition.Types(Keyword::kSet);
   ErrorList collected;
-  for (uint32_t i = 0; i < count; ++i) {
-    const TypeName type = GetTypeNameAt(keywords_, set, i);
+  for (uint32_t i = 0; i < set.ArrayCount(); ++i) {
+    const TypeName& type = set.At(i);
     if (ValidatePart(validation, type, value, collected, "Trying %s:", type.Text()) == 0) {
       return 0;
     }
@@ -147,13 +139,12 @@ int32_t StructValidator::ValidateUnion(Validation& validation, ZELInstance defin
   return 1;
 }
 
-int32_t StructValidator::ValidateIntersection(Validation& validation, ZELInstance definition,
-                                              const CPOSObject& value, ErrorList& errors) const {
-  const CPOSArray set = GetArray(definition, keywords_[Keyword::kSet]);
-  const uint32_t count = set.IsEmpty() ? 0 : set.Count();
+int32_t StructValidator::ValidateIntersection(Validation& validation, Definition& definition,
+                                              ZELInstance value, ErrorList& errors) const {
+  TypeNames& set = definition.Types(Keyword::kSet);
   int32_t findings = 0;
-  for (uint32_t i = 0; i < count; ++i) {
-    const TypeName type = GetTypeNameAt(keywords_, set, i);
+  for (uint32_t i = 0; i < set.ArrayCount(); ++i) {
+    const TypeName& type = set.At(i);
     AddFindings(findings, ValidatePart(validation, type, value, errors,
                                        "Failed intersection type %s:", type.Text()));
   }

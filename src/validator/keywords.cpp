@@ -8,23 +8,15 @@ using ZEL_T_NMT::CZELStringAtom;
 const char* const kKeywordTexts[kKeywordCount] = {ZEL_SCHEMA_KEYWORDS(ZEL_KEYWORD_TEXT)};
 #undef ZEL_KEYWORD_TEXT
 
-namespace {
-
-Keyword FindBuiltin(const Keywords& keywords, const char* atomText) noexcept {
-  const Keyword word = keywords.Find(atomText);
-  return IsBuiltinType(word) ? word : Keyword::kNone;
-}
-
-}  // namespace
-
 Keywords::Keywords() {
   for (uint32_t i = 0; i < kKeywordCount; ++i) atoms_[i] = CZELStringAtom(kKeywordTexts[i]);
 }
 
-Keyword Keywords::Find(const char* atomText) const noexcept {
-  uint32_t i = 0;
-  while (i < kKeywordCount && atoms_[i].Text() != atomText) ++i;
-  return static_cast<Keyword>(i);
+Keyword Keywords::Find(const char* atomText, uint32_t count) const noexcept {
+  for (uint32_t i = 0; i < count; ++i) {
+    if (atoms_[i].Text() == atomText) return static_cast<Keyword>(i);
+  }
+  return Keyword::kNone;
 }
 
 Keyword Keywords::FindText(const char* text) const {
@@ -33,13 +25,13 @@ Keyword Keywords::FindText(const char* text) const {
 }
 
 TypeName::TypeName(const Keywords& keywords, CZELStringAtom name)
-    : builtin_(FindBuiltin(keywords, name.Text())), text_(name.Text()) {
+    : text_(name.Text()), builtin_(keywords.FindBuiltin(text_)) {
   if (builtin_ == Keyword::kNone) atom_ = std::move(name);
 }
 
 // Should the text not be an atom's, the name is still found, by the atom made of it.
 TypeName::TypeName(const Keywords& keywords, const char* text)
-    : builtin_(FindBuiltin(keywords, text)), text_(text) {
+    : text_(text), builtin_(keywords.FindBuiltin(text)) {
   if (builtin_ == Keyword::kNone) *this = TypeName(keywords, CZELStringAtom(text));
 }
 

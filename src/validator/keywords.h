@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "frame/client_base.h"
 #include "frame/string_atom.h"
 
 namespace NPOSValidatorImpl {
@@ -61,17 +62,24 @@ class Keywords {
   const ZEL_T_NMT::CZELStringAtom& operator[](Keyword word) const noexcept {
     return atoms_[static_cast<uint32_t>(word)];
   }
-  // The word whose atom has this very text, by its address.
-  Keyword Find(const char* atomText) const noexcept;
+  // The built-in type whose atom has this very text, by its address.
+  Keyword FindBuiltin(const char* atomText) const noexcept {
+    return Find(atomText, static_cast<uint32_t>(Keyword::kRawPtr) + 1);
+  }
   // The word that a String holds: its text is its atom's, and if it should not be, an atom is made.
   Keyword FindText(const char* text) const;
 
  private:
+  // Among the first words.
+  Keyword Find(const char* atomText, uint32_t count = kKeywordCount) const noexcept;
+
   ZEL_T_NMT::CZELStringAtom atoms_[kKeywordCount];
 };
 
+class Definition;
+
 // A type's name with what it stands for: a built-in type, or else the atom that it is looked up by.
-class TypeName {
+class TypeName : public ZEL_T_NMT::CZELClientBase {
  public:
   TypeName(const Keywords& keywords, ZEL_T_NMT::CZELStringAtom name);
   // From a String's text, which is its atom's: an atom is made only for a name of the schema.
@@ -83,10 +91,22 @@ class TypeName {
   const ZEL_T_NMT::CZELStringAtom& Atom() const noexcept { return atom_; }
   const char* Text() const noexcept { return text_; }
 
+  // The definition that the name was found to have in this run of validation, after so many changes
+  // of the schema; else null.
+  Definition* Found(uint32_t changes) const noexcept {
+    return foundAfter_ == changes ? found_ : nullptr;
+  }
+  void SetFound(Definition& definition, uint32_t changes) const noexcept {
+    found_ = &definition;
+    foundAfter_ = changes;
+  }
+
  private:
-  Keyword builtin_;
   const char* text_;
   ZEL_T_NMT::CZELStringAtom atom_;
+  mutable Definition* found_ = nullptr;
+  mutable uint32_t foundAfter_ = 0;
+  Keyword builtin_;
 };
 
 }  // namespace NPOSValidatorImpl

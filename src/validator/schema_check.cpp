@@ -131,7 +131,8 @@ bool IsValidSchema(ZELInstance schemaHandle, POSValidatorMessageProc report) {
   const CPOSDict metaSchema = ParseMetaSchema();
   CPOSDict knownTypes = KnownTypes(schema);
   StructValidator validator(metaSchema);
-  validator.RegisterCallback(CZELStringAtom("TypeName"), &TypeNameCallback, &knownTypes);
+  validator.RegisterCallback(CZELStringAtom("TypeName"), &TypeNameCallback, &knownTypes,
+                             StructValidator::CallbackKind::kOwn);
   return validator.Validate(schema, CZELStringAtom("StructSchema"), report);
 }
 

@@ -29,97 +29,104 @@ CPOSObject NewStringFromBuffer(const char* text) {
 StructValidator::StructValidator(CPOSObject schema) : schema_(std::move(schema)) {}
 
 void StructValidator::RegisterCallback(const CZELStringAtom& typeName,
-                                       POSStructValidatorCallbackProc procedure, void* clientData) {
+                                       POSStructValidatorCallbackProc procedure, void* clientData,
+                                       CallbackKind kind) {
   callbacks_.Put(typeName, {procedure, clientData});
+  if (kind == CallbackKind::kForeign) hasForeignCallbacks_ = true;
 }
 
 bool StructValidator::Validate(const CPOSObject& value, const CZELStringAtom& typeName,
                                POSValidatorMessageProc report) {
   ErrorList errors;
   errors.Create();
-  Validation validation{schema_};
-  if (ValidateValue(validation, TypeName(keywords_, typeName), value, errors) == 0) return true;
+  const TypeName type(keywords_, typeName);
+  {  // what the run holds is given back before the messages go out
+    Validation validation{schema_, hasForeignCallbacks_};
+    if (ValidateValue(validation, type, value.Handle(), errors) == 0) return true;
+  }
   errors.Report(report);
   return false;
 }
 
 int32_t StructValidator::ValidateValue(Validation& validation, const TypeName& typeName,
-                                       const CPOSObject& value, ErrorList& errors) const {
-  switch (CheckBuiltinType(typeName.Builtin(), value, errors)) {
-    case BuiltinCheckResult::kBuiltinValid:
-      return 0;
-    case BuiltinCheckResult::kBuiltinInvalid:
-      return 1;
-    case BuiltinCheckResult::kNotBuiltin:
-      break;
+                                       ZELInstance value, ErrorList& errors) const {
+  if (typeName.Builtin() != Keyword::kNone) {
+    return CheckBuiltinType(typeName.Builtin(), value, errors) == BuiltinCheckResult::kBuiltinValid
+               ? 0
+               : 1;
   }
   const int32_t findings = ValidateDefinedType(validation, typeName, value, errors);
-  return findings > 0 ? findings : ValidateWithCallback(typeName, value, errors);
+  if (findings > 0 || callbacks_.IsEmpty()) return findings;
+  return ValidateWithCallback(validation, typeName, value, errors);
 }
 
-int32_t StructValidator::ValidateWithCallback(const TypeName& typeName, const CPOSObject& value,
-                                              ErrorList& errors) const {
+int32_t StructValidator::ValidateWithCallback(Validation& validation, const TypeName& typeName,
+                                              ZELInstance value, ErrorList& errors) const {
   const Callback* entry = callbacks_.Find(typeName.Text());
   if (entry == nullptr || entry->procedure == nullptr) return 0;
   const SharedBuffer buffer(kMessageBytes);
   char* text = static_cast<char*>(buffer.Data());
   text[0] = '\0';
-  if (entry->procedure(value.Handle(), typeName.Atom().Atom(), buffer.Handle(),
-                       entry->clientData) != 0) {
-    return 0;
-  }
+  const int32_t accepted =
+      entry->procedure(value, typeName.Atom().Atom(), buffer.Handle(), entry->clientData);
+  if (validation.mayChange) ++validation.changes;
+  if (accepted != 0) return 0;
   errors.Append(NewStringFromBuffer(text));
   return 1;
 }
 
 int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeName& typeName,
-                                             const CPOSObject& value, ErrorList& errors) const {
+                                             ZELInstance value, ErrorList& errors) const {
   const NestingLevel level(validation.depth);
-  const ZELInstance definition = GetMember(validation.schema.Handle(), typeName.Atom());
-  if (definition == nullptr || !CPOSDict::Is(definition)) {
+  Definition* definition = typeName.Found(validation.changes);
+  if (definition == nullptr) definition = FindDefinition(validation, typeName);
+  if (definition == nullptr) {
     errors.Append(
         FormatIntoPOSString("Schema not applicable, no definition for %s", {typeName.Text()}));
     return 1;
   }
-  const Keyword category = GetCategory(definition, typeName);
-  switch (category) {
+  switch (definition->Category()) {
     case Keyword::kInt:
     case Keyword::kReal:
+      return ValidateNumber(*definition, value, errors);
     case Keyword::kString:
+      return ValidateString(*definition, value, errors);
     case Keyword::kUnicodeString:
     case Keyword::kBinData:
     case Keyword::kRawPtr:
     case Keyword::kZELObjRef:
     case Keyword::kQXBaseObjRef:
     case Keyword::kZELErrorObjRef:
-      return ValidateScalar(category, definition, value, errors);
+      return ValidateScalar(*definition, value, errors);
     case Keyword::kArray:
-      return ValidateArray(validation, definition, value, errors);
+      return ValidateArray(validation, *definition, value, errors);
     case Keyword::kDict:
-      return ValidateDict(validation, definition, value, errors);
+      return ValidateDict(validation, *definition, value, errors);
     case Keyword::kUnion:
-      return ValidateUnion(validation, definition, value, errors);
+      return ValidateUnion(validation, *definition, value, errors);
     case Keyword::kIntersection:
-      return ValidateIntersection(validation, definition, value, errors);
+      return ValidateIntersection(validation, *definition, value, errors);
     default:
       throw DUXException("Unknown category in schema");
   }
 }
 
-Keyword StructValidator::GetCategory(ZELInstance definition, const TypeName& typeName) const {
-  const char* text = GetText(definition, keywords_[Keyword::kCategory]);
-  if (text == nullptr) throw MalformedSchemaException(typeName.Atom());
-  return keywords_.FindText(text);
+Definition* StructValidator::FindDefinition(Validation& validation,
+                                            const TypeName& typeName) const {
+  const ZELInstance dict = GetMember(validation.schema.Handle(), typeName.Atom());
+  if (dict == nullptr || !CPOSDict::Is(dict)) return nullptr;
+  const auto [entry, isNew] = validation.definitions.try_emplace(dict, keywords_, typeName, dict);
+  typeName.SetFound(entry->second, validation.changes);
+  return &entry->second;
 }
 
 int32_t StructValidator::ValidatePart(Validation& validation, const TypeName& typeName,
-                                      const CPOSObject& part, ErrorList& errors,
-                                      const char* prefixFormat, FormatArgument first,
-                                      FormatArgument second) const {
+                                      ZELInstance part, ErrorList& errors, const char* prefixFormat,
+                                      FormatArgument first) const {
   ErrorList found;
   const int32_t findings = ValidateValue(validation, typeName, part, found);
   if (findings > 0) {
-    const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, second});
+    const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, typeName.Text()});
     AppendPrefixedMessages(errors, found, prefix.Get());
   }
   return findings;

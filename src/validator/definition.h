@@ -1,0 +1,126 @@
+// A type definition of a schema, as one run of validation knows it.
+//
+// An attribute is read when it is first asked for and then kept: of many values of a type only the
+// first pays for reading the schema. Everything kept is held as well: a callback that changes the
+// schema, though it must not, takes nothing away that is in use.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "frame/client_base.h"
+#include "validator/attributes.h"
+#include "validator/keywords.h"
+#include "validator/text_order.h"
+
+namespace NPOSValidatorImpl {
+
+// The types of a value's parts, or those to try a value against: one for all, or an array of them.
+class TypeNames : public ZEL_T_NMT::CZELClientBase {
+ public:
+  // From "membertype", which may be either, or "set", which is an array.
+  TypeNames(const Keywords& keywords, ZELInstance definition, Keyword attribute);
+
+  bool AreOne() const noexcept { return one_.has_value(); }
+  bool AreArray() const noexcept { return !array_.IsEmpty(); }
+  uint32_t ArrayCount() const noexcept { return count_; }
+  // The one, or that of an element: to be asked for in order; raises for an element that is not a
+  // String or not there. A name stays where it is, whatever is asked for meanwhile.
+  const TypeName& At(uint32_t index);
+
+ private:
+  using Names =
+      std::vector<std::unique_ptr<TypeName>, ZEL_T_NMT::BinderAllocator<std::unique_ptr<TypeName>>>;
+
+  const Keywords& keywords_;
+  std::optional<TypeName> one_;
+  ZEL_T_NMT::CPOSArray array_;
+  uint32_t count_;
+  Names names_;
+};
+
+// What a definition says of one member of dictionaries.
+struct MemberRule {
+  ZEL_T_NMT::CZELStringAtom key;
+  std::optional<TypeName> required;
+  std::optional<TypeName> optional;
+};
+
+// What a definition says of the members of dictionaries.
+class DictRules : public ZEL_T_NMT::CZELClientBase {
+ public:
+  using Rules = std::vector<MemberRule, ZEL_T_NMT::BinderAllocator<MemberRule>>;
+
+  DictRules(const Keywords& keywords, ZELInstance definition);
+
+  const std::optional<TypeName>& KeyType() const noexcept { return keyType_; }
+  const std::optional<TypeName>& ValueType() const noexcept { return valueType_; }
+  // In the order in which dictionaries are walked.
+  const Rules& Required() const noexcept { return required_; }
+  // The rule for a member that is not required; null when it is not an optional one either.
+  const MemberRule* FindOptional(const char* key);
+
+ private:
+  using OptionalRules =
+      std::map<const char*, MemberRule, TextOrder,
+               ZEL_T_NMT::BinderAllocator<std::pair<const char* const, MemberRule>>>;
+
+  std::optional<TypeName> OptionalType(const ZEL_T_NMT::CZELStringAtom& key) const;
+
+  const Keywords& keywords_;
+  std::optional<TypeName> keyType_;
+  std::optional<TypeName> valueType_;
+  ZEL_T_NMT::CPOSDict optional_;
+  Rules required_;
+  OptionalRules foundOptional_;  // under the texts of their keys
+};
+
+class Definition {
+ public:
+  // Raises for a dictionary without category.
+  Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict);
+  Definition(const Definition&) = delete;
+  Definition& operator=(const Definition&) = delete;
+
+  // kNone or another word for an unknown one.
+  Keyword Category() const noexcept { return category_; }
+
+  // One of the bounds, kMin to kMaxLen. NaN when there is none: no comparison with it is true.
+  double Bound(Keyword attribute) {
+    const uint32_t index = BoundIndex(attribute);
+    if ((boundsRead_ >> index & 1u) == 0) ReadBound(attribute);
+    return bounds_[index];
+  }
+  // Null when there are none.
+  const char* IllegalChars();
+  // Whether the definition enumerates no texts, or this one among them; raises at an element before
+  // it that is not a String.
+  bool Admits(const char* text);
+  // The types under "set" or "membertype", whichever it is that the category has.
+  TypeNames& Types(Keyword attribute);
+  DictRules& Members();
+
+ private:
+  static constexpr uint32_t kFirstBound = static_cast<uint32_t>(Keyword::kMin);
+  static constexpr uint32_t kBoundCount = static_cast<uint32_t>(Keyword::kMaxLen) - kFirstBound + 1;
+  static uint32_t BoundIndex(Keyword attribute) noexcept {
+    return static_cast<uint32_t>(attribute) - kFirstBound;
+  }
+  void ReadBound(Keyword attribute);
+
+  const Keywords& keywords_;
+  ZEL_T_NMT::ContainerReference dict_;
+  Keyword category_;
+  uint32_t boundsRead_ = 0;  // a bit for each
+  double bounds_[kBoundCount];
+  std::optional<HeldText> illegalChars_;
+  std::optional<ZEL_T_NMT::CPOSArray> choices_;
+  uint32_t choiceCount_ = 0;
+  std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> firstChoices_;
+  std::unique_ptr<TypeNames> types_;
+  std::unique_ptr<DictRules> members_;
+};
+
+}  // namespace NPOSValidatorImpl
