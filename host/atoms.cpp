@@ -180,7 +180,7 @@ struct Found {
 
 [[gnu::noinline]] Found Add(const char* text, std::size_t length, std::uint32_t hash) {
   if (length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  if (table.used >= table.mask / 4 * 3) DoubleSlots();
+  if (table.used >= table.mask / 2) DoubleSlots();
   const ZELStringAtom atom = TakeBlock(UnitsFor(length));
   Entry& entry = EntryOf(atom);
   char* copy = Behind(entry);

@@ -191,7 +191,7 @@ bool Heap::FreeGuarded(void* block) noexcept {
 bool Heap::IsLive(const void* block) const noexcept {
   if (guard_ != nullptr) return guard_->contains(block);
   if (!open_) return false;
-  Chunk* chunk = ChunkOf(block);
+  Chunk* chunk = FindChunk(block);
   return chunk == nullptr ? LinksOf(block)->mark == kLargeMark : chunk->FactsOf(block) != nullptr;
 }
 
@@ -201,7 +201,7 @@ std::size_t Heap::Size(const void* block) const noexcept {
     const auto found = guard_->find(block);
     return found == guard_->end() ? 0 : found->second.size;
   }
-  Chunk* chunk = ChunkOf(block);
+  Chunk* chunk = FindChunk(block);
   if (chunk == nullptr) return LinksOf(block)->size;
   const Facts* facts = chunk->FactsOf(block);
   return facts == nullptr ? 0 : chunk->cellSize - (*facts & kSlackMask);

@@ -131,8 +131,13 @@ class Heap {
         const_cast<std::byte*>(static_cast<const std::byte*>(block) - kLargePrefix));
   }
 
-  // The chunk that an address lies in, or null.
-  Chunk* ChunkOf(const void* block) const noexcept {
+  // The chunk that an address lies in, or null. Blocks of one size are often given back in a row.
+  Chunk* ChunkOf(const void* block) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    if ((reinterpret_cast<std::uintptr_t>(recent_) ^ address) < kChunkBytes) return recent_;
+    return recent_ = FindChunk(block);
+  }
+  Chunk* FindChunk(const void* block) const noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(block);
     for (std::size_t slot = SlotOf(address);; ++slot) {
       Chunk* const chunk = table_[slot & tableMask_];
@@ -169,6 +174,7 @@ class Heap {
   SizeClass classes_[kClassCount] = {};
   Chunk** table_ = nullptr;  // all chunks by address; null: a free slot
   std::size_t tableMask_ = 0;
+  Chunk* recent_ = nullptr;
   std::size_t chunkCount_ = 0;
   Chunk* chunks_ = nullptr;
   std::byte* fresh_ = nullptr;  // what is left of the newest area
