@@ -130,7 +130,7 @@ void AddChunk() {
   if (table.chunkCount == kMostChunks) throw std::bad_alloc();
   if (std::has_single_bit(table.chunkCount) || table.chunkCount == 0) {
     const std::size_t room = std::max<std::size_t>(table.chunkCount * std::size_t{2}, 1);
-    void* moved = std::realloc(static_cast<void*>(table.chunks), room * sizeof(Chunk*));
+    void* moved = std::realloc(static_cast<void*>(table.chunks), room * sizeof(void*));
     if (moved == nullptr) throw std::bad_alloc();
     table.chunks = static_cast<Chunk**>(moved);
   }

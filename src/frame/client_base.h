@@ -78,6 +78,7 @@ struct BinderAllocator {
   BinderAllocator() noexcept = default;
   template <class U>
   BinderAllocator(const BinderAllocator<U>&) noexcept {}  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
   T* allocate(size_t count) { return static_cast<T*>(AllocateBlock(count, sizeof(T))); }
   void deallocate(T* block, size_t) noexcept { Memory().Free(block); }
   template <class U>

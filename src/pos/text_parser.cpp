@@ -29,7 +29,7 @@ enum CharacterClass : uint8_t { kWhitespace = 1, kDigit = 2, kPoint = 4, kSign =
 constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
   const auto assign = [&classes](char first, char last, CharacterClass to) {
-    for (char c = first; c <= last; ++c) classes[static_cast<size_t>(c)] = to;
+    for (char c = first; c <= last; ++c) classes[static_cast<unsigned char>(c)] = to;
   };
   for (const char c : {' ', '\t', '\r', '\n'}) assign(c, c, kWhitespace);
   assign('0', '9', kDigit);

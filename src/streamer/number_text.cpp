@@ -24,7 +24,9 @@ constexpr std::array<char, 200> kPairs = [] {
   return pairs;
 }();
 
-void PutPair(char* place, uint32_t value) noexcept { std::memcpy(place, &kPairs[2 * value], 2); }
+void PutPair(char* place, uint32_t value) noexcept {
+  std::memcpy(place, &kPairs[size_t{2} * value], 2);
+}
 
 constexpr int kGroupDigits = 8;
 constexpr std::array<uint32_t, kGroupDigits + 1> kPowersOfTen = {

@@ -48,6 +48,7 @@ class OCharStream final : public CharStream {
       PutAcrossBlocks(bytes, length);
       return;
     }
+    // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): Room is null, the cursor never
     std::memcpy(cursor_ + count_, bytes, length);
     count_ += static_cast<uint32_t>(length);
   }
