@@ -105,9 +105,9 @@ TEST_F(ContainersTest, CloneIsDeepAndSharesScalars) {
 }
 
 TEST_F(ContainersTest, EqualityOfContainers) {
-  const char* const texts[] = {"[]",        "<>",           "[1 2]",       "[2 1]",
-                               "[1 2 3]",   "<a 1>",        "<b 1>",       "<a 2>",
-                               "<a 1 b 2>", "<a [<b []>]>", "<a [<b <>>]>"};
+  const char* const texts[] = {"[]",        "<>",        "[1 2]",        "[2 1]",
+                               "[1 2 3]",   "<a 1>",     "<b 1>",        "<a 2>",
+                               "<a 1 b 2>", "<b 1 c 1>", "<a [<b []>]>", "<a [<b <>>]>"};
   for (const char* left : texts) {
     for (const char* right : texts) {
       EXPECT_EQ(objects.IsEqual(Parse(left), Parse(right)), left == right) << left << right;

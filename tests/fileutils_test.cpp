@@ -72,6 +72,20 @@ TEST_F(FileUtilsTest, TheTempDirectoryEndsWithTheSeparatorAndFitsOrFails) {
   }
 }
 
+#if !defined(_WIN32)
+TEST_F(FileUtilsTest, WithoutAVariableOrACurrentDirectory) {
+  unsetenv("TMPDIR");
+  EXPECT_EQ(Directory::Temporary(client).GetFilePathSpec(""), "/tmp/");
+  const fs::path outside = fs::current_path();
+  fs::create_directory(folder / "gone");
+  fs::current_path(folder / "gone");
+  fs::remove(folder / "gone");
+  EXPECT_EQ(Failure([&] { Directory::Current(client); }),
+            DirFailure("GetCurrent: Cannot get current dir", ENOENT));
+  fs::current_path(outside);
+}
+#endif
+
 TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
   const Directory missing(client, folder / "missing");
   const Directory inFile(client, folder / "file");
