@@ -72,8 +72,10 @@ TEST_F(FileUtilsTest, TheTempDirectoryEndsWithTheSeparatorAndFitsOrFails) {
   }
 }
 
-#if !defined(_WIN32)
 TEST_F(FileUtilsTest, WithoutAVariableOrACurrentDirectory) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "this system keeps its current directory and finds the other by itself";
+#else
   unsetenv("TMPDIR");
   EXPECT_EQ(Directory::Temporary(client).GetFilePathSpec(""), "/tmp/");
   const fs::path outside = fs::current_path();
@@ -83,8 +85,8 @@ TEST_F(FileUtilsTest, WithoutAVariableOrACurrentDirectory) {
   EXPECT_EQ(Failure([&] { Directory::Current(client); }),
             DirFailure("GetCurrent: Cannot get current dir", ENOENT));
   fs::current_path(outside);
-}
 #endif
+}
 
 TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
   const Directory missing(client, folder / "missing");
