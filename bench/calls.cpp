@@ -13,7 +13,7 @@ namespace {
 }
 
 // The compiler must not see which function it is.
-template <class Proc>
+template <typename Proc>
 Proc Opaque(Proc procedure) {
   benchmark::DoNotOptimize(procedure);
   return procedure;

@@ -15,8 +15,7 @@
 //   Value At(Value array, std::size_t index);
 //   Value Get(Value dict, const std::string& key);
 //   bool Follow(Value root, const Path& path);    // whether the path leads to a value
-#ifndef ZELBENCH_CASES_H
-#define ZELBENCH_CASES_H
+#pragma once
 
 #include <malloc.h>
 
@@ -30,7 +29,7 @@
 
 namespace zelbench {
 
-template <class Library>
+template <typename Library>
 class LibraryCase : public Case {
  public:
   static constexpr int kIterations = 0;
@@ -52,7 +51,7 @@ class LibraryCase : public Case {
 };
 
 // With the release of what was parsed.
-template <class Library>
+template <typename Library>
 class ParseCase final : public LibraryCase<Library> {
  public:
   explicit ParseCase(const Node& node) : LibraryCase<Library>(node), text_(this->Text()) {
@@ -64,7 +63,7 @@ class ParseCase final : public LibraryCase<Library> {
   std::string text_;
 };
 
-template <class Library>
+template <typename Library>
 class WriteCase final : public LibraryCase<Library> {
  public:
   explicit WriteCase(const Node& node)
@@ -83,7 +82,7 @@ class WriteCase final : public LibraryCase<Library> {
 };
 
 // From what the library itself has written, with the release of what was read.
-template <class Library>
+template <typename Library>
 class ReadCase final : public LibraryCase<Library> {
  public:
   explicit ReadCase(const Node& node)
@@ -97,7 +96,7 @@ class ReadCase final : public LibraryCase<Library> {
 };
 
 // With the release of the copy.
-template <class Library>
+template <typename Library>
 class CloneCase final : public LibraryCase<Library> {
  public:
   explicit CloneCase(const Node& node)
@@ -110,7 +109,7 @@ class CloneCase final : public LibraryCase<Library> {
   typename Library::Document document_;
 };
 
-template <class Library>
+template <typename Library>
 class EqualityCase final : public LibraryCase<Library> {
  public:
   explicit EqualityCase(const Node& node)
@@ -126,7 +125,7 @@ class EqualityCase final : public LibraryCase<Library> {
 
 // Every key of every dictionary, or every `step`-th of them, in another order than that in which
 // they were put there.
-template <class Library>
+template <typename Library>
 class LookupCase final : public LibraryCase<Library> {
  public:
   explicit LookupCase(const Node& node, std::size_t step = 1)
@@ -164,7 +163,7 @@ class LookupCase final : public LibraryCase<Library> {
 };
 
 // 1,000 paths into the catalogue.
-template <class Library>
+template <typename Library>
 class PathCase final : public LibraryCase<Library> {
  public:
   explicit PathCase(const Node& catalog) : LibraryCase<Library>(UnderOneKey(catalog)) {
@@ -191,7 +190,7 @@ class PathCase final : public LibraryCase<Library> {
   std::vector<Path> paths_ = CatalogPaths();
 };
 
-template <class Library>
+template <typename Library>
 class BuildCase final : public LibraryCase<Library> {
  public:
   using LibraryCase<Library>::LibraryCase;
@@ -202,7 +201,7 @@ class BuildCase final : public LibraryCase<Library> {
   typename Library::Document document_;
 };
 
-template <class Library>
+template <typename Library>
 class ReleaseCase final : public LibraryCase<Library> {
  public:
   static constexpr int kIterations = 20;
@@ -216,7 +215,7 @@ class ReleaseCase final : public LibraryCase<Library> {
 
 // What malloc has handed out for documents of different seeds, built until what a library's own
 // slabs keep in reserve no longer counts.
-template <class Library>
+template <typename Library>
 Counters MemoryPerValue(const std::string& documentName) {
   constexpr std::size_t kEnough = std::size_t{32} << 20;
   const auto inUse = [] {
@@ -240,7 +239,7 @@ Counters MemoryPerValue(const std::string& documentName) {
   return {{"bytes", static_cast<double>(bytes) / static_cast<double>(values)}};
 }
 
-template <template <class> class AnyCase, class Library, class... Arguments>
+template <template <typename> class AnyCase, class Library, class... Arguments>
 void AddDocumentCase(const std::string& operation, const std::string& document,
                      Arguments... arguments) {
   AddCase(
@@ -249,7 +248,7 @@ void AddDocumentCase(const std::string& operation, const std::string& document,
       AnyCase<Library>::kIterations);
 }
 
-template <class Library>
+template <typename Library>
 void AddComparedCases() {
   for (const std::string document : {"catalog", "numbers", "words"}) {
     AddDocumentCase<ParseCase, Library>("parse", document);
@@ -270,5 +269,3 @@ void AddComparedCases() {
 }
 
 }  // namespace zelbench
-
-#endif  // ZELBENCH_CASES_H

@@ -1,7 +1,6 @@
 // The documents that everything is measured on, independent of any library: seeded, so that they
 // are the same in each process and on each machine.
-#ifndef ZELBENCH_DOCUMENTS_H
-#define ZELBENCH_DOCUMENTS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -62,5 +61,3 @@ extern const char kCatalogPosSchema[];
 extern const char kCatalogJsonSchema[];
 
 }  // namespace zelbench
-
-#endif  // ZELBENCH_DOCUMENTS_H

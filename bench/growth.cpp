@@ -53,7 +53,7 @@ class AppendCase final : public LibraryCase<Zel> {
   Document array_;
 };
 
-template <class AnyCase>
+template <typename AnyCase>
 void AddForSize(const char* operation, const Shape& shape, std::size_t count) {
   AddCase(
       std::string("growth/") + operation + "/" + shape.name + "/" + std::to_string(count),

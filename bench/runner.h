@@ -1,7 +1,6 @@
 // What is measured, and the main program around it. A program holds the cases of one library; the
 // driver (run.py) starts it anew for each case and round.
-#ifndef ZELBENCH_RUNNER_H
-#define ZELBENCH_RUNNER_H
+#pragma once
 
 #include <cstddef>
 #include <functional>
@@ -60,5 +59,3 @@ inline void Require(bool condition, const char* what) {
 
 // The second run of "--once".
 extern "C" void zelbench_measured(zelbench::Case* work);
-
-#endif  // ZELBENCH_RUNNER_H

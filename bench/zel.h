@@ -1,7 +1,6 @@
 // The library through the reference host: its public procedures by handle, as a client calls them.
 // What a procedure returns without reference the client takes a reference to, and gives it back.
-#ifndef ZELBENCH_ZEL_H
-#define ZELBENCH_ZEL_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -164,5 +163,3 @@ void AddGrowthCases();
 void AddCallCases();
 
 }  // namespace zelbench
-
-#endif  // ZELBENCH_ZEL_H

@@ -1,6 +1,5 @@
 // The messages of a validation, laid out for reading.
-#ifndef ZEL_DEMO_MESSAGE_TREE_H
-#define ZEL_DEMO_MESSAGE_TREE_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -60,5 +59,3 @@ class MessageTree {
 };
 
 }  // namespace demo
-
-#endif  // ZEL_DEMO_MESSAGE_TREE_H

@@ -1,6 +1,5 @@
 // A page in little, as the demonstration shows and stores it.
-#ifndef ZEL_DEMO_THUMBNAIL_H
-#define ZEL_DEMO_THUMBNAIL_H
+#pragma once
 
 #include <algorithm>
 #include <array>
@@ -86,5 +85,3 @@ class Thumbnail {
 };
 
 }  // namespace demo
-
-#endif  // ZEL_DEMO_THUMBNAIL_H

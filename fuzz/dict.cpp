@@ -8,7 +8,7 @@ namespace zelfuzz {
 namespace {
 
 // Keys of several lengths; the values of their bytes are of both signs.
-std::string KeyOf(uint8_t byte) {
+std::string KeyOf(std::uint8_t byte) {
   std::string key(byte % 5u, 'k');
   if (byte % 7u != 0) key += static_cast<char>(255 - byte / 2);
   return byte == 0 ? key : key + std::to_string(byte);
@@ -25,7 +25,7 @@ class DictRun {
   }
 
   void Run(Bytes input) {
-    for (size_t i = 0; i + 1 < input.size(); i += 2) Step(input[i], input[i + 1]);
+    for (std::size_t i = 0; i + 1 < input.size(); i += 2) Step(input[i], input[i + 1]);
     ExpectSameMembers(dict_);
     const Held clone(session_, procs_.objects.Clone(dict_.Get()));
     ExpectSameMembers(clone);
@@ -41,7 +41,7 @@ class DictRun {
     std::string key;
   };
 
-  void Step(uint8_t op, uint8_t argument) {
+  void Step(std::uint8_t op, std::uint8_t argument) {
     switch (op % 16) {
       case 0:
       case 1:
@@ -65,30 +65,30 @@ class DictRun {
         return Next(argument);
       case 14:
         session_.host.FailAt(zelhost::Service::kAlloc, 1 + argument % 2u);
-        Put(static_cast<uint8_t>(argument / 2), op);
+        Put(static_cast<std::uint8_t>(argument / 2), op);
         return session_.host.StopFailing();
       default:
         // A run of keys in ascending or descending order.
         for (int i = 0; i < 20; ++i) {
-          Put(static_cast<uint8_t>(op < 128 ? argument + i : argument - i), op);
+          Put(static_cast<std::uint8_t>(op < 128 ? argument + i : argument - i), op);
         }
     }
   }
 
-  static const std::string& Key(uint8_t number) {
+  static const std::string& Key(std::uint8_t number) {
     static const std::array<std::string, 256> keys = [] {
       std::array<std::string, 256> made;
-      for (size_t i = 0; i < made.size(); ++i) made[i] = KeyOf(static_cast<uint8_t>(i));
+      for (std::size_t i = 0; i < made.size(); ++i) made[i] = KeyOf(static_cast<std::uint8_t>(i));
       return made;
     }();
     return keys[number];
   }
-  ZELStringAtom Atom(uint8_t number) {
+  ZELStringAtom Atom(std::uint8_t number) {
     if (atoms_[number] == 0) atoms_[number] = procs_.atoms.NewStringAtom(Key(number).c_str());
     return atoms_[number];
   }
 
-  void Put(uint8_t key, uint8_t value) {
+  void Put(std::uint8_t key, std::uint8_t value) {
     const Held number(session_, procs_.numbers.NewPOSNumber(value));
     if (!number) return;
     const ZELStringAtom atom = Atom(key);
@@ -97,12 +97,12 @@ class DictRun {
     if (session_.host.TakeReports().empty()) model_[Key(key)] = value;
   }
 
-  void Remove(uint8_t key) {
+  void Remove(std::uint8_t key) {
     procs_.dicts.Remove(dict_.Get(), Atom(key));
     model_.erase(Key(key));
   }
 
-  void Get(uint8_t key) {
+  void Get(std::uint8_t key) {
     const ZELInstance value = procs_.dicts.Get(dict_.Get(), Atom(key));
     const auto entry = model_.find(Key(key));
     Expect((value != nullptr) == (entry != model_.end()), "a key too many or too few");
@@ -116,21 +116,21 @@ class DictRun {
     MoveTo(walkers_.back(), model_.begin());
   }
 
-  void Begin(uint8_t index) {
+  void Begin(std::uint8_t index) {
     if (walkers_.empty()) return;
     Walker& walker = walkers_[index % walkers_.size()];
     procs_.iterators.Begin(walker.iterator.Get());
     MoveTo(walker, model_.begin());
   }
 
-  void Next(uint8_t index) {
+  void Next(std::uint8_t index) {
     if (walkers_.empty()) return;
     Walker& walker = walkers_[index % walkers_.size()];
     procs_.iterators.Next(walker.iterator.Get());
     MoveTo(walker, walker.isDone ? model_.end() : model_.upper_bound(walker.key));
   }
 
-  using Model = std::map<std::string, uint8_t>;
+  using Model = std::map<std::string, std::uint8_t>;
 
   void MoveTo(Walker& walker, Model::const_iterator entry) {
     walker.isDone = entry == model_.end();

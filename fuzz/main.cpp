@@ -2,9 +2,9 @@
 #include "targets.h"
 #include "zelutils/zelutils.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace zelfuzz;  // NOLINT(google-build-using-namespace)
   static const Target& target = FindTarget(ZEL_FUZZ_TARGET);
   static Session& session = *new Session([](zelhost::Host& host) {

@@ -11,17 +11,17 @@ std::vector<std::string> g_messages;
 void Collect(const char* message) { g_messages.emplace_back(message); }
 
 struct Verdict {
-  int32_t conforms;
+  std::int32_t conforms;
   std::vector<std::string> messages;
   std::vector<std::string> reports;
   bool operator==(const Verdict&) const = default;
 };
 
-template <class Check>
+template <typename Check>
 Verdict Ask(Session& session, Check check) {
   g_messages.clear();
   session.host.TakeReports();
-  const int32_t conforms = check();
+  const std::int32_t conforms = check();
   Verdict verdict = {conforms, g_messages, session.host.TakeReports()};
   Expect(conforms == 0 || (conforms == 1 && verdict.messages.empty() && verdict.reports.empty()),
          "a value that conforms with messages or reports");
@@ -40,8 +40,8 @@ Held ReadValue(Session& session, const std::string& text) {
 }
 
 // Refuses every other value.
-int32_t Alternate(ZELInstance, ZELStringAtom, ZELSharedBuff, void* clientData) {
-  return static_cast<int32_t>(++*static_cast<uint32_t*>(clientData) % 2);
+std::int32_t Alternate(ZELInstance, ZELStringAtom, ZELSharedBuff, void* clientData) {
+  return static_cast<std::int32_t>(++*static_cast<std::uint32_t*>(clientData) % 2);
 }
 
 // What may keep a value from being checked against a schema that was found to be valid.
@@ -90,7 +90,7 @@ class SchemaRun {
     for (const std::string& report : verdict.reports) {
       Expect(!isValid_ || IsAllowed(report), "a valid schema that fails: " + report);
     }
-    uint32_t calls = 0;
+    std::uint32_t calls = 0;
     procs.structValidators.RegisterCallbackProc(validator_.Get(), name, &Alternate, &calls);
     Ask(session_, check);
     procs.structValidators.RegisterCallbackProc(validator_.Get(), name, nullptr, nullptr);
@@ -109,7 +109,7 @@ class SchemaRun {
 
 // The schema's text, a NUL and the value.
 void FuzzSchema(Session& session, Bytes input) {
-  const auto end = std::find(input.begin(), input.end(), uint8_t{0});
+  const auto end = std::find(input.begin(), input.end(), std::uint8_t{0});
   const Held schema = ReadValue(session, std::string(input.begin(), end));
   if (!schema) return;
   const Held value =

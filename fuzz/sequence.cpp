@@ -45,16 +45,16 @@ const char* const kHidden[] = {
     ZEL_SHARED_BUFF_INTERFACE, ZEL_STREAM_FACTORY_INTERFACE, ZEL_UTILS_DIR_INTERFACE,
     POS_OBJECT_STATICS};
 
-constexpr uint64_t kUnlimited = std::numeric_limits<uint64_t>::max();
-constexpr uint64_t kBlocks = 20000;
-constexpr size_t kPoolSize = 12;
-constexpr uint32_t kLargestValue = 1000;  // members, each counted as often as it is reached
-constexpr uint32_t kDeepestReentry = 3;
+constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kBlocks = 20000;
+constexpr std::size_t kPoolSize = 12;
+constexpr std::uint32_t kLargestValue = 1000;  // members, each counted as often as it is reached
+constexpr std::uint32_t kDeepestReentry = 3;
 
 class Sequence;
 Sequence* g_running = nullptr;
 void Reenter(void*);
-int32_t Decide(ZELInstance, ZELStringAtom, ZELSharedBuff, void*);
+std::int32_t Decide(ZELInstance, ZELStringAtom, ZELSharedBuff, void*);
 void Ignore(const char*) {}
 
 class Sequence {
@@ -79,7 +79,7 @@ class Sequence {
     host().ChangeUnregisterCount();
     for (ZELInstance container : pinned_) Empty(container);
     for (ZELInstance container : pinned_) procs_.containers.Release(container);
-    for (size_t i = 0; i < kPoolSize; ++i) Drop(i);
+    for (std::size_t i = 0; i < kPoolSize; ++i) Drop(i);
     for (ZELStringAtom atom : atoms_) procs_.atoms.DeleteStringAtom(atom);
     procs_.atoms.DeleteStringAtom(folder_);
     for (const auto& entry : std::filesystem::directory_iterator(session_.folder.path)) {
@@ -102,9 +102,9 @@ class Sequence {
     --depth_;
   }
 
-  uint8_t Take() {
+  std::uint8_t Take() {
     if (rest_.empty()) return 0;
-    const uint8_t byte = rest_[0];
+    const std::uint8_t byte = rest_[0];
     rest_ = rest_.subspan(1);
     return byte;
   }
@@ -114,27 +114,27 @@ class Sequence {
 
   // ---- Arguments ----
 
-  size_t Slot() { return Take() % kPoolSize; }
+  std::size_t Slot() { return Take() % kPoolSize; }
   ZELInstance Any() { return pool_[Slot()]; }
-  size_t TextIndex() { return Take() % std::size(kTexts); }
+  std::size_t TextIndex() { return Take() % std::size(kTexts); }
   const char* Text() { return kTexts[TextIndex()]; }
   // One in so many is none.
   ZELStringAtom Atom() {
-    const uint8_t index = Take();
+    const std::uint8_t index = Take();
     return index == 0xFF ? 0 : atoms_[index % atoms_.size()];
   }
-  uint32_t Index() {
-    const uint8_t byte = Take();
-    constexpr uint32_t kSpecial[] = {100, 0x7FFFFFFF, 0x10000000, 0xFFFFFFFE, 0xFFFFFFFF};
+  std::uint32_t Index() {
+    const std::uint8_t byte = Take();
+    constexpr std::uint32_t kSpecial[] = {100, 0x7FFFFFFF, 0x10000000, 0xFFFFFFFE, 0xFFFFFFFF};
     return byte < 250 ? byte % 12 : kSpecial[byte - 250u > 4u ? 4u : byte - 250u];
   }
 
   // ---- Calls ----
 
   // Calls with the fault that is armed; an error object is given back.
-  template <class Result, class... Parameters, class... Arguments>
+  template <typename Result, typename... Parameters, typename... Arguments>
   Result Call(Result (*procedure)(Parameters...), Arguments... arguments) {
-    const uint32_t n = std::exchange(failAt_, 0);
+    const std::uint32_t n = std::exchange(failAt_, 0);
     if (n > 0) host().FailAt(service_, n);
     if constexpr (std::is_void_v<Result>) {
       procedure(arguments...);
@@ -148,7 +148,7 @@ class Sequence {
   }
 
   void Store(ZELInstance instance) {
-    const size_t slot = Slot();
+    const std::size_t slot = Slot();
     if (instance == nullptr) return;
     host().StopFailing();
     Expect(procs_.containers.AddRef(instance) != 0, "an instance that takes no reference");
@@ -156,14 +156,14 @@ class Sequence {
     // Dropping may have come back here and filled the slot.
     Drop(slot, instance);
   }
-  void Drop(size_t slot, ZELInstance replacement = nullptr) {
+  void Drop(std::size_t slot, ZELInstance replacement = nullptr) {
     procs_.containers.Release(std::exchange(pool_[slot], replacement));
   }
-  template <class Procedure, class... Arguments>
+  template <typename Procedure, typename... Arguments>
   void Make(Procedure procedure, Arguments... arguments) {
     Store(Call(procedure, arguments...));
   }
-  template <class... Parameters, class... Arguments>
+  template <typename... Parameters, typename... Arguments>
   void MakeBy(ZELErrorObject (*procedure)(ZELInstance*, Parameters...), Arguments... arguments) {
     ZELInstance instance = nullptr;
     const bool failed = Call(procedure, &instance, arguments...) != nullptr;
@@ -190,10 +190,11 @@ class Sequence {
   }
 
   // The library's own memory is not short while its values are looked at.
-  template <class Visit>
+  template <typename Visit>
   void ForEachMember(ZELInstance container, Visit visit) {
-    const uint32_t count = procs_.arrays.IsPOSArray(container) ? procs_.arrays.Count(container) : 0;
-    for (uint32_t i = 0; i < count; ++i) visit(procs_.arrays.GetAt(container, i));
+    const std::uint32_t count =
+        procs_.arrays.IsPOSArray(container) ? procs_.arrays.Count(container) : 0;
+    for (std::uint32_t i = 0; i < count; ++i) visit(procs_.arrays.GetAt(container, i));
     if (!procs_.dicts.IsPOSDict(container)) return;
     const Held iterator(session_, procs_.iterators.NewPOSDictIterator(container));
     Expect(static_cast<bool>(iterator), "a dictionary without an iterator");
@@ -209,7 +210,7 @@ class Sequence {
   struct Walk {
     ZELInstance sought = nullptr;
     bool isFound = false;
-    uint32_t met = 0;
+    std::uint32_t met = 0;
     std::set<ZELInstance> path{};
   };
   void WalkThrough(Walk& walk, ZELInstance value) {
@@ -260,11 +261,11 @@ class Sequence {
 
    private:
     Sequence& sequence_;
-    uint64_t budget_;
+    std::uint64_t budget_;
   };
 
   void Empty(ZELInstance container) {
-    for (uint32_t i = procs_.arrays.IsPOSArray(container) ? procs_.arrays.Count(container) : 0;
+    for (std::uint32_t i = procs_.arrays.IsPOSArray(container) ? procs_.arrays.Count(container) : 0;
          i > 0; --i) {
       procs_.arrays.Remove(container, i - 1);
     }
@@ -282,12 +283,12 @@ class Sequence {
   void NewNumber() { Make(procs_.numbers.NewPOSNumber, static_cast<double>(Take()) - 4); }
   void NewString() { Make(procs_.strings.NewPOSString, Text()); }
   void NewUnicodeString() {
-    const uint16_t units[] = {Take(), Take(), 0};
+    const std::uint16_t units[] = {Take(), Take(), 0};
     Make(procs_.unicodeStrings.NewPOSUnicodeString, units);
   }
   void NewBinData() {
-    const std::array<uint8_t, 255> bytes{};
-    const uint32_t size = Take() % 255u;
+    const std::array<std::uint8_t, 255> bytes{};
+    const std::uint32_t size = Take() % 255u;
     Make(procs_.binData.NewPOSBinData, Text(), bytes.data(), size);
   }
   void NewRawPointer() {
@@ -329,10 +330,10 @@ class Sequence {
     Call(procs_.numbers.Get, value);
     Touch(Call(procs_.strings.Get, value));
     Touch(Call(procs_.binData.GetTypeName, value));
-    const uint16_t* units = Call(procs_.unicodeStrings.Get, value);
+    const std::uint16_t* units = Call(procs_.unicodeStrings.Get, value);
     while (units != nullptr && *units != 0) ++units;
     const auto* bytes = static_cast<const char*>(Call(procs_.binData.GetBinData, value));
-    const uint32_t size = Call(procs_.binData.GetSize, value);
+    const std::uint32_t size = Call(procs_.binData.GetSize, value);
     if (bytes != nullptr) Touch(std::string(bytes, size).c_str());
     Call(procs_.rawPointers.GetRawPointer, value);
     Call(procs_.rawPointers.GetReleaseProc, value);
@@ -390,7 +391,7 @@ class Sequence {
     Make(procs_.streamers.Deserialize, streamer, Any());
   }
   // A method of a stream, found by its name; of another instance it is not there.
-  template <class Procedure, class... Arguments>
+  template <typename Procedure, typename... Arguments>
   void CallMethod(const char* method, const char* procType, ZELInstance instance,
                   Arguments... arguments) {
     Undisturbed quiet(*this);
@@ -415,11 +416,11 @@ class Sequence {
     const char* text = Text();
     CallMethod<ZELSimpleStreamWriteProc>("Write", "ZELSimpleStreamWriteProc", stream,
                                          static_cast<const void*>(text),
-                                         static_cast<uint32_t>(std::strlen(text)));
+                                         static_cast<std::uint32_t>(std::strlen(text)));
   }
   void ReadBytes() {
     char bytes[16];
-    uint32_t delivered = 0;
+    std::uint32_t delivered = 0;
     CallMethod<ZELSimpleStreamReadProc>("Read", "ZELSimpleStreamReadProc", Any(), &delivered,
                                         static_cast<void*>(bytes), 16u);
     Expect(delivered <= sizeof bytes, "a stream that delivers more than is wanted");
@@ -448,7 +449,7 @@ class Sequence {
     bool exists = false;
     Call(procs_.directories.FileExists, &exists, directory, Atom());
   }
-  template <class... Parameters, class... Arguments>
+  template <typename... Parameters, typename... Arguments>
   void NewAtomBy(ZELErrorObject (*procedure)(ZELStringAtom*, Parameters...),
                  Arguments... arguments) {
     ZELStringAtom atom = 0;
@@ -560,15 +561,17 @@ class Sequence {
   std::vector<ZELInstance> pinned_;
   const char* hidden_ = nullptr;
   Service service_ = Service::kAlloc;
-  uint32_t failAt_ = 0;
-  uint32_t depth_ = 0;
+  std::uint32_t failAt_ = 0;
+  std::uint32_t depth_ = 0;
   bool ending_ = false;
 };
 
 // The end of a raw pointer object calls back into the library.
 void Reenter(void*) { g_running->StepWhileReleasing(); }
 
-int32_t Decide(ZELInstance, ZELStringAtom, ZELSharedBuff, void*) { return g_running->Take() % 2; }
+std::int32_t Decide(ZELInstance, ZELStringAtom, ZELSharedBuff, void*) {
+  return g_running->Take() % 2;
+}
 
 }  // namespace
 

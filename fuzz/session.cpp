@@ -6,12 +6,12 @@ namespace zelfuzz {
 
 namespace {
 
-constexpr uint64_t kLargestBlock = uint64_t{16} << 20;
+constexpr std::uint64_t kLargestBlock = std::uint64_t{16} << 20;
 
 ZELMemAllocProc g_alloc = nullptr;
-uint64_t g_budget = UINT64_MAX;
+std::uint64_t g_budget = UINT64_MAX;
 
-void* LimitedAlloc(size_t size) {
+void* LimitedAlloc(std::size_t size) {
   if (size > kLargestBlock || g_budget == 0) return nullptr;
   --g_budget;
   return g_alloc(size);
@@ -28,7 +28,7 @@ void Start(zelhost::Host& host, Session::Start start) {
   start(host);
 }
 
-MemoryClient& Called(void* client, char call, uint32_t value) {
+MemoryClient& Called(void* client, char call, std::uint32_t value) {
   MemoryClient& self = *static_cast<MemoryClient*>(client);
   if (self.calls != nullptr) *self.calls += call + std::to_string(value) + ' ';
   return self;
@@ -53,7 +53,7 @@ void Session::StartAgain() {
   procs = Procedures(host);  // it may lie elsewhere now
 }
 
-uint64_t Session::SetBudget(uint64_t blocks) { return std::exchange(g_budget, blocks); }
+std::uint64_t Session::SetBudget(std::uint64_t blocks) { return std::exchange(g_budget, blocks); }
 
 Held::Held(const Session& session, ZELInstance instance) : session_(&session) {
   if (instance == nullptr) return;
@@ -65,24 +65,25 @@ ZELInstance MemoryClient::Open(const zeltest::CoreProcedures& procs) {
   ZELInstance stream = nullptr;
   procs.streams.NewClientPositionableStream(
       &stream, this,
-      [](void* client, uint32_t* delivered, void* buffer, uint32_t wanted) -> ZELErrorObject {
+      [](void* client, std::uint32_t* delivered, void* buffer,
+         std::uint32_t wanted) -> ZELErrorObject {
         MemoryClient& self = Called(client, 'R', wanted);
-        *delivered = static_cast<uint32_t>(self.bytes.copy(
+        *delivered = static_cast<std::uint32_t>(self.bytes.copy(
             static_cast<char*>(buffer), std::min(wanted, self.mostPerRead), self.position));
         self.position += *delivered;
         return nullptr;
       },
-      [](void* client, const void* data, uint32_t count) -> ZELErrorObject {
+      [](void* client, const void* data, std::uint32_t count) -> ZELErrorObject {
         Called(client, 'W', count).bytes.append(static_cast<const char*>(data), count);
         return nullptr;
       },
       nullptr, nullptr, nullptr,
-      [](void* client, uint32_t* place) -> ZELErrorObject {
+      [](void* client, std::uint32_t* place) -> ZELErrorObject {
         *place = static_cast<MemoryClient*>(client)->position;
         Called(client, 'M', *place);
         return nullptr;
       },
-      [](void* client, uint32_t place, uint32_t second) -> ZELErrorObject {
+      [](void* client, std::uint32_t place, std::uint32_t second) -> ZELErrorObject {
         MemoryClient& self = Called(client, 'S', place);
         Expect(place <= self.bytes.size() && second == 0, "a seek beyond the end");
         self.position = place;

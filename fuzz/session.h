@@ -14,7 +14,7 @@
 
 namespace zelfuzz {
 
-using Bytes = std::span<const uint8_t>;
+using Bytes = std::span<const std::uint8_t>;
 
 // What an input has shown to be wrong.
 class Finding : public std::logic_error {
@@ -43,7 +43,7 @@ class Session {
   // After host.Stop().
   void StartAgain();
   // How many blocks may still be taken before the memory is exhausted; returns how many before.
-  static uint64_t SetBudget(uint64_t blocks);
+  static std::uint64_t SetBudget(std::uint64_t blocks);
 
   zelhost::Host host;
   const zeltest::TempFolder folder;
@@ -77,8 +77,8 @@ class Held {
 // A stream over bytes in memory that delivers at most so many at a time.
 struct MemoryClient {
   std::string bytes;
-  uint32_t position = 0;
-  uint32_t mostPerRead = 512;
+  std::uint32_t position = 0;
+  std::uint32_t mostPerRead = 512;
   std::string* calls = nullptr;  // if any, takes down each call: "R512 W27 M0 S3 "
 
   ZELInstance Open(const zeltest::CoreProcedures& procs);

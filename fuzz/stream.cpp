@@ -6,7 +6,7 @@ namespace {
 
 class Reader {
  public:
-  Reader(Session& session, uint32_t mostPerRead)
+  Reader(Session& session, std::uint32_t mostPerRead)
       : session_(session),
         mostPerRead_(mostPerRead),
         streamer_(session, session.procs.streamers.NewPOSStreamer()) {}
@@ -36,7 +36,7 @@ class Reader {
 
  private:
   Session& session_;
-  uint32_t mostPerRead_;
+  std::uint32_t mostPerRead_;
   Held streamer_;
 };
 
@@ -46,8 +46,8 @@ class Reader {
 // follows.
 void FuzzStream(Session& session, Bytes input) {
   if (input.empty()) return;
-  const uint8_t control = input[0];
-  const uint32_t mostPerRead = (control & 0x7Fu) == 0 ? 512 : control & 0x7Fu;
+  const std::uint8_t control = input[0];
+  const std::uint32_t mostPerRead = (control & 0x7Fu) == 0 ? 512 : control & 0x7Fu;
   Reader reader(session, mostPerRead);
 
   MemoryClient client;
@@ -56,7 +56,7 @@ void FuzzStream(Session& session, Bytes input) {
   client.bytes.append(input.begin() + 1, input.end());
   const Held stream = client.NewStream(session);
   for (int count = 0; count < 4; ++count) {
-    const uint32_t begin = client.position;
+    const std::uint32_t begin = client.position;
     const Held object = reader.Read(stream);
     if (!object) return;
     Expect(client.position > begin && client.position <= client.bytes.size(),

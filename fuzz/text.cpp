@@ -27,7 +27,7 @@ void FuzzText(Session& session, Bytes input) {
   if (!parsed.object) {
     Expect(parsed.position >= text.c_str() && parsed.position <= text.c_str() + text.size(),
            "an error position outside of the text");
-    const auto offset = static_cast<size_t>(parsed.position - text.c_str());
+    const auto offset = static_cast<std::size_t>(parsed.position - text.c_str());
     Expect(!Parse(session, text.substr(0, offset + 1)).object,
            "a text that is right where it is said to be wrong");
     return;

@@ -4,8 +4,7 @@
 //
 // In guard mode each block and record is a malloc of its own, so that a memory checker sees it.
 // Both are usable without having been constructed and hold nothing once closed.
-#ifndef ZELHOST_HEAP_H
-#define ZELHOST_HEAP_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -306,5 +305,3 @@ class Pool {
 };
 
 }  // namespace zelhost
-
-#endif  // ZELHOST_HEAP_H

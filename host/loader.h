@@ -1,6 +1,5 @@
 // The system's loader for shared libraries; loader_posix.cpp and loader_windows.cpp.
-#ifndef ZELHOST_LOADER_H
-#define ZELHOST_LOADER_H
+#pragma once
 
 #include <string>
 
@@ -25,5 +24,3 @@ class LoadedLibrary {
 };
 
 }  // namespace zelhost
-
-#endif  // ZELHOST_LOADER_H

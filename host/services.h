@@ -4,8 +4,7 @@
 // The procedures of the boundary are plain C functions without a context, so that each service
 // keeps its state in its own file. That state needs no constructor and no destructor: a Host may
 // itself be a static object, made before and destroyed after anything of this library.
-#ifndef ZELHOST_SERVICES_H
-#define ZELHOST_SERVICES_H
+#pragma once
 
 #include <cstdint>
 #include <limits>
@@ -144,5 +143,3 @@ std::uint32_t References(ZELInstance instance) noexcept;
 void CloseStream(void* stream) noexcept;
 
 }  // namespace zelhost
-
-#endif  // ZELHOST_SERVICES_H

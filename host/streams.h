@@ -1,7 +1,6 @@
 // What a stream of the host is to the boundary: one object behind an instance, whose methods
 // streams.cpp offers as C procedures.
-#ifndef ZELHOST_STREAMS_H
-#define ZELHOST_STREAMS_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -64,5 +63,3 @@ struct ClientCallbacks {
 ZELErrorObject NewClientStream(ZELInstance& result, const ClientCallbacks& callbacks);
 
 }  // namespace zelhost
-
-#endif  // ZELHOST_STREAMS_H

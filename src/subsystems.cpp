@@ -1,6 +1,6 @@
 // Where the library is put together: the one place that knows every subsystem.
 #include "fileutils/subsystem.h"
-#include "frame/subsystem.h"
+#include "frame/link/subsystem.h"
 #include "pos/subsystem.h"
 #include "streamer/subsystem.h"
 #include "validator/subsystem.h"

@@ -117,7 +117,7 @@ TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
   // A failed import stays failed until the binder changes again, and members keep their methods.
   host.Hide(POS_OBJECT_INTERFACE, "GetType");
   arrays.Append(array, number);
-  const uint64_t asked = host.Calls(Service::kGetMethod);
+  const std::uint64_t asked = host.Calls(Service::kGetMethod);
   arrays.Append(array, number);
   EXPECT_EQ(host.Calls(Service::kGetMethod), asked);
   ExpectReports({"invalid container", "invalid container"});

@@ -8,7 +8,7 @@ class ContainersTest : public zeltest::LibraryTest {
   // The numbers in an array, with -1 for an empty slot.
   std::vector<double> Contents(ZELInstance array) {
     std::vector<double> contents;
-    for (uint32_t i = 0; i < arrays.Count(array); ++i) {
+    for (std::uint32_t i = 0; i < arrays.Count(array); ++i) {
       const ZELInstance element = arrays.GetAt(array, i);
       contents.push_back(element == nullptr ? -1 : numbers.Get(element));
     }
@@ -52,7 +52,7 @@ TEST_F(ContainersTest, ArraysGrowByDoublingAndKeepHoles) {
 
   // Blocks are taken for the 1st, 5th, 9th and 17th element, and for the number that is appended.
   const ZELInstance grown = Keep(arrays.NewPOSArray());
-  for (uint32_t i = 0; i < 20; ++i) {
+  for (std::uint32_t i = 0; i < 20; ++i) {
     host.ResetCalls();
     arrays.Append(grown, value);
     const bool grows = i == 0 || i == 4 || i == 8 || i == 16;
@@ -161,7 +161,7 @@ TEST_F(ContainersTest, DestructionHasNoLimitOfDepth) {
 
 // A member's end calls back into the container that is letting go of it.
 ZELInstance g_container = nullptr;
-uint32_t g_countSeen = 0;
+std::uint32_t g_countSeen = 0;
 
 TEST_F(ContainersTest, MembersMayCallBackWhileTheyAreReleased) {
   static decltype(&arrays) arrayProcs = nullptr;

@@ -8,11 +8,11 @@ class CorpusTest : public ::testing::TestWithParam<zelfuzz::Target> {};
 
 TEST_P(CorpusTest, FindsNothing) {
   zelfuzz::Session session([](zelhost::Host& host) { host.Start(ZEL_LIBRARY_PATH); });
-  size_t count = 0;
+  std::size_t count = 0;
   const std::filesystem::path folder = std::filesystem::path(ZEL_CORPUS_DIR) / GetParam().name;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     const std::string bytes = zeltest::Folder::Contents(entry.path());
-    const zelfuzz::Bytes input(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+    const zelfuzz::Bytes input(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     try {
       zelfuzz::Run(GetParam(), session, input);
     } catch (const zelfuzz::Finding& finding) {

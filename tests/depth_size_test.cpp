@@ -14,24 +14,24 @@ const std::string kHeader = POS_STREAMER_TYPE_A_VERSION_1_0 " ";
 // A stream of an instance of its own, behind which no host checks what the client says.
 struct Liar {
   std::string bytes;
-  uint32_t deliversMore = 0;  // than it has stored, after the header
-  uint32_t mark = 0;
-  uint32_t soughtTo = 0;
-  uint32_t position = 0;
+  std::uint32_t deliversMore = 0;  // than it has stored, after the header
+  std::uint32_t mark = 0;
+  std::uint32_t soughtTo = 0;
+  std::uint32_t position = 0;
 };
 Liar g_liar;
-ZELErrorObject LiarRead(ZELInstance, uint32_t* delivered, void* buffer, uint32_t wanted) {
-  *delivered =
-      static_cast<uint32_t>(g_liar.bytes.copy(static_cast<char*>(buffer), wanted, g_liar.position));
+ZELErrorObject LiarRead(ZELInstance, std::uint32_t* delivered, void* buffer, std::uint32_t wanted) {
+  *delivered = static_cast<std::uint32_t>(
+      g_liar.bytes.copy(static_cast<char*>(buffer), wanted, g_liar.position));
   g_liar.position += *delivered;
   if (wanted > 1) *delivered += g_liar.deliversMore;
   return nullptr;
 }
-ZELErrorObject LiarMark(ZELInstance, uint32_t* position) {
+ZELErrorObject LiarMark(ZELInstance, std::uint32_t* position) {
   *position = g_liar.mark;
   return nullptr;
 }
-ZELErrorObject LiarSeek(ZELInstance, uint32_t position, uint32_t) {
+ZELErrorObject LiarSeek(ZELInstance, std::uint32_t position, std::uint32_t) {
   g_liar.soughtTo = position;
   return nullptr;
 }
@@ -39,16 +39,16 @@ void NotCalled() { ADD_FAILURE() << "called"; }
 
 // Blocks and buffers as large as were asked for last; there are no large ones.
 ZELMemAllocProc g_alloc = nullptr;
-size_t g_largest = 0;
-void* SmallAlloc(size_t size) {
+std::size_t g_largest = 0;
+void* SmallAlloc(std::size_t size) {
   g_largest = std::max(g_largest, size);
-  return size > (size_t{1} << 20) ? nullptr : g_alloc(size);
+  return size > (std::size_t{1} << 20) ? nullptr : g_alloc(size);
 }
-ZELSharedBuff NoBuffer(uint32_t size, int32_t, int32_t, int32_t, int32_t) {
+ZELSharedBuff NoBuffer(std::uint32_t size, std::int32_t, std::int32_t, std::int32_t, std::int32_t) {
   g_largest = size;
   return nullptr;
 }
-template <class Procedure>
+template <typename Procedure>
 ZELProc AsProc(Procedure procedure) {
   return reinterpret_cast<ZELProc>(procedure);
 }
@@ -58,7 +58,7 @@ class DepthSizeTest : public zeltest::LibraryTest {
   ZELInstance Stream(const std::string& bytes) {
     ZELInstance stream = nullptr;
     EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
-    onStream.Write(stream, bytes.data(), static_cast<uint32_t>(bytes.size()));
+    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
     onStream.Rewind(stream);
     return Keep(stream);
   }
@@ -69,7 +69,7 @@ class DepthSizeTest : public zeltest::LibraryTest {
   // Clones, compares, writes, reads and validates; returns how many of these were too deep.
   int Descend(ZELInstance value, const char* typeName) {
     int tooDeep = 0;
-    const auto check = [&](bool succeeded, size_t count = 1) {
+    const auto check = [&](bool succeeded, std::size_t count = 1) {
       const std::vector<std::string> reports = host.TakeReports();
       EXPECT_EQ(reports.size(), succeeded ? 0 : count);
       if (succeeded) return;
@@ -100,7 +100,7 @@ class DepthSizeTest : public zeltest::LibraryTest {
 TEST_F(DepthSizeTest, EveryDescentEndsAtItsLimit) {
   zeltest::RunOnSmallStack([this] {
     for (const bool isDict : {false, true}) {
-      const auto nested = [&](size_t depth, const char* dict, const std::string& innermost) {
+      const auto nested = [&](std::size_t depth, const char* dict, const std::string& innermost) {
         return Repeat(depth, isDict ? dict : "[") + innermost + Repeat(depth, isDict ? ">" : "]");
       };
       const std::string empty = nested(1, "<", "");
@@ -158,7 +158,7 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
             nullptr);
   Keep(stream);
   const struct {
-    uint32_t deliversMore, mark;
+    std::uint32_t deliversMore, mark;
     const char* report;  // none: read, and repositioned by the three bytes behind the value
   } rows[] = {
       {0, 3, nullptr},
@@ -197,11 +197,11 @@ TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   const ZELInstance value = procs.numbers.NewPOSNumber(1);
   procs.containers.AddRef(value);
 
-  std::vector<uint32_t> edges = {0xFFFFFFFE, 0xFFFFFFFF};
-  for (uint32_t power = 1u << 20; power != 0; power *= 2) {
+  std::vector<std::uint32_t> edges = {0xFFFFFFFE, 0xFFFFFFFF};
+  for (std::uint32_t power = 1u << 20; power != 0; power *= 2) {
     edges.insert(edges.end(), {power - 1, power, power + 1});
   }
-  for (const uint32_t edge : edges) {
+  for (const std::uint32_t edge : edges) {
     g_largest = 0;
     procs.arrays.SetAt(array, edge, value);
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;

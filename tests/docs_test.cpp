@@ -11,7 +11,7 @@ using Lines = std::vector<std::string>;
 
 // A fenced block; the words behind its opening fence tell what is to be done with it.
 struct Block {
-  size_t line = 0;  // of its opening fence
+  std::size_t line = 0;  // of its opening fence
   std::string kind, argument;
   Lines lines;
 
@@ -28,9 +28,9 @@ std::vector<Block> ReadBlocks(const std::string& page) {
   std::vector<Block> blocks;
   std::string text;
   bool inside = false;
-  size_t indentation = 0;
-  for (size_t number = 1; std::getline(file, text); ++number) {
-    const size_t start = text.find_first_not_of(' ');
+  std::size_t indentation = 0;
+  for (std::size_t number = 1; std::getline(file, text); ++number) {
+    const std::size_t start = text.find_first_not_of(' ');
     const bool isFence = start != text.npos && text.compare(start, 3, "```") == 0;
     if (isFence && !inside) {
       indentation = start;
@@ -48,7 +48,7 @@ std::vector<Block> ReadBlocks(const std::string& page) {
 class DocsTest : public zeltest::LibraryTest {
  protected:
   // Runs the block at `index` with those behind it that belong to it.
-  void Run(const std::vector<Block>& blocks, size_t index) {
+  void Run(const std::vector<Block>& blocks, std::size_t index) {
     const Block& block = blocks[index];
     if (block.kind == "pos") {
       Parse(block.Text());
@@ -74,7 +74,7 @@ class DocsTest : public zeltest::LibraryTest {
     } else if (block.kind == "value") {
       const ZELInstance validator = Keep(structValidators.NewPOSStructValidator(schema));
       g_messages.clear();
-      const int32_t conforms =
+      const std::int32_t conforms =
           validators.Validate(validator, Parse(block.Text()), Atom(block.argument), &Collect);
       const Lines messages = LinesBehind(blocks, index, "messages");
       const Lines reports = LinesBehind(blocks, index, "report");
@@ -86,15 +86,15 @@ class DocsTest : public zeltest::LibraryTest {
     }
   }
 
-  static Lines LinesBehind(const std::vector<Block>& blocks, size_t index, const char* kind) {
+  static Lines LinesBehind(const std::vector<Block>& blocks, std::size_t index, const char* kind) {
     const bool isThere = index + 1 < blocks.size() && blocks[index + 1].kind == kind;
     return isThere ? blocks[index + 1].lines : Lines();
   }
 
-  void RunPage(const std::string& page, size_t atLeast) {
+  void RunPage(const std::string& page, std::size_t atLeast) {
     const std::vector<Block> blocks = ReadBlocks(page);
     EXPECT_GT(blocks.size(), atLeast);
-    for (size_t i = 0; i < blocks.size(); ++i) {
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
       SCOPED_TRACE(page + ":" + std::to_string(blocks[i].line));
       Run(blocks, i);
     }

@@ -29,7 +29,7 @@ struct Failure {
 
 int g_released = 0;
 void CountRelease(void*) { ++g_released; }
-uint64_t g_faults = 0;
+std::uint64_t g_faults = 0;
 
 class FaultSweep : public zeltest::LibraryTest {
  protected:
@@ -51,9 +51,9 @@ class FaultSweep : public zeltest::LibraryTest {
 
   // Calls a procedure. A report, which the neutral result goes with, or an error object ends the
   // attempt.
-  template <class Result, class... Parameters, class... Arguments>
+  template <typename Result, typename... Parameters, typename... Arguments>
   Result Call(Result (*procedure)(Parameters...), Arguments... arguments) {
-    const size_t reports = host.Reports().size();
+    const std::size_t reports = host.Reports().size();
     if constexpr (std::is_void_v<Result>) {
       procedure(arguments...);
       if (host.Reports().size() > reports) throw Failure{true};
@@ -73,7 +73,7 @@ class FaultSweep : public zeltest::LibraryTest {
   }
 
   // Calls a procedure that delivers through its first argument.
-  template <class Result, class... Parameters, class... Arguments>
+  template <typename Result, typename... Parameters, typename... Arguments>
   Result Deliver(ZELErrorObject (*procedure)(Result*, Parameters...), Arguments... arguments) {
     Result result{};
     try {
@@ -86,7 +86,7 @@ class FaultSweep : public zeltest::LibraryTest {
   }
 
   // Calls a procedure that has to fail.
-  template <class Procedure, class... Arguments>
+  template <typename Procedure, typename... Arguments>
   void Refused(Procedure procedure, Arguments... arguments) {
     try {
       Call(procedure, arguments...);
@@ -98,7 +98,7 @@ class FaultSweep : public zeltest::LibraryTest {
   }
 
   // Calls a procedure that changes a container, which a failure leaves as it was.
-  template <class... Parameters, class... Arguments>
+  template <typename... Parameters, typename... Arguments>
   void Change(void (*procedure)(ZELInstance, Parameters...), ZELInstance container,
               Arguments... arguments) {
     const auto copy = [&] {
@@ -143,21 +143,21 @@ class FaultSweep : public zeltest::LibraryTest {
 
    private:
     FaultSweep& test_;
-    uint64_t left_;
+    std::uint64_t left_;
   };
 
   ZELInstance NewStream(const std::string& bytes) {
     const Pause pause(*this);
     ZELInstance stream = nullptr;
     streams.NewPositionableMemoryStream(&stream);
-    onStream.Write(stream, bytes.data(), static_cast<uint32_t>(bytes.size()));
+    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
     onStream.Rewind(stream);
     return Own(stream);
   }
   std::string Contents(ZELInstance stream) {
     const Pause pause(*this);
     char bytes[4096];
-    uint32_t count = 0;
+    std::uint32_t count = 0;
     onStream.Rewind(stream);
     onStream.Read(stream, &count, bytes, sizeof bytes);
     return std::string(bytes, count);
@@ -165,17 +165,17 @@ class FaultSweep : public zeltest::LibraryTest {
 
   // ---- The sweep ----
 
-  void Arm(uint64_t n) {
+  void Arm(std::uint64_t n) {
     host.ResetCalls();
     failAt = n;
     host.FailAt(service, n, extent == Extent::kForGood);
     if (extent == Extent::kWithoutErrors) host.FailAt(Service::kNewError, 1, true);
   }
   // Returns what to arm again with, if at all.
-  uint64_t Disarm() {
+  std::uint64_t Disarm() {
     host.StopFailing();
-    const uint64_t calls = host.Calls(service);
-    const uint64_t at = std::exchange(failAt, 0);
+    const std::uint64_t calls = host.Calls(service);
+    const std::uint64_t at = std::exchange(failAt, 0);
     if (calls < at) return at - calls;
     injected = injected || at > 0;
     return at > 0 && extent == Extent::kForGood ? 1 : 0;
@@ -207,7 +207,7 @@ class FaultSweep : public zeltest::LibraryTest {
 
   // A start of which anything fails fails; the host may do without core error 1 alone.
   void StartWithFault() {
-    const uint64_t before = host.FaultsInjected();
+    const std::uint64_t before = host.FaultsInjected();
     host.Start(ZEL_LIBRARY_PATH);
     const bool isDispensable = service == Service::kGetCoreError && failAt == 2;
     EXPECT_EQ(host.FaultsInjected() - before, isDispensable ? 1u : 0u);
@@ -235,7 +235,7 @@ class FaultSweep : public zeltest::LibraryTest {
     if (before == Before::kRestart) host.Stop();
     const std::string settled = Settle(before);
     injected = true;
-    for (uint64_t n = 1; injected && !HasFailure(); ++n) {
+    for (std::uint64_t n = 1; injected && !HasFailure(); ++n) {
       SCOPED_TRACE(std::string(ServiceName(service)) + " " + std::to_string(n) + ", extent " +
                    std::to_string(static_cast<int>(extent)) + ", before " +
                    std::to_string(static_cast<int>(before)));
@@ -276,7 +276,7 @@ class FaultSweep : public zeltest::LibraryTest {
     std::cout << "[  faults  ] " << g_faults << " injected" << std::endl;
   }
 
-  template <class Procedure>
+  template <typename Procedure>
   static ZELProc AddressOf(Procedure procedure) {
     return reinterpret_cast<ZELProc>(procedure);
   }
@@ -305,8 +305,8 @@ class FaultSweep : public zeltest::LibraryTest {
 
   Service service = Service::kAlloc;
   Extent extent = Extent::kOnce;
-  uint64_t failAt = 0;     // 0: not armed
-  bool takesLong = false;  // enough to be swept in one way
+  std::uint64_t failAt = 0;  // 0: not armed
+  bool takesLong = false;    // enough to be swept in one way
   bool injected = false;
   bool wasTold = false;
   int made = 0;  // raw pointers
@@ -329,14 +329,14 @@ SCENARIO(Scalars) {
   const ZELInstance string = Own(Call(strings.NewPOSString, "text"));
   EXPECT_TRUE(Call(strings.IsPOSString, string));
   EXPECT_STREQ(Call(strings.Get, string), "text");
-  const uint16_t units[] = {0x41, 0};
+  const std::uint16_t units[] = {0x41, 0};
   const ZELInstance unicode = Own(Call(unicodeStrings.NewPOSUnicodeString, units));
   EXPECT_TRUE(Call(unicodeStrings.IsPOSUnicodeString, unicode));
   EXPECT_EQ(Call(unicodeStrings.Get, unicode)[0], 0x41);
   const ZELInstance data = Own(Call(binData.NewPOSBinData, "type", units, 2u));
   EXPECT_TRUE(Call(binData.IsPOSBinData, data));
   EXPECT_STREQ(Call(binData.GetTypeName, data), "type");
-  EXPECT_EQ(*static_cast<const uint16_t*>(Call(binData.GetBinData, data)), 0x41);
+  EXPECT_EQ(*static_cast<const std::uint16_t*>(Call(binData.GetBinData, data)), 0x41);
   EXPECT_EQ(Call(binData.GetSize, data), 2u);
   const ZELInstance pointer = Call(rawPointers.NewPOSRawPointer, &made, &CountRelease);
   ++made;
@@ -439,7 +439,7 @@ SCENARIO(Reading) {
   const ZELInstance object = Own(Call(streamers.Deserialize, streamer, stream));
   const Pause pause(*this);
   EXPECT_TRUE(objects.IsEqual(object, written));
-  uint32_t position = 0;
+  std::uint32_t position = 0;
   onStream.Mark(stream, &position);
   EXPECT_EQ(position, text.size());
 }
@@ -472,7 +472,7 @@ SCENARIO(CheckingSchemas) {
   takesLong = true;
   const auto verdict = [&](ZELInstance checked, const std::string& finding) {
     g_messages.clear();
-    const int32_t valid = Call(structValidators.ValidateSchema, checked, &Collect);
+    const std::int32_t valid = Call(structValidators.ValidateSchema, checked, &Collect);
     bool isFound = false;
     for (const std::string& message : g_messages) {
       isFound = isFound || message.find(finding) != std::string::npos;
@@ -504,7 +504,7 @@ SCENARIO(UsingTempFiles) {
   const ZELInstance stream = Own(Deliver(tempFiles.NewTempFileStream, "p", "e", "w+b"));
   const auto read = [&](ZELInstance from) {
     char buffer[8] = {};
-    uint32_t delivered = 0;
+    std::uint32_t delivered = 0;
     Call(onStream.Read, from, &delivered, buffer, 7u);
     EXPECT_EQ(std::string(buffer).size(), delivered);
     return std::string(buffer);
@@ -522,7 +522,7 @@ SCENARIO(UsingTempFiles) {
   EXPECT_EQ(read(reader).substr(0, 1), "a");
   Call(onStream.Rewind, reader);
   EXPECT_EQ(read(reader).substr(0, 1), "a");
-  uint32_t place = 0;
+  std::uint32_t place = 0;
   Call(onStream.Mark, other, &place);
   EXPECT_EQ(place, 0u);
   Refused(onStream.Write, stream, "x", 1u);

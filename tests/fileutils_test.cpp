@@ -185,12 +185,13 @@ TEST_F(FileUtilsTest, AUniqueNameIsTheFirstFreeOne) {
 
 TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   std::string written;
-  for (uint32_t i = 0; written.size() < 5'000'000; ++i) written += std::to_string(i * 2654435761u);
+  for (std::uint32_t i = 0; written.size() < 5'000'000; ++i)
+    written += std::to_string(i * 2654435761u);
   std::optional<Stream> owner = NewStream();
   ASSERT_EQ(Names().size(), 1u);
   const std::string name = Names().begin()->string();
   EXPECT_EQ(name.substr(name.size() - 11), "pre0000.ext");
-  for (size_t at = 0; at < written.size(); at += 4097) owner->Write(written.substr(at, 4097));
+  for (std::size_t at = 0; at < written.size(); at += 4097) owner->Write(written.substr(at, 4097));
 
   std::optional<Stream> first = owner->CreateIndependent();
   std::optional<Stream> second = owner->CreateIndependent();
@@ -199,9 +200,9 @@ TEST_F(FileUtilsTest, WhatIsWrittenIsReadByTwoReadersAndTheOwner) {
   std::string read[3];
   for (bool goesOn = true; goesOn;) {
     goesOn = false;
-    for (size_t i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < 3; ++i) {
       std::vector<std::byte> buffer(10000 * (i + 1));
-      const uint32_t count = readers[i]->Read(buffer);
+      const std::uint32_t count = readers[i]->Read(buffer);
       read[i].append(reinterpret_cast<const char*>(buffer.data()), count);
       goesOn = goesOn || count > 0;
     }

@@ -12,7 +12,7 @@ using zelhost::HostError;
 using zelhost::Service;
 
 // The binder's types have its methods' names.
-template <class Proc>
+template <typename Proc>
 Proc OfBinder(const Host& host, const char* name) {
   return host.Find<Proc>(ZEL_BINDER_INTERFACE, name, name);
 }

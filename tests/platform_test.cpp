@@ -36,7 +36,7 @@ TEST_F(PlatformTest, ADocumentIsTheSameBytes) {
     bytes += static_cast<char>(byte);
     if (byte % 3 == 1) spread += static_cast<char>(255 - byte);
   }
-  const auto binary = [&](size_t size) {
+  const auto binary = [&](std::size_t size) {
     return client.NewBinData("raw}", std::as_bytes(std::span(bytes.data(), size)));
   };
   const double infinity = std::numeric_limits<double>::infinity();
@@ -92,7 +92,7 @@ TEST_F(PlatformTest, ADocumentIsTheSameBytes) {
 
 TEST_F(PlatformTest, APointerIsWrittenInTheDigitsOfItsWidth) {
   constexpr bool kIs32Bit = sizeof(void*) == 4;
-  const std::pair<uintptr_t, const char*> rows[] = {
+  const std::pair<std::uintptr_t, const char*> rows[] = {
       {0, kIs32Bit ? "$00000000 " : "$0000000000000000 "},
       {0xABC, kIs32Bit ? "$00000ABC " : "$0000000000000ABC "},
       {0xFEDCBA98, kIs32Bit ? "$FEDCBA98 " : "$00000000FEDCBA98 "},
@@ -216,7 +216,7 @@ TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
   ASSERT_EQ(folder.Names().size(), 1u);
 
   // The owner deletes the file, or leaves it to the last reader.
-  const size_t isThere = kIsWindows ? 1 : 0;
+  const std::size_t isThere = kIsWindows ? 1 : 0;
   owner.reset();
   EXPECT_EQ(folder.Names().size(), isThere);
   // The name may be another file's by now.

@@ -40,9 +40,9 @@ class StreamerTest : public zeltest::LibraryTest {
     return ReadFrom(client);
   }
 
-  ZELInstance BytesOf(size_t size, const char* typeName) {
+  ZELInstance BytesOf(std::size_t size, const char* typeName) {
     const std::string bytes(size, '\xAB');
-    return Keep(binData.NewPOSBinData(typeName, bytes.data(), static_cast<uint32_t>(size)));
+    return Keep(binData.NewPOSBinData(typeName, bytes.data(), static_cast<std::uint32_t>(size)));
   }
 
   ZELInstance streamer = Keep(streamers.NewPOSStreamer());
@@ -64,7 +64,7 @@ TEST_F(StreamerTest, WritesAndReadsEveryKind) {
   const std::string body = std::to_string(text.size());
   EXPECT_EQ(client.log, "W27 W1 W" + body + " W27 W1 W" + body + " ");
 
-  for (size_t copy = 1; copy <= 2; ++copy) {
+  for (std::size_t copy = 1; copy <= 2; ++copy) {
     client.mostPerRead = copy == 1 ? 7 : 512;
     const ZELInstance result = streamers.Deserialize(streamer, stream);
     EXPECT_EQ(host.RefCount(result), 0u);
@@ -107,7 +107,7 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
   EXPECT_EQ(numbers.Get(ReadText("#.01e99999999999999999999 ")), HUGE_VAL);
   EXPECT_EQ(numbers.Get(ReadText("#1e-99999999999999999999 ")), 0);
   // Around the sizes that the work buffers begin with and double to.
-  for (const size_t length : {31u, 32u, 33u, 63u, 64u, 65u, 1000u}) {
+  for (const std::size_t length : {31u, 32u, 33u, 63u, 64u, 65u, 1000u}) {
     const std::string text(length, 'x');
     EXPECT_EQ(strings.Get(ReadText('"' + text + '"')), text);
     EXPECT_EQ(Written(ReadText('`' + Repeat(length, "1234") + '`')),
@@ -166,7 +166,7 @@ TEST_F(StreamerTest, HeaderNamesTheVersion) {
   const struct {
     std::string bytes;
     const char* report;
-    uint32_t read;
+    std::uint32_t read;
   } rows[] = {
       {"", end, 0},
       {"   ", end, 3},
@@ -194,7 +194,7 @@ TEST_F(StreamerTest, HeaderNamesTheVersion) {
 
 TEST_F(StreamerTest, StreamIsUsedInBlocks) {
   const struct {
-    size_t length;  // of the text, quotes included
+    std::size_t length;  // of the text, quotes included
     const char* written;
     const char* read;
   } rows[] = {

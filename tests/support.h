@@ -26,7 +26,7 @@ inline constexpr bool kIsWindows = true;
 inline constexpr bool kIsWindows = false;
 #endif
 
-inline std::string Repeat(size_t count, const std::string& text) {
+inline std::string Repeat(std::size_t count, const std::string& text) {
   std::string repeated;
   while (count-- > 0) repeated += text;
   return repeated;
@@ -38,7 +38,7 @@ inline void Collect(const char* message) { g_messages.emplace_back(message); }
 
 // Runs a test's body on a thread with a stack of 1 MiB.
 inline void RunOnSmallStack(const std::function<void()>& body) {
-  constexpr size_t kStackSize = 1 << 20;
+  constexpr std::size_t kStackSize = 1 << 20;
   void* argument = const_cast<void*>(static_cast<const void*>(&body));
 #if defined(_WIN32)
   // No lambda: its calling convention would be the default one.
@@ -113,7 +113,7 @@ class LibraryTest : public ::testing::Test, protected HostHolder, protected Proc
     EXPECT_EQ(host.TakeReports(), reports);
   }
   // Calls a procedure that has to fail: it gives nothing and makes this report.
-  template <class Result, class... Parameters, class... Arguments>
+  template <typename Result, typename... Parameters, typename... Arguments>
   void ExpectFailure(const char* report, Result (*procedure)(Parameters...),
                      Arguments... arguments) {
     if constexpr (std::is_void_v<Result>) {

@@ -52,7 +52,7 @@ TEST_F(TextSyntaxTest, WhatATextGives) {
 TEST_F(TextSyntaxTest, WhereATextIsWrong) {
   struct {
     std::string text;
-    size_t position;
+    std::size_t position;
     const char* why;
   } const rows[] = {
       {"]", 1, "after a closing bracket"},
@@ -91,7 +91,7 @@ TEST_F(TextSyntaxTest, WhereATextIsWrong) {
     const char* position = nullptr;
     EXPECT_EQ(statics.CreateFromText(row.text.c_str(), &position), nullptr) << row.text;
     ASSERT_NE(position, nullptr) << row.text;
-    EXPECT_EQ(position - row.text.c_str(), static_cast<ptrdiff_t>(row.position))
+    EXPECT_EQ(position - row.text.c_str(), static_cast<std::ptrdiff_t>(row.position))
         << row.text << ": " << row.why;
     EXPECT_EQ(statics.CreateFromText(row.text.c_str(), nullptr), nullptr);
   }

@@ -19,12 +19,12 @@ const char* const kConforms = "conforms";
 struct Check {
   const zeltest::CoreProcedures& procs;
   std::string text{};  // left in the buffer, without a NUL
-  int32_t result = 0;
+  std::int32_t result = 0;
   int calls = 0;
   std::function<void()> meanwhile = [] {};
 };
 
-int32_t RunCheck(ZELInstance, ZELStringAtom, ZELSharedBuff buffer, void* data) {
+std::int32_t RunCheck(ZELInstance, ZELStringAtom, ZELSharedBuff buffer, void* data) {
   Check& check = *static_cast<Check*>(data);
   EXPECT_EQ(check.procs.buffers.GetSize(buffer), 1024u);
   char* text = static_cast<char*>(check.procs.buffers.GetBuffer(buffer));
@@ -45,7 +45,7 @@ class ValidatorTest : public zeltest::LibraryTest {
   // What is found in a value, one message after the other behind "|"; kConforms when it conforms.
   std::string Findings(ZELInstance validator, ZELInstance value, const char* type = "T") {
     g_messages.clear();
-    const int32_t conforms = validators.Validate(validator, value, Atom(type), &Collect);
+    const std::int32_t conforms = validators.Validate(validator, value, Atom(type), &Collect);
     std::string findings = conforms != 0 ? kConforms : "";
     for (const std::string& message : g_messages) findings += "|" + message;
     return findings;
@@ -53,7 +53,7 @@ class ValidatorTest : public zeltest::LibraryTest {
 
   void ExpectSchemaFinding(ZELInstance schema, const std::string& end) {
     g_messages.clear();
-    const int32_t valid = structValidators.ValidateSchema(schema, &Collect);
+    const std::int32_t valid = structValidators.ValidateSchema(schema, &Collect);
     EXPECT_EQ(valid != 0, end == kConforms);
     EXPECT_EQ(valid != 0, g_messages.empty());
     bool found = valid != 0;
@@ -372,11 +372,11 @@ TEST_F(ValidatorTest, AConformingElementMakesNothing) {
     const ZELInstance value = Parse("<list [" + list + "] all <" + all + ">>");
     host.ResetCalls();
     EXPECT_EQ(Findings(validator, value), kConforms);
-    return std::vector<uint64_t>{host.Calls(Service::kAlloc),
-                                 host.Calls(Service::kNewFullContainer),
-                                 host.Calls(Service::kNewStringAtom)};
+    return std::vector<std::uint64_t>{host.Calls(Service::kAlloc),
+                                      host.Calls(Service::kNewFullContainer),
+                                      host.Calls(Service::kNewStringAtom)};
   };
-  const std::vector<uint64_t> few = made(10), many = made(60);
+  const std::vector<std::uint64_t> few = made(10), many = made(60);
   EXPECT_EQ(few[0], many[0]);
   EXPECT_EQ(few[1], many[1]);
   // For each member its key, which it is fetched by, and the name that the set gives.

@@ -8,7 +8,7 @@ namespace {
 using ValuesTest = zeltest::LibraryTest;
 
 TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
-  const uint16_t units[] = {0x41, 0};
+  const std::uint16_t units[] = {0x41, 0};
   const ZELInstance all[] = {
       NewNumber(1),
       NewString("A"),
@@ -23,10 +23,10 @@ TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
       binData.IsPOSBinData, rawPointers.IsPOSRawPointer, arrays.IsPOSArray,
       dicts.IsPOSDict,
   };
-  for (size_t i = 0; i < std::size(all); ++i) {
-    EXPECT_EQ(objects.GetType(all[i]), static_cast<int32_t>(i + 1));
+  for (std::size_t i = 0; i < std::size(all); ++i) {
+    EXPECT_EQ(objects.GetType(all[i]), static_cast<std::int32_t>(i + 1));
     EXPECT_FALSE(checks[i](nullptr));
-    for (size_t j = 0; j < std::size(all); ++j) {
+    for (std::size_t j = 0; j < std::size(all); ++j) {
       EXPECT_EQ(checks[j](all[i]), i == j);
       EXPECT_EQ(objects.IsEqual(all[i], all[j]), i == j);
     }
@@ -39,7 +39,7 @@ TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
 }
 
 TEST_F(ValuesTest, EqualityFollowsTheContents) {
-  const uint16_t empty[] = {0}, one[] = {1, 0, 2}, two[] = {2, 0, 2};
+  const std::uint16_t empty[] = {0}, one[] = {1, 0, 2}, two[] = {2, 0, 2};
   const auto make = [&] {
     return std::vector<ZELInstance>{NewNumber(0),
                                     NewNumber(1),
@@ -56,8 +56,8 @@ TEST_F(ValuesTest, EqualityFollowsTheContents) {
                                     Keep(rawPointers.NewPOSRawPointer(&host, nullptr))};
   };
   const std::vector<ZELInstance> all = make(), others = make();
-  for (size_t i = 0; i < all.size(); ++i) {
-    for (size_t j = 0; j < all.size(); ++j) {
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    for (std::size_t j = 0; j < all.size(); ++j) {
       EXPECT_EQ(objects.IsEqual(all[i], others[j]), i == j) << i << " and " << j;
     }
   }

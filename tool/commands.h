@@ -1,6 +1,5 @@
 // The commands of zelpos and what they tell their caller.
-#ifndef ZELPOS_COMMANDS_H
-#define ZELPOS_COMMANDS_H
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -36,5 +35,3 @@ int Get(const Arguments& arguments);
 int Validate(const Arguments& arguments);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_COMMANDS_H

@@ -1,6 +1,5 @@
 // Files byte for byte. The name "-" stands for standard input.
-#ifndef ZELPOS_FILES_H
-#define ZELPOS_FILES_H
+#pragma once
 
 #include <cstdio>
 #include <memory>
@@ -31,5 +30,3 @@ std::string ReadFile(const std::string& file);
 void WriteStandardOutput(std::string_view bytes);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_FILES_H

@@ -1,6 +1,5 @@
 // Signals that end the program, held back while it has something to clear away.
-#ifndef ZELPOS_HELD_SIGNALS_H
-#define ZELPOS_HELD_SIGNALS_H
+#pragma once
 
 #include <array>
 #include <csignal>
@@ -36,5 +35,3 @@ class HeldSignals {
 };
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_HELD_SIGNALS_H

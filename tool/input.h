@@ -1,6 +1,5 @@
 // Values from files: a POS text or a stored stream.
-#ifndef ZELPOS_INPUT_H
-#define ZELPOS_INPUT_H
+#pragma once
 
 #include <string>
 #include <zelutils/client.hpp>
@@ -12,5 +11,3 @@ namespace zelpos {
 zelutils::Value ReadValue(const zelutils::Client& client, const std::string& file);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_INPUT_H

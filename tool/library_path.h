@@ -1,6 +1,5 @@
 // Where the library is found at run time.
-#ifndef ZELPOS_LIBRARY_PATH_H
-#define ZELPOS_LIBRARY_PATH_H
+#pragma once
 
 #include <string>
 
@@ -11,5 +10,3 @@ namespace zelpos {
 std::string LibraryPath();
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_LIBRARY_PATH_H

@@ -1,7 +1,6 @@
 // What is wrong with a POS text that could not be read. The library tells only where it stopped;
 // the rest is found in the text before that place, all of which is well-formed.
-#ifndef ZELPOS_PARSE_ERROR_H
-#define ZELPOS_PARSE_ERROR_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -23,5 +22,3 @@ Finding ExplainParseError(std::string_view text, std::size_t stop);
 std::string ShowPosition(const std::string& name, std::string_view text, const Finding& finding);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_PARSE_ERROR_H

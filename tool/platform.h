@@ -1,6 +1,5 @@
 // What differs from system to system: how files are named, made and written through to the disk.
-#ifndef ZELPOS_PLATFORM_H
-#define ZELPOS_PLATFORM_H
+#pragma once
 
 #include <cstdio>
 #include <filesystem>
@@ -28,5 +27,3 @@ void MakeBinary(std::FILE* file);
 bool WriteThrough(std::FILE* file);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_PLATFORM_H

@@ -1,6 +1,5 @@
 // Values as text for people, and for CreateFromText where it can read them.
-#ifndef ZELPOS_PRINT_H
-#define ZELPOS_PRINT_H
+#pragma once
 
 #include <string>
 #include <zelutils/client.hpp>
@@ -16,5 +15,3 @@ std::string KindOf(const zelutils::Value& value);
 std::string Print(const zelutils::Value& value);
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_PRINT_H

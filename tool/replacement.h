@@ -1,6 +1,5 @@
 // A file's new content, which takes the old one's place when it is complete, and not before.
-#ifndef ZELPOS_REPLACEMENT_H
-#define ZELPOS_REPLACEMENT_H
+#pragma once
 
 #include <filesystem>
 #include <optional>
@@ -39,5 +38,3 @@ class Replacement {
 };
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_REPLACEMENT_H

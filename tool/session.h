@@ -1,6 +1,5 @@
 // A host with the library started in it, for as long as a command runs.
-#ifndef ZELPOS_SESSION_H
-#define ZELPOS_SESSION_H
+#pragma once
 
 #include <zelhost/host.h>
 
@@ -34,5 +33,3 @@ struct Session {
 };
 
 }  // namespace zelpos
-
-#endif  // ZELPOS_SESSION_H

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "frame/decimal.h"
-#include "frame/pos_wrappers.h"
-#include "frame/registry.h"
+#include "frame/base/decimal.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/object/registry.h"
 #include "pos/base_object.h"
 #include "streamer/ichar_stream.h"
 #include "streamer/number_text.h"
@@ -58,7 +58,7 @@ void ImportedTable(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(POSNumbers());
 }
 
-constexpr size_t kTextLength = 1 << 16;
+constexpr std::size_t kTextLength = 1 << 16;
 
 // A string's content as it stands in a stream.
 std::string StreamText() {
@@ -80,7 +80,7 @@ void PutCharacters(benchmark::State& state) {
     stream.Seek(0, 0);
     OCharStream output(stream);
     const OCharStream::ParamsInForce inForce(output, kStringParams);
-    for (size_t i = 0; i < kTextLength; ++i) output.PutChar('a');
+    for (std::size_t i = 0; i < kTextLength; ++i) output.PutChar('a');
     output.Finish();
   }
   state.counters["items"] = kTextLength;
@@ -94,7 +94,8 @@ void PutTexts(benchmark::State& state) {
     stream.Seek(0, 0);
     OCharStream output(stream);
     const OCharStream::ParamsInForce inForce(output, kStringParams);
-    for (size_t i = 0; i < kTextLength; i += text.size()) output.PutText(text.data(), text.size());
+    for (std::size_t i = 0; i < kTextLength; i += text.size())
+      output.PutText(text.data(), text.size());
     output.Finish();
   }
   state.counters["items"] = kTextLength;
@@ -104,7 +105,7 @@ void GetCharacters(benchmark::State& state) {
   const StartedHost host;
   CZELPositionableStream stream = NewStream();
   const std::string text = StreamText();
-  stream.Write(text.data(), static_cast<uint32_t>(text.size()));
+  stream.Write(text.data(), static_cast<std::uint32_t>(text.size()));
   for (auto _ : state) {
     stream.Seek(0, 0);
     ICharStream input(stream);
@@ -120,7 +121,7 @@ void GetTexts(benchmark::State& state) {
   const StartedHost host;
   CZELPositionableStream stream = NewStream();
   const std::string text = StreamText();
-  stream.Write(text.data(), static_cast<uint32_t>(text.size()));
+  stream.Write(text.data(), static_cast<std::uint32_t>(text.size()));
   for (auto _ : state) {
     stream.Seek(0, 0);
     ICharStream input(stream);
@@ -144,7 +145,7 @@ void Format(benchmark::State& state, double number) {
 }
 
 void ParseNumber(benchmark::State& state, const char* text) {
-  const size_t length = std::strlen(text);
+  const std::size_t length = std::strlen(text);
   for (auto _ : state) {
     benchmark::DoNotOptimize(text);
     benchmark::DoNotOptimize(DecimalPrefix(text, length, true));

@@ -16,8 +16,7 @@
 // A host is not thread-safe: it, the library and the clients are called one call at a time. No
 // handle, block or atom outlives its host. The C procedures never throw; the methods of Host throw
 // HostError where they say so, and std::bad_alloc.
-#ifndef ZELHOST_HOST_H
-#define ZELHOST_HOST_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -249,5 +248,3 @@ class Host {
 };
 
 }  // namespace zelhost
-
-#endif  // ZELHOST_HOST_H

@@ -5,8 +5,7 @@
  *
  * All names are NUL-terminated byte texts, compared byte for byte.
  */
-#ifndef ZELUTILS_BINDER_H
-#define ZELUTILS_BINDER_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -60,5 +59,3 @@ typedef int32_t (*ZELIsMultiThreaded)(void);
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_BINDER_H */

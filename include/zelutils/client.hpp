@@ -20,11 +20,8 @@
 // shows.
 //
 // Texts given are bytes without a NUL inside. All of it is used one call at a time.
-#ifndef ZELUTILS_CLIENT_HPP
-#define ZELUTILS_CLIENT_HPP
+#pragma once
 
 #include "zelutils/client_base.hpp"
 #include "zelutils/client_streams.hpp"
 #include "zelutils/client_values.hpp"
-
-#endif  // ZELUTILS_CLIENT_HPP

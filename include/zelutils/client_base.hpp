@@ -1,8 +1,7 @@
 // The ground of the typed client: errors, arguments, tables of procedures, the client itself, and
 // the holders of references. Programs include zelutils/client.hpp, which says how all of it is
 // used.
-#ifndef ZELUTILS_CLIENT_BASE_HPP
-#define ZELUTILS_CLIENT_BASE_HPP
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -382,5 +381,3 @@ class Instance {
 #undef ZELUTILS_SLOT
 
 }  // namespace zelutils
-
-#endif  // ZELUTILS_CLIENT_BASE_HPP

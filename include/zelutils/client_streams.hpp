@@ -1,7 +1,6 @@
 // Streams and what works on files and values besides: the streamer, validators and directories.
 // Programs include zelutils/client.hpp, which says how they are used.
-#ifndef ZELUTILS_CLIENT_STREAMS_HPP
-#define ZELUTILS_CLIENT_STREAMS_HPP
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -249,5 +248,3 @@ inline Stream Client::NewTempFileStream(const Text& prefix, const Text& extensio
 }
 
 }  // namespace zelutils
-
-#endif  // ZELUTILS_CLIENT_STREAMS_HPP

@@ -1,6 +1,5 @@
 // POS objects as typed values. Programs include zelutils/client.hpp, which says how they are used.
-#ifndef ZELUTILS_CLIENT_VALUES_HPP
-#define ZELUTILS_CLIENT_VALUES_HPP
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -361,5 +360,3 @@ inline Value Client::Parse(const Text& text) const {
 }
 
 }  // namespace zelutils
-
-#endif  // ZELUTILS_CLIENT_VALUES_HPP

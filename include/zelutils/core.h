@@ -13,8 +13,7 @@
  * A method whose procedure type is a plain ZELProc must be registered by a host, but the library
  * never calls it: any address will do.
  */
-#ifndef ZELUTILS_CORE_H
-#define ZELUTILS_CORE_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -402,5 +401,3 @@ typedef ZELProc ZELProgressUpdateProc;
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_CORE_H */

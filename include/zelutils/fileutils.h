@@ -7,8 +7,7 @@
  * Directory and stream handles are delivered without reference. Names and paths are byte texts, on
  * Windows in the current code page.
  */
-#ifndef ZELUTILS_FILEUTILS_H
-#define ZELUTILS_FILEUTILS_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -75,5 +74,3 @@ typedef ZELErrorObject (*_ZELUtilsNewTempFileStreamProc_NewTempFileStream)(ZELIn
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_FILEUTILS_H */

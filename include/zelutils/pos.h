@@ -14,8 +14,7 @@
  * the host's own text for a handle that is null or of another kind. Procedures that call others, as
  * Clone calls that of each member, report a text for each one that fails.
  */
-#ifndef ZELUTILS_POS_H
-#define ZELUTILS_POS_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -267,5 +266,3 @@ typedef const char *(*POSDictIteratorCurKeyProc)(ZELInstance iterator);
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_POS_H */

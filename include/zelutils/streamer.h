@@ -2,8 +2,7 @@
  * The POS streamer: writes a POS object with everything it holds as text to a stream, and reads it
  * back. A written text begins with the name of its format and one space.
  */
-#ifndef ZELUTILS_STREAMER_H
-#define ZELUTILS_STREAMER_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -43,5 +42,3 @@ typedef ZELInstance (*POSStreamerDeserializeProc)(ZELInstance streamer, ZELInsta
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_STREAMER_H */

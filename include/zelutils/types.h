@@ -4,8 +4,7 @@
  * Everything here is plain C (C99) and C++. Procedures use the platform's default C calling
  * convention. No C++ type and no exception crosses the boundary.
  */
-#ifndef ZELUTILS_TYPES_H
-#define ZELUTILS_TYPES_H
+#pragma once
 
 #include <stdbool.h>
 #include <stddef.h>
@@ -71,5 +70,3 @@ ZEL_STATIC_ASSERT(ZELBooleanIsOneByte, sizeof(bool) == 1);
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_TYPES_H */

@@ -2,8 +2,7 @@
  * The POS structure validator: checks POS objects against a schema, which is itself a POS
  * dictionary from type names to type definitions.
  */
-#ifndef ZELUTILS_VALIDATOR_H
-#define ZELUTILS_VALIDATOR_H
+#pragma once
 
 #include "zelutils/types.h"
 
@@ -65,5 +64,3 @@ typedef int32_t (*POSValidatorValidateProc)(ZELInstance validator, ZELInstance v
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_VALIDATOR_H */

@@ -6,8 +6,7 @@
  * that binder. At the end it calls ZELUtilsTerminate. The library never runs by itself: it has no
  * threads, takes no locks, and must be called one call at a time.
  */
-#ifndef ZELUTILS_ZELUTILS_H
-#define ZELUTILS_ZELUTILS_H
+#pragma once
 
 #include "zelutils/binder.h"
 #include "zelutils/core.h"
@@ -50,5 +49,3 @@ typedef void (*ZELUtilsTerminateProc)(void);
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* ZELUTILS_ZELUTILS_H */

@@ -19,7 +19,7 @@ inline constexpr char kSeparator = '/';
 #endif
 
 // Room for the text of a directory that the system names, with its NUL. A longer one is an error.
-inline constexpr size_t kDirectoryTextSize = 260;
+inline constexpr std::size_t kDirectoryTextSize = 260;
 using DirectoryText = char[kDirectoryTextSize];
 
 // The directory for temporary files, ending with the separator: on POSIX TMPDIR, else the system's
@@ -28,7 +28,7 @@ int TempDirectory(DirectoryText& text) noexcept;
 int CurrentDirectory(DirectoryText& text) noexcept;
 
 // Whether the last character of a text of `length` bytes is the separator.
-bool EndsWithSeparator(const char* text, size_t length) noexcept;
+bool EndsWithSeparator(const char* text, std::size_t length) noexcept;
 
 // True for a file as for a directory, false whenever the system does not say that there is one.
 bool Exists(const char* path) noexcept;
@@ -44,8 +44,8 @@ int Remove(const char* path) noexcept;
 // be it that of the same file: test and move are one step, so that nothing is ever overwritten.
 int Rename(const char* from, const char* to) noexcept;
 
-uint32_t ProcessId() noexcept;
+std::uint32_t ProcessId() noexcept;
 // Of the calling thread; no other thread of the process has the same.
-uint32_t ThreadId() noexcept;
+std::uint32_t ThreadId() noexcept;
 
 }  // namespace NFileSystem

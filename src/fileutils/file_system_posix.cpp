@@ -48,8 +48,8 @@ int RenameByLink(const char* from, const char* to) noexcept {
 int TempDirectory(DirectoryText& text) noexcept {
   const char* directory = std::getenv("TMPDIR");
   if (directory == nullptr || directory[0] == '\0') directory = P_tmpdir;
-  const size_t length = std::strlen(directory);
-  const size_t separator = EndsWithSeparator(directory, length) ? 0 : 1;
+  const std::size_t length = std::strlen(directory);
+  const std::size_t separator = EndsWithSeparator(directory, length) ? 0 : 1;
   if (length >= sizeof text - separator) return ENAMETOOLONG;
   std::memcpy(text, directory, length);
   text[length] = kSeparator;
@@ -62,7 +62,7 @@ int CurrentDirectory(DirectoryText& text) noexcept {
   return errno == ERANGE ? ENAMETOOLONG : errno;
 }
 
-bool EndsWithSeparator(const char* text, size_t length) noexcept {
+bool EndsWithSeparator(const char* text, std::size_t length) noexcept {
   return length > 0 && text[length - 1] == kSeparator;
 }
 
@@ -92,15 +92,16 @@ int Rename(const char* from, const char* to) noexcept {
   return RenameByLink(from, to);
 }
 
-uint32_t ProcessId() noexcept { return static_cast<uint32_t>(getpid()); }
+std::uint32_t ProcessId() noexcept { return static_cast<std::uint32_t>(getpid()); }
 
-uint32_t ThreadId() noexcept {
+std::uint32_t ThreadId() noexcept {
 #if defined(__linux__)
-  return static_cast<uint32_t>(gettid());
+  return static_cast<std::uint32_t>(gettid());
 #else
   // Without numbered threads, the address that the system knows the thread by has to serve.
-  const uint64_t id = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
-  return static_cast<uint32_t>(id ^ (id >> 32));
+  const std::uint64_t id =
+      static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(pthread_self()));
+  return static_cast<std::uint32_t>(id ^ (id >> 32));
 #endif
 }
 

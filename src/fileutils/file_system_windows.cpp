@@ -55,7 +55,7 @@ class WidePath {
     }
     if (GetLastError() == ERROR_INSUFFICIENT_BUFFER) {
       const int length = Convert(path, nullptr, 0);
-      const size_t size = sizeof(wchar_t) * static_cast<size_t>(length);
+      const std::size_t size = sizeof(wchar_t) * static_cast<std::size_t>(length);
       if (length > 0) heap_ = static_cast<wchar_t*>(HeapAlloc(GetProcessHeap(), 0, size));
       if (length > 0 && heap_ == nullptr) {
         error_ = ENOMEM;
@@ -186,11 +186,11 @@ int CurrentDirectory(DirectoryText& text) noexcept {
   return DirectoryResult(GetCurrentDirectoryW(kDirectoryTextSize, wide), wide, text);
 }
 
-bool EndsWithSeparator(const char* text, size_t length) noexcept {
+bool EndsWithSeparator(const char* text, std::size_t length) noexcept {
   if (length == 0 || text[length - 1] != kSeparator) return false;
   // The byte may be the second half of a character of two bytes.
   const UINT codePage = CodePage();
-  size_t at = 0;
+  std::size_t at = 0;
   while (at < length - 1) {
     at += IsDBCSLeadByteEx(codePage, static_cast<BYTE>(text[at])) ? 2U : 1U;
   }
@@ -240,8 +240,8 @@ int Rename(const char* from, const char* to) noexcept {
   return MoveFileExW(wideFrom.Get(), wideTo.Get(), 0) ? 0 : LastErrorNumber();
 }
 
-uint32_t ProcessId() noexcept { return GetCurrentProcessId(); }
+std::uint32_t ProcessId() noexcept { return GetCurrentProcessId(); }
 
-uint32_t ThreadId() noexcept { return GetCurrentThreadId(); }
+std::uint32_t ThreadId() noexcept { return GetCurrentThreadId(); }
 
 }  // namespace NFileSystem

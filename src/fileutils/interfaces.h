@@ -3,7 +3,7 @@
 // which turns what it raises into an error object.
 #pragma once
 
-#include "frame/guard.h"
+#include "frame/object/guard.h"
 #include "zelutils/fileutils.h"
 
 namespace NFileUtilsImpl {

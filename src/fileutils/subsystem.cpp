@@ -1,7 +1,7 @@
 #include "fileutils/subsystem.h"
 
 #include "fileutils/interfaces.h"
-#include "frame/binder_link.h"
+#include "frame/link/binder_link.h"
 
 namespace NFileUtilsImpl {
 namespace {

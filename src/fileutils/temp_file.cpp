@@ -2,9 +2,9 @@
 
 #include <cerrno>
 
-#include "frame/core_interfaces.h"
-#include "frame/error.h"
-#include "frame/registry.h"
+#include "frame/core/core_interfaces.h"
+#include "frame/core/error.h"
+#include "frame/object/registry.h"
 #include "zelutils/fileutils.h"
 
 namespace NFileUtilsImpl {
@@ -38,7 +38,7 @@ bool IsUtilsDirAvailable() noexcept {
 
 // The holder of an atom that a procedure has delivered.
 CZELStringAtom TakeDelivered(ZELStringAtom atom) {
-  CZELStringAtom holder(atom, CZELStringAtom::Reference::kHandOver);
+  CZELStringAtom holder(atom, CZELStringAtom::Reference::kAdopt);
   if (holder.Text() == nullptr) ZEL_T_NMT::RaiseAllocationFailure();
   return holder;
 }
@@ -46,7 +46,7 @@ CZELStringAtom TakeDelivered(ZELStringAtom atom) {
 ContainerReference NewTempDirectory() {
   ZELInstance directory = nullptr;
   ZELCheck(UtilsDir().GetTempDir(&directory));
-  return ContainerReference::TakeNew(directory);
+  return ContainerReference::Adopt(directory);
 }
 
 const ZELUtilsDirImpl* OwnDirectory(ZELInstance directory) noexcept {
@@ -92,7 +92,7 @@ CZELPositionableStream TempFile::Open(const char* mode) const {
   if (factory == nullptr) ZELRaise("Missing Interface", "ZEL");
   ZELInstance stream = nullptr;
   ZELCheck(factory->NewPositionableFileStream(&stream, pathText.Text(), mode));
-  const ContainerReference taken = ContainerReference::TakeNew(stream);
+  const ContainerReference taken = ContainerReference::Adopt(stream);
   return CZELPositionableStream(taken.Get());
 }
 

@@ -6,10 +6,10 @@
 #include <cstdint>
 
 #include "fileutils/utils_dir.h"
-#include "frame/client_base.h"
-#include "frame/client_stream.h"
-#include "frame/container_reference.h"
-#include "frame/string_atom.h"
+#include "frame/core/client_base.h"
+#include "frame/core/container_reference.h"
+#include "frame/core/string_atom.h"
+#include "frame/object/client_stream.h"
 
 namespace NFileUtilsImpl {
 
@@ -43,11 +43,11 @@ class TempFile : public ZEL_T_NMT::CZELClientBase {
  private:
   friend class TempFileShare;
 
-  enum class State : uint8_t { kPresent, kLeftToLastUser, kDeleted, kLost };
+  enum class State : std::uint8_t { kPresent, kLeftToLastUser, kDeleted, kLost };
 
   void Delete() const;
 
-  uint32_t users_ = 0;
+  std::uint32_t users_ = 0;
   State state_ = State::kPresent;
   bool delivered_ = false;
   ZEL_T_NMT::ContainerReference directory_;

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "fileutils/interfaces.h"
-#include "frame/core_interfaces.h"
-#include "frame/error.h"
+#include "frame/core/core_interfaces.h"
+#include "frame/core/error.h"
 
 namespace NFileUtilsImpl {
 namespace {
@@ -33,13 +33,19 @@ TempFileStream::~TempFileStream() {
   if (deleteOnClose_) file_->DeleteWithOwner();
 }
 
-uint32_t TempFileStream::Read(void* buffer, uint32_t count) { return inner_->Read(buffer, count); }
+std::uint32_t TempFileStream::Read(void* buffer, std::uint32_t count) {
+  return inner_->Read(buffer, count);
+}
 
-void TempFileStream::Write(const void* buffer, uint32_t count) { inner_->Write(buffer, count); }
+void TempFileStream::Write(const void* buffer, std::uint32_t count) {
+  inner_->Write(buffer, count);
+}
 
-void TempFileStream::Seek(uint32_t position, uint32_t second) { inner_->Seek(position, second); }
+void TempFileStream::Seek(std::uint32_t position, std::uint32_t second) {
+  inner_->Seek(position, second);
+}
 
-uint32_t TempFileStream::Mark() { return inner_->Mark(); }
+std::uint32_t TempFileStream::Mark() { return inner_->Mark(); }
 
 ZELInstance TempFileStream::CreateIndependentlyPositionableStream() {
   if (!reopened_) {
@@ -59,7 +65,7 @@ void TempFileStream::CloseFile() noexcept {
     if (const auto* factory = ZEL_T_NMT::StreamFactory()) {
       ZELInstance memory = nullptr;
       ZEL_T_NMT::ZELCheck(factory->NewPositionableMemoryStream(&memory));
-      const ContainerReference taken = ContainerReference::TakeNew(memory);
+      const ContainerReference taken = ContainerReference::Adopt(memory);
       inner_ = CZELPositionableStream(taken.Get());
       return;
     }
@@ -75,7 +81,7 @@ void TempFileStreamFactory::NewTempFileStream(ZELInstance* result, const char* p
   const CZELStringAtom extensionText = TakeText(extension);
   const CZELStringAtom modeText = TakeText(mode);
   const TempFileShare file(new TempFile(prefixText, extensionText));
-  ContainerReference stream = ContainerReference::TakeNew(
+  ContainerReference stream = ContainerReference::Adopt(
       PublishPositionableStream(std::make_unique<TempFileStream>(file, modeText.Text(), true)));
   file->SetDelivered();
   *result = stream.HandOut();

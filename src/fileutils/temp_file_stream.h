@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "fileutils/temp_file.h"
-#include "frame/client_stream.h"
+#include "frame/object/client_stream.h"
 
 namespace NFileUtilsImpl {
 
@@ -22,11 +22,11 @@ class TempFileStream final : public ZEL_T_NMT::ZELClientPositionableStream {
   TempFileStream& operator=(const TempFileStream&) = delete;
   ~TempFileStream() override;
 
-  uint32_t Read(void* buffer, uint32_t count) override;
-  void Write(const void* buffer, uint32_t count) override;
+  std::uint32_t Read(void* buffer, std::uint32_t count) override;
+  void Write(const void* buffer, std::uint32_t count) override;
   ZELInstance CreateIndependentlyPositionableStream() override;
-  void Seek(uint32_t position, uint32_t second) override;
-  uint32_t Mark() override;
+  void Seek(std::uint32_t position, std::uint32_t second) override;
+  std::uint32_t Mark() override;
 
  private:
   void CloseFile() noexcept;

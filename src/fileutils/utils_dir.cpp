@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "fileutils/file_system.h"
-#include "frame/error.h"
+#include "frame/core/error.h"
 
 namespace NFileUtilsImpl {
 namespace {
@@ -43,21 +43,21 @@ void Check(int errorNumber, const Messages& messages) {
 }
 
 // The size of a buffer for two texts and `extra` bytes: in 32 bits on every platform.
-uint32_t BufferSize(size_t firstLength, size_t secondLength, uint32_t extra) {
-  constexpr size_t kMax = std::numeric_limits<uint32_t>::max();
+std::uint32_t BufferSize(std::size_t firstLength, std::size_t secondLength, std::uint32_t extra) {
+  constexpr std::size_t kMax = std::numeric_limits<std::uint32_t>::max();
   if (firstLength > kMax - extra || secondLength > kMax - extra - firstLength) {
     ZEL_T_NMT::RaiseAllocationFailure();
   }
-  return static_cast<uint32_t>(firstLength + secondLength + extra);
+  return static_cast<std::uint32_t>(firstLength + secondLength + extra);
 }
 
-char* Append(char* end, const char* text, size_t length) noexcept {
+char* Append(char* end, const char* text, std::size_t length) noexcept {
   std::memcpy(end, text, length);
   return end + length;
 }
 
 // Upper-case hexadecimal, at least four digits.
-char* AppendHex(char* end, uint32_t value) noexcept {
+char* AppendHex(char* end, std::uint32_t value) noexcept {
   int digits = 4;
   while (digits < 8 && (value >> (4 * digits)) != 0) ++digits;
   while (digits-- > 0) *end++ = "0123456789ABCDEF"[(value >> (4 * digits)) & 0xF];
@@ -65,8 +65,8 @@ char* AppendHex(char* end, uint32_t value) noexcept {
 }
 
 // Writes a path and its NUL; needs room for both texts and two bytes.
-void WritePath(char* end, const char* directory, size_t directoryLength, const char* name,
-               size_t nameLength) noexcept {
+void WritePath(char* end, const char* directory, std::size_t directoryLength, const char* name,
+               std::size_t nameLength) noexcept {
   end = Append(end, directory, directoryLength);
   if (directoryLength > 0 && !NFileSystem::EndsWithSeparator(directory, directoryLength)) {
     *end++ = NFileSystem::kSeparator;
@@ -118,10 +118,10 @@ ZELUtilsDirImpl::Text ZELUtilsDirImpl::GetFilePathSpec(const Text& name) const {
 
 ZELUtilsDirImpl::Text ZELUtilsDirImpl::CreateUniqueFilename(const Text& prefix,
                                                             const Text& extension) const {
-  constexpr uint32_t kTagLength = 16;
-  constexpr uint32_t kLastCounter = 0xFFFF;
-  const size_t prefixLength = std::strlen(prefix.Text());
-  const size_t extensionLength = std::strlen(extension.Text());
+  constexpr std::uint32_t kTagLength = 16;
+  constexpr std::uint32_t kLastCounter = 0xFFFF;
+  const std::size_t prefixLength = std::strlen(prefix.Text());
+  const std::size_t extensionLength = std::strlen(extension.Text());
   const BinderBlock<char> name(BufferSize(prefixLength, extensionLength, kTagLength + 10));
 
   char* end = AppendHex(name.Get(), NFileSystem::ProcessId());
@@ -132,7 +132,7 @@ ZELUtilsDirImpl::Text ZELUtilsDirImpl::CreateUniqueFilename(const Text& prefix,
   end = Append(end, extension.Text(), extensionLength);
   *end = '\0';
 
-  for (uint32_t counter = 0; counter <= kLastCounter; ++counter) {
+  for (std::uint32_t counter = 0; counter <= kLastCounter; ++counter) {
     AppendHex(counterPlace, counter);
     Text candidate(name.Get());
     if (createNewFile(candidate)) return candidate;
@@ -142,8 +142,8 @@ ZELUtilsDirImpl::Text ZELUtilsDirImpl::CreateUniqueFilename(const Text& prefix,
 
 void ZELUtilsDirImpl::DeleteWithoutHost(const Text& name) const {
   char path[1024];
-  const size_t directoryLength = std::strlen(directory_.Text());
-  const size_t nameLength = std::strlen(name.Text());
+  const std::size_t directoryLength = std::strlen(directory_.Text());
+  const std::size_t nameLength = std::strlen(name.Text());
   if (directoryLength > sizeof path - 2 || nameLength > sizeof path - 2 - directoryLength) {
     Check(ENAMETOOLONG, kDeleteMessages);
   }
@@ -160,8 +160,8 @@ bool ZELUtilsDirImpl::createNewFile(const Text& name) const {
 }
 
 ZELUtilsDirImpl::Text ZELUtilsDirImpl::JoinPath(const Text& directory, const Text& name) {
-  const size_t directoryLength = std::strlen(directory.Text());
-  const size_t nameLength = std::strlen(name.Text());
+  const std::size_t directoryLength = std::strlen(directory.Text());
+  const std::size_t nameLength = std::strlen(name.Text());
   const BinderBlock<char> path(BufferSize(directoryLength, nameLength, 16));
   WritePath(path.Get(), directory.Text(), directoryLength, name.Text(), nameLength);
   return Text(path.Get());

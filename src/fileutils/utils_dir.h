@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "frame/client_base.h"
-#include "frame/string_atom.h"
+#include "frame/core/client_base.h"
+#include "frame/core/string_atom.h"
 
 namespace NFileUtilsImpl {
 

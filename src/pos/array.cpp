@@ -4,7 +4,7 @@
 #include <limits>
 #include <memory>
 
-#include "frame/nesting.h"
+#include "frame/core/nesting.h"
 
 namespace NPOSObjectImpl {
 
@@ -15,7 +15,8 @@ using ZEL_T_NMT::NestingLevel;
 namespace {
 
 // A block's size in bytes fits in 32 bits on every platform.
-constexpr uint32_t kMaxCapacity = std::numeric_limits<uint32_t>::max() / sizeof(ContainerReference);
+constexpr std::uint32_t kMaxCapacity =
+    std::numeric_limits<std::uint32_t>::max() / sizeof(ContainerReference);
 
 }  // namespace
 
@@ -23,7 +24,7 @@ Array::~Array() {
   // What is released may call back into this array: it holds nothing while that happens.
   while (slots_ != nullptr) {
     ContainerReference* slots = std::exchange(slots_, nullptr);
-    const uint32_t count = std::exchange(count_, 0);
+    const std::uint32_t count = std::exchange(count_, 0);
     capacity_ = 0;
     std::destroy_n(slots, count);
     ZEL_T_NMT::Memory().Free(static_cast<void*>(slots));
@@ -34,7 +35,7 @@ BaseObject* Array::Clone() {
   const NestingLevel level(g_cloneDepth);
   auto copy = std::make_unique<Array>();
   copy->Grow(count_);
-  for (uint32_t i = 0; i < count_; ++i) {
+  for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance member = GetAt(i);
     copy->Append(member == nullptr ? ContainerReference() : CloneMember(member));
   }
@@ -45,7 +46,7 @@ bool Array::IsEqual(const CPOSObject& other) {
   const Array* array = QuietCheck<Array>(other.Handle());
   if (array == nullptr || array->count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
-  for (uint32_t i = 0; i < count_; ++i) {
+  for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance left = GetAt(i);
     const ZELInstance right = array->GetAt(i);
     const bool equal =
@@ -55,8 +56,8 @@ bool Array::IsEqual(const CPOSObject& other) {
   return true;
 }
 
-void Array::SetAt(uint32_t index, ContainerReference value) {
-  if (index == std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
+void Array::SetAt(std::uint32_t index, ContainerReference value) {
+  if (index == std::numeric_limits<std::uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
   Grow(index + 1);
   if (index < count_) {
     std::swap(slots_[index], value);
@@ -66,17 +67,17 @@ void Array::SetAt(uint32_t index, ContainerReference value) {
   AddSlot(std::move(value));
 }
 
-void Array::Remove(uint32_t index) {
+void Array::Remove(std::uint32_t index) {
   if (index >= count_) return;
   const ContainerReference removed = std::move(slots_[index]);
-  for (uint32_t i = index + 1; i < count_; ++i) slots_[i - 1] = std::move(slots_[i]);
+  for (std::uint32_t i = index + 1; i < count_; ++i) slots_[i - 1] = std::move(slots_[i]);
   std::destroy_at(&slots_[--count_]);
 }
 
-void Array::Grow(uint32_t need) {
+void Array::Grow(std::uint32_t need) {
   if (need <= capacity_) return;
   if (need > kMaxCapacity) ZEL_T_NMT::RaiseAllocationFailure();
-  uint32_t capacity = capacity_ == 0 ? 4 : capacity_;
+  std::uint32_t capacity = capacity_ == 0 ? 4 : capacity_;
   while (capacity < need) {
     if (capacity > kMaxCapacity / 2) ZEL_T_NMT::RaiseAllocationFailure();
     capacity *= 2;

@@ -11,7 +11,7 @@ namespace NPOSObjectImpl {
 // array as it was.
 class Array final : public Composite {
  public:
-  static constexpr int32_t kType = POSTypeArray;
+  static constexpr std::int32_t kType = POSTypeArray;
   static constexpr const char* kMismatch = "instance was not an POSArray";
 
   Array() noexcept = default;
@@ -21,31 +21,31 @@ class Array final : public Composite {
 
   BaseObject* Clone() override;
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
 
-  uint32_t Count() const noexcept { return count_; }
+  std::uint32_t Count() const noexcept { return count_; }
   // Null beyond the end and for an empty slot.
-  ZELInstance GetAt(uint32_t index) const noexcept {
+  ZELInstance GetAt(std::uint32_t index) const noexcept {
     return index < count_ ? slots_[index].Get() : nullptr;
   }
   // Raises the allocation failure for an index whose storage does not fit in 32 bits.
-  void SetAt(uint32_t index, ZEL_T_NMT::ContainerReference value);
+  void SetAt(std::uint32_t index, ZEL_T_NMT::ContainerReference value);
   void Append(ZEL_T_NMT::ContainerReference value) {
     if (count_ == capacity_) Grow(count_ + 1);  // capacities stay far below 32 bits
     AddSlot(std::move(value));
   }
-  void Remove(uint32_t index);
+  void Remove(std::uint32_t index);
 
  private:
-  void Grow(uint32_t need);
+  void Grow(std::uint32_t need);
   void AddSlot(ZEL_T_NMT::ContainerReference value) noexcept {
     new (static_cast<void*>(&slots_[count_])) ZEL_T_NMT::ContainerReference(std::move(value));
     ++count_;
   }
 
   ZEL_T_NMT::ContainerReference* slots_ = nullptr;  // those below count_ are constructed
-  uint32_t capacity_ = 0;
-  uint32_t count_ = 0;
+  std::uint32_t capacity_ = 0;
+  std::uint32_t count_ = 0;
 };
 
 }  // namespace NPOSObjectImpl

@@ -26,7 +26,7 @@ class DestructionQueue {
   }
 
  private:
-  static constexpr uint32_t kMaxDepth = 64;
+  static constexpr std::uint32_t kMaxDepth = 64;
 
   void DestroyNow(BaseObject* object) noexcept {
     ++depth_;
@@ -34,7 +34,7 @@ class DestructionQueue {
     --depth_;
   }
 
-  uint32_t depth_ = 0;
+  std::uint32_t depth_ = 0;
   Composite* pending_ = nullptr;
 };
 
@@ -48,8 +48,8 @@ void DestroyPublished(void* object) noexcept {
 
 }  // namespace
 
-constinit uint32_t g_cloneDepth = 0;
-constinit uint32_t g_equalDepth = 0;
+constinit std::uint32_t g_cloneDepth = 0;
+constinit std::uint32_t g_equalDepth = 0;
 
 ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
   return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
@@ -61,7 +61,7 @@ ContainerReference CloneMember(ZELInstance member) {
   if (clone == nullptr) ZEL_T_NMT::RaisePOSException("CPOSObject::Clone failed");
   // A shared object has other holders and must outlive a refused reference.
   if (clone == member) return ContainerReference(clone);
-  return CPOSObject::TakeNew(clone).TakeReference();
+  return CPOSObject::Adopt(clone).TakeReference();
 }
 
 }  // namespace NPOSObjectImpl

@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "frame/client_base.h"
-#include "frame/pos_wrappers.h"
-#include "frame/registry.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/core/client_base.h"
+#include "frame/object/registry.h"
 
 namespace NPOSObjectImpl {
 
@@ -17,7 +17,7 @@ class BaseObject : public ZEL_T_NMT::CZELClientBase {
   virtual BaseObject* Clone() = 0;
   virtual bool IsEqual(const ZEL_T_NMT::CPOSObject& other) = 0;
   // A POSObjectType.
-  virtual int32_t GetType() const = 0;
+  virtual std::int32_t GetType() const = 0;
 };
 
 // Base of the objects that hold others. Of a member they hold the reference alone and look for its
@@ -30,8 +30,8 @@ class Composite : public BaseObject {
 
 // How deep the running clone and the running comparison are, counted by NestingLevel: each level
 // goes through the member's own procedure.
-extern constinit uint32_t g_cloneDepth;
-extern constinit uint32_t g_equalDepth;
+extern constinit std::uint32_t g_cloneDepth;
+extern constinit std::uint32_t g_equalDepth;
 
 // Publishes a new object; returns its handle, without reference.
 ZELInstance PublishObject(std::unique_ptr<BaseObject> object);
@@ -46,14 +46,14 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
 // object of another class.
 
 // Null for null and for an object of another class.
-template <class T>
+template <typename T>
 [[gnu::always_inline]] inline T* QuietCheck(ZELInstance handle) {
   if (handle == nullptr) return nullptr;
   BaseObject& object = ResolveObject(handle);
   return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
-template <class T>
+template <typename T>
 [[gnu::always_inline]] inline T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
   if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);

@@ -11,8 +11,8 @@ namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::HoldArgument;
 using ZEL_T_NMT::ImplementationId;
-using ZEL_T_NMT::TakeArgument;
 
 namespace {
 
@@ -26,13 +26,15 @@ ZELInstance ArrayInterface::NewPOSArray() { return PublishObject(std::make_uniqu
 
 bool ArrayInterface::IsPOSArray(ZELInstance object) { return QuietCheck<Array>(object) != nullptr; }
 
-ZELInstance ArrayInterface::GetAt(ZELInstance array, uint32_t index) {
+ZELInstance ArrayInterface::GetAt(ZELInstance array, std::uint32_t index) {
   return RaisingCheck<Array>(array).GetAt(index);
 }
 
-uint32_t ArrayInterface::Count(ZELInstance array) { return RaisingCheck<Array>(array).Count(); }
+std::uint32_t ArrayInterface::Count(ZELInstance array) {
+  return RaisingCheck<Array>(array).Count();
+}
 
-void ArrayInterface::SetAt(ZELInstance array, uint32_t index, ZELInstance value) {
+void ArrayInterface::SetAt(ZELInstance array, std::uint32_t index, ZELInstance value) {
   CPOSObject held(value);
   RaisingCheck<Array>(array).SetAt(index, held.TakeReference());
 }
@@ -42,7 +44,7 @@ void ArrayInterface::Append(ZELInstance array, ZELInstance value) {
   RaisingCheck<Array>(array).Append(held.TakeReference());
 }
 
-void ArrayInterface::Remove(ZELInstance array, uint32_t index) {
+void ArrayInterface::Remove(ZELInstance array, std::uint32_t index) {
   RaisingCheck<Array>(array).Remove(index);
 }
 
@@ -51,23 +53,23 @@ ZELInstance DictInterface::NewPOSDict() { return PublishObject(std::make_unique<
 bool DictInterface::IsPOSDict(ZELInstance object) { return QuietCheck<Dict>(object) != nullptr; }
 
 ZELInstance DictInterface::Get(ZELInstance dict, ZELStringAtom key) {
-  const CZELStringAtom held = TakeArgument(key);
+  const CZELStringAtom held = HoldArgument(key);
   return RaisingCheck<Dict>(dict).Get(held.Text());
 }
 
 ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
-  const CZELStringAtom held = TakeArgument(path);
+  const CZELStringAtom held = HoldArgument(path);
   return NPOSObjectImpl::DeepGet(RaisingCheck<Dict>(dict), held.Text());
 }
 
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
   CPOSObject held(value);
-  CZELStringAtom heldKey = TakeArgument(key);
+  CZELStringAtom heldKey = HoldArgument(key);
   RaisingCheck<Dict>(dict).Put(std::move(heldKey), held.TakeReference());
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
-  const CZELStringAtom held = TakeArgument(key);
+  const CZELStringAtom held = HoldArgument(key);
   RaisingCheck<Dict>(dict).Remove(held.Text());
 }
 

@@ -50,16 +50,16 @@ class Walk {
 
   // The path goes on with "[", digits and "]". An index beyond 32 bits is beyond any array's end.
   ZELInstance TakeSubscript(const Array& array) {
-    constexpr uint64_t kBeyond = std::numeric_limits<uint32_t>::max();
+    constexpr std::uint64_t kBeyond = std::numeric_limits<std::uint32_t>::max();
     const char* const digits = ++rest_;
-    uint64_t index = 0;
+    std::uint64_t index = 0;
     for (; *rest_ >= '0' && *rest_ <= '9'; ++rest_) {
-      index = index * 10 + static_cast<uint64_t>(*rest_ - '0');
+      index = index * 10 + static_cast<std::uint64_t>(*rest_ - '0');
       if (index > kBeyond) index = kBeyond;
     }
     if (rest_ == digits || *rest_ != ']') return nullptr;
     ++rest_;
-    return array.GetAt(static_cast<uint32_t>(index));
+    return array.GetAt(static_cast<std::uint32_t>(index));
   }
 
   char* rest_;
@@ -68,8 +68,8 @@ class Walk {
 }  // namespace
 
 ZELInstance DeepGet(Dict& dict, const char* path) {
-  const size_t length = std::strlen(path);
-  const size_t lead = *path == '.' ? 0 : 1;
+  const std::size_t length = std::strlen(path);
+  const std::size_t lead = *path == '.' ? 0 : 1;
   const BinderBlock<char> buffer(length + lead + 1);
   buffer.Get()[0] = '.';
   std::memcpy(buffer.Get() + lead, path, length + 1);

@@ -1,6 +1,6 @@
 #include "pos/dict.h"
 
-#include "frame/nesting.h"
+#include "frame/core/nesting.h"
 #include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
@@ -55,13 +55,13 @@ bool Dict::IsEqual(const CPOSObject& other) {
 }
 
 ZELInstance Dict::Get(const char* key) const noexcept {
-  const uint32_t number = entries_.Find(key);
+  const std::uint32_t number = entries_.Find(key);
   return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Get();
 }
 
 void Dict::Put(CZELStringAtom key, ContainerReference value) {
-  const uint32_t hash = HashKey(key.Text());
-  const uint32_t number = entries_.Find(key.Text(), hash);
+  const std::uint32_t hash = HashKey(key.Text());
+  const std::uint32_t number = entries_.Find(key.Text(), hash);
   if (number != DictEntries::kNone) {
     std::swap(entries_.At(number).value, value);
     return;
@@ -75,7 +75,7 @@ void Dict::Put(CZELStringAtom key, ContainerReference value) {
 }
 
 void Dict::Remove(const char* key) {
-  const uint32_t number = entries_.Find(key);
+  const std::uint32_t number = entries_.Find(key);
   if (number == DictEntries::kNone) return;
   for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
     if (iterator->number_ == number) iterator->HoldKey();
@@ -120,7 +120,7 @@ const char* DictIterator::CurKey() const noexcept {
 }
 
 // To the first entry at or after a place.
-void DictIterator::GoTo(uint32_t place) noexcept {
+void DictIterator::GoTo(std::uint32_t place) noexcept {
   const DictEntries& entries = dict_->entries_;
   if (state_ == State::kAtKey) key_ = CZELStringAtom();
   state_ = State::kDone;

@@ -11,7 +11,7 @@ class DictIterator;
 
 class Dict final : public Composite {
  public:
-  static constexpr int32_t kType = POSTypeDict;
+  static constexpr std::int32_t kType = POSTypeDict;
   static constexpr const char* kMismatch = "instance was not an POSDict";
 
   Dict() = default;
@@ -21,7 +21,7 @@ class Dict final : public Composite {
 
   BaseObject* Clone() override;
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept;
@@ -62,14 +62,14 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   enum class State { kAtEntry, kAtKey, kDone };
 
   DictEntries::Entry& Entry() const noexcept { return dict_->entries_.At(number_); }
-  void GoTo(uint32_t place) noexcept;
+  void GoTo(std::uint32_t place) noexcept;
   void HoldKey();
 
   Dict* dict_;
   State state_ = State::kDone;
-  uint32_t number_ = 0;
-  uint32_t place_ = 0;
-  uint32_t placesVersion_ = 0;
+  std::uint32_t number_ = 0;
+  std::uint32_t place_ = 0;
+  std::uint32_t placesVersion_ = 0;
   ZEL_T_NMT::CZELStringAtom key_;
   DictIterator* next_ = nullptr;
   DictIterator* previous_ = nullptr;

@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "frame/client_base.h"
+#include "frame/core/client_base.h"
 #include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
@@ -16,22 +16,23 @@ using ZEL_T_NMT::ContainerReference;
 
 namespace {
 
-constexpr uint32_t kFirstCapacity = 4;
-constexpr uint32_t kLargestWithoutIndex = 8;    // looking at so few is faster than an index
-constexpr uint32_t kFirstIndexedCapacity = 12;  // of 16 slots: three quarters of them are taken
-constexpr uint32_t kFewNewKeys = 16;            // put in their places one by one
-constexpr uint32_t kFetchAhead = 6;             // entries: about the time that memory takes
-constexpr uint32_t kFreeSlot = 0xFFFFFFFFu;     // no number: there are more slots than entries
-static_assert(sizeof(DictEntries::Entry) == 2 * sizeof(void*) + 2 * sizeof(uint32_t));
+constexpr std::uint32_t kFirstCapacity = 4;
+constexpr std::uint32_t kLargestWithoutIndex = 8;  // looking at so few is faster than an index
+constexpr std::uint32_t kFirstIndexedCapacity =
+    12;                                           // of 16 slots: three quarters of them are taken
+constexpr std::uint32_t kFewNewKeys = 16;         // put in their places one by one
+constexpr std::uint32_t kFetchAhead = 6;          // entries: about the time that memory takes
+constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;  // no number: there are more slots than entries
+static_assert(sizeof(DictEntries::Entry) == 2 * sizeof(void*) + 2 * sizeof(std::uint32_t));
 
-uint64_t SlotsFor(uint64_t capacity) noexcept {
+std::uint64_t SlotsFor(std::uint64_t capacity) noexcept {
   return capacity > kLargestWithoutIndex ? capacity / 3 * 4 : 0;
 }
 
-uint32_t CapacityAfter(uint32_t capacity) {
+std::uint32_t CapacityAfter(std::uint32_t capacity) {
   if (capacity == 0) return kFirstCapacity;
   if (capacity == kLargestWithoutIndex) return kFirstIndexedCapacity;
-  if (capacity > std::numeric_limits<uint32_t>::max() / 2) ZEL_T_NMT::RaiseAllocationFailure();
+  if (capacity > std::numeric_limits<std::uint32_t>::max() / 2) ZEL_T_NMT::RaiseAllocationFailure();
   return capacity * 2;
 }
 
@@ -48,9 +49,9 @@ void FetchObject(ZELInstance instance) noexcept {
 
 struct DictEntries::Block {
   Entry* entries;
-  uint32_t* order;
-  uint32_t* index;
-  uint32_t indexMask;
+  std::uint32_t* order;
+  std::uint32_t* index;
+  std::uint32_t indexMask;
 };
 
 DictEntries::DictEntries(DictEntries&& other) noexcept
@@ -68,7 +69,7 @@ DictEntries::DictEntries(DictEntries&& other) noexcept
 
 DictEntries::~DictEntries() {
   if (entries_ == nullptr) return;
-  for (uint32_t number = 0; number < used_; ++number) {
+  for (std::uint32_t number = 0; number < used_; ++number) {
     if (number + 2 * kFetchAhead < used_)
       FetchRecord(entries_[number + 2 * kFetchAhead].value.Get());
     if (number + kFetchAhead < used_) FetchObject(entries_[number + kFetchAhead].value.Get());
@@ -77,10 +78,10 @@ DictEntries::~DictEntries() {
   ZEL_T_NMT::Memory().Free(static_cast<void*>(entries_));
 }
 
-uint32_t DictEntries::Find(const char* key) const noexcept {
+std::uint32_t DictEntries::Find(const char* key) const noexcept {
   if (index_ == nullptr) {
     // Texts of atoms are mostly the same when they are equal.
-    for (uint32_t number = 0; number < used_; ++number) {
+    for (std::uint32_t number = 0; number < used_; ++number) {
       if (entries_[number].key.Text() == key) return number;
     }
     if (used_ == 0) return kNone;
@@ -88,56 +89,57 @@ uint32_t DictEntries::Find(const char* key) const noexcept {
   return Find(key, HashKey(key));
 }
 
-uint32_t DictEntries::Find(const char* key, uint32_t hash) const noexcept {
-  const auto matches = [this, key, hash](uint32_t number) {
+std::uint32_t DictEntries::Find(const char* key, std::uint32_t hash) const noexcept {
+  const auto matches = [this, key, hash](std::uint32_t number) {
     const Key& candidate = entries_[number].key;
     return candidate.hash == hash && candidate.Text() != nullptr &&
            (candidate.Text() == key || std::strcmp(candidate.Text(), key) == 0);
   };
   if (index_ == nullptr) {
-    for (uint32_t number = 0; number < used_; ++number) {
+    for (std::uint32_t number = 0; number < used_; ++number) {
       if (matches(number)) return number;
     }
     return kNone;
   }
-  for (uint32_t slot = hash & indexMask_; index_[slot] != kFreeSlot;
+  for (std::uint32_t slot = hash & indexMask_; index_[slot] != kFreeSlot;
        slot = (slot + 1) & indexMask_) {
-    const uint32_t number = index_[slot] & indexMask_;
+    const std::uint32_t number = index_[slot] & indexMask_;
     if ((index_[slot] ^ number) == (hash & ~indexMask_) && matches(number)) return number;
   }
   return kNone;
 }
 
-void DictEntries::Reserve(uint32_t count) {
-  uint32_t capacity = capacity_;
+void DictEntries::Reserve(std::uint32_t count) {
+  std::uint32_t capacity = capacity_;
   while (capacity < count) capacity = CapacityAfter(capacity);
   if (capacity > capacity_) MoveTo(capacity);
 }
 
 void DictEntries::Insert(Key key, ContainerReference value) {
   if (used_ == capacity_) Grow();
-  const uint32_t number = used_++;
+  const std::uint32_t number = used_++;
   new (static_cast<void*>(&entries_[number])) Entry{std::move(key), std::move(value)};
   ++live_;
   AddToIndex(number);
   AddToOrder(number);
 }
 
-DictEntries::Entry DictEntries::Remove(uint32_t number) noexcept {
+DictEntries::Entry DictEntries::Remove(std::uint32_t number) noexcept {
   --live_;
   return std::move(entries_[number]);
 }
 
-DictEntries::Block DictEntries::NewBlock(uint32_t capacity) {
-  const uint64_t slots = SlotsFor(capacity);
-  const uint64_t size =
-      capacity * uint64_t{sizeof(Entry) + sizeof(uint32_t)} + slots * sizeof(uint32_t);
+DictEntries::Block DictEntries::NewBlock(std::uint32_t capacity) {
+  const std::uint64_t slots = SlotsFor(capacity);
+  const std::uint64_t size = capacity * std::uint64_t{sizeof(Entry) + sizeof(std::uint32_t)} +
+                             slots * sizeof(std::uint32_t);
   // The size in bytes fits in 32 bits on every platform.
-  if (size > std::numeric_limits<uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
-  auto* const entries = static_cast<Entry*>(ZEL_T_NMT::AllocateBlock(static_cast<size_t>(size)));
-  auto* const order = reinterpret_cast<uint32_t*>(entries + capacity);
+  if (size > std::numeric_limits<std::uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
+  auto* const entries =
+      static_cast<Entry*>(ZEL_T_NMT::AllocateBlock(static_cast<std::size_t>(size)));
+  auto* const order = reinterpret_cast<std::uint32_t*>(entries + capacity);
   if (slots == 0) return {entries, order, nullptr, 0};
-  return {entries, order, order + capacity, static_cast<uint32_t>(slots - 1)};
+  return {entries, order, order + capacity, static_cast<std::uint32_t>(slots - 1)};
 }
 
 // Twice the room if more than half of it is in use; else the gaps are room enough.
@@ -146,21 +148,21 @@ void DictEntries::Grow() {
 }
 
 // Moves everything that is left into a new block.
-void DictEntries::MoveTo(uint32_t capacity) {
+void DictEntries::MoveTo(std::uint32_t capacity) {
   const Block block = NewBlock(capacity);
 
   // The hashes of the old entries make room for their new numbers.
-  uint32_t moved = 0;
-  for (uint32_t number = 0; number < used_; ++number) {
+  std::uint32_t moved = 0;
+  for (std::uint32_t number = 0; number < used_; ++number) {
     Entry& entry = entries_[number];
     const bool gap = entry.key.Text() == nullptr;
     if (!gap) new (static_cast<void*>(&block.entries[moved])) Entry(std::move(entry));
     entry.key.hash = gap ? kNone : moved++;  // NOLINT(bugprone-use-after-move): the hash stays
   }
-  uint32_t ordered = 0;
-  uint32_t sorted = 0;
-  for (uint32_t place = 0; place < ordered_; ++place) {
-    const uint32_t number = entries_[order_[place]].key.hash;
+  std::uint32_t ordered = 0;
+  std::uint32_t sorted = 0;
+  for (std::uint32_t place = 0; place < ordered_; ++place) {
+    const std::uint32_t number = entries_[order_[place]].key.hash;
     if (number != kNone) block.order[ordered++] = number;
     if (place < sorted_) sorted = ordered;
   }
@@ -184,19 +186,19 @@ void DictEntries::MoveTo(uint32_t capacity) {
 
 void DictEntries::FillIndex() noexcept {
   if (index_ == nullptr) return;
-  std::fill_n(index_, indexMask_ + size_t{1}, kFreeSlot);
-  for (uint32_t number = 0; number < used_; ++number) AddToIndex(number);
+  std::fill_n(index_, indexMask_ + std::size_t{1}, kFreeSlot);
+  for (std::uint32_t number = 0; number < used_; ++number) AddToIndex(number);
 }
 
-void DictEntries::AddToIndex(uint32_t number) noexcept {
+void DictEntries::AddToIndex(std::uint32_t number) noexcept {
   if (index_ == nullptr) return;
-  const uint32_t hash = entries_[number].key.hash;
-  uint32_t slot = hash & indexMask_;
+  const std::uint32_t hash = entries_[number].key.hash;
+  std::uint32_t slot = hash & indexMask_;
   while (index_[slot] != kFreeSlot) slot = (slot + 1) & indexMask_;
   index_[slot] = (hash & ~indexMask_) | number;
 }
 
-void DictEntries::AddToOrder(uint32_t number) noexcept {
+void DictEntries::AddToOrder(std::uint32_t number) noexcept {
   const bool allSorted = sorted_ == ordered_;
   order_[ordered_++] = number;
   if (!allSorted) return;
@@ -204,37 +206,39 @@ void DictEntries::AddToOrder(uint32_t number) noexcept {
     sorted_ = 1;
     return;
   }
-  const uint32_t last = order_[sorted_ - 1];
+  const std::uint32_t last = order_[sorted_ - 1];
   if (entries_[last].key.Text() != nullptr && Precedes(last, number)) sorted_ = ordered_;
 }
 
-uint32_t DictEntries::FirstPlace() noexcept {
+std::uint32_t DictEntries::FirstPlace() noexcept {
   Sort();
   while (first_ < ordered_ && NumberAt(first_) == kNone) ++first_;
   return first_;
 }
 
-uint32_t DictEntries::PlaceAfter(const char* key) noexcept {
+std::uint32_t DictEntries::PlaceAfter(const char* key) noexcept {
   Sort();
   CloseGaps();
-  const uint32_t* const after =
-      std::upper_bound(order_, order_ + ordered_, key, [this](const char* text, uint32_t number) {
+  const std::uint32_t* const after = std::upper_bound(
+      order_, order_ + ordered_, key, [this](const char* text, std::uint32_t number) {
         return std::strcmp(text, entries_[number].key.Text()) < 0;
       });
-  return static_cast<uint32_t>(after - order_);
+  return static_cast<std::uint32_t>(after - order_);
 }
 
 void DictEntries::Sort() noexcept {
   if (sorted_ == ordered_) return;
   CloseGaps();
-  const auto precedes = [this](uint32_t left, uint32_t right) { return Precedes(left, right); };
+  const auto precedes = [this](std::uint32_t left, std::uint32_t right) {
+    return Precedes(left, right);
+  };
   if (ordered_ - sorted_ > kFewNewKeys) {
     std::sort(order_, order_ + ordered_, precedes);
     sorted_ = ordered_;
   }
   while (sorted_ < ordered_) {
-    uint32_t* const unsorted = order_ + sorted_;
-    uint32_t* const place = std::upper_bound(order_, unsorted, *unsorted, precedes);
+    std::uint32_t* const unsorted = order_ + sorted_;
+    std::uint32_t* const place = std::upper_bound(order_, unsorted, *unsorted, precedes);
     std::rotate(place, unsorted, unsorted + 1);
     ++sorted_;
   }
@@ -243,10 +247,10 @@ void DictEntries::Sort() noexcept {
 
 void DictEntries::CloseGaps() noexcept {
   if (ordered_ == live_) return;
-  uint32_t kept = 0;
-  uint32_t sorted = 0;
-  for (uint32_t place = 0; place < ordered_; ++place) {
-    const uint32_t number = NumberAt(place);
+  std::uint32_t kept = 0;
+  std::uint32_t sorted = 0;
+  for (std::uint32_t place = 0; place < ordered_; ++place) {
+    const std::uint32_t number = NumberAt(place);
     if (number != kNone) order_[kept++] = number;
     if (place < sorted_) sorted = kept;
   }
@@ -256,7 +260,7 @@ void DictEntries::CloseGaps() noexcept {
   ++placesVersion_;
 }
 
-void DictEntries::FetchOrdered(uint32_t place) const noexcept {
+void DictEntries::FetchOrdered(std::uint32_t place) const noexcept {
   if (place + 3 * kFetchAhead >= ordered_) return;
   __builtin_prefetch(&entries_[order_[place + 3 * kFetchAhead]]);
   const Entry& farther = entries_[order_[place + 2 * kFetchAhead]];
@@ -265,7 +269,7 @@ void DictEntries::FetchOrdered(uint32_t place) const noexcept {
   FetchObject(entries_[order_[place + kFetchAhead]].value.Get());
 }
 
-bool DictEntries::Precedes(uint32_t left, uint32_t right) const noexcept {
+bool DictEntries::Precedes(std::uint32_t left, std::uint32_t right) const noexcept {
   return std::strcmp(entries_[left].key.Text(), entries_[right].key.Text()) < 0;
 }
 

@@ -2,7 +2,7 @@
 // their method names. A body may raise; the export table puts the guard around it.
 #pragma once
 
-#include "frame/guard.h"
+#include "frame/object/guard.h"
 #include "zelutils/pos.h"
 
 namespace NPOSObjectImpl {
@@ -10,7 +10,7 @@ namespace NPOSObjectImpl {
 struct ObjectInterface {
   static ZELInstance Clone(ZELInstance object);
   static bool IsEqual(ZELInstance object, ZELInstance other);
-  static int32_t GetType(ZELInstance object);
+  static std::int32_t GetType(ZELInstance object);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_OBJECT_METHODS)];
 };
 
@@ -37,18 +37,18 @@ struct StringInterface {
 };
 
 struct UnicodeStringInterface {
-  static ZELInstance NewPOSUnicodeString(const uint16_t* units);
+  static ZELInstance NewPOSUnicodeString(const std::uint16_t* units);
   static bool IsPOSUnicodeString(ZELInstance object);
-  static const uint16_t* Get(ZELInstance string);
+  static const std::uint16_t* Get(ZELInstance string);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_UNICODE_STRING_METHODS)];
 };
 
 struct BinDataInterface {
-  static ZELInstance NewPOSBinData(const char* typeName, const void* data, uint32_t size);
+  static ZELInstance NewPOSBinData(const char* typeName, const void* data, std::uint32_t size);
   static bool IsPOSBinData(ZELInstance object);
   static const char* GetTypeName(ZELInstance data);
   static const void* GetBinData(ZELInstance data);
-  static uint32_t GetSize(ZELInstance data);
+  static std::uint32_t GetSize(ZELInstance data);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_BIN_DATA_METHODS)];
 };
 
@@ -63,11 +63,11 @@ struct RawPointerInterface {
 struct ArrayInterface {
   static ZELInstance NewPOSArray();
   static bool IsPOSArray(ZELInstance object);
-  static ZELInstance GetAt(ZELInstance array, uint32_t index);
-  static uint32_t Count(ZELInstance array);
-  static void SetAt(ZELInstance array, uint32_t index, ZELInstance value);
+  static ZELInstance GetAt(ZELInstance array, std::uint32_t index);
+  static std::uint32_t Count(ZELInstance array);
+  static void SetAt(ZELInstance array, std::uint32_t index, ZELInstance value);
   static void Append(ZELInstance array, ZELInstance value);
-  static void Remove(ZELInstance array, uint32_t index);
+  static void Remove(ZELInstance array, std::uint32_t index);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_ARRAY_METHODS)];
 };
 
@@ -95,7 +95,7 @@ struct DictIteratorInterface {
 // A loop over an iterator that cannot be read must end.
 template <>
 struct ZEL_T_NMT::NeutralResult<&NPOSObjectImpl::DictIteratorInterface::IsDone> {
-  template <class Result>
+  template <typename Result>
   static constexpr Result Value() {
     return true;
   }

@@ -6,6 +6,6 @@
 
 namespace NPOSObjectImpl {
 
-uint32_t HashKey(const char* key) noexcept;
+std::uint32_t HashKey(const char* key) noexcept;
 
 }  // namespace NPOSObjectImpl

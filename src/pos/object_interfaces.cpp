@@ -19,7 +19,9 @@ bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
   return ResolveObject(handle).IsEqual(other);
 }
 
-int32_t ObjectInterface::GetType(ZELInstance handle) { return ResolveObject(handle).GetType(); }
+std::int32_t ObjectInterface::GetType(ZELInstance handle) {
+  return ResolveObject(handle).GetType();
+}
 
 // The dumps write nothing: what they are good for is the check that the handle is a POS object.
 void ObjectStatics::DebugDump(ZELInstance handle) { const CPOSObject checked(handle); }

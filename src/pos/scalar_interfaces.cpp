@@ -6,7 +6,7 @@ namespace NPOSObjectImpl {
 namespace {
 
 // Texts, units and type names must not be null.
-template <class T>
+template <typename T>
 const T* NotNull(const T* argument) {
   if (argument == nullptr) ZEL_T_NMT::RaisePOSException("null text");
   return argument;
@@ -30,17 +30,18 @@ bool StringInterface::IsPOSString(ZELInstance object) {
 }
 const char* StringInterface::Get(ZELInstance string) { return RaisingCheck<String>(string).Get(); }
 
-ZELInstance UnicodeStringInterface::NewPOSUnicodeString(const uint16_t* units) {
+ZELInstance UnicodeStringInterface::NewPOSUnicodeString(const std::uint16_t* units) {
   return PublishObject(std::make_unique<UnicodeString>(NotNull(units)));
 }
 bool UnicodeStringInterface::IsPOSUnicodeString(ZELInstance object) {
   return QuietCheck<UnicodeString>(object) != nullptr;
 }
-const uint16_t* UnicodeStringInterface::Get(ZELInstance string) {
+const std::uint16_t* UnicodeStringInterface::Get(ZELInstance string) {
   return RaisingCheck<UnicodeString>(string).Get();
 }
 
-ZELInstance BinDataInterface::NewPOSBinData(const char* typeName, const void* data, uint32_t size) {
+ZELInstance BinDataInterface::NewPOSBinData(const char* typeName, const void* data,
+                                            std::uint32_t size) {
   if (data == nullptr && size > 0) ZEL_T_NMT::RaisePOSException("null data");
   return PublishObject(std::make_unique<BinData>(NotNull(typeName), data, size));
 }
@@ -53,7 +54,7 @@ const char* BinDataInterface::GetTypeName(ZELInstance data) {
 const void* BinDataInterface::GetBinData(ZELInstance data) {
   return RaisingCheck<BinData>(data).GetBinData();
 }
-uint32_t BinDataInterface::GetSize(ZELInstance data) {
+std::uint32_t BinDataInterface::GetSize(ZELInstance data) {
   return RaisingCheck<BinData>(data).GetSize();
 }
 

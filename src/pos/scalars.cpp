@@ -8,7 +8,7 @@ namespace {
 
 using ZEL_T_NMT::CPOSObject;
 
-bool SameBytes(const void* left, const void* right, size_t size) noexcept {
+bool SameBytes(const void* left, const void* right, std::size_t size) noexcept {
   return size == 0 || std::memcmp(left, right, size) == 0;
 }
 
@@ -24,24 +24,24 @@ bool String::IsEqual(const CPOSObject& other) {
   return string != nullptr && text_ == string->text_;
 }
 
-uint32_t UnicodeString::StoredCount(size_t length) {
-  constexpr size_t kMax = std::numeric_limits<uint32_t>::max() / sizeof(uint16_t);
+std::uint32_t UnicodeString::StoredCount(std::size_t length) {
+  constexpr std::size_t kMax = std::numeric_limits<std::uint32_t>::max() / sizeof(std::uint16_t);
   if (length >= kMax) ZEL_T_NMT::RaiseMathOverflow();
-  return static_cast<uint32_t>(length) + 1;
+  return static_cast<std::uint32_t>(length) + 1;
 }
 
-UnicodeString::UnicodeString(const uint16_t* units)
+UnicodeString::UnicodeString(const std::uint16_t* units)
     : count_(StoredCount(ZEL_T_NMT::UnicodeLength(units))), units_(count_) {
-  std::memcpy(units_.Get(), units, count_ * sizeof(uint16_t));
+  std::memcpy(units_.Get(), units, count_ * sizeof(std::uint16_t));
 }
 
 bool UnicodeString::IsEqual(const CPOSObject& other) {
   const UnicodeString* string = QuietCheck<UnicodeString>(other.Handle());
   return string != nullptr && count_ == string->count_ &&
-         SameBytes(Get(), string->Get(), count_ * sizeof(uint16_t));
+         SameBytes(Get(), string->Get(), count_ * sizeof(std::uint16_t));
 }
 
-BinData::BinData(const char* typeName, const void* data, uint32_t size)
+BinData::BinData(const char* typeName, const void* data, std::uint32_t size)
     : typeName_(typeName), buffer_(size), size_(size) {
   if (size > 0) std::memcpy(buffer_.Data(), data, size);
 }

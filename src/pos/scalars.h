@@ -2,8 +2,8 @@
 // Cloning one shares it.
 #pragma once
 
-#include "frame/shared_buffer.h"
-#include "frame/string_atom.h"
+#include "frame/core/shared_buffer.h"
+#include "frame/core/string_atom.h"
 #include "pos/base_object.h"
 
 namespace NPOSObjectImpl {
@@ -15,12 +15,12 @@ class Scalar : public BaseObject {
 
 class Number final : public Scalar {
  public:
-  static constexpr int32_t kType = POSTypeNumber;
+  static constexpr std::int32_t kType = POSTypeNumber;
   static constexpr const char* kMismatch = "instance was not an POSNumber";
 
   explicit Number(double value) noexcept : value_(value) {}
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
   double Get() const noexcept { return value_; }
 
  private:
@@ -29,12 +29,12 @@ class Number final : public Scalar {
 
 class String final : public Scalar {
  public:
-  static constexpr int32_t kType = POSTypeString;
+  static constexpr std::int32_t kType = POSTypeString;
   static constexpr const char* kMismatch = "instance was not an POSString";
 
   explicit String(const char* text) : text_(text) {}
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
   const char* Get() const noexcept { return text_.Text(); }
 
  private:
@@ -43,44 +43,44 @@ class String final : public Scalar {
 
 class UnicodeString final : public Scalar {
  public:
-  static constexpr int32_t kType = POSTypeUnicodeString;
+  static constexpr std::int32_t kType = POSTypeUnicodeString;
   static constexpr const char* kMismatch = "instance was not an POSUnicodeString";
 
   // Copies the units up to the first 0 unit.
-  explicit UnicodeString(const uint16_t* units);
+  explicit UnicodeString(const std::uint16_t* units);
   // A text's units and the terminating 0 unit; raises "Math overflow exception" when their size in
   // bytes does not fit in 32 bits.
-  static uint32_t StoredCount(size_t length);
+  static std::uint32_t StoredCount(std::size_t length);
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
-  const uint16_t* Get() const noexcept { return units_.Get(); }
+  std::int32_t GetType() const override { return kType; }
+  const std::uint16_t* Get() const noexcept { return units_.Get(); }
 
  private:
-  uint32_t count_;  // with the terminating 0 unit
-  ZEL_T_NMT::BinderBlock<uint16_t> units_;
+  std::uint32_t count_;  // with the terminating 0 unit
+  ZEL_T_NMT::BinderBlock<std::uint16_t> units_;
 };
 
 class BinData final : public Scalar {
  public:
-  static constexpr int32_t kType = POSTypeBinData;
+  static constexpr std::int32_t kType = POSTypeBinData;
   static constexpr const char* kMismatch = "instance was not an POSBinData";
 
-  BinData(const char* typeName, const void* data, uint32_t size);
+  BinData(const char* typeName, const void* data, std::uint32_t size);
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
   const char* GetTypeName() const noexcept { return typeName_.Text(); }
   const void* GetBinData() const noexcept { return buffer_.Data(); }
-  uint32_t GetSize() const noexcept { return size_; }
+  std::uint32_t GetSize() const noexcept { return size_; }
 
  private:
   ZEL_T_NMT::CZELStringAtom typeName_;
   ZEL_T_NMT::SharedBuffer buffer_;
-  uint32_t size_;
+  std::uint32_t size_;
 };
 
 class RawPointer final : public Scalar {
  public:
-  static constexpr int32_t kType = POSTypeRawPointer;
+  static constexpr std::int32_t kType = POSTypeRawPointer;
   static constexpr const char* kMismatch = "instance was not an POSRawPointer";
 
   explicit RawPointer(void* pointer) noexcept : pointer_(pointer) {}
@@ -90,7 +90,7 @@ class RawPointer final : public Scalar {
   // From here on the pointer is released with the object; until then it stays the client's.
   void Own(POSRawPointerReleaseProc release) noexcept { release_ = release; }
   bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  int32_t GetType() const override { return kType; }
+  std::int32_t GetType() const override { return kType; }
   void* GetRawPointer() const noexcept { return pointer_; }
   POSRawPointerReleaseProc GetReleaseProc() const noexcept { return release_; }
 

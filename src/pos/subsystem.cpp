@@ -2,7 +2,7 @@
 
 #include <initializer_list>
 
-#include "frame/binder_link.h"
+#include "frame/link/binder_link.h"
 #include "pos/interfaces.h"
 
 namespace NPOSObjectImpl {

@@ -1,7 +1,7 @@
 // The POS object model's part in the library's start and stop.
 #pragma once
 
-#include "frame/subsystem.h"
+#include "frame/link/subsystem.h"
 
 namespace NPOSObjectImpl {
 

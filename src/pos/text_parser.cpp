@@ -4,9 +4,9 @@
 #include <array>
 #include <cstring>
 
-#include "frame/byte_words.h"
-#include "frame/decimal.h"
-#include "frame/nesting.h"
+#include "frame/base/byte_words.h"
+#include "frame/base/decimal.h"
+#include "frame/core/nesting.h"
 
 namespace NPOSObjectImpl {
 namespace {
@@ -18,16 +18,22 @@ using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
 
-constexpr size_t kMaxString = 100;         // bytes between the parentheses, or of a bare word
-constexpr size_t kMaxNumber = 100;         // bytes
-constexpr size_t kMaxUnicodeDigits = 401;  // bytes between the backquotes
-constexpr size_t kDigitsPerUnit = 4;
+constexpr std::size_t kMaxString = 100;         // bytes between the parentheses, or of a bare word
+constexpr std::size_t kMaxNumber = 100;         // bytes
+constexpr std::size_t kMaxUnicodeDigits = 401;  // bytes between the backquotes
+constexpr std::size_t kDigitsPerUnit = 4;
 
 // What a character may be.
-enum CharacterClass : uint8_t { kWhitespace = 1, kDigit = 2, kPoint = 4, kSign = 8, kLetter = 16 };
+enum CharacterClass : std::uint8_t {
+  kWhitespace = 1,
+  kDigit = 2,
+  kPoint = 4,
+  kSign = 8,
+  kLetter = 16
+};
 
-constexpr std::array<uint8_t, 256> kClasses = [] {
-  std::array<uint8_t, 256> classes{};
+constexpr std::array<std::uint8_t, 256> kClasses = [] {
+  std::array<std::uint8_t, 256> classes{};
   const auto assign = [&classes](char first, char last, CharacterClass to) {
     for (char c = first; c <= last; ++c) classes[static_cast<unsigned char>(c)] = to;
   };
@@ -176,9 +182,9 @@ class Parser {
   void SkipQuotedWords() noexcept {
     using namespace ZEL_T_NMT;  // NOLINT(google-build-using-namespace): the functions over words
     if constexpr (!kHasByteWords) return;
-    while (end_ - cursor_ >= ptrdiff_t{kWordSize}) {
-      const uint64_t word = LoadWord(cursor_);
-      const uint64_t marked = BytesEqual(word, ')') | BytesEqual(word, '\\');
+    while (end_ - cursor_ >= std::ptrdiff_t{kWordSize}) {
+      const std::uint64_t word = LoadWord(cursor_);
+      const std::uint64_t marked = BytesEqual(word, ')') | BytesEqual(word, '\\');
       cursor_ += BytesBefore(marked);
       if (marked != 0) return;
     }
@@ -186,7 +192,7 @@ class Parser {
 
   // From the raw characters of a bare word or quoted string; the cursor is behind the token.
   CPOSObject MakeString(const char* start, const char* end, bool escapes) {
-    const auto length = static_cast<size_t>(end - start);
+    const auto length = static_cast<std::size_t>(end - start);
     if (length > kMaxString) Fail("Exceeded max string length");
     char text[kMaxString + 1];
     char* out = text;
@@ -205,12 +211,12 @@ class Parser {
 
   CPOSObject ReadNumber() {
     const char* const start = cursor_;
-    const size_t limit = std::min(static_cast<size_t>(end_ - start), kMaxNumber + 1);
+    const std::size_t limit = std::min(static_cast<std::size_t>(end_ - start), kMaxNumber + 1);
     const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(start, limit, false);
     // The first character belongs to the token whether it begins a number or not.
-    cursor_ += std::max<size_t>(decimal.length, 1);
+    cursor_ += std::max<std::size_t>(decimal.length, 1);
     while (IsOneOf(*cursor_, kDigit | kPoint)) ++cursor_;
-    if (static_cast<size_t>(cursor_ - start) > kMaxNumber) Fail("Exceeded max number length");
+    if (static_cast<std::size_t>(cursor_ - start) > kMaxNumber) Fail("Exceeded max number length");
     return CPOSNumber::New(decimal.value);
   }
 
@@ -221,25 +227,26 @@ class Parser {
       ++cursor_;
     }
     const char* const end = cursor_++;
-    if (static_cast<size_t>(end - start) > kMaxUnicodeDigits) Fail("Exceeded max string length");
+    if (static_cast<std::size_t>(end - start) > kMaxUnicodeDigits)
+      Fail("Exceeded max string length");
     return MakeUnicodeString(start, end);
   }
 
   CPOSObject MakeUnicodeString(const char* start, const char* end) {
-    uint16_t units[kMaxUnicodeDigits / kDigitsPerUnit + 1];
-    uint16_t* out = units;
+    std::uint16_t units[kMaxUnicodeDigits / kDigitsPerUnit + 1];
+    std::uint16_t* out = units;
     while (start != end) {
-      uint32_t unit = 0;
+      std::uint32_t unit = 0;
       // The closing backquote is no digit either: it ends a group that is too short.
-      for (size_t digit = 0; digit < kDigitsPerUnit; ++digit, ++start) {
+      for (std::size_t digit = 0; digit < kDigitsPerUnit; ++digit, ++start) {
         const int value = HexValue(*start);
         if (value < 0) {
           cursor_ = start;
           Fail("Unexpected character");
         }
-        unit = unit * 16 + static_cast<uint32_t>(value);
+        unit = unit * 16 + static_cast<std::uint32_t>(value);
       }
-      *out++ = static_cast<uint16_t>(unit);
+      *out++ = static_cast<std::uint16_t>(unit);
     }
     *out = 0;
     return CPOSUnicodeString::New(units);
@@ -247,7 +254,7 @@ class Parser {
 
   const char* cursor_;
   const char* const end_;  // the terminating NUL
-  uint32_t depth_ = 0;
+  std::uint32_t depth_ = 0;
 };
 
 }  // namespace

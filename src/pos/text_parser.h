@@ -1,7 +1,7 @@
 // The POS text syntax: one object written as text.
 #pragma once
 
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
 
 namespace NPOSObjectImpl {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <utility>
 
-#include "frame/client_stream.h"
-#include "frame/shared_buffer.h"
+#include "frame/core/shared_buffer.h"
+#include "frame/object/client_stream.h"
 #include "streamer/streaming_params.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
@@ -35,13 +35,13 @@ class CharStream {
   };
 
  protected:
-  static constexpr uint32_t kCapacity = 512;
+  static constexpr std::uint32_t kCapacity = 512;
 
   const StreamingParams* params_ = &kTopLevelParams;
   ZEL_T_NMT::CZELPositionableStream stream_;
   ZEL_T_NMT::SharedBuffer buffer_;
   char* cursor_;
-  uint32_t count_ = 0;
+  std::uint32_t count_ = 0;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

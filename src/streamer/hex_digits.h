@@ -11,12 +11,12 @@ inline constexpr char kUpperHexDigits[] = "0123456789ABCDEF";
 inline constexpr char kLowerHexDigits[] = "0123456789abcdef";
 
 // The value of each digit in either case, and -1 for every other byte.
-inline constexpr std::array<int16_t, 256> kHexValues = [] {
-  std::array<int16_t, 256> values{};
+inline constexpr std::array<std::int16_t, 256> kHexValues = [] {
+  std::array<std::int16_t, 256> values{};
   values.fill(-1);
-  for (size_t value = 0; value < 16; ++value) {
-    values[static_cast<unsigned char>(kUpperHexDigits[value])] = static_cast<int16_t>(value);
-    values[static_cast<unsigned char>(kLowerHexDigits[value])] = static_cast<int16_t>(value);
+  for (std::size_t value = 0; value < 16; ++value) {
+    values[static_cast<unsigned char>(kUpperHexDigits[value])] = static_cast<std::int16_t>(value);
+    values[static_cast<unsigned char>(kLowerHexDigits[value])] = static_cast<std::int16_t>(value);
   }
   return values;
 }();

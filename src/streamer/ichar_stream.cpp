@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "frame/decimal.h"
-#include "frame/error.h"
+#include "frame/base/decimal.h"
+#include "frame/core/error.h"
 #include "streamer/hex_digits.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
@@ -25,7 +25,7 @@ void ICharStream::Finish() {
 }
 
 void ICharStream::Reposition() {
-  const uint32_t position = stream_.Mark();
+  const std::uint32_t position = stream_.Mark();
   if (position < count_) RaisePOSException("stream position before its unread bytes");
   stream_.Seek(position - count_, 0);
 }
@@ -51,15 +51,15 @@ char ICharStream::EscapedChar() {
 }
 
 // Takes the run of bytes in the buffer that stand for themselves.
-inline uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept {
-  const uint32_t limit = std::min(wanted, count_);
+inline std::uint32_t ICharStream::CopyContent(char* buffer, std::uint32_t wanted) noexcept {
+  const std::uint32_t limit = std::min(wanted, count_);
   const char* const bytes = cursor_;
   const StreamingParams& params = *params_;
-  uint32_t length = 0;
+  std::uint32_t length = 0;
   if constexpr (ZEL_T_NMT::kHasByteWords) {
-    uint64_t meant = 0;
+    std::uint64_t meant = 0;
     while (meant == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
-      const uint64_t word = ZEL_T_NMT::LoadWord(bytes + length);
+      const std::uint64_t word = ZEL_T_NMT::LoadWord(bytes + length);
       meant = params.MayBeMeant(word);
       ZEL_T_NMT::StoreWord(buffer + length, word);  // what is not counted is replaced
       length += ZEL_T_NMT::BytesBefore(meant);
@@ -73,8 +73,9 @@ inline uint32_t ICharStream::CopyContent(char* buffer, uint32_t wanted) noexcept
   return length;
 }
 
-uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace) {
-  uint32_t kept = 0;
+std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mustFill,
+                                    bool skipWhitespace) {
+  std::uint32_t kept = 0;
   while (kept < wanted) {
     if (!skipWhitespace) {
       kept += CopyContent(buffer + kept, wanted - kept);
@@ -89,9 +90,10 @@ uint32_t ICharStream::GetChars(char* buffer, uint32_t wanted, bool mustFill, boo
   return kept;
 }
 
-uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept {
-  const uint32_t limit = std::min(wanted, count_ / 2);
-  uint32_t pairs = 0;
+std::uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes,
+                                               std::uint32_t wanted) noexcept {
+  const std::uint32_t limit = std::min(wanted, count_ / 2);
+  std::uint32_t pairs = 0;
   for (; pairs < limit; ++pairs, cursor_ += 2) {
     const int value = HexPairValue(cursor_[0], cursor_[1]);
     if (value < 0) break;
@@ -101,14 +103,14 @@ uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted)
   return pairs;
 }
 
-bool ICharStream::GetBufferedNumber(double* number, uint32_t maxLength) noexcept {
-  const uint32_t limit = std::min(maxLength + 1, count_);
+bool ICharStream::GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept {
+  const std::uint32_t limit = std::min(maxLength + 1, count_);
   const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
   if (decimal.length == 0 || decimal.length == limit ||
       params_->HowToReadByte(cursor_[decimal.length]) != RawByte::kClose) {
     return false;
   }
-  const auto used = static_cast<uint32_t>(decimal.length) + 1;
+  const auto used = static_cast<std::uint32_t>(decimal.length) + 1;
   cursor_ += used;
   count_ -= used;
   *number = decimal.value;

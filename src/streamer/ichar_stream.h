@@ -51,7 +51,7 @@ class ICharStream final : public CharStream {
       char* cursor = cursor_;
       while (cursor != end && IsWhitespace(*cursor)) ++cursor;
       cursor_ = cursor;
-      count_ = static_cast<uint32_t>(end - cursor);
+      count_ = static_cast<std::uint32_t>(end - cursor);
       if (!GetChar(character)) return false;
     } while (*character == ' ');
     return true;
@@ -60,21 +60,21 @@ class ICharStream final : public CharStream {
   // Stores up to `wanted` characters and returns how many: fewer only when the value's closing
   // character came first. If `skipWhitespace`, whitespace is not kept; if `mustFill`, fewer raise
   // "GetChars ran out of input".
-  uint32_t GetChars(char* buffer, uint32_t wanted, bool mustFill, bool skipWhitespace);
+  std::uint32_t GetChars(char* buffer, std::uint32_t wanted, bool mustFill, bool skipWhitespace);
 
   // Decodes pairs of hexadecimal digits, up to `wanted`, as long as they stand in the buffer side
   // by side, and returns how many: 0 tells nothing but that GetChars has to take over.
-  uint32_t GetBufferedHexPairs(unsigned char* bytes, uint32_t wanted) noexcept;
+  std::uint32_t GetBufferedHexPairs(unsigned char* bytes, std::uint32_t wanted) noexcept;
 
   // Stores a number that stands in the buffer with its closing character, and uses both up. False,
   // with nothing used up, when it does not, or takes more than `maxLength` bytes.
-  bool GetBufferedNumber(double* number, uint32_t maxLength) noexcept;
+  bool GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept;
 
  private:
   void ReadBlock();
   void Reposition();
   char EscapedChar();
-  uint32_t CopyContent(char* buffer, uint32_t wanted) noexcept;
+  std::uint32_t CopyContent(char* buffer, std::uint32_t wanted) noexcept;
 
   bool finished_ = false;
 };

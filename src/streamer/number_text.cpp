@@ -12,29 +12,29 @@ namespace NPOSStreamerImpl::NTypeAImpl {
 namespace {
 
 constexpr int kSignificantDigits = 32;
-constexpr uint64_t kHalf = uint64_t{1} << 63;
+constexpr std::uint64_t kHalf = std::uint64_t{1} << 63;
 
 // "00" to "99".
 constexpr std::array<char, 200> kPairs = [] {
   std::array<char, 200> pairs{};
-  for (size_t i = 0; i < 100; ++i) {
+  for (std::size_t i = 0; i < 100; ++i) {
     pairs[2 * i] = static_cast<char>('0' + i / 10);
     pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
   return pairs;
 }();
 
-void PutPair(char* place, uint32_t value) noexcept {
-  std::memcpy(place, &kPairs[size_t{2} * value], 2);
+void PutPair(char* place, std::uint32_t value) noexcept {
+  std::memcpy(place, &kPairs[std::size_t{2} * value], 2);
 }
 
 constexpr int kGroupDigits = 8;
-constexpr std::array<uint32_t, kGroupDigits + 1> kPowersOfTen = {
+constexpr std::array<std::uint32_t, kGroupDigits + 1> kPowersOfTen = {
     1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
-void PutGroup(char* place, uint32_t value) noexcept {
-  const uint32_t high = value / 10000;
-  const uint32_t low = value % 10000;
+void PutGroup(char* place, std::uint32_t value) noexcept {
+  const std::uint32_t high = value / 10000;
+  const std::uint32_t low = value % 10000;
   PutPair(place, high / 100);
   PutPair(place + 2, high % 100);
   PutPair(place + 4, low / 100);
@@ -44,23 +44,23 @@ void PutGroup(char* place, uint32_t value) noexcept {
 // A fraction in units of 2^-64, from which digits are taken from the front.
 class Fraction {
  public:
-  explicit Fraction(uint64_t bits) noexcept : bits_(bits) {}
+  explicit Fraction(std::uint64_t bits) noexcept : bits_(bits) {}
   bool IsZero() const noexcept { return bits_ == 0; }
 
   // How many zeros follow the point; the fraction is not 0.
   int LeadingZeros() const noexcept {
-    constexpr uint64_t kMost = std::numeric_limits<uint64_t>::max();
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     int zeros = 0;
-    for (uint64_t limit = kMost / 10; bits_ <= limit; limit /= 10) ++zeros;
+    for (std::uint64_t limit = kMost / 10; bits_ <= limit; limit /= 10) ++zeros;
     return zeros;
   }
 
   // Multiplies by a power of ten and takes the whole part; what is left is exact.
-  uint32_t Take(uint32_t powerOfTen) noexcept {
-    const uint64_t low = (bits_ & 0xFFFFFFFFu) * powerOfTen;
-    const uint64_t high = (bits_ >> 32) * powerOfTen + (low >> 32);
+  std::uint32_t Take(std::uint32_t powerOfTen) noexcept {
+    const std::uint64_t low = (bits_ & 0xFFFFFFFFu) * powerOfTen;
+    const std::uint64_t high = (bits_ >> 32) * powerOfTen + (low >> 32);
     bits_ = high << 32 | (low & 0xFFFFFFFFu);
-    return static_cast<uint32_t>(high >> 32);
+    return static_cast<std::uint32_t>(high >> 32);
   }
 
   // Whether what is left makes the digit before it one more: half of it goes to the even digit.
@@ -69,7 +69,7 @@ class Fraction {
   }
 
  private:
-  uint64_t bits_;
+  std::uint64_t bits_;
 };
 
 // Puts a fraction that is not 0, rounded to `count` digits of which not all become 0 or 9, without
@@ -82,8 +82,8 @@ char* PutFraction(char* place, Fraction fraction, int count) noexcept {
   }
   if (count < kGroupDigits) {
     // The group's other digits, zeros, are replaced by what comes next.
-    const uint32_t rest = fraction.Take(kPowersOfTen[static_cast<size_t>(count)]);
-    PutGroup(place, rest * kPowersOfTen[static_cast<size_t>(kGroupDigits - count)]);
+    const std::uint32_t rest = fraction.Take(kPowersOfTen[static_cast<std::size_t>(count)]);
+    PutGroup(place, rest * kPowersOfTen[static_cast<std::size_t>(kGroupDigits - count)]);
     place += count;
     if (fraction.RoundsUp(place[-1])) {
       char* digit = place - 1;
@@ -97,11 +97,11 @@ char* PutFraction(char* place, Fraction fraction, int count) noexcept {
 
 }  // namespace
 
-size_t FormatNumber(double value, char* buffer) noexcept {
-  static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(uint64_t));
+std::size_t FormatNumber(double value, char* buffer) noexcept {
+  static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
   constexpr int kFractionBits = 52;
   constexpr int kBias = 1023;
-  const auto bits = std::bit_cast<uint64_t>(value);
+  const auto bits = std::bit_cast<std::uint64_t>(value);
   const int exponent = static_cast<int>(bits >> kFractionBits & 0x7FF) - kBias;
   char* const end = buffer + kNumberTextCapacity;
 
@@ -109,10 +109,10 @@ size_t FormatNumber(double value, char* buffer) noexcept {
   // is exact, and so are the digits.
   constexpr int kLeastExponent = kFractionBits - 64;
   if (exponent >= kLeastExponent && exponent <= kFractionBits) {
-    const uint64_t significand =
-        (bits & ((uint64_t{1} << kFractionBits) - 1)) | uint64_t{1} << kFractionBits;
+    const std::uint64_t significand =
+        (bits & ((std::uint64_t{1} << kFractionBits) - 1)) | std::uint64_t{1} << kFractionBits;
     const int fractionBits = kFractionBits - exponent;
-    const uint64_t whole = fractionBits == 64 ? 0 : significand >> fractionBits;
+    const std::uint64_t whole = fractionBits == 64 ? 0 : significand >> fractionBits;
     const Fraction fraction(fractionBits == 0 ? 0 : significand << (64 - fractionBits));
     char* place = buffer;
     if (bits >> 63 != 0) *place++ = '-';
@@ -124,7 +124,7 @@ size_t FormatNumber(double value, char* buffer) noexcept {
       *place++ = '.';
       place = PutFraction(place, fraction, count);
     }
-    return static_cast<size_t>(place - buffer);
+    return static_cast<std::size_t>(place - buffer);
   }
   if (bits == 0) {
     *buffer = '0';
@@ -132,7 +132,7 @@ size_t FormatNumber(double value, char* buffer) noexcept {
   }
   const std::to_chars_result result =
       std::to_chars(buffer, end, value, std::chars_format::general, kSignificantDigits);
-  return static_cast<size_t>(result.ptr - buffer);
+  return static_cast<std::size_t>(result.ptr - buffer);
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

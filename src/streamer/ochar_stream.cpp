@@ -14,15 +14,15 @@ OCharStream::~OCharStream() {
 }
 
 // Puts the run of bytes that stand for themselves, as far as the block has room for it.
-inline uint32_t OCharStream::PutPlain(const char* text, size_t wanted) noexcept {
-  const auto limit = static_cast<uint32_t>(std::min<size_t>(wanted, kCapacity - count_));
+inline std::uint32_t OCharStream::PutPlain(const char* text, std::size_t wanted) noexcept {
+  const auto limit = static_cast<std::uint32_t>(std::min<std::size_t>(wanted, kCapacity - count_));
   char* const place = cursor_ + count_;
   const StreamingParams& params = *params_;
-  uint32_t length = 0;
+  std::uint32_t length = 0;
   if constexpr (ZEL_T_NMT::kHasByteWords) {
-    uint64_t escaped = 0;
+    std::uint64_t escaped = 0;
     while (escaped == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
-      const uint64_t word = ZEL_T_NMT::LoadWord(text + length);
+      const std::uint64_t word = ZEL_T_NMT::LoadWord(text + length);
       escaped = params.MayBeEscaped(word);
       ZEL_T_NMT::StoreWord(place + length, word);  // what is not counted is replaced
       length += ZEL_T_NMT::BytesBefore(escaped);
@@ -36,21 +36,21 @@ inline uint32_t OCharStream::PutPlain(const char* text, size_t wanted) noexcept 
   return length;
 }
 
-void OCharStream::PutText(const char* text, size_t length) {
+void OCharStream::PutText(const char* text, std::size_t length) {
   const char* const end = text + length;
   for (;;) {
-    text += PutPlain(text, static_cast<size_t>(end - text));
+    text += PutPlain(text, static_cast<std::size_t>(end - text));
     if (text == end) return;
     PutChar(*text++);
   }
 }
 
-void OCharStream::PutAcrossBlocks(const char* bytes, size_t length) {
+void OCharStream::PutAcrossBlocks(const char* bytes, std::size_t length) {
   while (length > 0) {
     if (count_ == kCapacity) WriteWaiting();
-    const size_t piece = std::min<size_t>(length, kCapacity - count_);
+    const std::size_t piece = std::min<std::size_t>(length, kCapacity - count_);
     std::memcpy(cursor_ + count_, bytes, piece);
-    count_ += static_cast<uint32_t>(piece);
+    count_ += static_cast<std::uint32_t>(piece);
     bytes += piece;
     length -= piece;
   }
@@ -69,7 +69,7 @@ void OCharStream::PutEscaped(char character, char how) {
 }
 
 void OCharStream::WriteWaiting() {
-  const uint32_t waiting = std::exchange(count_, 0);
+  const std::uint32_t waiting = std::exchange(count_, 0);
   stream_.Write(cursor_, waiting);
 }
 

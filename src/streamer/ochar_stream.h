@@ -41,27 +41,27 @@ class OCharStream final : public CharStream {
   }
 
   // As PutChar of each character.
-  void PutText(const char* text, size_t length);
+  void PutText(const char* text, std::size_t length);
   // As PutRaw of each byte.
-  void PutRawBytes(const char* bytes, size_t length) {
+  void PutRawBytes(const char* bytes, std::size_t length) {
     if (length > kCapacity - count_) [[unlikely]] {
       PutAcrossBlocks(bytes, length);
       return;
     }
     // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): Room is null, the cursor never
     std::memcpy(cursor_ + count_, bytes, length);
-    count_ += static_cast<uint32_t>(length);
+    count_ += static_cast<std::uint32_t>(length);
   }
   // The place of the next bytes, where up to `most` may be stored for Advance to put; null where
   // the block has no room for as many.
-  char* Room(uint32_t most) noexcept {
+  char* Room(std::uint32_t most) noexcept {
     return most <= kCapacity - count_ ? cursor_ + count_ : nullptr;
   }
-  void Advance(size_t length) noexcept { count_ += static_cast<uint32_t>(length); }
+  void Advance(std::size_t length) noexcept { count_ += static_cast<std::uint32_t>(length); }
   // As PutRaw of LF and of `tabs` TABs.
-  void PutNewLine(uint32_t tabs) {
+  void PutNewLine(std::uint32_t tabs) {
     constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
-    constexpr uint32_t kLength = sizeof kFewTabs - 1;
+    constexpr std::uint32_t kLength = sizeof kFewTabs - 1;
     if (tabs < kLength && kLength <= kCapacity - count_) [[likely]] {
       std::memcpy(cursor_ + count_, kFewTabs, kLength);  // of which what comes next replaces some
       count_ += 1 + tabs;
@@ -72,8 +72,8 @@ class OCharStream final : public CharStream {
   }
 
  private:
-  uint32_t PutPlain(const char* text, size_t wanted) noexcept;
-  void PutAcrossBlocks(const char* bytes, size_t length);
+  std::uint32_t PutPlain(const char* text, std::size_t wanted) noexcept;
+  void PutAcrossBlocks(const char* bytes, std::size_t length);
   void PutEscaped(char character, char how);
   void WriteWaiting();
 };

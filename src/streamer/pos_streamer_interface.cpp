@@ -1,6 +1,6 @@
 // The procedures of the streamer interface, and their registration.
-#include "frame/guard.h"
-#include "frame/registry.h"
+#include "frame/object/guard.h"
+#include "frame/object/registry.h"
 #include "streamer/subsystem.h"
 #include "streamer/zel_impl.h"
 #include "zelutils/streamer.h"
@@ -16,8 +16,8 @@ struct POSStreamerInterface {
     return ZEL_T_NMT::Publish(std::make_unique<ZELImpl>(), ImplementationId::kPOSStreamer);
   }
 
-  static int32_t Serialize(ZELInstance streamerHandle, ZELInstance streamHandle,
-                           ZELInstance objectHandle, const char* version) {
+  static std::int32_t Serialize(ZELInstance streamerHandle, ZELInstance streamHandle,
+                                ZELInstance objectHandle, const char* version) {
     CZELPositionableStream stream(streamHandle);
     const CPOSObject object(objectHandle);
     ZEL_T_NMT::Resolve<ZELImpl>(streamerHandle, ImplementationId::kPOSStreamer)

@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "frame/client_base.h"
-#include "frame/decimal.h"
+#include "frame/base/decimal.h"
+#include "frame/core/client_base.h"
 #include "streamer/hex_digits.h"
 #include "streamer/text_buffer.h"
 #include "streamer/version10.h"
@@ -29,15 +29,15 @@ bool IsNumberCharacter(char character) noexcept {
          character == '.' || character == 'E' || character == 'e';
 }
 
-uint32_t BinDataSize(double size) {
-  if (!(size >= 0 && size <= std::numeric_limits<uint32_t>::max())) {
+std::uint32_t BinDataSize(double size) {
+  if (!(size >= 0 && size <= std::numeric_limits<std::uint32_t>::max())) {
     RaisePOSException("malformed binary data size");
   }
-  return static_cast<uint32_t>(size);
+  return static_cast<std::uint32_t>(size);
 }
 
-void ReadHexPairs(ICharStream& input, unsigned char* bytes, uint32_t size) {
-  uint32_t index = 0;
+void ReadHexPairs(ICharStream& input, unsigned char* bytes, std::uint32_t size) {
+  std::uint32_t index = 0;
   for (;;) {
     index += input.GetBufferedHexPairs(bytes + index, size - index);
     if (index == size) return;
@@ -52,14 +52,14 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, uint32_t size) {
 }  // namespace
 
 void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
-  constexpr uint32_t kMaxLength = 62;
+  constexpr std::uint32_t kMaxLength = 62;
   double number;
   if (input.GetBufferedNumber(&number, kMaxLength)) {
     result = CPOSNumber::New(number);
     return;
   }
   char text[kMaxLength + 1];  // one more tells a number that is too long
-  const uint32_t length = input.GetChars(text, sizeof text, false, false);
+  const std::uint32_t length = input.GetChars(text, sizeof text, false, false);
   if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
     RaisePOSException("malformed number");
   }
@@ -69,8 +69,8 @@ void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
 void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
   TextBuffer<char> text;
   for (;;) {
-    const uint32_t wanted = text.Room();
-    const uint32_t count = input.GetChars(text.End(), wanted, false, false);
+    const std::uint32_t wanted = text.Room();
+    const std::uint32_t count = input.GetChars(text.End(), wanted, false, false);
     text.Advance(count);
     if (count < wanted) break;
   }
@@ -78,28 +78,28 @@ void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
 }
 
 void ReadUnicodeString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
-  TextBuffer<uint16_t> units;
+  TextBuffer<std::uint16_t> units;
   for (;;) {
     char digits[4];
-    const uint32_t count = input.GetChars(digits, 4, false, false);
+    const std::uint32_t count = input.GetChars(digits, 4, false, false);
     if (count == 0) break;
     if (count < 4) RaisePOSException("malformed Unicode string");
     const int high = HexPairValue(digits[0], digits[1]);
     const int low = HexPairValue(digits[2], digits[3]);
     if (high < 0 || low < 0) RaisePOSException("malformed Unicode string");
-    *units.End() = static_cast<uint16_t>(high * 256 + low);
+    *units.End() = static_cast<std::uint16_t>(high * 256 + low);
     units.Advance(1);
   }
   result = CPOSUnicodeString::New(units.Terminated());
 }
 
 void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::Inside inside(streamer, Version10::kBinDataLimit);
+  const Version10::NestingScope scope(streamer, Version10::kBinDataLimit);
   CPOSObject part;
   streamer.ReadObject(part, input);
   const CPOSString typeName(std::move(part), false);
   streamer.ReadObject(part, input);
-  const uint32_t size = BinDataSize(CPOSNumber(std::move(part), false).Get());
+  const std::uint32_t size = BinDataSize(CPOSNumber(std::move(part), false).Get());
 
   std::optional<BinderBlock<unsigned char>> bytes;
   if (size > 0) {
@@ -117,7 +117,7 @@ void ReadRawPointer(CPOSObject&, TypeAStreamer&, ICharStream&) {
 }
 
 void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::Inside inside(streamer, Version10::kContainerLimit);
+  const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
   CPOSArray array = CPOSArray::New();
   CPOSObject element;
   for (;;) {
@@ -129,7 +129,7 @@ void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) 
 }
 
 void ReadDict(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::Inside inside(streamer, Version10::kContainerLimit);
+  const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
   CPOSDict dict = CPOSDict::New();
   for (;;) {
     CPOSObject part;

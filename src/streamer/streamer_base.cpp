@@ -9,7 +9,7 @@ namespace {
 
 using Factory = std::unique_ptr<StreamerBase> (*)();
 
-template <class Version>
+template <typename Version>
 std::unique_ptr<StreamerBase> Make() {
   return std::unique_ptr<StreamerBase>(new Version);
 }

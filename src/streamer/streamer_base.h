@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-#include "frame/client_stream.h"
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/object/client_stream.h"
 
 namespace NPOSStreamerImpl {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/byte_words.h"
+#include "frame/base/byte_words.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
@@ -15,7 +15,7 @@ struct EscapePair {
 };
 
 // What a byte of the text means where no backslash precedes it.
-enum class RawByte : uint8_t {
+enum class RawByte : std::uint8_t {
   kContent,  // stands for itself
   kFolded,   // stands for a space
   kClose,    // ends the value
@@ -37,7 +37,7 @@ struct StreamingParams {
   constexpr StreamingParams(char openCharacter, char closeCharacter, const EscapePair* escapePairs,
                             bool fold) noexcept
       : open(openCharacter), close(closeCharacter), escapes(escapePairs), foldWhitespace(fold) {
-    for (size_t index = 0; index < 256; ++index) {
+    for (std::size_t index = 0; index < 256; ++index) {
       const char byte = static_cast<char>(static_cast<unsigned char>(index));
       writing[index] = HowToWrite(byte);
       reading[index] = HowToRead(byte);
@@ -53,11 +53,11 @@ struct StreamingParams {
 
   // The masks of those of eight bytes that the tables have to be asked about: the others are plain,
   // or content, in every record.
-  uint64_t MayBeEscaped(uint64_t word) const noexcept {
+  std::uint64_t MayBeEscaped(std::uint64_t word) const noexcept {
     return MayBeMeant(word) | ZEL_T_NMT::BytesEqual(word, '\x7F') |
            (word & ZEL_T_NMT::WordOf(0x80));
   }
-  uint64_t MayBeMeant(uint64_t word) const noexcept {
+  std::uint64_t MayBeMeant(std::uint64_t word) const noexcept {
     return ZEL_T_NMT::BytesBelow(word, ' ') | ZEL_T_NMT::BytesEqual(word, '\\') |
            ZEL_T_NMT::BytesEqual(word, close);
   }

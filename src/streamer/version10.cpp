@@ -46,7 +46,7 @@ WritingParams Version10::FindWritingParams(const CPOSObject& object) const {
 }
 
 void Version10::PutNewLine(TypeAStreamer& streamer, OCharStream& output) {
-  output.PutNewLine(static_cast<uint32_t>(static_cast<Version10&>(streamer).depth_));
+  output.PutNewLine(static_cast<std::uint32_t>(static_cast<Version10&>(streamer).depth_));
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

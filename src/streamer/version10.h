@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "frame/nesting.h"
+#include "frame/core/nesting.h"
 #include "streamer/type_a_streamer.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
@@ -15,32 +15,32 @@ class Version10 final : public TypeAStreamer {
   WritingParams FindWritingParams(const CPOSObject& object) const override;
 
   // Arrays and dictionaries inside one another, as everywhere in the library.
-  static constexpr int32_t kContainerLimit = int32_t{ZEL_T_NMT::kNestingLimit};
+  static constexpr std::int32_t kContainerLimit = std::int32_t{ZEL_T_NMT::kNestingLimit};
   // Binary data fits into the innermost of them. What it holds in turn is flat, except in a
   // malformed text, which may go on nesting where the type name or the size should be.
-  static constexpr int32_t kBinDataLimit = kContainerLimit + 1;
+  static constexpr std::int32_t kBinDataLimit = kContainerLimit + 1;
 
   // Counts the inside of a value for its own life; raises "nesting too deep" beyond the limit.
-  class Inside {
+  class NestingScope {
    public:
-    Inside(TypeAStreamer& streamer, int32_t limit)
+    NestingScope(TypeAStreamer& streamer, std::int32_t limit)
         : depth_(static_cast<Version10&>(streamer).depth_) {
       if (depth_ >= limit) ZEL_T_NMT::RaisePOSException("nesting too deep");
       ++depth_;
     }
-    Inside(const Inside&) = delete;
-    Inside& operator=(const Inside&) = delete;
-    ~Inside() { --depth_; }
+    NestingScope(const NestingScope&) = delete;
+    NestingScope& operator=(const NestingScope&) = delete;
+    ~NestingScope() { --depth_; }
 
    private:
-    int32_t& depth_;
+    std::int32_t& depth_;
   };
 
   // Begins a line, indented by the depth.
   static void PutNewLine(TypeAStreamer& streamer, OCharStream& output);
 
  private:
-  int32_t depth_ = 0;
+  std::int32_t depth_ = 0;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -26,7 +26,7 @@ using ZEL_T_NMT::RaisePOSException;
 namespace {
 
 // An object as one of its kind while it is written, by the reference that its holder has.
-template <class Kind>
+template <typename Kind>
 class Borrowed {
  public:
   explicit Borrowed(CPOSObject& object) : holder_(object), object_(std::move(object), false) {}
@@ -41,16 +41,16 @@ class Borrowed {
   Kind object_;
 };
 
-constexpr uint32_t kBytesPerLine = 40;
+constexpr std::uint32_t kBytesPerLine = 40;
 
-void PutHexLine(OCharStream& output, const unsigned char* bytes, uint32_t count) {
+void PutHexLine(OCharStream& output, const unsigned char* bytes, std::uint32_t count) {
   char line[2 * kBytesPerLine];
   char* end = line;
-  for (uint32_t index = 0; index < count; ++index) {
+  for (std::uint32_t index = 0; index < count; ++index) {
     *end++ = kUpperHexDigits[bytes[index] >> 4];
     *end++ = kUpperHexDigits[bytes[index] & 0xF];
   }
-  output.PutRawBytes(line, static_cast<size_t>(end - line));
+  output.PutRawBytes(line, static_cast<std::size_t>(end - line));
 }
 
 }  // namespace
@@ -73,7 +73,7 @@ void WriteString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
 
 void WriteUnicodeString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSUnicodeString> string(object);
-  for (const uint16_t* unit = string->Get(); *unit != 0; ++unit) {
+  for (const std::uint16_t* unit = string->Get(); *unit != 0; ++unit) {
     // The high byte in upper case, the low byte in lower case.
     const char digits[] = {kUpperHexDigits[*unit >> 12], kUpperHexDigits[(*unit >> 8) & 0xF],
                            kLowerHexDigits[(*unit >> 4) & 0xF], kLowerHexDigits[*unit & 0xF]};
@@ -85,15 +85,15 @@ void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& obje
   const Borrowed<CPOSBinData> data(object);
   streamer.WriteObject(output, CPOSString::New(data->GetTypeName()));
   output.PutChar(' ');
-  const uint32_t size = data->GetSize();
+  const std::uint32_t size = data->GetSize();
   streamer.WriteObject(output, CPOSNumber::New(size));
   output.PutChar(' ');
   {
-    const Version10::Inside inside(streamer, Version10::kBinDataLimit);
+    const Version10::NestingScope scope(streamer, Version10::kBinDataLimit);
     const auto* bytes = static_cast<const unsigned char*>(data->GetBinData());
     if (bytes == nullptr && size > 0) RaisePOSException("CPOSBinData::GetBinData failed");
-    for (uint32_t left = size; left > 0;) {
-      const uint32_t count = std::min(left, kBytesPerLine);
+    for (std::uint32_t left = size; left > 0;) {
+      const std::uint32_t count = std::min(left, kBytesPerLine);
       Version10::PutNewLine(streamer, output);
       PutHexLine(output, bytes, count);
       bytes += count;
@@ -104,8 +104,9 @@ void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& obje
 }
 
 void WriteRawPointer(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  const auto value = reinterpret_cast<uintptr_t>(Borrowed<CPOSRawPointer>(object)->GetRawPointer());
-  for (size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
+  const auto value =
+      reinterpret_cast<std::uintptr_t>(Borrowed<CPOSRawPointer>(object)->GetRawPointer());
+  for (std::size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
     output.PutChar(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
   }
 }
@@ -113,8 +114,8 @@ void WriteRawPointer(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
 void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSArray> array(object);
   {
-    const Version10::Inside inside(streamer, Version10::kContainerLimit);
-    for (uint32_t index = 0; index < array->Count(); ++index) {
+    const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
+    for (std::uint32_t index = 0; index < array->Count(); ++index) {
       Version10::PutNewLine(streamer, output);
       streamer.WriteObject(output, array->GetAt(index));
     }
@@ -125,7 +126,7 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object
 void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSDict> dict(object);
   {
-    const Version10::Inside inside(streamer, Version10::kContainerLimit);
+    const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
     const CPOSDictIterator iterator(*dict);
     for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
       Version10::PutNewLine(streamer, output);

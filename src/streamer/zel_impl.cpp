@@ -6,7 +6,7 @@ namespace NPOSStreamerImpl {
 namespace {
 
 // Longer than the name of any version.
-constexpr size_t kTokenCapacity = 64;
+constexpr std::size_t kTokenCapacity = 64;
 
 // One byte per call: the stream must end up right after the header, where the version's own
 // buffered reader begins.
@@ -20,10 +20,10 @@ char GetNextChar(CZELPositionableStream& stream) {
 
 // Reads the version's name and the space that ends it, and returns the name's length. Leaves a name
 // unfinished that is too long to be one.
-size_t ReadToken(CZELPositionableStream& stream, char (&token)[kTokenCapacity]) {
+std::size_t ReadToken(CZELPositionableStream& stream, char (&token)[kTokenCapacity]) {
   char byte = GetNextChar(stream);
   while (byte == ' ') byte = GetNextChar(stream);
-  size_t length = 0;
+  std::size_t length = 0;
   token[length++] = byte;
   while (length < kTokenCapacity) {
     byte = GetNextChar(stream);
@@ -40,14 +40,14 @@ void ZELImpl::Serialize(CZELPositionableStream& stream, const CPOSObject& object
   if (version == nullptr) version = StreamerBase::DefaultVersionName();
   const std::unique_ptr<StreamerBase> streamer = StreamerBase::LookupStreamer(version);
   // The name was found, so its length is that of a version's name.
-  stream.Write(version, static_cast<uint32_t>(std::strlen(version)));
+  stream.Write(version, static_cast<std::uint32_t>(std::strlen(version)));
   stream.Write(" ", 1);
   streamer->Serialize(stream, object);
 }
 
 void ZELImpl::Deserialize(CPOSObject& result, CZELPositionableStream& stream) {
   char token[kTokenCapacity];
-  const size_t length = ReadToken(stream, token);
+  const std::size_t length = ReadToken(stream, token);
   const std::unique_ptr<StreamerBase> streamer =
       StreamerBase::LookupStreamer(std::string_view(token, length));
   streamer->Deserialize(result, stream);

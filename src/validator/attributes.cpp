@@ -9,13 +9,13 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
-using ZEL_T_NMT::Need;
+using ZEL_T_NMT::Require;
 using ZEL_T_NMT::POSDictIterators;
 
 namespace {
 
 // For a result that alone does not tell of a failure. `reports` is their number before the call.
-void RaiseIfReported(uint32_t reports, const char* message) {
+void RaiseIfReported(std::uint32_t reports, const char* message) {
   if (ZEL_T_NMT::g_link.reports != reports) [[unlikely]] {
     ZEL_T_NMT::RaisePOSException(message);
   }
@@ -24,7 +24,7 @@ void RaiseIfReported(uint32_t reports, const char* message) {
 }  // namespace
 
 ZELInstance GetMember(ZELInstance dict, const CZELStringAtom& key) {
-  return Need(ZEL_T_NMT::POSDicts()).Get(dict, key.Atom());
+  return Require(ZEL_T_NMT::POSDicts()).Get(dict, key.Atom());
 }
 
 std::optional<double> GetNumber(ZELInstance dict, const CZELStringAtom& key) {
@@ -61,28 +61,28 @@ std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
   return TypeName(keywords, name);
 }
 
-double NumberOf(ZELInstance value) { return Need(ZEL_T_NMT::POSNumbers()).Get(value); }
+double NumberOf(ZELInstance value) { return Require(ZEL_T_NMT::POSNumbers()).Get(value); }
 
 const char* TextOf(ZELInstance value) {
-  const char* text = Need(ZEL_T_NMT::POSStrings()).Get(value);
+  const char* text = Require(ZEL_T_NMT::POSStrings()).Get(value);
   if (text == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
   return text;
 }
 
-uint32_t CountElements(ZELInstance array) {
-  const uint32_t reports = ZEL_T_NMT::g_link.reports;
-  const uint32_t count = Need(ZEL_T_NMT::POSArrays()).Count(array);
+std::uint32_t CountElements(ZELInstance array) {
+  const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const std::uint32_t count = Require(ZEL_T_NMT::POSArrays()).Count(array);
   RaiseIfReported(reports, "CPOSArray::Count failed");
   return count;
 }
 
-ZELInstance GetElement(ZELInstance array, uint32_t index) {
-  const ZELInstance element = Need(ZEL_T_NMT::POSArrays()).GetAt(array, index);
+ZELInstance GetElement(ZELInstance array, std::uint32_t index) {
+  const ZELInstance element = Require(ZEL_T_NMT::POSArrays()).GetAt(array, index);
   if (element == nullptr) ZEL_T_NMT::RaisePOSException("CPOSArray::GetAt subscript failed");
   return element;
 }
 
-HeldText GetTextAt(const CPOSArray& array, uint32_t index) {
+HeldText GetTextAt(const CPOSArray& array, std::uint32_t index) {
   const ZELInstance element = GetElement(array.Handle(), index);
   // The downcast has the message for anything else.
   if (!CPOSString::Is(element)) CPOSString(CPOSObject(element), false);
@@ -90,25 +90,25 @@ HeldText GetTextAt(const CPOSArray& array, uint32_t index) {
 }
 
 ZELInstance FindMember(ZELInstance dict, const CZELStringAtom& key) {
-  const uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
   const ZELInstance member = GetMember(dict, key);
   if (member == nullptr) RaiseIfReported(reports, "CPOSDict::Get failed");
   return member;
 }
 
 MemberWalk::MemberWalk(ZELInstance dict)
-    : iterator_(ContainerReference::TakeNew(Need(POSDictIterators()).NewPOSDictIterator(dict))) {}
+    : iterator_(ContainerReference::Adopt(Require(POSDictIterators()).NewPOSDictIterator(dict))) {}
 
 const char* MemberWalk::Key() const {
-  const uint32_t reports = ZEL_T_NMT::g_link.reports;
-  const char* key = Need(POSDictIterators()).CurKey(iterator_.Get());
+  const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const char* key = Require(POSDictIterators()).CurKey(iterator_.Get());
   if (key == nullptr) RaiseIfReported(reports, "CPOSDictIterator::CurKey failed");
   return key;
 }
 
 void MemberWalk::Next() const {
-  const uint32_t reports = ZEL_T_NMT::g_link.reports;
-  Need(POSDictIterators()).Next(iterator_.Get());
+  const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
+  Require(POSDictIterators()).Next(iterator_.Get());
   RaiseIfReported(reports, "CPOSDictIterator::Next failed");
 }
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <optional>
 
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
 #include "validator/keywords.h"
 
 namespace NPOSValidatorImpl {
@@ -41,11 +41,11 @@ std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
 
 double NumberOf(ZELInstance value);
 const char* TextOf(ZELInstance value);
-uint32_t CountElements(ZELInstance array);
+std::uint32_t CountElements(ZELInstance array);
 // Raises "CPOSArray::GetAt subscript failed" for an empty slot and beyond the end.
-ZELInstance GetElement(ZELInstance array, uint32_t index);
+ZELInstance GetElement(ZELInstance array, std::uint32_t index);
 // The text of an element; raises when that is not a String or not there.
-HeldText GetTextAt(const ZEL_T_NMT::CPOSArray& array, uint32_t index);
+HeldText GetTextAt(const ZEL_T_NMT::CPOSArray& array, std::uint32_t index);
 // Null when absent.
 ZELInstance FindMember(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 

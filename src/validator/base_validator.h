@@ -1,8 +1,8 @@
 // What every validator is.
 #pragma once
 
-#include "frame/client_base.h"
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/core/client_base.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {

@@ -3,8 +3,8 @@
 
 #include <map>
 
-#include "frame/client_base.h"
-#include "frame/string_atom.h"
+#include "frame/core/client_base.h"
+#include "frame/core/string_atom.h"
 #include "validator/text_order.h"
 #include "zelutils/validator.h"
 

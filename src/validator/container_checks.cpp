@@ -25,15 +25,15 @@ ZELInstance GetValue(ZELInstance dict, const CZELStringAtom& key) {
 
 }  // namespace
 
-int32_t StructValidator::ValidateArray(Validation& validation, Definition& definition,
-                                       ZELInstance array, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateArray(Validation& validation, Definition& definition,
+                                            ZELInstance array, ErrorList& errors) const {
   if (!CPOSArray::Is(array)) {
     errors.Append(FormatIntoPOSString("Array object expected"));
     return 1;
   }
-  const uint32_t count = CountElements(array);
+  const std::uint32_t count = CountElements(array);
   TypeNames& types = definition.Types(Keyword::kMemberType);
-  int32_t findings =
+  std::int32_t findings =
       CheckLength(definition, static_cast<double>(count), "Array length below mininum value %d",
                   "Array length above maximum value", errors);
   if (types.AreArray() && types.ArrayCount() != count) {
@@ -42,29 +42,29 @@ int32_t StructValidator::ValidateArray(Validation& validation, Definition& defin
     return findings + 1;
   }
   if (!types.AreOne() && !types.AreArray()) return findings;
-  for (uint32_t i = 0; i < count; ++i) {
+  for (std::uint32_t i = 0; i < count; ++i) {
     const TypeName& type = types.At(i);
     const ZELInstance element = GetElement(array, i);
     const auto held = validation.Hold(element);
-    AddFindings(findings,
-                ValidatePart(validation, type, element, errors, "[%d]:", static_cast<int32_t>(i)));
+    AddFindings(findings, ValidatePart(validation, type, element, errors,
+                                       "[%d]:", static_cast<std::int32_t>(i)));
   }
   return findings;
 }
 
-int32_t StructValidator::ValidateDict(Validation& validation, Definition& definition,
-                                      ZELInstance dict, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateDict(Validation& validation, Definition& definition,
+                                           ZELInstance dict, ErrorList& errors) const {
   if (!CPOSDict::Is(dict)) {
     errors.Append(FormatIntoPOSString("Dict object expected"));
     return 1;
   }
   DictRules& rules = definition.Members();
   RequiredMembers required(validation);
-  int32_t findings = required.Fetch(rules, dict, errors);
+  std::int32_t findings = required.Fetch(rules, dict, errors);
   if (findings > 0) return findings;
   // Both the required members and those of the dictionary come in the order of their keys.
-  size_t place = 0;
-  const size_t count = rules.Required().size();
+  std::size_t place = 0;
+  const std::size_t count = rules.Required().size();
   for (const MemberWalk members(dict); const char* text = members.Key(); members.Next()) {
     int order = 1;
     while (place < count && (order = CompareTexts(rules.Required()[place].key.Text(), text)) < 0) {
@@ -82,19 +82,19 @@ int32_t StructValidator::ValidateDict(Validation& validation, Definition& defini
   return findings;
 }
 
-int32_t StructValidator::ValidateOtherMember(Validation& validation, const DictRules& rules,
-                                             ZELInstance dict, const char* keyText,
-                                             ErrorList& errors) const {
+std::int32_t StructValidator::ValidateOtherMember(Validation& validation, const DictRules& rules,
+                                                  ZELInstance dict, const char* keyText,
+                                                  ErrorList& errors) const {
   const CZELStringAtom key(keyText);
   return ValidateMember(validation, rules, key, nullptr, GetValue(dict, key), errors);
 }
 
-int32_t StructValidator::ValidateMember(Validation& validation, const DictRules& rules,
-                                        const CZELStringAtom& key, const MemberRule* rule,
-                                        ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateMember(Validation& validation, const DictRules& rules,
+                                             const CZELStringAtom& key, const MemberRule* rule,
+                                             ZELInstance value, ErrorList& errors) const {
   const auto held = validation.Hold(value);
   const char* name = key.Text();
-  int32_t findings = 0;
+  std::int32_t findings = 0;
   bool isKnown = false;
   if (const auto& type = rules.KeyType()) {
     isKnown = true;
@@ -125,11 +125,11 @@ int32_t StructValidator::ValidateMember(Validation& validation, const DictRules&
   return findings;
 }
 
-int32_t StructValidator::ValidateUnion(Validation& validation, Definition& definition,
-                                       ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateUnion(Validation& validation, Definition& definition,
+                                            ZELInstance value, ErrorList& errors) const {
   TypeNames& set = definition.Types(Keyword::kSet);
   ErrorList collected;
-  for (uint32_t i = 0; i < set.ArrayCount(); ++i) {
+  for (std::uint32_t i = 0; i < set.ArrayCount(); ++i) {
     const TypeName& type = set.At(i);
     if (ValidatePart(validation, type, value, collected, "Trying %s:", type.Text()) == 0) {
       return 0;
@@ -139,11 +139,11 @@ int32_t StructValidator::ValidateUnion(Validation& validation, Definition& defin
   return 1;
 }
 
-int32_t StructValidator::ValidateIntersection(Validation& validation, Definition& definition,
-                                              ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateIntersection(Validation& validation, Definition& definition,
+                                                   ZELInstance value, ErrorList& errors) const {
   TypeNames& set = definition.Types(Keyword::kSet);
-  int32_t findings = 0;
-  for (uint32_t i = 0; i < set.ArrayCount(); ++i) {
+  std::int32_t findings = 0;
+  for (std::uint32_t i = 0; i < set.ArrayCount(); ++i) {
     const TypeName& type = set.At(i);
     AddFindings(findings, ValidatePart(validation, type, value, errors,
                                        "Failed intersection type %s:", type.Text()));

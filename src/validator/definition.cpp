@@ -13,7 +13,7 @@ using ZEL_T_NMT::CZELStringAtom;
 namespace {
 
 // Room for so many elements is made at once.
-constexpr uint32_t kUsualCount = 8;
+constexpr std::uint32_t kUsualCount = 8;
 
 Keyword ReadCategory(const Keywords& keywords, const TypeName& name, ZELInstance dict) {
   const char* text = GetText(dict, keywords[Keyword::kCategory]);
@@ -32,7 +32,7 @@ TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword a
   count_ = array_.IsEmpty() ? 0 : array_.Count();
 }
 
-const TypeName& TypeNames::At(uint32_t index) {
+const TypeName& TypeNames::At(std::uint32_t index) {
   if (one_) return *one_;
   if (index >= names_.size()) {
     names_.push_back(std::make_unique<TypeName>(keywords_, GetTextAt(array_, index).text));
@@ -77,7 +77,7 @@ Definition::Definition(const Keywords& keywords, const TypeName& name, ZELInstan
     : keywords_(keywords), dict_(dict), category_(ReadCategory(keywords, name, dict)) {}
 
 void Definition::ReadBound(Keyword attribute) {
-  const uint32_t index = BoundIndex(attribute);
+  const std::uint32_t index = BoundIndex(attribute);
   bounds_[index] = GetNumber(dict_.Get(), keywords_[attribute])
                        .value_or(std::numeric_limits<double>::quiet_NaN());
   boundsRead_ |= 1u << index;
@@ -100,7 +100,7 @@ bool Definition::Admits(const char* text) {
   for (const HeldText& choice : firstChoices_) {
     if (CompareTexts(choice.text, text) == 0) return true;
   }
-  for (auto i = static_cast<uint32_t>(firstChoices_.size()); i < choiceCount_; ++i) {
+  for (auto i = static_cast<std::uint32_t>(firstChoices_.size()); i < choiceCount_; ++i) {
     firstChoices_.push_back(GetTextAt(*choices_, i));
     if (CompareTexts(firstChoices_.back().text, text) == 0) return true;
   }

@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "frame/client_base.h"
+#include "frame/core/client_base.h"
 #include "validator/attributes.h"
 #include "validator/keywords.h"
 #include "validator/text_order.h"
@@ -25,10 +25,10 @@ class TypeNames : public ZEL_T_NMT::CZELClientBase {
 
   bool AreOne() const noexcept { return one_.has_value(); }
   bool AreArray() const noexcept { return !array_.IsEmpty(); }
-  uint32_t ArrayCount() const noexcept { return count_; }
+  std::uint32_t ArrayCount() const noexcept { return count_; }
   // The one, or that of an element: to be asked for in order; raises for an element that is not a
   // String or not there. A name stays where it is, whatever is asked for meanwhile.
-  const TypeName& At(uint32_t index);
+  const TypeName& At(std::uint32_t index);
 
  private:
   using Names =
@@ -37,7 +37,7 @@ class TypeNames : public ZEL_T_NMT::CZELClientBase {
   const Keywords& keywords_;
   std::optional<TypeName> one_;
   ZEL_T_NMT::CPOSArray array_;
-  uint32_t count_;
+  std::uint32_t count_;
   Names names_;
 };
 
@@ -89,7 +89,7 @@ class Definition {
 
   // One of the bounds, kMin to kMaxLen. NaN when there is none: no comparison with it is true.
   double Bound(Keyword attribute) {
-    const uint32_t index = BoundIndex(attribute);
+    const std::uint32_t index = BoundIndex(attribute);
     if ((boundsRead_ >> index & 1u) == 0) ReadBound(attribute);
     return bounds_[index];
   }
@@ -103,21 +103,22 @@ class Definition {
   DictRules& Members();
 
  private:
-  static constexpr uint32_t kFirstBound = static_cast<uint32_t>(Keyword::kMin);
-  static constexpr uint32_t kBoundCount = static_cast<uint32_t>(Keyword::kMaxLen) - kFirstBound + 1;
-  static uint32_t BoundIndex(Keyword attribute) noexcept {
-    return static_cast<uint32_t>(attribute) - kFirstBound;
+  static constexpr std::uint32_t kFirstBound = static_cast<std::uint32_t>(Keyword::kMin);
+  static constexpr std::uint32_t kBoundCount =
+      static_cast<std::uint32_t>(Keyword::kMaxLen) - kFirstBound + 1;
+  static std::uint32_t BoundIndex(Keyword attribute) noexcept {
+    return static_cast<std::uint32_t>(attribute) - kFirstBound;
   }
   void ReadBound(Keyword attribute);
 
   const Keywords& keywords_;
   ZEL_T_NMT::ContainerReference dict_;
   Keyword category_;
-  uint32_t boundsRead_ = 0;  // a bit for each
+  std::uint32_t boundsRead_ = 0;  // a bit for each
   double bounds_[kBoundCount];
   std::optional<HeldText> illegalChars_;
   std::optional<ZEL_T_NMT::CPOSArray> choices_;
-  uint32_t choiceCount_ = 0;
+  std::uint32_t choiceCount_ = 0;
   std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> firstChoices_;
   std::unique_ptr<TypeNames> types_;
   std::unique_ptr<DictRules> members_;

@@ -1,6 +1,6 @@
 #include "validator/interfaces.h"
 
-#include "frame/registry.h"
+#include "frame/object/registry.h"
 #include "validator/schema_check.h"
 #include "validator/struct_validator.h"
 #include "validator/subsystem.h"
@@ -9,8 +9,8 @@ namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::HoldArgument;
 using ZEL_T_NMT::ImplementationId;
-using ZEL_T_NMT::TakeArgument;
 
 namespace {
 
@@ -30,9 +30,9 @@ void UnregisterInterfaces() {
 
 }  // namespace
 
-int32_t ValidatorInterface::Validate(ZELInstance validator, ZELInstance value,
-                                     ZELStringAtom typeName, POSValidatorMessageProc report) {
-  const CZELStringAtom heldTypeName = TakeArgument(typeName);
+std::int32_t ValidatorInterface::Validate(ZELInstance validator, ZELInstance value,
+                                          ZELStringAtom typeName, POSValidatorMessageProc report) {
+  const CZELStringAtom heldTypeName = HoldArgument(typeName);
   const CPOSObject heldValue(value);
   BaseValidator* resolved = ResolveValidator(validator);
   if (resolved == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
@@ -47,7 +47,7 @@ ZELInstance StructValidatorInterface::NewPOSStructValidator(ZELInstance schema) 
 void StructValidatorInterface::RegisterCallbackProc(ZELInstance validator, ZELStringAtom typeName,
                                                     POSStructValidatorCallbackProc procedure,
                                                     void* clientData) {
-  const CZELStringAtom heldTypeName = TakeArgument(typeName);
+  const CZELStringAtom heldTypeName = HoldArgument(typeName);
   auto* structValidator = dynamic_cast<StructValidator*>(ResolveValidator(validator));
   if (structValidator == nullptr) {
     ZEL_T_NMT::RaisePOSException("instance was not an StructValidator");
@@ -55,8 +55,8 @@ void StructValidatorInterface::RegisterCallbackProc(ZELInstance validator, ZELSt
   structValidator->RegisterCallback(heldTypeName, procedure, clientData);
 }
 
-int32_t StructValidatorInterface::ValidateSchema(ZELInstance schema,
-                                                 POSValidatorMessageProc report) {
+std::int32_t StructValidatorInterface::ValidateSchema(ZELInstance schema,
+                                                      POSValidatorMessageProc report) {
   return IsValidSchema(schema, report) ? 1 : 0;
 }
 

@@ -2,14 +2,14 @@
 // under their method names. A body may raise; the export table puts the guard around it.
 #pragma once
 
-#include "frame/guard.h"
+#include "frame/object/guard.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {
 
 struct ValidatorInterface {
-  static int32_t Validate(ZELInstance validator, ZELInstance value, ZELStringAtom typeName,
-                          POSValidatorMessageProc report);
+  static std::int32_t Validate(ZELInstance validator, ZELInstance value, ZELStringAtom typeName,
+                               POSValidatorMessageProc report);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_VALIDATOR_METHODS)];
 };
 
@@ -17,7 +17,7 @@ struct StructValidatorInterface {
   static ZELInstance NewPOSStructValidator(ZELInstance schema);
   static void RegisterCallbackProc(ZELInstance validator, ZELStringAtom typeName,
                                    POSStructValidatorCallbackProc procedure, void* clientData);
-  static int32_t ValidateSchema(ZELInstance schema, POSValidatorMessageProc report);
+  static std::int32_t ValidateSchema(ZELInstance schema, POSValidatorMessageProc report);
   static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_STRUCT_VALIDATOR_METHODS)];
 };
 

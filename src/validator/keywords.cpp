@@ -9,11 +9,11 @@ const char* const kKeywordTexts[kKeywordCount] = {ZEL_SCHEMA_KEYWORDS(ZEL_KEYWOR
 #undef ZEL_KEYWORD_TEXT
 
 Keywords::Keywords() {
-  for (uint32_t i = 0; i < kKeywordCount; ++i) atoms_[i] = CZELStringAtom(kKeywordTexts[i]);
+  for (std::uint32_t i = 0; i < kKeywordCount; ++i) atoms_[i] = CZELStringAtom(kKeywordTexts[i]);
 }
 
-Keyword Keywords::Find(const char* atomText, uint32_t count) const noexcept {
-  for (uint32_t i = 0; i < count; ++i) {
+Keyword Keywords::Find(const char* atomText, std::uint32_t count) const noexcept {
+  for (std::uint32_t i = 0; i < count; ++i) {
     if (atoms_[i].Text() == atomText) return static_cast<Keyword>(i);
   }
   return Keyword::kNone;

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "frame/client_base.h"
-#include "frame/string_atom.h"
+#include "frame/core/client_base.h"
+#include "frame/core/string_atom.h"
 
 namespace NPOSValidatorImpl {
 
@@ -44,10 +44,10 @@ namespace NPOSValidatorImpl {
   X(kKeyType, "keytype")
 
 #define ZEL_KEYWORD_NAME(name, text) name,
-enum class Keyword : uint8_t { ZEL_SCHEMA_KEYWORDS(ZEL_KEYWORD_NAME) kNone };
+enum class Keyword : std::uint8_t { ZEL_SCHEMA_KEYWORDS(ZEL_KEYWORD_NAME) kNone };
 #undef ZEL_KEYWORD_NAME
 
-inline constexpr uint32_t kKeywordCount = static_cast<uint32_t>(Keyword::kNone);
+inline constexpr std::uint32_t kKeywordCount = static_cast<std::uint32_t>(Keyword::kNone);
 static_assert(kKeywordCount == 32);
 
 extern const char* const kKeywordTexts[kKeywordCount];
@@ -60,18 +60,18 @@ class Keywords {
   Keywords();
 
   const ZEL_T_NMT::CZELStringAtom& operator[](Keyword word) const noexcept {
-    return atoms_[static_cast<uint32_t>(word)];
+    return atoms_[static_cast<std::uint32_t>(word)];
   }
   // The built-in type whose atom has this very text, by its address.
   Keyword FindBuiltin(const char* atomText) const noexcept {
-    return Find(atomText, static_cast<uint32_t>(Keyword::kRawPtr) + 1);
+    return Find(atomText, static_cast<std::uint32_t>(Keyword::kRawPtr) + 1);
   }
   // The word that a String holds: its text is its atom's, and if it should not be, an atom is made.
   Keyword FindText(const char* text) const;
 
  private:
   // Among the first words.
-  Keyword Find(const char* atomText, uint32_t count = kKeywordCount) const noexcept;
+  Keyword Find(const char* atomText, std::uint32_t count = kKeywordCount) const noexcept;
 
   ZEL_T_NMT::CZELStringAtom atoms_[kKeywordCount];
 };
@@ -93,10 +93,10 @@ class TypeName : public ZEL_T_NMT::CZELClientBase {
 
   // The definition that the name was found to have in this run of validation, after so many changes
   // of the schema; else null.
-  Definition* Found(uint32_t changes) const noexcept {
+  Definition* Found(std::uint32_t changes) const noexcept {
     return foundAfter_ == changes ? found_ : nullptr;
   }
-  void SetFound(Definition& definition, uint32_t changes) const noexcept {
+  void SetFound(Definition& definition, std::uint32_t changes) const noexcept {
     found_ = &definition;
     foundAfter_ = changes;
   }
@@ -105,7 +105,7 @@ class TypeName : public ZEL_T_NMT::CZELClientBase {
   const char* text_;
   ZEL_T_NMT::CZELStringAtom atom_;
   mutable Definition* found_ = nullptr;
-  mutable uint32_t foundAfter_ = 0;
+  mutable std::uint32_t foundAfter_ = 0;
   Keyword builtin_;
 };
 

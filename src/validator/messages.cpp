@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "frame/client_base.h"
+#include "frame/core/client_base.h"
 
 namespace NPOSValidatorImpl {
 
@@ -16,7 +16,7 @@ using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::DUXException;
-using ZEL_T_NMT::Need;
+using ZEL_T_NMT::Require;
 
 namespace {
 
@@ -26,11 +26,11 @@ class MessageBuffer {
   MessageBuffer() : block_(kMessageBytes), next_(block_.Get()), last_(next_ + kMessageBytes - 1) {}
 
   void Add(std::string_view text) {
-    if (text.size() > static_cast<size_t>(last_ - next_)) Overflow();
+    if (text.size() > static_cast<std::size_t>(last_ - next_)) Overflow();
     std::memcpy(next_, text.data(), text.size());
     next_ += text.size();
   }
-  void Add(int32_t integer) { Advance(std::to_chars(next_, last_, integer)); }
+  void Add(std::int32_t integer) { Advance(std::to_chars(next_, last_, integer)); }
   void Add(double real) {
     if (std::isnan(real)) return Add(std::string_view("nan"));
     if (std::isinf(real)) return Add(std::string_view(real < 0 ? "-inf" : "inf"));
@@ -69,10 +69,10 @@ void ErrorList::Append(const CPOSObject& message) {
 void ErrorList::Report(POSValidatorMessageProc report) {
   Create();
   if (report == nullptr) {
-    Need(ZEL_T_NMT::POSStatics()).DebugDump(messages_.Handle());
+    Require(ZEL_T_NMT::POSStatics()).DebugDump(messages_.Handle());
     return;
   }
-  for (uint32_t i = 0; i < messages_.Count(); ++i) {
+  for (std::uint32_t i = 0; i < messages_.Count(); ++i) {
     const CPOSString message(messages_.GetAt(i), false);
     report(message.Get());
   }
@@ -80,8 +80,8 @@ void ErrorList::Report(POSValidatorMessageProc report) {
 
 void AppendPrefixedMessages(ErrorList& target, const ErrorList& source, const char* prefix) {
   if (source.messages_.IsEmpty()) return;
-  const uint32_t count = source.messages_.Count();
-  for (uint32_t i = 0; i < count; ++i) {
+  const std::uint32_t count = source.messages_.Count();
+  for (std::uint32_t i = 0; i < count; ++i) {
     const CPOSString message(source.messages_.GetAt(i), false);
     target.Append(FormatIntoPOSString("%s %s", {prefix, message.Get()}));
   }
@@ -93,7 +93,7 @@ CPOSString FormatIntoPOSString(const char* format,
   const FormatArgument* argument = arguments.begin();
   const char* rest = format;
   while (const char* placeholder = std::strchr(rest, '%')) {
-    buffer.Add(std::string_view(rest, static_cast<size_t>(placeholder - rest)));
+    buffer.Add(std::string_view(rest, static_cast<std::size_t>(placeholder - rest)));
     switch (placeholder[1]) {
       case 'd':
         buffer.Add(argument->Integer());
@@ -112,11 +112,11 @@ CPOSString FormatIntoPOSString(const char* format,
   return {CPOSString::New(buffer.Finish()), false};
 }
 
-int32_t TruncateToInteger(double value) noexcept {
+std::int32_t TruncateToInteger(double value) noexcept {
   if (!(value > -2147483649.0 && value < 2147483648.0)) {
-    return std::numeric_limits<int32_t>::min();
+    return std::numeric_limits<std::int32_t>::min();
   }
-  return static_cast<int32_t>(value);
+  return static_cast<std::int32_t>(value);
 }
 
 double RoundToSingle(double value) noexcept {

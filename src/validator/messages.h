@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "frame/error.h"
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/core/error.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {
 
 // The room for a message with its terminating NUL, and for what a callback has to say.
-inline constexpr uint32_t kMessageBytes = 1024;
+inline constexpr std::uint32_t kMessageBytes = 1024;
 
 // Messages in the order in which they were found: a POS array of POS strings, which is made when
 // the first message comes.
@@ -34,18 +34,18 @@ class ErrorList {
 class FormatArgument {
  public:
   // NOLINTBEGIN(google-explicit-constructor): passed as printf's arguments are
-  FormatArgument(int32_t integer) noexcept : integer_(integer) {}
+  FormatArgument(std::int32_t integer) noexcept : integer_(integer) {}
   FormatArgument(double real) noexcept : real_(real) {}
   FormatArgument(const char* text) noexcept : text_(text) {}
   // NOLINTEND(google-explicit-constructor)
 
-  int32_t Integer() const noexcept { return integer_; }
+  std::int32_t Integer() const noexcept { return integer_; }
   double Real() const noexcept { return real_; }
   const char* Text() const noexcept { return text_; }
 
  private:
   union {
-    int32_t integer_;
+    std::int32_t integer_;
     double real_;
     const char* text_;
   };
@@ -61,7 +61,7 @@ ZEL_T_NMT::CPOSString FormatIntoPOSString(const char* format,
 void AppendPrefixedMessages(ErrorList& target, const ErrorList& source, const char* prefix);
 
 // Truncates toward zero; -2147483648 for what is out of range and for NaN.
-int32_t TruncateToInteger(double value) noexcept;
+std::int32_t TruncateToInteger(double value) noexcept;
 
 // The nearest single-precision value; an infinity beyond the range.
 double RoundToSingle(double value) noexcept;

@@ -21,7 +21,7 @@ constexpr const char* kNoReal = "Expected REAL was of invalid type";
 constexpr const char* kNoString = "Expected STRING was of invalid type";
 
 // What is wrong with a value of a built-in type; null when nothing is.
-const char* BoolMistake(ZELInstance value) {
+const char* BoolMismatch(ZELInstance value) {
   if (CPOSNumber::Is(value)) {
     const double number = NumberOf(value);
     if (number == 0.0 || number == 1.0) return nullptr;
@@ -42,7 +42,7 @@ bool IsWhole(double number) noexcept {
 const char* BuiltinTypeMistake(Keyword typeName, ZELInstance value) {
   switch (typeName) {
     case Keyword::kBool:
-      return BoolMistake(value);
+      return BoolMismatch(value);
     case Keyword::kInt:
       if (!CPOSNumber::Is(value)) return kNoInt;
       return IsWhole(NumberOf(value)) ? nullptr : kNotWhole;
@@ -68,21 +68,21 @@ const char* BuiltinTypeMistake(Keyword typeName, ZELInstance value) {
 constexpr const char* kStringTooShort = "String length below mininum value %d";
 constexpr const char* kStringTooLong = "String length above maximum value %d";
 
-int32_t Reject(const char* message, ErrorList& errors) {
+std::int32_t Reject(const char* message, ErrorList& errors) {
   errors.Append(FormatIntoPOSString(message));
   return 1;
 }
 
-int32_t CheckOneOf(Definition& definition, const char* text, const char* message,
-                   ErrorList& errors) {
+std::int32_t CheckOneOf(Definition& definition, const char* text, const char* message,
+                        ErrorList& errors) {
   return definition.Admits(text) ? 0 : Reject(message, errors);
 }
 
 }  // namespace
 
-int32_t CheckLength(Definition& definition, double length, const char* below, const char* above,
-                    ErrorList& errors) {
-  int32_t findings = 0;
+std::int32_t CheckLength(Definition& definition, double length, const char* below,
+                         const char* above, ErrorList& errors) {
+  std::int32_t findings = 0;
   const double least = definition.Bound(Keyword::kMinLen);
   if (least > length) {
     errors.Append(FormatIntoPOSString(below, {TruncateToInteger(least)}));
@@ -105,8 +105,8 @@ BuiltinCheckResult StructValidator::CheckBuiltinType(Keyword typeName, ZELInstan
   return BuiltinCheckResult::kBuiltinInvalid;
 }
 
-int32_t StructValidator::ValidateScalar(Definition& definition, ZELInstance value,
-                                        ErrorList& errors) const {
+std::int32_t StructValidator::ValidateScalar(Definition& definition, ZELInstance value,
+                                             ErrorList& errors) const {
   const Keyword category = definition.Category();
   if (CheckBuiltinType(category, value, errors) != BuiltinCheckResult::kBuiltinValid) return 1;
   switch (category) {
@@ -118,8 +118,8 @@ int32_t StructValidator::ValidateScalar(Definition& definition, ZELInstance valu
     }
     case Keyword::kBinData: {
       const CPOSBinData data(CPOSObject(value), false);
-      const int32_t findings = CheckLength(definition, static_cast<double>(data.GetSize()),
-                                           kStringTooShort, kStringTooLong, errors);
+      const std::int32_t findings = CheckLength(definition, static_cast<double>(data.GetSize()),
+                                                kStringTooShort, kStringTooLong, errors);
       return findings + CheckOneOf(definition, data.GetTypeName(),
                                    "TypeName is not one of the enumerated values", errors);
     }
@@ -128,13 +128,13 @@ int32_t StructValidator::ValidateScalar(Definition& definition, ZELInstance valu
   }
 }
 
-int32_t StructValidator::ValidateNumber(Definition& definition, ZELInstance value,
-                                        ErrorList& errors) const {
+std::int32_t StructValidator::ValidateNumber(Definition& definition, ZELInstance value,
+                                             ErrorList& errors) const {
   const bool isInt = definition.Category() == Keyword::kInt;
   if (!CPOSNumber::Is(value)) return Reject(isInt ? kNoInt : kNoReal, errors);
   const double number = NumberOf(value);
   if (isInt && !IsWhole(number)) return Reject(kNotWhole, errors);
-  int32_t findings = 0;
+  std::int32_t findings = 0;
   const auto check = [&](Keyword attribute, auto excludes, const char* message) {
     const double bound = definition.Bound(attribute);
     if (!excludes(bound, number)) return;
@@ -148,12 +148,12 @@ int32_t StructValidator::ValidateNumber(Definition& definition, ZELInstance valu
   return findings;
 }
 
-int32_t StructValidator::ValidateString(Definition& definition, ZELInstance value,
-                                        ErrorList& errors) const {
+std::int32_t StructValidator::ValidateString(Definition& definition, ZELInstance value,
+                                             ErrorList& errors) const {
   if (!CPOSString::Is(value)) return Reject(kNoString, errors);
   const char* text = TextOf(value);
-  const size_t length = std::strlen(text);
-  int32_t findings =
+  const std::size_t length = std::strlen(text);
+  std::int32_t findings =
       CheckLength(definition, static_cast<double>(length), kStringTooShort, kStringTooLong, errors);
   const char* illegal = definition.IllegalChars();
   if (illegal != nullptr && std::strcspn(text, illegal) != length) {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "frame/error.h"
+#include "frame/core/error.h"
 #include "validator/meta_schema.h"
 #include "validator/struct_validator.h"
 
@@ -15,7 +15,7 @@ using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::DUXException;
-using ZEL_T_NMT::Need;
+using ZEL_T_NMT::Require;
 using ZEL_T_NMT::SharedBuffers;
 
 namespace {
@@ -27,9 +27,10 @@ constexpr Keyword kBuiltinTypes[] = {
     Keyword::kZELObjRef, Keyword::kQXBaseObjRef,  Keyword::kZELErrorObjRef};
 
 CPOSDict ParseMetaSchema() {
-  const ZELInstance parsed = Need(ZEL_T_NMT::POSStatics()).CreateFromText(kMetaSchemaText, nullptr);
+  const ZELInstance parsed =
+      Require(ZEL_T_NMT::POSStatics()).CreateFromText(kMetaSchemaText, nullptr);
   if (parsed == nullptr) ZEL_T_NMT::RaisePOSException("CreateFromText failed");
-  return {CPOSObject::TakeNew(parsed), false};
+  return {CPOSObject::Adopt(parsed), false};
 }
 
 // The types that a schema may refer to: what counts is that the key is there.
@@ -37,7 +38,7 @@ CPOSDict KnownTypes(const CPOSObject& schema) {
   CPOSDict known = CPOSDict::New();
   const CPOSObject present = CPOSNumber::New(1.0);
   for (const Keyword type : kBuiltinTypes) {
-    known.Put(kKeywordTexts[static_cast<uint32_t>(type)], present);
+    known.Put(kKeywordTexts[static_cast<std::uint32_t>(type)], present);
   }
   if (CPOSDict::Is(schema.Handle())) {
     for (const CPOSDictIterator types(schema); !types.IsDone(); types.Next()) {
@@ -64,9 +65,9 @@ class MessageTarget {
   // Writes the two texts one after the other; false, with nothing written, when they do not fit.
   bool Write(const char* first, const char* second) const {
     char* target = Text();
-    const size_t firstLength = std::strlen(first);
-    const size_t secondLength = std::strlen(second);
-    const uint32_t size = Size();
+    const std::size_t firstLength = std::strlen(first);
+    const std::size_t secondLength = std::strlen(second);
+    const std::uint32_t size = Size();
     if (firstLength >= size || secondLength >= size - firstLength) return false;
     std::memcpy(target, first, firstLength);
     std::memcpy(target + firstLength, second, secondLength + 1);
@@ -78,7 +79,7 @@ class MessageTarget {
 
  private:
   char* Text() const { return static_cast<char*>(SharedBuffers().GetBuffer(buffer_)); }
-  uint32_t Size() const { return SharedBuffers().GetSize(buffer_); }
+  std::uint32_t Size() const { return SharedBuffers().GetSize(buffer_); }
 
   ZELSharedBuff buffer_;
 };
@@ -111,8 +112,8 @@ void WriteCurrentException(ZELSharedBuff errorBuffer) {
 
 // Accepts a String that names a type which is built in or which the checked schema defines. It is
 // called as any client's callback is, and lets no exception out.
-int32_t TypeNameCallback(ZELInstance value, ZELStringAtom, ZELSharedBuff errorBuffer,
-                         void* clientData) {
+std::int32_t TypeNameCallback(ZELInstance value, ZELStringAtom, ZELSharedBuff errorBuffer,
+                              void* clientData) {
   try {
     try {
       return IsKnownType(value, errorBuffer, *static_cast<const CPOSDict*>(clientData)) ? 1 : 0;

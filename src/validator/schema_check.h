@@ -1,7 +1,7 @@
 // The check of a schema itself.
 #pragma once
 
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {

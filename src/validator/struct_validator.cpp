@@ -1,7 +1,7 @@
 #include "validator/struct_validator.h"
 
-#include "frame/nesting.h"
-#include "frame/shared_buffer.h"
+#include "frame/core/nesting.h"
+#include "frame/core/shared_buffer.h"
 
 namespace NPOSValidatorImpl {
 
@@ -48,26 +48,26 @@ bool StructValidator::Validate(const CPOSObject& value, const CZELStringAtom& ty
   return false;
 }
 
-int32_t StructValidator::ValidateValue(Validation& validation, const TypeName& typeName,
-                                       ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateValue(Validation& validation, const TypeName& typeName,
+                                            ZELInstance value, ErrorList& errors) const {
   if (typeName.Builtin() != Keyword::kNone) {
     return CheckBuiltinType(typeName.Builtin(), value, errors) == BuiltinCheckResult::kBuiltinValid
                ? 0
                : 1;
   }
-  const int32_t findings = ValidateDefinedType(validation, typeName, value, errors);
+  const std::int32_t findings = ValidateDefinedType(validation, typeName, value, errors);
   if (findings > 0 || callbacks_.IsEmpty()) return findings;
   return ValidateWithCallback(validation, typeName, value, errors);
 }
 
-int32_t StructValidator::ValidateWithCallback(Validation& validation, const TypeName& typeName,
-                                              ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateWithCallback(Validation& validation, const TypeName& typeName,
+                                                   ZELInstance value, ErrorList& errors) const {
   const Callback* entry = callbacks_.Find(typeName.Text());
   if (entry == nullptr || entry->procedure == nullptr) return 0;
   const SharedBuffer buffer(kMessageBytes);
   char* text = static_cast<char*>(buffer.Data());
   text[0] = '\0';
-  const int32_t accepted =
+  const std::int32_t accepted =
       entry->procedure(value, typeName.Atom().Atom(), buffer.Handle(), entry->clientData);
   if (validation.mayChange) ++validation.changes;
   if (accepted != 0) return 0;
@@ -75,8 +75,8 @@ int32_t StructValidator::ValidateWithCallback(Validation& validation, const Type
   return 1;
 }
 
-int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeName& typeName,
-                                             ZELInstance value, ErrorList& errors) const {
+std::int32_t StructValidator::ValidateDefinedType(Validation& validation, const TypeName& typeName,
+                                                  ZELInstance value, ErrorList& errors) const {
   const NestingLevel level(validation.depth);
   Definition* definition = typeName.Found(validation.changes);
   if (definition == nullptr) definition = FindDefinition(validation, typeName);
@@ -120,11 +120,11 @@ Definition* StructValidator::FindDefinition(Validation& validation,
   return &entry->second;
 }
 
-int32_t StructValidator::ValidatePart(Validation& validation, const TypeName& typeName,
-                                      ZELInstance part, ErrorList& errors, const char* prefixFormat,
-                                      FormatArgument first) const {
+std::int32_t StructValidator::ValidatePart(Validation& validation, const TypeName& typeName,
+                                           ZELInstance part, ErrorList& errors,
+                                           const char* prefixFormat, FormatArgument first) const {
   ErrorList found;
-  const int32_t findings = ValidateValue(validation, typeName, part, found);
+  const std::int32_t findings = ValidateValue(validation, typeName, part, found);
   if (findings > 0) {
     const CPOSString prefix = FormatIntoPOSString(prefixFormat, {first, typeName.Text()});
     AppendPrefixedMessages(errors, found, prefix.Get());

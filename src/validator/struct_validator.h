@@ -15,15 +15,15 @@
 
 namespace NPOSValidatorImpl {
 
-enum class BuiltinCheckResult : int32_t {
+enum class BuiltinCheckResult : std::int32_t {
   kNotBuiltin = 0,
   kBuiltinValid = 1,
   kBuiltinInvalid = 2,  // one message has been appended
 };
 
 // The checks of "minlen" and "maxlen", each with its message.
-int32_t CheckLength(Definition& definition, double length, const char* below, const char* above,
-                    ErrorList& errors);
+std::int32_t CheckLength(Definition& definition, double length, const char* below,
+                         const char* above, ErrorList& errors);
 
 class StructValidator final : public BaseValidator {
  public:
@@ -46,41 +46,43 @@ class StructValidator final : public BaseValidator {
   using CZELStringAtom = ZEL_T_NMT::CZELStringAtom;
 
   // The caller holds the value throughout where a callback may take it out of where it was.
-  int32_t ValidateValue(Validation& validation, const TypeName& typeName, ZELInstance value,
-                        ErrorList& errors) const;
-  int32_t ValidateWithCallback(Validation& validation, const TypeName& typeName, ZELInstance value,
-                               ErrorList& errors) const;
+  std::int32_t ValidateValue(Validation& validation, const TypeName& typeName, ZELInstance value,
+                             ErrorList& errors) const;
+  std::int32_t ValidateWithCallback(Validation& validation, const TypeName& typeName,
+                                    ZELInstance value, ErrorList& errors) const;
   BuiltinCheckResult CheckBuiltinType(Keyword typeName, ZELInstance value, ErrorList& errors) const;
-  int32_t ValidateDefinedType(Validation& validation, const TypeName& typeName, ZELInstance value,
-                              ErrorList& errors) const;
+  std::int32_t ValidateDefinedType(Validation& validation, const TypeName& typeName,
+                                   ZELInstance value, ErrorList& errors) const;
 
   // Looks a definition up in the schema; null when there is none. It stays for the whole run.
   Definition* FindDefinition(Validation& validation, const TypeName& typeName) const;
 
   // One category each.
-  int32_t ValidateScalar(Definition& definition, ZELInstance value, ErrorList& errors) const;
-  int32_t ValidateNumber(Definition& definition, ZELInstance value, ErrorList& errors) const;
-  int32_t ValidateString(Definition& definition, ZELInstance value, ErrorList& errors) const;
-  int32_t ValidateArray(Validation& validation, Definition& definition, ZELInstance array,
-                        ErrorList& errors) const;
-  int32_t ValidateDict(Validation& validation, Definition& definition, ZELInstance dict,
-                       ErrorList& errors) const;
-  int32_t ValidateUnion(Validation& validation, Definition& definition, ZELInstance value,
-                        ErrorList& errors) const;
-  int32_t ValidateIntersection(Validation& validation, Definition& definition, ZELInstance value,
-                               ErrorList& errors) const;
+  std::int32_t ValidateScalar(Definition& definition, ZELInstance value, ErrorList& errors) const;
+  std::int32_t ValidateNumber(Definition& definition, ZELInstance value, ErrorList& errors) const;
+  std::int32_t ValidateString(Definition& definition, ZELInstance value, ErrorList& errors) const;
+  std::int32_t ValidateArray(Validation& validation, Definition& definition, ZELInstance array,
+                             ErrorList& errors) const;
+  std::int32_t ValidateDict(Validation& validation, Definition& definition, ZELInstance dict,
+                            ErrorList& errors) const;
+  std::int32_t ValidateUnion(Validation& validation, Definition& definition, ZELInstance value,
+                             ErrorList& errors) const;
+  std::int32_t ValidateIntersection(Validation& validation, Definition& definition,
+                                    ZELInstance value, ErrorList& errors) const;
 
   // One member of a dictionary, by what its definition says of keys and values; `rule` is null for
   // a member that it does not list.
-  int32_t ValidateMember(Validation& validation, const DictRules& rules, const CZELStringAtom& key,
-                         const MemberRule* rule, ZELInstance value, ErrorList& errors) const;
-  int32_t ValidateOtherMember(Validation& validation, const DictRules& rules, ZELInstance dict,
-                              const char* keyText, ErrorList& errors) const;
+  std::int32_t ValidateMember(Validation& validation, const DictRules& rules,
+                              const CZELStringAtom& key, const MemberRule* rule, ZELInstance value,
+                              ErrorList& errors) const;
+  std::int32_t ValidateOtherMember(Validation& validation, const DictRules& rules, ZELInstance dict,
+                                   const char* keyText, ErrorList& errors) const;
 
   // Validates a part of a value into a list of its own, whose messages then follow the prefix that
   // `prefixFormat` makes of `first` and the type's name.
-  int32_t ValidatePart(Validation& validation, const TypeName& typeName, ZELInstance part,
-                       ErrorList& errors, const char* prefixFormat, FormatArgument first) const;
+  std::int32_t ValidatePart(Validation& validation, const TypeName& typeName, ZELInstance part,
+                            ErrorList& errors, const char* prefixFormat,
+                            FormatArgument first) const;
 
   CallbackMap callbacks_;
   bool hasForeignCallbacks_ = false;

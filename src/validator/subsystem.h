@@ -1,7 +1,7 @@
 // The structure validator's part in the library's start and stop.
 #pragma once
 
-#include "frame/subsystem.h"
+#include "frame/link/subsystem.h"
 
 namespace NPOSValidatorImpl {
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "frame/string_atom.h"
+#include "frame/core/string_atom.h"
 
 namespace NPOSValidatorImpl {
 

@@ -2,8 +2,8 @@
 
 namespace NPOSValidatorImpl {
 
-int32_t RequiredMembers::Fetch(const DictRules& rules, ZELInstance dict, ErrorList& errors) {
-  int32_t findings = 0;
+std::int32_t RequiredMembers::Fetch(const DictRules& rules, ZELInstance dict, ErrorList& errors) {
+  std::int32_t findings = 0;
   for (const MemberRule& rule : rules.Required()) {
     const ZELInstance value = FindMember(dict, rule.key);
     validation_.required.push_back(value);

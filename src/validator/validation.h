@@ -5,8 +5,8 @@
 #include <map>
 #include <vector>
 
-#include "frame/client_base.h"
-#include "frame/pos_wrappers.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/core/client_base.h"
 #include "validator/definition.h"
 #include "validator/messages.h"
 
@@ -21,9 +21,9 @@ struct Validation {
   const ZEL_T_NMT::CPOSObject& schema;
   // Whether foreign code may run meanwhile and change the values: their parts are held then.
   bool mayChange;
-  uint32_t depth = 0;
+  std::uint32_t depth = 0;
   // How often foreign code has run. What a name stands for is looked up again after that.
-  uint32_t changes = 0;
+  std::uint32_t changes = 0;
   // By their dictionaries, which they hold.
   Definitions definitions = {};
   // The required members of the dictionaries that are being walked through.
@@ -36,7 +36,7 @@ struct Validation {
 };
 
 // Adds to a number of findings, which stops at its largest value.
-inline void AddFindings(int32_t& total, int32_t findings) noexcept {
+inline void AddFindings(std::int32_t& total, std::int32_t findings) noexcept {
   total = findings > INT32_MAX - total ? INT32_MAX : total + findings;
 }
 
@@ -49,20 +49,20 @@ class RequiredMembers {
   RequiredMembers& operator=(const RequiredMembers&) = delete;
   ~RequiredMembers() {
     auto& stack = validation_.required;
-    stack.erase(stack.begin() + static_cast<ptrdiff_t>(first_), stack.end());
+    stack.erase(stack.begin() + static_cast<std::ptrdiff_t>(first_), stack.end());
   }
 
   // Returns the number of findings: one for each member that is missing.
-  int32_t Fetch(const DictRules& rules, ZELInstance dict, ErrorList& errors);
+  std::int32_t Fetch(const DictRules& rules, ZELInstance dict, ErrorList& errors);
   // The value for a rule by its place; null when foreign code may have changed it meanwhile.
-  ZELInstance At(size_t place) const noexcept {
+  ZELInstance At(std::size_t place) const noexcept {
     return validation_.changes == changes_ ? validation_.required[first_ + place] : nullptr;
   }
 
  private:
   Validation& validation_;
-  size_t first_;
-  uint32_t changes_;
+  std::size_t first_;
+  std::uint32_t changes_;
 };
 
 }  // namespace NPOSValidatorImpl

@@ -4,12 +4,12 @@
 
 #include <cstring>
 
-#include "frame/client_stream.h"
-#include "frame/core_interfaces.h"
-#include "frame/error.h"
-#include "frame/guard.h"
-#include "frame/pos_wrappers.h"
-#include "frame/registry.h"
+#include "frame/client/pos_wrappers.h"
+#include "frame/core/core_interfaces.h"
+#include "frame/core/error.h"
+#include "frame/object/client_stream.h"
+#include "frame/object/guard.h"
+#include "frame/object/registry.h"
 #include "zelhost/host.h"
 
 namespace {
@@ -29,7 +29,7 @@ class FrameTest : public ::testing::Test {
 };
 
 // The text by which an exception that `raise` raises is reported.
-template <class Raise>
+template <typename Raise>
 std::string Raised(Raise raise) {
   try {
     raise();
@@ -50,7 +50,7 @@ TEST_F(FrameTest, ErrorObjects) {
   // Only component "DUX" with number 1 is the allocation failure.
   struct {
     const char* component;
-    int32_t id;
+    std::int32_t id;
     const char* text;
   } const rows[] = {{"DUX", 1, "bad allocation"}, {"DUX", 2, "m"}, {"ZEL", 1, "m"}, {"", 1, "m"}};
   for (const auto& row : rows) {
@@ -72,7 +72,7 @@ void RaiseKind(int kind) {
   if (kind == 7) throw std::bad_alloc();
 }
 
-int32_t ReturnOrRaise(int kind) {
+std::int32_t ReturnOrRaise(int kind) {
   RaiseKind(kind);
   return 42;
 }
@@ -182,7 +182,8 @@ TEST_F(FrameTest, DowncastsKeepOrRefuseWithoutLosingAReference) {
 }
 
 TEST_F(FrameTest, ANodeThatDoesNotFitIn32BitsIsRefused) {
-  for (const uint32_t count : {0xFFFFFFFFu, 0xFFFFFFFFu / static_cast<uint32_t>(sizeof(ZELProc))}) {
+  for (const std::uint32_t count :
+       {0xFFFFFFFFu, 0xFFFFFFFFu / static_cast<std::uint32_t>(sizeof(ZELProc))}) {
     EXPECT_EQ(Raised([&] { ZELVTabGeneric::Create(count); }), "Math overflow exception");
   }
 }
@@ -193,16 +194,18 @@ int g_streamsDestroyed = 0;
 class NotingStream : public ZELClientPositionableStream {
  public:
   ~NotingStream() override { ++g_streamsDestroyed; }
-  uint32_t Read(void* buffer, uint32_t count) override {
+  std::uint32_t Read(void* buffer, std::uint32_t count) override {
     std::memset(buffer, 'x', count);
     return count;
   }
-  void Write(const void*, uint32_t) override { ZELRaise("read only", "ZEL"); }
-  void Seek(uint32_t position, uint32_t second) override { position_ = position + second; }
-  uint32_t Mark() override { return position_; }
+  void Write(const void*, std::uint32_t) override { ZELRaise("read only", "ZEL"); }
+  void Seek(std::uint32_t position, std::uint32_t second) override {
+    position_ = position + second;
+  }
+  std::uint32_t Mark() override { return position_; }
 
  private:
-  uint32_t position_ = 9;
+  std::uint32_t position_ = 9;
 };
 
 TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/decimal.h"
+#include "frame/base/decimal.h"
 #include "streamer/number_text.h"
 
 namespace {
@@ -30,7 +30,8 @@ void ExpectRead(const std::string& text) {
   for (const std::string behind : {"", "/", " 12345678"}) {
     const std::string whole = text + behind;
     const auto decimal = ZEL_T_NMT::DecimalPrefix(whole.data(), whole.size(), true);
-    EXPECT_EQ(std::bit_cast<uint64_t>(decimal.value), std::bit_cast<uint64_t>(expected)) << whole;
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(decimal.value), std::bit_cast<std::uint64_t>(expected))
+        << whole;
     EXPECT_EQ(decimal.length, text.size()) << whole;
   }
 }
@@ -44,9 +45,9 @@ void ExpectBothWays(double value) {
   ExpectRead(StandardText(value, 17));
 }
 
-double FromBits(uint64_t sign, int exponent, uint64_t fraction) {
-  return std::bit_cast<double>(sign << 63 | static_cast<uint64_t>(exponent + 1023) << 52 |
-                               (fraction & ((uint64_t{1} << 52) - 1)));
+double FromBits(std::uint64_t sign, int exponent, std::uint64_t fraction) {
+  return std::bit_cast<double>(sign << 63 | static_cast<std::uint64_t>(exponent + 1023) << 52 |
+                               (fraction & ((std::uint64_t{1} << 52) - 1)));
 }
 
 TEST(NumbersTest, AreWrittenAndReadAsByTheStandardLibrary) {
@@ -56,15 +57,16 @@ TEST(NumbersTest, AreWrittenAndReadAsByTheStandardLibrary) {
   }
   std::mt19937_64 random(1);
   for (int exponent = -90; exponent <= 120; ++exponent) {
-    std::vector<uint64_t> fractions = {0, 1, ~uint64_t{0}, uint64_t{1} << 51, 3u << 20};
+    std::vector<std::uint64_t> fractions = {0, 1, ~std::uint64_t{0}, std::uint64_t{1} << 51,
+                                            3u << 20};
     for (int i = 0; i < 60; ++i) fractions.push_back(random() << (i % 4 * 12));
-    for (const uint64_t fraction : fractions) {
+    for (const std::uint64_t fraction : fractions) {
       ExpectBothWays(FromBits(fraction & 1, exponent, fraction));
     }
   }
   for (int i = 0; i < 5000; ++i) {
     ExpectBothWays(static_cast<double>(random() % 1000000) / 100);
-    ExpectBothWays(std::bit_cast<double>(random() & ~(uint64_t{1} << 62)));
+    ExpectBothWays(std::bit_cast<double>(random() & ~(std::uint64_t{1} << 62)));
   }
   for (double power = 1e-6; power < 1e24; power *= 10) {
     for (const double limit : {0.0, Limits::max()}) {
@@ -76,12 +78,14 @@ TEST(NumbersTest, AreWrittenAndReadAsByTheStandardLibrary) {
 
 TEST(NumbersTest, AreReadToTheNearestDoubleWhereverThePointIs) {
   std::mt19937_64 random(2);
-  const auto below = [&random](size_t limit) { return static_cast<size_t>(random() % limit); };
+  const auto below = [&random](std::size_t limit) {
+    return static_cast<std::size_t>(random() % limit);
+  };
   for (int i = 0; i < 5000; ++i) {
     // Halfway between two doubles, or next to that.
-    const uint64_t significand = random() >> 11 | uint64_t{1} << 52;
+    const std::uint64_t significand = random() >> 11 | std::uint64_t{1} << 52;
     const auto shift = below(11);
-    const uint64_t half = shift == 0 ? 0 : uint64_t{1} << (shift - 1);
+    const std::uint64_t half = shift == 0 ? 0 : std::uint64_t{1} << (shift - 1);
     std::string digits = std::to_string((significand << shift) + half + below(3) - 1);
     ExpectRead(digits);
     ExpectRead(digits + std::string(below(20), '0') + (i % 2 == 0 ? "1" : ""));

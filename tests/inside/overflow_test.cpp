@@ -7,22 +7,22 @@
 #include <string>
 #include <vector>
 
-#include "frame/error.h"
+#include "frame/core/error.h"
 #include "pos/scalars.h"
 #include "streamer/text_buffer.h"
 #include "zelhost/host.h"
 
 namespace {
 
-std::vector<size_t> g_sizes;
-void* PretendToRealloc(void* block, size_t size) {
+std::vector<std::size_t> g_sizes;
+void* PretendToRealloc(void* block, std::size_t size) {
   g_sizes.push_back(size);
   return block;
 }
 
 // Lets a buffer grow without storing anything; returns its last size.
-template <class Unit>
-size_t GrowUntilItOverflows() {
+template <typename Unit>
+std::size_t GrowUntilItOverflows() {
   NPOSStreamerImpl::TextBuffer<Unit> buffer;
   g_sizes = {32 * sizeof(Unit)};
   try {
@@ -31,7 +31,7 @@ size_t GrowUntilItOverflows() {
   } catch (const ZEL_T_NMT::DUXException& overflow) {
     EXPECT_STREQ(overflow.what(), "Math overflow exception");
   }
-  for (size_t i = 1; i < g_sizes.size(); ++i) EXPECT_EQ(g_sizes[i] / g_sizes[i - 1], 2u) << i;
+  for (std::size_t i = 1; i < g_sizes.size(); ++i) EXPECT_EQ(g_sizes[i] / g_sizes[i - 1], 2u) << i;
   return g_sizes.back();
 }
 
@@ -40,8 +40,8 @@ TEST(OverflowTest, ATextThatIsReadGrowsToTheLargestPowerOfTwo) {
   host.Register(ZEL_MEMORY_INTERFACE, "Realloc", "ZELMemReallocProc",
                 reinterpret_cast<ZELProc>(&PretendToRealloc));
   host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
-  EXPECT_EQ(GrowUntilItOverflows<char>(), size_t{1} << 31);
-  EXPECT_EQ(GrowUntilItOverflows<uint16_t>(), size_t{1} << 31);
+  EXPECT_EQ(GrowUntilItOverflows<char>(), std::size_t{1} << 31);
+  EXPECT_EQ(GrowUntilItOverflows<std::uint16_t>(), std::size_t{1} << 31);
   host.Stop();
   EXPECT_EQ(ToString(host.Live()), "nothing");
 }
@@ -50,7 +50,8 @@ TEST(OverflowTest, AUnicodeStringIsStoredWithItsTerminator) {
   using NPOSObjectImpl::UnicodeString;
   EXPECT_EQ(UnicodeString::StoredCount(0), 1u);
   EXPECT_EQ(UnicodeString::StoredCount(0x7FFFFFFE), 0x7FFFFFFFu) << "4294967294 bytes";
-  for (const size_t length : {size_t{0x7FFFFFFF}, std::numeric_limits<size_t>::max()}) {
+  for (const std::size_t length :
+       {std::size_t{0x7FFFFFFF}, std::numeric_limits<std::size_t>::max()}) {
     EXPECT_THROW(UnicodeString::StoredCount(length), ZEL_T_NMT::DUXException) << length;
   }
 }

@@ -10,7 +10,7 @@ using Reports = std::vector<std::string>;
 class StrangeHostTest : public ::testing::Test {
  protected:
   void Start() { host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
-  template <class Procedure>
+  template <typename Procedure>
   void Replace(const char* interfaceName, const char* method, const char* procType,
                Procedure procedure) {
     host.Register(interfaceName, method, procType, reinterpret_cast<ZELProc>(procedure));
@@ -31,13 +31,13 @@ TEST_F(StrangeHostTest, StartAndStopOutOfTurnDoNothing) {
   EXPECT_EQ(host.TotalCalls(), 0u);
   ZELUtilsTerminate();
   EXPECT_EQ(ZELUtilsInitialize(lookup), 1);
-  const uint64_t calls = host.TotalCalls();
+  const std::uint64_t calls = host.TotalCalls();
   EXPECT_EQ(ZELUtilsInitialize(lookup), 0);
   EXPECT_EQ(ZELUtilsGetVersion(), 0x00010101u);
   EXPECT_EQ(host.TotalCalls(), calls);
   ZELUtilsTerminate();
   EXPECT_TRUE(host.Live().AllZero());
-  const uint64_t callsAfter = host.TotalCalls();
+  const std::uint64_t callsAfter = host.TotalCalls();
   ZELUtilsTerminate();
   EXPECT_EQ(host.TotalCalls(), callsAfter);
 }

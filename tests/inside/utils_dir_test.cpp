@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "fileutils/file_system.h"
-#include "frame/error.h"
+#include "frame/core/error.h"
 #include "support.h"
 
 #if defined(__linux__)
@@ -29,9 +29,9 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
       last = name.Text();
       return tried == freeAt;
     }
-    mutable uint32_t tried = 0;
+    mutable std::uint32_t tried = 0;
     mutable std::string last;
-    uint32_t freeAt = 0;
+    std::uint32_t freeAt = 0;
   };
   zelhost::Host host;
   host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
@@ -58,15 +58,15 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
 
 // Two threads in each of several processes; in one, where there is no fork.
 TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
-  constexpr size_t kNames = 8000;
-  using Wins = std::array<std::atomic<uint32_t>, kNames>;
+  constexpr std::size_t kNames = 8000;
+  using Wins = std::array<std::atomic<std::uint32_t>, kNames>;
   const zeltest::Folder folder;
-  const auto contend = [&](Wins& wins, size_t start) {
-    std::atomic<uint32_t> ids[2] = {};
-    const auto run = [&](std::atomic<uint32_t>& id) {
+  const auto contend = [&](Wins& wins, std::size_t start) {
+    std::atomic<std::uint32_t> ids[2] = {};
+    const auto run = [&](std::atomic<std::uint32_t>& id) {
       id = NFileSystem::ThreadId();
-      for (size_t i = 0; i < kNames; ++i) {
-        const size_t name = (start + i) % kNames;
+      for (std::size_t i = 0; i < kNames; ++i) {
+        const std::size_t name = (start + i) % kNames;
         const int error = NFileSystem::CreateNewFile((folder / std::to_string(name)).c_str());
         if (error == 0) ++wins[name];
         if (error != 0 && error != EEXIST) wins[name] += 1000;
@@ -79,15 +79,15 @@ TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
     return ids[0] != ids[1];
   };
 #if defined(__linux__)
-  constexpr size_t kProcesses = 8;
+  constexpr std::size_t kProcesses = 8;
   void* shared =
       mmap(nullptr, sizeof(Wins), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(shared, MAP_FAILED);
   Wins& wins = *static_cast<Wins*>(shared);
-  for (size_t process = 0; process < kProcesses; ++process) {
+  for (std::size_t process = 0; process < kProcesses; ++process) {
     if (fork() == 0) _exit(contend(wins, process / 2 * (kNames / 4)) ? 0 : 1);
   }
-  for (size_t process = 0; process < kProcesses; ++process) {
+  for (std::size_t process = 0; process < kProcesses; ++process) {
     int status = -1;
     wait(&status);
     EXPECT_EQ(status, 0);
@@ -97,7 +97,7 @@ TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
   static Wins wins;
   EXPECT_TRUE(contend(wins, 0));
 #endif
-  for (size_t name = 0; name < kNames; ++name) ASSERT_EQ(wins[name], 1u) << name;
+  for (std::size_t name = 0; name < kNames; ++name) ASSERT_EQ(wins[name], 1u) << name;
 }
 
 }  // namespace

@@ -1,0 +1,221 @@
+#include "frame/base/decimal.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <system_error>
+
+#include "frame/base/byte_words.h"
+
+namespace ZEL_T_NMT {
+namespace {
+
+bool IsDigit(char character) noexcept { return character >= '0' && character <= '9'; }
+
+const char* SkipDigits(const char* cursor, const char* end) noexcept {
+  if constexpr (kHasByteWords) {
+    while (end - cursor >= std::ptrdiff_t{kWordSize}) {
+      const std::uint64_t others = BytesNoDigits(LoadWord(cursor));
+      if (others != 0) return cursor + BytesBefore(others);
+      cursor += kWordSize;
+    }
+  }
+  while (cursor != end && IsDigit(*cursor)) ++cursor;
+  return cursor;
+}
+
+constexpr std::array<std::uint64_t, 19> kPowersOfTen = [] {
+  std::array<std::uint64_t, 19> powers{1};
+  for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+  return powers;
+}();
+
+// The first digits of a number, without the zeros before them, and how many more there are: from
+// 10^18 on, where the next digit might not fit, none is taken in.
+struct LeadingDigits {
+  static constexpr std::uint64_t kFull = kPowersOfTen[18];
+  static constexpr std::uint64_t kRoomForFour = kPowersOfTen[15];
+  static constexpr std::uint64_t kRoomForEight = kPowersOfTen[11];
+
+  // Takes in digits and returns the place behind them.
+  const char* Take(const char* cursor, const char* end) noexcept {
+    if constexpr (kHasByteWords) {
+      while (value < kRoomForFour && end - cursor >= std::ptrdiff_t{kWordSize}) {
+        const std::uint64_t word = LoadWord(cursor);
+        const std::uint32_t digits = BytesBefore(BytesNoDigits(word));
+        const std::uint32_t count = std::min(digits, value < kRoomForEight ? 8u : 4u);
+        if (count == 0) return cursor;
+        value = value * kPowersOfTen[count] + DigitsValue(word, count);
+        cursor += count;
+        if (count == digits && digits < kWordSize) return cursor;
+      }
+    }
+    for (; cursor != end && IsDigit(*cursor); ++cursor) {
+      if (value >= kFull) {
+        const char* const behind = SkipDigits(cursor, end);
+        dropped += behind - cursor;
+        return behind;
+      }
+      value = value * 10 + static_cast<std::uint64_t>(*cursor - '0');
+    }
+    return cursor;
+  }
+
+  std::uint64_t value = 0;
+  std::int64_t dropped = 0;
+};
+
+// 5^n = significand * 2^exponent; the significand's top bit is set and what it has no room for is
+// cut off.
+struct PowerOfFive {
+  std::uint64_t significand;
+  std::int32_t exponent;
+};
+
+constexpr std::int32_t kLeastPower = -32;
+constexpr std::int32_t kGreatestPower = 27;  // the last one that fits in 64 bits
+
+constexpr std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> kPowersOfFive = [] {
+  std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> powers{};
+  std::uint64_t whole = 1;
+  for (std::size_t i = -kLeastPower; i < powers.size(); ++i, whole *= 5) {
+    const int shift = std::countl_zero(whole);
+    powers[i] = {whole << shift, -shift};
+  }
+  // The negative powers are 2^159 divided by 5 time and again; the lowest limb comes first.
+  std::array<std::uint32_t, 5> limbs{0, 0, 0, 0, 0x80000000u};
+  for (std::size_t i = -kLeastPower; i-- > 0;) {
+    std::uint64_t rest = 0;
+    for (std::size_t limb = limbs.size(); limb-- > 0;) {
+      const std::uint64_t part = rest << 32 | limbs[limb];
+      limbs[limb] = static_cast<std::uint32_t>(part / 5);
+      rest = part % 5;
+    }
+    std::size_t top = limbs.size() - 1;
+    while (limbs[top] == 0) --top;
+    const int shift = std::countl_zero(limbs[top]);
+    const std::uint64_t high = std::uint64_t{limbs[top]} << 32 | limbs[top - 1];
+    powers[i] = {high << shift | std::uint64_t{limbs[top - 2]} << shift >> 32,
+                 static_cast<std::int32_t>(top) * 32 - 32 - shift - 159};
+  }
+  return powers;
+}();
+
+std::uint64_t HighHalfOfProduct(std::uint64_t left, std::uint64_t right) noexcept {
+  const std::uint64_t leftHigh = left >> 32;
+  const std::uint64_t leftLow = left & 0xFFFFFFFFu;
+  const std::uint64_t rightHigh = right >> 32;
+  const std::uint64_t rightLow = right & 0xFFFFFFFFu;
+  const std::uint64_t middle = leftHigh * rightLow + (leftLow * rightLow >> 32);
+  const std::uint64_t otherMiddle = leftLow * rightHigh + (middle & 0xFFFFFFFFu);
+  return leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32);
+}
+
+// Stores digits * 10^exponent, correctly rounded, in most cases where the exponent is small. False
+// where 64 bits do not tell to which side to round.
+bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& result) noexcept {
+  static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
+  constexpr std::uint64_t kExactWholes = std::uint64_t{1} << 53;
+  if (exponent == 0 && digits.value <= kExactWholes) {
+    result = static_cast<double>(static_cast<std::int64_t>(digits.value));
+    return true;
+  }
+  if (digits.value == 0) {
+    result = 0;
+    return true;
+  }
+  if (exponent < kLeastPower || exponent > kGreatestPower) return false;
+  const PowerOfFive& power = kPowersOfFive[static_cast<std::size_t>(exponent - kLeastPower)];
+  const int shift = std::countl_zero(digits.value);
+  const std::uint64_t product = HighHalfOfProduct(digits.value << shift, power.significand);
+  // How much more the product is at most: its own low half and what the power lacks make less than
+  // 1 each, the digits left out make less than one of the last digit taken in.
+  const std::uint64_t slack = 2 + (digits.dropped != 0 ? std::uint64_t{1} << shift : 0);
+
+  const int cut = product >> 63 != 0 ? 11 : 10;
+  const std::uint64_t half = std::uint64_t{1} << (cut - 1);
+  const std::uint64_t below = product & (2 * half - 1);
+  std::uint64_t significand = product >> cut;
+  if (below > half) {
+    ++significand;
+  } else if (below + slack > half) {
+    return false;
+  }
+  // The significand's top bit, which a double does not store, adds 1 to the exponent.
+  const std::int64_t binary = exponent + power.exponent - shift + 64 + cut;
+  result = std::bit_cast<double>((static_cast<std::uint64_t>(binary + 1074) << 52) + significand);
+  return true;
+}
+
+// The value of an exponent's digits, held far beyond every exponent that matters.
+std::int64_t ExponentValue(const char* cursor, const char* end) noexcept {
+  constexpr std::int64_t kCeiling = std::int64_t{1} << 58;
+  const bool negative = cursor != end && *cursor == '-';
+  if (cursor != end && !IsDigit(*cursor)) ++cursor;
+  std::int64_t value = 0;
+  for (; cursor != end; ++cursor) {
+    if (value < kCeiling) value = value * 10 + (*cursor - '0');
+  }
+  return negative ? -value : value;
+}
+
+// Whether a number that is not 0 is at least 1. `begin` is the first character after its sign,
+// `mantissaEnd` the end of digits and point.
+bool IsLarge(const char* begin, const char* mantissaEnd, std::int64_t exponent) noexcept {
+  const char* point = begin;
+  while (point != mantissaEnd && *point != '.') ++point;
+  const char* leading = begin;
+  while (leading != mantissaEnd && (*leading == '0' || *leading == '.')) ++leading;
+  // Places from the leading digit to the point: 1 for the ones, 0 for the tenths.
+  const std::int64_t places =
+      static_cast<std::int64_t>(point - leading) + (leading > point ? 1 : 0);
+  return places + exponent > 0;
+}
+
+}  // namespace
+
+Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) noexcept {
+  const char* const end = text + length;
+  const bool negative = text != end && *text == '-';
+  const char* const begin = text != end && (*text == '-' || *text == '+') ? text + 1 : text;
+
+  LeadingDigits digits;
+  const char* cursor = digits.Take(begin, end);
+  bool hasDigits = cursor != begin;
+  std::int64_t shift = 0;  // of the point
+  if (cursor != end && *cursor == '.') {
+    const char* const fraction = cursor + 1;
+    cursor = digits.Take(fraction, end);
+    shift = cursor - fraction;
+    hasDigits = hasDigits || shift != 0;
+  }
+  if (!hasDigits) return {0, 0};
+
+  const char* const mantissaEnd = cursor;
+  std::int64_t exponent = 0;
+  if (allowExponent && cursor != end && (*cursor == 'e' || *cursor == 'E')) {
+    const char* first = cursor + 1;
+    if (first != end && (*first == '-' || *first == '+')) ++first;
+    const char* const exponentEnd = SkipDigits(first, end);
+    if (exponentEnd != first) {
+      exponent = ExponentValue(cursor + 1, exponentEnd);
+      cursor = exponentEnd;
+    }
+  }
+
+  double value = 0;
+  if (!RoundByProduct(digits, digits.dropped - shift + exponent, value)) [[unlikely]] {
+    const std::from_chars_result result =
+        std::from_chars(begin, cursor, value, std::chars_format::general);
+    if (result.ec == std::errc::result_out_of_range) {
+      const bool large = IsLarge(begin, mantissaEnd, exponent);
+      value = large ? std::numeric_limits<double>::infinity() : 0;
+    }
+  }
+  return {negative ? -value : value, static_cast<std::size_t>(cursor - text)};
+}
+
+}  // namespace ZEL_T_NMT

@@ -1,0 +1,62 @@
+// Holder of one reference to a string atom of the host, with the atom's text at hand.
+//
+// Equal texts are the same atom with the same text address, so texts of atoms are compared by
+// pointer.
+#pragma once
+
+#include <utility>
+
+#include "frame/core/core_interfaces.h"
+
+namespace ZEL_T_NMT {
+
+class CZELStringAtom {
+ public:
+  enum class Reference { kRetain, kAdopt };
+
+  CZELStringAtom() noexcept = default;
+  // Raises the allocation failure when the atom cannot be made; `text` must not be null.
+  explicit CZELStringAtom(const char* text);
+  // From an atom whose reference the caller hands over, or keeps. 0 makes an empty holder.
+  CZELStringAtom(ZELStringAtom atom, Reference reference);
+  CZELStringAtom(const CZELStringAtom& other) : text_(other.text_), atom_(other.atom_) {
+    if (atom_ != 0) Strings().AddRef(atom_);
+  }
+  CZELStringAtom(CZELStringAtom&& other) noexcept
+      : text_(std::exchange(other.text_, nullptr)), atom_(std::exchange(other.atom_, 0)) {}
+  CZELStringAtom& operator=(CZELStringAtom other) noexcept {
+    std::swap(atom_, other.atom_);
+    std::swap(text_, other.text_);
+    return *this;
+  }
+  ~CZELStringAtom() {
+    if (atom_ != 0) Strings().DeleteStringAtom(atom_);
+  }
+
+  // A new holder of the two texts one after the other; a null text counts as empty.
+  static CZELStringAtom Join(const CZELStringAtom& first, const CZELStringAtom& second);
+
+  ZELStringAtom Atom() const noexcept { return atom_; }
+  // Null for an empty holder.
+  const char* Text() const noexcept { return text_; }
+
+  // Gives the reference to the caller and leaves the holder empty.
+  ZELStringAtom HandOut() noexcept {
+    text_ = nullptr;
+    return std::exchange(atom_, 0);
+  }
+
+  friend bool operator==(const CZELStringAtom& left, const CZELStringAtom& right) noexcept {
+    return left.text_ == right.text_;
+  }
+
+ private:
+  const char* text_ = nullptr;
+  ZELStringAtom atom_ = 0;
+};
+
+// A key or path that a client passes in, with a reference for the duration of the call. Raises
+// "null string atom" for 0 and for an atom without text.
+CZELStringAtom HoldArgument(ZELStringAtom atom);
+
+}  // namespace ZEL_T_NMT

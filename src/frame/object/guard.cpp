@@ -1,0 +1,29 @@
+#include "frame/object/guard.h"
+
+#include "frame/core/error.h"
+
+namespace ZEL_T_NMT {
+
+void ReportCurrentException() noexcept {
+  ++g_link.reports;
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    ZELReportError(ExceptionText(error));
+  } catch (...) {
+    ZELReportError("unknown ZEL error");
+  }
+}
+
+ZELErrorObject CurrentExceptionAsError() noexcept {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    const CZELError carrier(error);
+    return carrier.Handle() == nullptr ? nullptr : Errors().AddRef(carrier.Handle());
+  } catch (...) {
+    return g_unknownError.Handle() == nullptr ? nullptr : Errors().AddRef(g_unknownError.Handle());
+  }
+}
+
+}  // namespace ZEL_T_NMT

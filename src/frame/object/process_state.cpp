@@ -1,0 +1,85 @@
+#include "frame/object/process_state.h"
+
+#include "frame/core/core_interfaces.h"
+#include "frame/core/error.h"
+
+namespace ZEL_T_NMT {
+namespace {
+
+// Stand in for procedures of a host that is not there yet, or not any more.
+void IgnoreBlock(void*) {}
+void IgnoreBuffer(ZELSharedBuff) {}
+void IgnoreInstance(ZELInstance) {}
+void IgnoreAtom(ZELStringAtom) {}
+ZELErrorObject ReturnError(ZELErrorObject error) { return error; }
+void IgnoreError(ZELErrorObject) {}
+
+template <typename Proc>
+ZELProc AsSlot(Proc procedure) {
+  return reinterpret_cast<ZELProc>(procedure);
+}
+
+// Constructed first: from here on error objects and references can be destroyed at process exit,
+// even if the library never gets linked.
+struct ConstructionMark {
+  ConstructionMark() noexcept {
+    g_core.errors.table.slots[ErrorSlots::kAddRef] = AsSlot(&ReturnError);
+    g_core.errors.table.slots[ErrorSlots::kRelease] = AsSlot(&IgnoreError);
+    g_core.containers.table.slots[ContainerSlots::kRelease] = AsSlot(&IgnoreInstance);
+    g_constructionMarker = kConstructed;
+  }
+} g_constructionMark;
+
+}  // namespace
+
+constinit CoreInterfaces g_core;
+constinit std::int32_t g_constructionMarker = 0;
+
+CZELError g_unknownError;
+CZELError g_outOfMemoryError;
+
+LazyTerminate::LazyTerminate() noexcept { List().InsertAtHead(*this); }
+
+no_construct_double_linked_list<LazyTerminate>& LazyTerminate::List() noexcept {
+  static constinit no_construct_double_linked_list<LazyTerminate> list;
+  return list;
+}
+
+// The order of these definitions is the order of construction; termination walks it backwards.
+TDelVTabList<ZELDataStoreTraits> g_dataStores;
+TDelVTabList<ZELSizedDataStoreTraits> g_sizedDataStores;
+TDelVTabList<ZELDataBlockStreamTraits> g_dataBlockStreams;
+CZELSimpleStreamTerminate g_simpleStreams;
+CZELRewindableStreamTerminate g_rewindableStreams;
+CZELPositionableStreamTerminate g_positionableStreams;
+CPOSObjectTerminate g_posObjects;
+CPOSValidatorTerminate g_posValidators;
+
+void ZELProcessDetach() noexcept {
+  for (LazyTerminate* element = LazyTerminate::List().First(); element != nullptr;
+       element = element->Next()) {
+    element->Abandon();
+  }
+  g_link.errorsBound = false;
+  g_link.reportError = nullptr;
+  g_core.memory.table.slots[MemorySlots::kFree] = AsSlot(&IgnoreBlock);
+  g_core.sharedBuffers.table.slots[SharedBuffSlots::kRelease] = AsSlot(&IgnoreBuffer);
+  g_core.containers.table.slots[ContainerSlots::kRelease] = AsSlot(&IgnoreInstance);
+  g_core.strings.table.slots[StringSlots::kDeleteStringAtom] = AsSlot(&IgnoreAtom);
+  g_core.errors.table.slots[ErrorSlots::kAddRef] = AsSlot(&ReturnError);
+  g_core.errors.table.slots[ErrorSlots::kRelease] = AsSlot(&IgnoreError);
+}
+
+#if !defined(_WIN32)
+namespace {
+
+// Constructed last, so destroyed first: where the system gives a library no notice of its own, its
+// unload begins here.
+struct DetachAtUnload {
+  ~DetachAtUnload() { ZELProcessDetach(); }
+} g_detachAtUnload;
+
+}  // namespace
+#endif
+
+}  // namespace ZEL_T_NMT

@@ -1,0 +1,51 @@
+#include "frame/object/registry.h"
+
+namespace ZEL_T_NMT {
+namespace {
+
+// Members are made in this order and given back in the reverse one.
+class ImplementationRegistry : public CZELClientBase {
+ public:
+  const Implementation* Entries() const noexcept { return entries_; }
+
+ private:
+  static Implementation Make(const char* name, const char* interfaceName) {
+    CZELStringAtom first(name);
+    return {std::move(first), CZELStringAtom(interfaceName)};
+  }
+
+  Implementation entries_[5] = {
+      Make("POSObjectImpl", "POSObjectInterface"),
+      Make("POSDictIteratorImpl", "POSDictIteratorInterface"),
+      Make("POSStreamerImpl", "POSStreamerInterface"),
+      Make("POSValidatorImpl", "POSValidatorInterface"),
+      Make("ZELUtilsDir", "ZELUtilsDirInterface"),
+  };
+};
+
+constinit ImplementationRegistry* g_registry = nullptr;
+
+}  // namespace
+
+constinit const Implementation* g_implementations = nullptr;
+
+void CreateImplementationRegistry() {
+  if (g_registry != nullptr) return;
+  g_registry = new ImplementationRegistry();
+  g_implementations = g_registry->Entries();
+}
+
+void DestroyImplementationRegistry() noexcept {
+  g_implementations = nullptr;
+  delete g_registry;
+  g_registry = nullptr;
+}
+
+void* ResolveForeign(ZELInstance instance, const Implementation& implementation) {
+  void* object = nullptr;
+  ZELCheck(Containers().NGetInstance(&object, instance, implementation.name.Atom()));
+  if (object == nullptr) RaiseInvalidContainer();
+  return object;
+}
+
+}  // namespace ZEL_T_NMT

@@ -1,0 +1,80 @@
+// The library's implementations by name, and the way between its objects and instance handles.
+#pragma once
+
+#include <memory>
+
+#include "frame/core/client_base.h"
+#include "frame/core/string_atom.h"
+
+namespace ZEL_T_NMT {
+
+enum class ImplementationId : std::uint32_t {
+  kPOSObject,
+  kPOSDictIterator,
+  kPOSStreamer,
+  kPOSValidator,
+  kUtilsDir,
+};
+
+struct Implementation {
+  CZELStringAtom name;
+  CZELStringAtom interfaceName;
+};
+
+// Creates the registry if there is none yet; raises the allocation failure.
+void CreateImplementationRegistry();
+void DestroyImplementationRegistry() noexcept;
+
+// By number; null while there is no registry.
+extern constinit const Implementation* g_implementations;
+
+// Raises "invalid container" while there is no registry.
+inline const Implementation& ImplementationOf(ImplementationId id) {
+  if (g_implementations == nullptr) [[unlikely]]
+    RaiseInvalidContainer();
+  return g_implementations[static_cast<std::uint32_t>(id)];
+}
+
+// Asks the host for the object of an implementation that is not an instance's primary one.
+void* ResolveForeign(ZELInstance instance, const Implementation& implementation);
+
+// Returns the library object behind a handle; raises the host's error for null and for an instance
+// of another implementation. `T` must be the type that the object was published as.
+template <typename T>
+T* Resolve(ZELInstance instance, ImplementationId id) {
+  const Implementation& implementation = ImplementationOf(id);
+  if (instance != nullptr) [[likely]] {
+    const ZELPrimaryInstance& primary = PrimaryInstance(instance);
+    if (primary.implementationName == implementation.name.Text()) [[likely]] {
+      return static_cast<T*>(primary.object);
+    }
+  }
+  return static_cast<T*>(ResolveForeign(instance, implementation));
+}
+
+// Makes an instance of an object that the host has taken over when this returns.
+inline ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
+  const Implementation& implementation = ImplementationOf(id);
+  ZELInstance instance = nullptr;
+  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
+                                         implementation.interfaceName.Atom(), 0, 0, 0));
+  return instance;
+}
+
+// The destroy procedure of objects that need no more than their destructor.
+template <typename T>
+void DestroyObject(void* object) noexcept {
+  delete static_cast<T*>(object);
+}
+
+// Publishes an object as a new instance, without reference. If the host does not take the object,
+// it is destroyed and the host's error raised.
+template <typename T>
+ZELInstance Publish(std::unique_ptr<T> object, ImplementationId id,
+                    ZELDestroyProc destroy = &DestroyObject<T>) {
+  const ZELInstance instance = PublishObject(static_cast<void*>(object.get()), id, destroy);
+  object.release();  // NOLINT(bugprone-unused-return-value): the host owns it now
+  return instance;
+}
+
+}  // namespace ZEL_T_NMT
