@@ -250,6 +250,14 @@ void AddDocumentCase(const std::string& operation, const std::string& document,
 
 template <typename Library>
 void AddComparedCases() {
+  for (const std::string document : {"coordinates", "events", "messages"}) {
+    if (document != "messages") AddDocumentCase<ParseCase, Library>("parse", document);
+    AddDocumentCase<WriteCase, Library>("write", document);
+    AddDocumentCase<ReadCase, Library>("read", document);
+    AddDocumentCase<CloneCase, Library>("clone", document);
+    const bool slow = !Library::kQuickMembers && document == "events";
+    if (!slow) AddDocumentCase<EqualityCase, Library>("equality", document);
+  }
   for (const std::string document : {"catalog", "numbers", "words"}) {
     AddDocumentCase<ParseCase, Library>("parse", document);
     AddDocumentCase<WriteCase, Library>("write", document);

@@ -58,10 +58,6 @@ def draw(times):
         start, end = sorted((place(1), place(ratio)))
         parts.append(element("rect", x=start, y=middle - BAR / 2, width=max(end - start, 1),
                              height=BAR, fill=FASTER if ratio <= 1 else SLOWER))
-        limits = report.goal(operation, document)
-        if limits:
-            parts.append(element("line", x1=place(limits[0]), x2=place(limits[0]), y1=y + 2,
-                                 y2=y + ROW - 2, stroke=INK, stroke_width="2"))
         for library, (colour, letter) in MARKS.items():
             other = report.figure(times, operation, document, library)
             if other:
@@ -82,8 +78,7 @@ def draw(times):
         ratio *= 2
     head = [element("text", "Time (memory: bytes) over that of the fastest of Jansson and json-c "
                     "(validate: RapidJSON)", x=10, y=20, font_size="14"),
-            element("text", "J Jansson, C json-c, R RapidJSON, N nlohmann/json; upright line: "
-                    "wanted at most; logarithmic", x=10, y=40)]
+            element("text", "J Jansson, C json-c, R RapidJSON, N nlohmann/json; logarithmic", x=10, y=40)]
     return element("svg", "\n".join([element("rect", width=WIDTH, height=height, fill="white")]
                                     + head + axis + parts),
                    xmlns="http://www.w3.org/2000/svg", width=WIDTH, height=height,

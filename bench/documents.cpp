@@ -64,6 +64,14 @@ Node Text(std::string text) {
   return node;
 }
 
+Node Word(std::string word) {
+  Node node = Text(std::move(word));
+  node.kind = Kind::kWord;
+  return node;
+}
+
+Node Boolean(bool value) { return Word(value ? "true" : "false"); }
+
 Node Array(std::size_t capacity = 0) {
   Node node;
   node.items.reserve(capacity);
@@ -110,9 +118,110 @@ Node LongNumber(Random& random) {
   return Number(Kind::kReal, text);
 }
 
+// A degree with 4 to 12 decimals.
+Node Degree(Random& random) {
+  const std::size_t places = random.From(4, 12);
+  std::uint64_t units = random.From(10, 179);
+  for (std::size_t i = 0; i < places; ++i) units = 10 * units + random.Below(10);
+  return Decimal(units, places);
+}
+
+Node Feature(Random& random) {
+  Node properties = Dict();
+  for (int i = 0; i < 36; ++i) {
+    Put(properties, "property_" + std::to_string(i),
+        i % 4 == 0 ? Boolean(random.Below(2) == 0) : Text(random.Letters(random.From(4, 30))));
+  }
+  Node outline = Array();
+  for (int i = 0; i < 40; ++i) {
+    Node point = Array();
+    point.items.push_back(Degree(random));
+    point.items.push_back(Degree(random));
+    outline.items.push_back(std::move(point));
+  }
+  Node feature = Dict();
+  Put(feature, "type", Text("Feature"));
+  Put(feature, "properties", std::move(properties));
+  Put(feature, "outline", std::move(outline));
+  return feature;
+}
+
+Node Event(Random& random, const std::string& id) {
+  Node event = Dict();
+  Put(event, "id", Text(id));
+  Put(event, "name", Text(random.Sentence(random.From(12, 60))));
+  Put(event, "start", Whole(1300000000000 + random.Below(100000000000)));
+  Put(event, "seats", Whole(random.Below(3000)));
+  Put(event, "price", Decimal(random.From(900, 25000), 2));
+  Put(event, "description", Word("null"));
+  Put(event, "logo", random.Below(3) == 0 ? Text(random.Letters(24)) : Word("null"));
+  Put(event, "subtitle", Word("null"));
+  Put(event, "topics", Array());
+  Node blocks = Array();
+  for (std::uint64_t i = random.Below(4); i > 0; --i)
+    blocks.items.push_back(Whole(random.Below(900)));
+  Put(event, "blocks", std::move(blocks));
+  Put(event, "subjects", Array());
+  Put(event, "venue", Text("PLEYEL_PLEYEL"));
+  return event;
+}
+
+std::string Phrase(Random& random, std::size_t length, bool foreign) {
+  static constexpr std::string_view kForeign[] = {
+      "\xC3\xA9", "\xC3\xBC", "\xE2\x82\xAC", "\xE6\x97\xA5", "\xE3\x81\x82", "\xF0\x9F\x98\x80"};
+  std::string text = random.Sentence(length);
+  if (random.Below(8) == 0) text[length / 2] = random.Below(2) == 0 ? '"' : '\n';
+  if (!foreign) return text;
+  std::string mixed;
+  while (mixed.size() < length) {
+    mixed.append(text, mixed.size(), random.From(1, 6));
+    for (std::uint64_t i = random.From(1, 5); i > 0; --i) {
+      mixed += kForeign[random.Below(std::size(kForeign))];
+    }
+  }
+  return mixed;
+}
+
+Node Message(Random& random) {
+  Node user = Dict();
+  Put(user, "id", Whole(random.Below(4000000000)));
+  Put(user, "screen_name", Text(random.Letters(random.From(4, 15))));
+  Put(user, "description", Text(Phrase(random, random.From(20, 160), random.Below(3) == 0)));
+  Put(user, "followers_count", Whole(random.Below(100000)));
+  Put(user, "verified", Boolean(false));
+  Put(user, "profile_background_tile", Boolean(random.Below(2) == 0));
+  Put(user, "url", Word("null"));
+  Node message = Dict();
+  Put(message, "id", Whole(500000000000000 + random.Below(100000000)));
+  Put(message, "text", Text(Phrase(random, random.From(20, 300), random.Below(3) == 0)));
+  Put(message, "user", std::move(user));
+  Put(message, "in_reply_to_status_id", Word("null"));
+  Put(message, "retweet_count", Whole(random.Below(1000)));
+  Put(message, "favorited", Boolean(false));
+  Put(message, "truncated", Boolean(random.Below(5) == 0));
+  Put(message, "lang", Text(random.Letters(2)));
+  Put(message, "hashtags", Array());
+  return message;
+}
+
 enum class Syntax : std::uint8_t { kJson, kPos };
 
-// No text in the documents has characters that either syntax escapes.
+// Texts have no characters that the POS syntax escapes, keys none that JSON does.
+void AppendJsonText(std::string& out, const std::string& text) {
+  out += '"';
+  for (const char c : text) {
+    if (c == '"') out += '\\';
+    c == '\n' ? out += "\\n" : out += c;
+  }
+  out += '"';
+}
+
+void AppendPosKey(std::string& out, const std::string& key) {
+  const bool isWord = key[0] < '0' || key[0] > '9';
+  out += isWord ? key : '(' + key + ')';
+  out += ' ';
+}
+
 void Append(std::string& out, const Node& node, Syntax syntax) {
   const bool json = syntax == Syntax::kJson;
   switch (node.kind) {
@@ -120,10 +229,11 @@ void Append(std::string& out, const Node& node, Syntax syntax) {
     case Kind::kReal:
       out += node.text;
       break;
-    case Kind::kText:
-      out += json ? '"' : '(';
+    case Kind::kWord:
       out += node.text;
-      out += json ? '"' : ')';
+      break;
+    case Kind::kText:
+      json ? AppendJsonText(out, node.text) : void(out += '(' + node.text + ')');
       break;
     case Kind::kArray:
     case Kind::kDict: {
@@ -131,7 +241,7 @@ void Append(std::string& out, const Node& node, Syntax syntax) {
       out += !dict ? '[' : json ? '{' : '<';
       for (std::size_t i = 0; i < node.items.size(); ++i) {
         if (i > 0) out += json ? ',' : ' ';
-        if (dict) out += json ? '"' + node.keys[i] + "\":" : node.keys[i] + ' ';
+        if (dict) json ? void(out += '"' + node.keys[i] + "\":") : AppendPosKey(out, node.keys[i]);
         Append(out, node.items[i], syntax);
       }
       out += !dict ? ']' : json ? '}' : '>';
@@ -189,10 +299,45 @@ Node Words(std::uint64_t seed) {
   return words;
 }
 
+Node Coordinates(std::uint64_t seed) {
+  Random random(seed);
+  Node features = Array();
+  for (int i = 0; i < 250; ++i) features.items.push_back(Feature(random));
+  return features;
+}
+
+Node Events(std::uint64_t seed) {
+  Random random(seed);
+  const auto id = [&] { return std::to_string(random.From(100000000, 999999999)); };
+  Node events = Dict();
+  Node names = Dict();
+  std::unordered_set<std::string> keys;
+  while (keys.size() < 2000) {
+    const std::string key = id();
+    if (!keys.insert(key).second) continue;
+    Put(events, key, Event(random, key));
+    Put(names, key, Text(random.Sentence(random.From(8, 40))));
+  }
+  Node document = Dict();
+  Put(document, "events", std::move(events));
+  Put(document, "names", std::move(names));
+  return document;
+}
+
+Node Messages(std::uint64_t seed) {
+  Random random(seed);
+  Node messages = Array();
+  for (int i = 0; i < 2000; ++i) messages.items.push_back(Message(random));
+  return messages;
+}
+
 Node DocumentNamed(const std::string& name, std::uint64_t seed) {
   if (name == "catalog") return Catalog(seed);
   if (name == "numbers") return Numbers(seed);
   if (name == "words") return Words(seed);
+  if (name == "coordinates") return Coordinates(seed);
+  if (name == "events") return Events(seed);
+  if (name == "messages") return Messages(seed);
   throw std::out_of_range("no document is named " + name);
 }
 

@@ -10,11 +10,12 @@
 namespace zelbench {
 
 struct Node {
-  enum class Kind : std::uint8_t { kWhole, kReal, kText, kArray, kDict };
+  // A word is true, false or null: a value of its own in JSON, a string in the POS syntax.
+  enum class Kind : std::uint8_t { kWhole, kReal, kText, kWord, kArray, kDict };
 
   Kind kind = Kind::kArray;
   double number = 0;
-  std::string text;               // of a string; of a number as both syntaxes write it
+  std::string text;               // of a string or word; of a number as both syntaxes write it
   std::vector<std::string> keys;  // of a dictionary's items, in their order
   std::vector<Node> items;
 };
@@ -28,7 +29,17 @@ Node Catalog(std::uint64_t seed = 1);
 Node Numbers(std::uint64_t seed = 1);
 // One dictionary of 20,000 different keys of 8 bytes to strings of 10 bytes; 20,001 values.
 Node Words(std::uint64_t seed = 1);
-// By the names "catalog", "numbers" and "words"; throws std::out_of_range for another.
+// Features of a map: dictionaries with 36 properties and an outline of 40 points, which are arrays
+// of two numbers of 6 to 14 digits. Half of the values are numbers of points.
+Node Coordinates(std::uint64_t seed = 1);
+// Dictionaries keyed by nine-digit numbers, thousands of small ones with the same dozen keys, empty
+// arrays and the word null.
+Node Events(std::uint64_t seed = 1);
+// Texts of 20 to 300 bytes, a third of them with bytes outside ASCII, some with quotes and line
+// ends; words for booleans; keys of 2 to 25 bytes. Longer than the POS text syntax can say.
+Node Messages(std::uint64_t seed = 1);
+// By the names "catalog", "numbers", "words", "coordinates", "events" and "messages"; throws
+// std::out_of_range for another.
 Node DocumentNamed(const std::string& name, std::uint64_t seed = 1);
 
 // Of `count` values in all: an array or a dictionary of small whole numbers, or arrays nested four
@@ -41,7 +52,7 @@ Node NestedArrays(std::size_t count);
 std::vector<std::size_t> ShuffledIndices(std::size_t count);
 
 std::string ToJson(const Node& node);
-// The POS text syntax.
+// The POS text syntax; for documents that it can say.
 std::string ToPos(const Node& node);
 
 // The key under which paths expect the catalogue.

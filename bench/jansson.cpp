@@ -74,6 +74,8 @@ class Jansson {
         return json_real(node.number);
       case Node::Kind::kText:
         return json_stringn(node.text.data(), node.text.size());
+      case Node::Kind::kWord:
+        return node.text == "null" ? json_null() : json_boolean(node.text == "true");
       case Node::Kind::kArray: {
         json_t* array = json_array();
         for (const Node& item : node.items) json_array_append_new(array, Make(item));

@@ -73,6 +73,8 @@ class JsonC {
         return json_object_new_double(node.number);
       case Node::Kind::kText:
         return json_object_new_string_len(node.text.data(), static_cast<int>(node.text.size()));
+      case Node::Kind::kWord:  // null is no object
+        return node.text == "null" ? nullptr : json_object_new_boolean(node.text == "true");
       case Node::Kind::kArray: {
         json_object* array = json_object_new_array();
         for (const Node& item : node.items) json_object_array_add(array, Make(item));

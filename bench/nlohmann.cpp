@@ -45,6 +45,8 @@ class Nlohmann {
         return node.number;
       case Node::Kind::kText:
         return node.text;
+      case Node::Kind::kWord:
+        return node.text == "null" ? nlohmann::json() : nlohmann::json(node.text == "true");
       case Node::Kind::kArray: {
         nlohmann::json array = nlohmann::json::array();
         for (const Node& item : node.items) array.push_back(Make(item));

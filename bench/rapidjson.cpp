@@ -78,6 +78,9 @@ class RapidJson {
       case Node::Kind::kText:
         value.SetString(node.text.data(), static_cast<SizeType>(node.text.size()), allocator);
         break;
+      case Node::Kind::kWord:
+        node.text == "null" ? value.SetNull() : value.SetBool(node.text == "true");
+        break;
       case Node::Kind::kArray:
         value.SetArray();
         for (const Node& item : node.items) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -46,6 +47,12 @@ Case& PrepareCase(const std::string& name);
 
 // Ends the case that was measured last and with it its host, of which there is one in a process.
 void DropPreparedCase();
+
+// Keeps a case under its name, for RunOnce and PrepareCase.
+void RegisterCase(const std::string& name, CaseFactory factory);
+
+// Runs what "--once=NAME" asks for and returns the exit status; nothing without that argument.
+std::optional<int> RunOnce(int argc, char** argv);
 
 // Takes the arguments of Google Benchmark; with "--once=NAME" runs a case twice, the second time
 // inside of the function zelbench_measured, for callgrind to count the instructions of.

@@ -122,6 +122,7 @@ ZELInstance Zel::BuildHeld(const Node& node) {
     case Node::Kind::kReal:
       return Held(numbers.NewPOSNumber(node.number));
     case Node::Kind::kText:
+    case Node::Kind::kWord:
       return Held(strings.NewPOSString(node.text.c_str()));
     case Node::Kind::kArray: {
       const ZELInstance array = Held(arrays.NewPOSArray());

@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 usage() {
   cat <<'END_OF_USAGE'
 usage: ./dev bench [--quick] [--rounds N] [--only REGEX] [--instructions | --no-times]
-                   [--before DIR] [--json FILE] [--svg FILE]
+                   [--before DIR] [--32] [--goals] [--json FILE] [--svg FILE]
 
 Measures the library beside Jansson, json-c, RapidJSON and nlohmann/json and prints tables; about
 eight minutes on a quiet machine, with --quick under two. What was measured is also left in
@@ -17,6 +17,8 @@ build/bench/results.json.
   --only REGEX    only those whose names match, such as '^parse/.*/(zel|json-c)$'
   --instructions  count instructions with callgrind as well; --no-times: nothing else
   --before DIR    an older build of the benchmarks, measured in the same rounds
+  --32            count the instructions of a 32-bit build too; takes g++-multilib
+  --goals         list what misses a goal of bench/goals.json
   --json FILE     the figures as JSON
   --svg FILE      a chart of the comparison
 END_OF_USAGE
@@ -25,6 +27,7 @@ END_OF_USAGE
 build=build/bench
 results=$build/results.json
 chart=
+bits32=
 arguments=()
 while [ $# -gt 0 ]; do
   case "$1" in
@@ -40,6 +43,7 @@ while [ $# -gt 0 ]; do
       chart=${2:?a file}
       shift
       ;;
+    --32) bits32=build/bench32 ;;
     *) arguments+=("$1") ;;
   esac
   shift
@@ -48,6 +52,11 @@ done
 echo "== Building the benchmarks"
 cmake --preset release -B "$build" -DZEL_BENCH=ON -DBUILD_TESTING=OFF >/dev/null
 cmake --build "$build" -j "$(nproc)"
+if [ -n "$bits32" ]; then
+  cmake --preset linux32 -B "$bits32" -DZEL_BENCH=ON -DZEL_BENCH_ONCE=ON -DBUILD_TESTING=OFF >/dev/null
+  cmake --build "$bits32" -j "$(nproc)" --target bench_zel
+  arguments+=(--instructions --bits32 "$bits32")
+fi
 
 echo "== Measuring"
 bench/run.py "$build" --json "$results" "${arguments[@]}"
