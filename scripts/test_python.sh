@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Tests the Python package against the release build, checks its type hints, builds it, and installs
+# it into an empty environment; './dev test-python' calls it.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+export ZELHOST_LIBRARY=$PWD/build/release/libzelhost.so ZEL_DOCS=$PWD/docs
+work=$PWD/build/python
+rm -rf "$work"
+mkdir -p "$work"
+# Nothing is left in the source folder.
+cp -R bindings/python "$work/source"
+cd "$work/source"
+
+PYTHONPATH=. /usr/bin/python3 -m pytest -q -p no:cacheprovider
+mypy --no-error-summary zelutils
+
+/usr/bin/python3 -m pip --quiet wheel --no-index --no-deps --no-build-isolation -w "$work" .
+/usr/bin/python3 -m venv "$work/environment"
+"$work/environment/bin/pip" --quiet install --no-index "$work"/zelutils-*.whl
+cd "$work"
+"$work/environment/bin/python" -c '
+import zelutils
+book = zelutils.loads("<title (A book) pages [<width 595>]>")
+assert book["pages"][0]["width"] == 595
+print("installed zelutils %s: %s" % (zelutils.__version__, zelutils.dumps(book)))'
