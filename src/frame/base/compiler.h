@@ -1,0 +1,47 @@
+// Words that only some compilers know, each with a fallback of standard C++ that any compiler can
+// build. ZEL_PORTABLE chooses the fallbacks everywhere; the sanitized build is made so.
+#pragma once
+
+#include <cstdint>
+
+#if defined(__GNUC__) && !defined(ZEL_PORTABLE)
+#define ZEL_ALWAYS_INLINE [[gnu::always_inline]] inline
+#define ZEL_NEVER_INLINE [[gnu::noinline]]
+#define ZEL_PREFETCH(address) __builtin_prefetch(address)
+#else
+#define ZEL_ALWAYS_INLINE inline
+#define ZEL_NEVER_INLINE
+#define ZEL_PREFETCH(address) static_cast<void>(address)
+#endif
+
+#if defined(__SIZEOF_INT128__) && !defined(ZEL_PORTABLE)
+#define ZEL_HAS_128_BITS 1
+#else
+#define ZEL_HAS_128_BITS 0
+#endif
+
+namespace ZEL_T_NMT {
+
+// The 128 bits of a product.
+struct WideProduct {
+  std::uint64_t low;
+  std::uint64_t high;
+};
+
+inline WideProduct Multiply(std::uint64_t left, std::uint64_t right) noexcept {
+#if ZEL_HAS_128_BITS
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(left) * right;
+  return {static_cast<std::uint64_t>(product), static_cast<std::uint64_t>(product >> 64)};
+#else
+  const std::uint64_t leftHigh = left >> 32;
+  const std::uint64_t leftLow = left & 0xFFFFFFFFu;
+  const std::uint64_t rightHigh = right >> 32;
+  const std::uint64_t rightLow = right & 0xFFFFFFFFu;
+  const std::uint64_t middle = leftHigh * rightLow + (leftLow * rightLow >> 32);
+  const std::uint64_t otherMiddle = leftLow * rightHigh + (middle & 0xFFFFFFFFu);
+  return {left * right, leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32)};
+#endif
+}
+
+}  // namespace ZEL_T_NMT
