@@ -1,8 +1,13 @@
 // Start and stop: what is looked up, registered and withdrawn, in which order, and what happens
 // when something is missing.
 #include <algorithm>
+#include <cstdlib>
 
 #include "support.h"
+
+#if defined(__linux__)
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -129,5 +134,44 @@ TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
   EXPECT_TRUE(objects.IsEqual(array, array));
   EXPECT_EQ(arrays.Count(array), 5u);
 }
+
+#if defined(__linux__)
+// The work of a host while its process ends: in a handler that was registered before the library
+// was loaded, so that it runs after everything of the library's own.
+zelhost::Host* g_endingHost = nullptr;
+void WorkAtExit() {
+  zelhost::Host& host = *g_endingHost;
+  int faults = 0;
+  {
+    const zeltest::Procedures procs(host);
+    const ZELInstance string = procs.strings.NewPOSString("s");
+    if (procs.numbers.Get(string) != 0.0 || host.TakeReports().size() != 1) faults |= 1;
+    procs.containers.DeleteUnownedContainer(string);
+
+    ZELInstance directory = nullptr;
+    if (procs.directories.GetTempDir(&directory) != nullptr) faults |= 2;
+    const ZELStringAtom name = procs.atoms.NewStringAtom("no such file of any host");
+    const ZELErrorObject error = procs.directories.Delete(directory, name);
+    if (error == nullptr) faults |= 4;
+    procs.errors.Release(error);
+    procs.atoms.DeleteStringAtom(name);
+    procs.containers.DeleteUnownedContainer(directory);
+  }
+  host.Stop();
+  if (!host.Live().AllZero()) faults |= 8;
+  _exit(faults);
+}
+
+TEST(ProcessEndDeathTest, TheLibraryWorksUntilItIsUnloaded) {
+  EXPECT_EXIT(
+      {
+        std::atexit(&WorkAtExit);
+        g_endingHost = new zelhost::Host();
+        g_endingHost->Start(ZEL_LIBRARY_PATH);
+        std::exit(16);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+#endif
 
 }  // namespace

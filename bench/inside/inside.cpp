@@ -40,7 +40,7 @@ void LookUpMethodTable(benchmark::State& state) {
   for (auto _ : state) {
     ZELInstance handle = number.Handle();
     benchmark::DoNotOptimize(handle);
-    benchmark::DoNotOptimize(g_posObjects.Lookup(handle));
+    benchmark::DoNotOptimize(g_posObjects->Lookup(handle));
   }
 }
 

@@ -1,7 +1,7 @@
 /*
  * The core interfaces that a host offers through its binder: memory, string atoms, errors,
- * containers, shared buffers, stream factory and stream methods, and the cache, filter and progress
- * interfaces, which must be there but are not called.
+ * containers, shared buffers, stream factory and stream methods. The cache, filter and progress
+ * interfaces stand here for completeness: a host need not offer them.
  *
  * References. A new instance (from "NewFullContainer" or a stream factory procedure) has no
  * reference; it is destroyed when a "Release" takes its count to zero, or by

@@ -98,7 +98,7 @@ TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
       EXPECT_STREQ(held.what(), reports[kind]);
       EXPECT_STREQ(held.GetComponent().Text(), kind == 3 ? "ZEL" : "DUX");
     } else {
-      EXPECT_EQ(error, (kind == 4 ? g_unknownError : g_outOfMemoryError).Handle());
+      EXPECT_EQ(error, (kind == 4 ? g_unknownError : g_outOfMemoryError)->Handle());
       Errors().Release(error);
     }
   }
@@ -107,7 +107,7 @@ TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
   host.FailAt(Service::kNewError, 1);
   for (const int kind : {1, 2}) {
     const ZELErrorObject error = MethodGuard<&RaiseKind>::Call(kind);
-    EXPECT_EQ(error, g_unknownError.Handle());
+    EXPECT_EQ(error, g_unknownError->Handle());
     Errors().Release(error);
   }
 }
@@ -190,6 +190,58 @@ TEST_F(FrameTest, ANodeThatDoesNotFitIn32BitsIsRefused) {
 
 int g_streamsDestroyed = 0;
 
+// Stands still while it fails.
+class FailingStream : public ZELClientPositionableStream {
+ public:
+  std::uint32_t Read(void*, std::uint32_t) override { ZELRaise("no read", "ZEL"); }
+  void Write(const void*, std::uint32_t) override {}
+  void Seek(std::uint32_t, std::uint32_t) override {}
+  std::uint32_t Mark() override { ZELRaise("no mark", "ZEL"); }
+};
+
+// What the library hands to the host for a stream of its own.
+struct Callbacks {
+  void* client;
+  ZELClientStreamReadProc read;
+  ZELClientStreamMarkProc mark;
+  ZELClientStreamDestroyProc destroy;
+};
+Callbacks g_callbacks;
+ZELErrorObject NoteCallbacks(ZELInstance* result, void* client, ZELClientStreamReadProc read,
+                             ZELClientStreamWriteProc, ZELClientStreamCreateProc,
+                             ZELClientStreamRewindProc, ZELClientStreamCreateProc,
+                             ZELClientStreamMarkProc mark, ZELClientStreamSeekProc,
+                             ZELClientStreamDestroyProc destroy) {
+  g_callbacks = {client, read, mark, destroy};
+  *result = nullptr;
+  return nullptr;
+}
+
+TEST_F(FrameTest, ACountIsDeliveredInEveryCase) {
+  host.Register(ZEL_STREAM_FACTORY_INTERFACE, "NewClientPositionableStream",
+                "ZELNewClientPositionableStreamProc", reinterpret_cast<ZELProc>(&NoteCallbacks));
+  PublishPositionableStream(std::make_unique<FailingStream>());
+  std::uint32_t count = 99;
+  char byte = 0;
+  const CZELError noRead = CZELError::Adopt(g_callbacks.read(g_callbacks.client, &count, &byte, 1));
+  EXPECT_STREQ(noRead.what(), "no read");
+  EXPECT_EQ(count, 0u);
+  std::uint32_t position = 99;
+  const CZELError noMark = CZELError::Adopt(g_callbacks.mark(g_callbacks.client, &position));
+  EXPECT_STREQ(noMark.what(), "no mark");
+  EXPECT_EQ(position, 0u);
+  g_callbacks.destroy(g_callbacks.client);
+}
+
+TEST_F(FrameTest, ARefreshThatFailsLeavesTheMethodsThatHoldersHave) {
+  const CPOSObject number = CPOSNumber::New(1);
+  const POSObjectSlots* const methods = g_posObjects->Lookup(number.Handle());
+  host.Hide(POS_OBJECT_INTERFACE, "IsEqual");
+  EXPECT_EQ(g_posObjects->Lookup(number.Handle()), nullptr);
+  EXPECT_NE(methods->slots[POSObjectSlots::kIsEqual], nullptr);
+  host.Show(POS_OBJECT_INTERFACE, "IsEqual");
+}
+
 // Notes how it is called.
 class NotingStream : public ZELClientPositionableStream {
  public:
@@ -217,13 +269,13 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
     EXPECT_STREQ(bytes, "xxx");
     EXPECT_EQ(stream.Mark(), 9u);
     EXPECT_EQ(Raised([&] { stream.Write("y", 1); }), "read only");
-    const RewindableStreamSlots& rewindable = *g_rewindableStreams.Lookup(stream.Handle());
+    const RewindableStreamSlots& rewindable = *g_rewindableStreams->Lookup(stream.Handle());
     EXPECT_EQ(rewindable.Rewind(stream.Handle()), nullptr);
     EXPECT_EQ(stream.Mark(), 0u) << "rewinding seeks to the start";
     ZELInstance other = nullptr;
     const ZELErrorObject none =
         rewindable.CreateIndependentlyRewindableStream(stream.Handle(), &other);
-    EXPECT_EQ(none, g_unknownError.Handle()) << "a class without such streams";
+    EXPECT_EQ(none, g_unknownError->Handle()) << "a class without such streams";
     EXPECT_EQ(other, nullptr);
     Errors().Release(none);
     EXPECT_EQ(g_streamsDestroyed, 0);
@@ -243,6 +295,19 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
   EXPECT_EQ(Raised([] { CZELPositionableStream stream(nullptr); }), "couldn't get signature");
   const CPOSObject number = CPOSNumber::New(1);
   EXPECT_EQ(Raised([&] { CZELPositionableStream stream(number.Handle()); }), "invalid container");
+}
+
+TEST_F(FrameTest, AStreamHeldAcrossLinksGetsItsMethodsAnew) {
+  host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
+  {
+    CZELPositionableStream stream(PublishPositionableStream(std::make_unique<NotingStream>()));
+    EXPECT_EQ(stream.Mark(), 9u);
+    host.Stop();
+    host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
+    host.ResetCalls();
+    EXPECT_EQ(stream.Mark(), 9u);
+    EXPECT_EQ(host.Calls(Service::kGetMethod), 7u) << "the methods of all three families";
+  }
 }
 
 }  // namespace

@@ -1,7 +1,13 @@
 // Hosts and neighbours that do what few of them will: start and stop out of turn, call after the
 // stop, offer instances that are POS objects by their methods alone, or have nothing where
 // something should be.
+#include "frame/core/core_interfaces.h"
+#include "frame/core/error.h"
 #include "support.h"
+
+#if defined(__linux__)
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -75,6 +81,173 @@ TEST_F(StrangeHostTest, ProceduresCalledAfterTheStopFail) {
   for (const ZELInstance instance : {clone, iterator, dict}) procs.containers.Release(instance);
   procs.atoms.DeleteStringAtom(key);
 }
+
+// A second link may fail after any of its lookups. What the first one made answers all the same,
+// fails with an error where it fails, and can be given back.
+TEST_F(StrangeHostTest, ALinkThatFailsTakesNothingFromTheOneBefore) {
+  host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
+  struct {
+    const char* interfaceName;
+    const char* method;
+  } const rows[] = {
+      {ZEL_BINDER_INTERFACE, "ZELReportError"},
+      {ZEL_BINDER_INTERFACE, "ZELIsMultiThreaded"},
+      {ZEL_CONTAINER_INTERFACE, "Release"},
+      {ZEL_CONTAINER_INTERFACE, "NewFullContainer"},
+      {ZEL_ERROR_INTERFACE, "NewError"},
+      {ZEL_ERROR_INTERFACE, "Release"},
+      {ZEL_STRING_INTERFACE, "DeleteStringAtom"},
+      {ZEL_STRING_INTERFACE, "NewStringAtom"},
+      {ZEL_MEMORY_INTERFACE, "Free"},
+      {ZEL_MEMORY_INTERFACE, "Alloc"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.interfaceName) + "." + row.method);
+    Start();
+    {
+      const zeltest::Procedures procs(host);
+      const ZELInstance dict = procs.statics.CreateFromText("<a <b [1]>>", nullptr);
+      const ZELInstance data = procs.binData.NewPOSBinData("t", "x", 1);
+      ZELInstance stream = nullptr;
+      ZELInstance reader = nullptr;
+      ASSERT_EQ(procs.tempFiles.NewTempFileStream(&stream, "p", "e", "w+b"), nullptr);
+      for (const ZELInstance held : {dict, data, stream}) procs.containers.AddRef(held);
+      const auto create = host.Find<ZELPositionableStreamCreateIndependentlyPositionableStreamProc>(
+          "ZELMemoryStream", "CreateIndependentlyPositionableStream",
+          "ZELPositionableStreamCreateIndependentlyPositionableStreamProc");
+      ASSERT_EQ(create(stream, &reader), nullptr) << "and the stream cannot be written to any more";
+      procs.containers.AddRef(reader);
+      host.Stop();
+
+      host.Hide(row.interfaceName, row.method);
+      EXPECT_THROW(Start(), zelhost::HostError);
+      const auto write = host.Find<ZELSimpleStreamWriteProc>("ZELMemoryStream", "Write",
+                                                             "ZELSimpleStreamWriteProc");
+      const ZELErrorObject error = write(stream, "x", 1);
+      EXPECT_NE(error, nullptr);
+      procs.errors.Release(error);
+      EXPECT_EQ(procs.numbers.Get(dict), 0.0);
+      EXPECT_EQ(host.TakeReports().size(), 1u);
+      for (const ZELInstance held : {dict, data, stream, reader}) procs.containers.Release(held);
+    }
+    EXPECT_EQ(ToString(host.Live()), "nothing");
+    host.Show(row.interfaceName, row.method);
+  }
+  Start();
+}
+
+// A binder may be another one although its lookup procedure or its counter's value is the same.
+std::uint64_t g_lookups = 0;
+std::uint32_t g_otherCount = 0;
+bool g_countsElsewhere = false;
+ZELProc CountingLookup(const char* interfaceName, const char* method, const char* procType) {
+  ++g_lookups;
+  if (g_countsElsewhere && std::string(method) == "ZELGetUnregisterCountAddr") {
+    return reinterpret_cast<ZELProc>(+[] { return &g_otherCount; });
+  }
+  return zelhost::Host::LookupProc()(interfaceName, method, procType);
+}
+ZELProc OtherLookup(const char* interfaceName, const char* method, const char* procType) {
+  return CountingLookup(interfaceName, method, procType);
+}
+
+TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReadsTheSame) {
+  auto* const counter = host.Find<ZELGetUnregisterCountAddr>(
+      ZEL_BINDER_INTERFACE, "ZELGetUnregisterCountAddr", "ZELGetUnregisterCountAddr")();
+  const std::uint32_t first = *counter;
+  constexpr std::uint64_t kBinderProcs = 5;
+  constexpr std::uint64_t kCoreProcs = 16 + 8 + 4 + 4;
+  struct {
+    ZELLookupProc lookup;
+    bool countsElsewhere;
+    bool isAnother;
+  } const rows[] = {{&CountingLookup, false, true},
+                    {&CountingLookup, false, false},
+                    {&OtherLookup, false, true},
+                    {&OtherLookup, true, true}};
+  for (const auto& row : rows) {
+    g_lookups = 0;
+    g_countsElsewhere = row.countsElsewhere;
+    *counter = g_otherCount = first;
+    EXPECT_EQ(ZELUtilsInitialize(row.lookup), 1);
+    EXPECT_EQ(g_lookups, kBinderProcs + (row.isAnother ? kCoreProcs : 0));
+    ZELUtilsTerminate();
+  }
+}
+
+std::vector<std::string> g_givenBack;
+ZELDeleteStringAtomProc g_deleteStringAtom = nullptr;
+ZELErrorReleaseProc g_releaseError = nullptr;
+ZELErrorGetMessageProc g_getErrorMessage = nullptr;
+ZELGetCStringProc g_getCString = nullptr;
+
+TEST_F(StrangeHostTest, TheLinkGivesBackInOrder) {
+  g_deleteStringAtom = host.Find<ZELDeleteStringAtomProc>(ZEL_STRING_INTERFACE, "DeleteStringAtom",
+                                                          "ZELDeleteStringAtomProc");
+  g_getCString =
+      host.Find<ZELGetCStringProc>(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc");
+  g_getErrorMessage = host.Find<ZELErrorGetMessageProc>(ZEL_ERROR_INTERFACE, "GetErrorMessage",
+                                                        "ZELErrorGetMessageProc");
+  g_releaseError =
+      host.Find<ZELErrorReleaseProc>(ZEL_ERROR_INTERFACE, "Release", "ZELErrorReleaseProc");
+  Replace(
+      ZEL_STRING_INTERFACE, "DeleteStringAtom", "ZELDeleteStringAtomProc", +[](ZELStringAtom atom) {
+        g_givenBack.emplace_back(g_getCString(atom));
+        g_deleteStringAtom(atom);
+      });
+  Replace(
+      ZEL_ERROR_INTERFACE, "Release", "ZELErrorReleaseProc", +[](ZELErrorObject error) {
+        if (error != nullptr) g_givenBack.emplace_back(g_getCString(g_getErrorMessage(error)));
+        g_releaseError(error);
+      });
+  Start();
+  std::string ofValues;
+  std::string ofStreams;
+  {
+    const zeltest::Procedures procs(host);
+    const auto signature = [&](ZELInstance instance) {
+      return ZEL_T_NMT::PrimaryInstance(instance).signature;
+    };
+    const ZELInstance streamer = procs.streamers.NewPOSStreamer();
+    const ZELInstance value = procs.numbers.NewPOSNumber(1);
+    ZELInstance stream = nullptr;
+    procs.streams.NewPositionableMemoryStream(&stream);
+    ofValues = signature(value);
+    ofStreams = signature(stream);
+    for (const ZELInstance held : {streamer, value, stream}) procs.containers.AddRef(held);
+    EXPECT_EQ(procs.streamers.Serialize(streamer, stream, value, nullptr), 1);
+    for (const ZELInstance held : {streamer, value, stream}) procs.containers.Release(held);
+  }
+  g_givenBack.clear();
+  host.Stop();
+  // The registry's names backwards; the tables of methods, those of the owner that was made last
+  // first; the two errors of the core.
+  EXPECT_EQ(g_givenBack, (Reports{"ZELUtilsDirInterface", "ZELUtilsDir", "POSValidatorInterface",
+                                  "POSValidatorImpl", "POSStreamerInterface", "POSStreamerImpl",
+                                  "POSDictIteratorInterface", "POSDictIteratorImpl",
+                                  "POSObjectInterface", "POSObjectImpl", ofValues, ofStreams,
+                                  ofStreams, ofStreams, "unknown error", "out of memory"}));
+}
+
+#if defined(__linux__)
+// The host may be gone when the library is unloaded: what still ends then calls nothing.
+TEST_F(StrangeHostTest, AfterTheDetachNothingCallsTheHost) {
+  const auto endAfterDetach = [this] {
+    Start();
+    const zeltest::Procedures procs(host);
+    const ZELInstance dict = procs.statics.CreateFromText("<a <b [1]>>", nullptr);
+    const ZELInstance data = procs.binData.NewPOSBinData("t", "x", 1);
+    for (const ZELInstance held : {dict, data}) procs.containers.AddRef(held);
+    ZEL_T_NMT::ZELProcessDetach();
+    const std::uint64_t calls = host.TotalCalls();
+    for (const ZELInstance held : {dict, data}) procs.containers.Release(held);
+    const ZEL_T_NMT::CZELError error = *ZEL_T_NMT::g_unknownError;
+    *ZEL_T_NMT::g_unknownError = ZEL_T_NMT::CZELError();
+    _exit(host.TotalCalls() == calls + 2 ? 0 : 1);
+  };
+  EXPECT_EXIT(endAfterDetach(), ::testing::ExitedWithCode(0), "");
+}
+#endif
 
 ZELErrorObject FindNothing(void** object, ZELInstance, ZELStringAtom) {
   *object = nullptr;

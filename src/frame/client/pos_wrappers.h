@@ -15,7 +15,7 @@ namespace ZEL_T_NMT {
 // The methods of a POS object. Raises "couldn't get signature" for an instance without signature
 // and "invalid container" for one without the methods of a POS object.
 inline const POSObjectSlots& POSObjectMethods(ZELInstance instance) {
-  const POSObjectSlots* methods = g_posObjects.Lookup(instance);
+  const POSObjectSlots* methods = g_posObjects->Lookup(instance);
   if (methods == nullptr) [[unlikely]]
     RaiseInvalidContainer();
   return *methods;

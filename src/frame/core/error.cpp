@@ -62,6 +62,12 @@ void ZELRaiseError(ZELErrorObject handle) {
   throw CZELError(std::move(error));
 }
 
+ZELErrorObject UnknownError() noexcept {
+  const ZELErrorObject held = g_unknownError->Handle();
+  if (held != nullptr) return Errors().AddRef(held);
+  return g_link.errorsBound ? Errors().GetCoreError(0) : nullptr;
+}
+
 ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept {
   if (const auto* carrier = dynamic_cast<const CZELError*>(&error)) {
     return carrier->Handle() == nullptr ? nullptr : Errors().AddRef(carrier->Handle());
@@ -72,10 +78,7 @@ ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept {
                               : Errors().NewError(ExceptionText(error), "DUX", 0, 0, 0);
   // A host without an error for memory exhaustion, or without memory for a new error, still learns
   // of the failure: null would mean success.
-  if (handle == nullptr && g_unknownError.Handle() != nullptr) {
-    handle = Errors().AddRef(g_unknownError.Handle());
-  }
-  return handle;
+  return handle == nullptr ? UnknownError() : handle;
 }
 
 void ZELRaise(const char* message, const char* component) {

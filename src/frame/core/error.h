@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "frame/base/never_destroyed.h"
 #include "frame/core/string_atom.h"
 #include "zelutils/types.h"
 
@@ -90,7 +91,10 @@ ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept;
 [[noreturn]] void RaiseMathOverflow();
 
 // Errors 0 and 1 of the core, held from link to unlink.
-extern CZELError g_unknownError;
-extern CZELError g_outOfMemoryError;
+extern NeverDestroyed<CZELError> g_unknownError;
+extern NeverDestroyed<CZELError> g_outOfMemoryError;
+
+// Core error 0 with one reference for the caller; null while the library has never been linked.
+ZELErrorObject UnknownError() noexcept;
 
 }  // namespace ZEL_T_NMT

@@ -1,5 +1,8 @@
 #include "frame/link/binder_link.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "frame/core/core_interfaces.h"
 #include "frame/core/error.h"
 #include "frame/link/lazy_terminate.h"
@@ -8,22 +11,27 @@
 namespace ZEL_T_NMT {
 namespace {
 
+// The longest import table.
+constexpr std::uint32_t kMaxMethods = 24;
+
 template <typename Proc>
 Proc FetchBinderProc(ZELLookupProc lookup, const char* name) {
   return reinterpret_cast<Proc>(lookup(ZEL_BINDER_INTERFACE, name, name));
 }
 
-// All five are asked for, even when one is missing.
+// All five are asked for, even when one is missing. Reports go on to the binder of the link before
+// while the new one does not take them.
 bool FetchBinderProcs(ZELLookupProc lookup) {
   g_link.registerProcAddress =
       FetchBinderProc<::ZELRegisterProcAddress>(lookup, "ZELRegisterProcAddress");
-  g_link.reportError = FetchBinderProc<::ZELReportError>(lookup, "ZELReportError");
+  const auto reportError = FetchBinderProc<::ZELReportError>(lookup, "ZELReportError");
+  if (reportError != nullptr) g_link.reportError = reportError;
   g_link.unregisterInterface =
       FetchBinderProc<::ZELUnregisterInterface>(lookup, "ZELUnregisterInterface");
   g_link.getUnregisterCountAddr =
       FetchBinderProc<::ZELGetUnregisterCountAddr>(lookup, "ZELGetUnregisterCountAddr");
   g_link.isMultiThreaded = FetchBinderProc<::ZELIsMultiThreaded>(lookup, "ZELIsMultiThreaded");
-  return g_link.registerProcAddress != nullptr && g_link.reportError != nullptr &&
+  return g_link.registerProcAddress != nullptr && reportError != nullptr &&
          g_link.unregisterInterface != nullptr && g_link.getUnregisterCountAddr != nullptr &&
          g_link.isMultiThreaded != nullptr;
 }
@@ -44,17 +52,31 @@ void BindCounter() {
   }
 }
 
+// Keeps errors that a link raises before it has bound the error interface from being made by that
+// of another binder. When the link does not get so far, objects of the link before are still there,
+// and fail with errors of theirs.
+class ErrorsOfThisLink {
+ public:
+  ErrorsOfThisLink() noexcept : boundBefore_(std::exchange(g_link.errorsBound, false)) {}
+  ErrorsOfThisLink(const ErrorsOfThisLink&) = delete;
+  ErrorsOfThisLink& operator=(const ErrorsOfThisLink&) = delete;
+  ~ErrorsOfThisLink() { g_link.errorsBound = g_link.errorsBound || boundBefore_; }
+
+ private:
+  bool boundBefore_;
+};
+
 bool BindCoreInterfaces() {
-  g_link.errorsBound = false;
+  const ErrorsOfThisLink errors;
   if (g_constructionMarker != kConstructed) return false;
   if (g_core.containers.Get() == nullptr) ZELRaise("Missing Interface", "ZEL");
   g_core.primaryInstanceOffset = Containers().GetOffsetToPrimaryInstance();
 
   if (g_core.errors.Get() == nullptr) return false;
   g_link.errorsBound = true;
-  g_unknownError = CZELError::Core(0);
-  g_outOfMemoryError = CZELError::Core(1);
-  if (g_unknownError.Handle() == nullptr) return false;
+  *g_unknownError = CZELError::Core(0);
+  *g_outOfMemoryError = CZELError::Core(1);
+  if (g_unknownError->Handle() == nullptr) return false;
 
   if (g_core.strings.Get() == nullptr) return false;
   if (g_core.memory.Get() == nullptr) ZELRaise("Missing Interface", "ZEL");
@@ -101,8 +123,8 @@ void ZELUnlink() {
        element = element->Next()) {
     element->Terminate();
   }
-  g_unknownError = CZELError();
-  g_outOfMemoryError = CZELError();
+  *g_unknownError = CZELError();
+  *g_outOfMemoryError = CZELError();
   // What starts and stops the library goes with the lookup procedure. Reports stay possible, as the
   // calls that objects need which clients still hold: as long as the host makes such calls, it is
   // there.
@@ -124,10 +146,12 @@ ZELProc ZELImportProc(const char* interfaceName, const char* method, const char*
 
 bool ZELImportProcTable(const ImportEntry* table, std::uint32_t count, const char* interfaceName,
                         ZELProc* slots) {
+  ZELProc imported[kMaxMethods];
   for (std::uint32_t i = count; i-- > 0;) {
-    slots[i] = ZELImportProc(interfaceName, table[i].method, table[i].procType);
-    if (slots[i] == nullptr) return false;
+    imported[i] = ZELImportProc(interfaceName, table[i].method, table[i].procType);
+    if (imported[i] == nullptr) return false;
   }
+  std::copy_n(imported, count, slots);
   return true;
 }
 

@@ -34,8 +34,8 @@ struct LinkState {
   const std::uint32_t* unregisterCount = nullptr;
   bool strict = false;
   // Whether the error interface may be called: errors raised earlier in a link carry no error
-  // object. Stays set after the unlink, so that a stream that the host still calls fails with an
-  // error.
+  // object. Stays set after the unlink and through a link that fails, so that a stream that the
+  // host still calls fails with an error.
   bool errorsBound = false;
   // Changes when the library links to another binder than before, whose counter may happen to read
   // the same: tables imported from the old one are not current then. 0 is "never imported".
@@ -64,7 +64,9 @@ void ZELProcessDetach() noexcept;
 // in strict mode and returns null otherwise.
 ZELProc ZELImportProc(const char* interfaceName, const char* method, const char* procType);
 
-// Fills `slots` from the last entry to the first; false at the first that is missing.
+// Looks the entries up from the last to the first and fills `slots` when all are there; false at
+// the first that is missing. The procedures imported before then stay: what they made can be given
+// back.
 bool ZELImportProcTable(const ImportEntry* table, std::uint32_t count, const char* interfaceName,
                         ZELProc* slots);
 

@@ -71,15 +71,15 @@ ZELInstance PublishPositionableStream(std::unique_ptr<ZELClientPositionableStrea
 CZELPositionableStream::CZELPositionableStream(ZELInstance stream) : stream_(stream) { Bind(); }
 
 void CZELPositionableStream::BindSimple() {
-  simple_ = RequireTable(g_simpleStreams.Lookup(stream_.Get()));
+  simple_ = RequireTable(g_simpleStreams->Lookup(stream_.Get()));
 }
 
 void CZELPositionableStream::BindRewindable() {
-  rewindable_ = RequireTable(g_rewindableStreams.Lookup(stream_.Get()));
+  rewindable_ = RequireTable(g_rewindableStreams->Lookup(stream_.Get()));
 }
 
 void CZELPositionableStream::BindPositionable() {
-  positionable_ = RequireTable(g_positionableStreams.Lookup(stream_.Get()));
+  positionable_ = RequireTable(g_positionableStreams->Lookup(stream_.Get()));
 }
 
 void CZELPositionableStream::Bind() {

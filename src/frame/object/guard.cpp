@@ -22,7 +22,7 @@ ZELErrorObject CurrentExceptionAsError() noexcept {
     const CZELError carrier(error);
     return carrier.Handle() == nullptr ? nullptr : Errors().AddRef(carrier.Handle());
   } catch (...) {
-    return g_unknownError.Handle() == nullptr ? nullptr : Errors().AddRef(g_unknownError.Handle());
+    return UnknownError();
   }
 }
 

@@ -19,8 +19,8 @@ ZELProc AsSlot(Proc procedure) {
   return reinterpret_cast<ZELProc>(procedure);
 }
 
-// Constructed first: from here on error objects and references can be destroyed at process exit,
-// even if the library never gets linked.
+// Constructed first: from here on error objects and references can be destroyed, even if the
+// library never gets linked.
 struct ConstructionMark {
   ConstructionMark() noexcept {
     g_core.errors.table.slots[ErrorSlots::kAddRef] = AsSlot(&ReturnError);
@@ -35,8 +35,8 @@ struct ConstructionMark {
 constinit CoreInterfaces g_core;
 constinit std::int32_t g_constructionMarker = 0;
 
-CZELError g_unknownError;
-CZELError g_outOfMemoryError;
+NeverDestroyed<CZELError> g_unknownError;
+NeverDestroyed<CZELError> g_outOfMemoryError;
 
 LazyTerminate::LazyTerminate() noexcept { List().InsertAtHead(*this); }
 
@@ -46,14 +46,14 @@ no_construct_double_linked_list<LazyTerminate>& LazyTerminate::List() noexcept {
 }
 
 // The order of these definitions is the order of construction; termination walks it backwards.
-TDelVTabList<ZELDataStoreTraits> g_dataStores;
-TDelVTabList<ZELSizedDataStoreTraits> g_sizedDataStores;
-TDelVTabList<ZELDataBlockStreamTraits> g_dataBlockStreams;
-CZELSimpleStreamTerminate g_simpleStreams;
-CZELRewindableStreamTerminate g_rewindableStreams;
-CZELPositionableStreamTerminate g_positionableStreams;
-CPOSObjectTerminate g_posObjects;
-CPOSValidatorTerminate g_posValidators;
+NeverDestroyed<TDelVTabList<ZELDataStoreTraits>> g_dataStores;
+NeverDestroyed<TDelVTabList<ZELSizedDataStoreTraits>> g_sizedDataStores;
+NeverDestroyed<TDelVTabList<ZELDataBlockStreamTraits>> g_dataBlockStreams;
+NeverDestroyed<CZELSimpleStreamTerminate> g_simpleStreams;
+NeverDestroyed<CZELRewindableStreamTerminate> g_rewindableStreams;
+NeverDestroyed<CZELPositionableStreamTerminate> g_positionableStreams;
+NeverDestroyed<CPOSObjectTerminate> g_posObjects;
+NeverDestroyed<CPOSValidatorTerminate> g_posValidators;
 
 void ZELProcessDetach() noexcept {
   for (LazyTerminate* element = LazyTerminate::List().First(); element != nullptr;
@@ -69,17 +69,5 @@ void ZELProcessDetach() noexcept {
   g_core.errors.table.slots[ErrorSlots::kAddRef] = AsSlot(&ReturnError);
   g_core.errors.table.slots[ErrorSlots::kRelease] = AsSlot(&IgnoreError);
 }
-
-#if !defined(_WIN32)
-namespace {
-
-// Constructed last, so destroyed first: where the system gives a library no notice of its own, its
-// unload begins here.
-struct DetachAtUnload {
-  ~DetachAtUnload() { ZELProcessDetach(); }
-} g_detachAtUnload;
-
-}  // namespace
-#endif
 
 }  // namespace ZEL_T_NMT

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "frame/base/never_destroyed.h"
 #include "frame/link/lazy_terminate.h"
 #include "frame/object/method_table.h"
 
@@ -72,13 +73,13 @@ class CPOSValidatorTerminate : public FamilyTerminate<POSValidatorSlots> {
   void Abandon() noexcept override {}
 };
 
-extern TDelVTabList<ZELDataStoreTraits> g_dataStores;
-extern TDelVTabList<ZELSizedDataStoreTraits> g_sizedDataStores;
-extern TDelVTabList<ZELDataBlockStreamTraits> g_dataBlockStreams;
-extern CZELSimpleStreamTerminate g_simpleStreams;
-extern CZELRewindableStreamTerminate g_rewindableStreams;
-extern CZELPositionableStreamTerminate g_positionableStreams;
-extern CPOSObjectTerminate g_posObjects;
-extern CPOSValidatorTerminate g_posValidators;
+extern NeverDestroyed<TDelVTabList<ZELDataStoreTraits>> g_dataStores;
+extern NeverDestroyed<TDelVTabList<ZELSizedDataStoreTraits>> g_sizedDataStores;
+extern NeverDestroyed<TDelVTabList<ZELDataBlockStreamTraits>> g_dataBlockStreams;
+extern NeverDestroyed<CZELSimpleStreamTerminate> g_simpleStreams;
+extern NeverDestroyed<CZELRewindableStreamTerminate> g_rewindableStreams;
+extern NeverDestroyed<CZELPositionableStreamTerminate> g_positionableStreams;
+extern NeverDestroyed<CPOSObjectTerminate> g_posObjects;
+extern NeverDestroyed<CPOSValidatorTerminate> g_posValidators;
 
 }  // namespace ZEL_T_NMT
