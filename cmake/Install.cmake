@@ -7,7 +7,7 @@ set(zel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ZELUtils)
 install(DIRECTORY include/zelutils DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY host/zelhost DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS zelpos)
-install(TARGETS ZELUtils zelutils_headers zelhost EXPORT ZELUtilsTargets)
+install(TARGETS ZELUtils zelutils_headers zelhost zelhost_shared EXPORT ZELUtilsTargets)
 install(EXPORT ZELUtilsTargets NAMESPACE ZELUtils:: DESTINATION ${zel_package_dir})
 
 configure_package_config_file(

@@ -109,6 +109,17 @@ void Host::Start(const std::string& path) {
   Start(functions);
 }
 
+void Host::Start() {
+  const std::string path = FindLibrary();
+  try {
+    Start(path);
+  } catch (const HostError& error) {
+    if (path != kLibraryName || library_->started) throw;
+    throw HostError(std::string(error.what()) + " (nor is it beside the program; the variable " +
+                    "ZELUTILS_LIBRARY may name the file)");
+  }
+}
+
 void Host::Start(const LibraryEntryPoints& library) {
   if (library_->started) throw HostError("the host has started a library already");
   if (library.getVersion == nullptr || library.initialize == nullptr ||

@@ -1,4 +1,5 @@
-// The system's loader for shared libraries; loader_posix.cpp and loader_windows.cpp.
+// The system's loader for shared libraries, and the places of files that a search begins with;
+// loader_posix.cpp and loader_windows.cpp.
 #pragma once
 
 #include <string>
@@ -6,6 +7,21 @@
 #include "zelutils/types.h"
 
 namespace zelhost {
+
+// The library's file name on this system.
+#if defined(_WIN32)
+inline constexpr const char kLibraryName[] = "ZELUtils.dll";
+#else
+inline constexpr const char kLibraryName[] = "libZELUtils.so";
+#endif
+
+// The file of the running program, and of the program or shared library that this code is linked
+// into; empty when the system does not tell. On Windows in the current code page.
+std::string ProgramFile();
+std::string ModuleFile();
+
+// Empty when it is not set, and in a program that runs with more rights than its user has.
+std::string EnvironmentVariable(const char* name);
 
 // A loaded library, unloaded by the destructor.
 class LoadedLibrary {

@@ -1,7 +1,16 @@
-# Fails unless LIBRARY exports exactly the library's three entry points under their plain names, and,
-# on Windows, imports nothing but the system's own DLLs. NM reads an ELF library, OBJDUMP a Windows
-# one.
-set(expected ZELUtilsGetVersion ZELUtilsInitialize ZELUtilsTerminate)
+# Fails unless LIBRARY exports exactly the functions that HEADER declares, under their plain names,
+# and, on Windows, imports nothing but the system's own DLLs. NM reads an ELF library, OBJDUMP a
+# Windows one.
+file(READ ${HEADER} header)
+string(REGEX REPLACE "/[*][^*]*[*]+([^/*][^*]*[*]+)*/" "" header "${header}")
+string(REGEX REPLACE "#define[^\n]*(\\\\\n[^\n]*)*" "" header "${header}")
+# A function's name stands before its parameters, a type's name in parentheses of its own.
+string(REGEX MATCHALL "[ *]ZEL[A-Za-z]+[(]" expected "${header}")
+list(TRANSFORM expected REPLACE "[^A-Za-z]" "")
+list(SORT expected)
+if(NOT expected)
+  message(FATAL_ERROR "${HEADER} declares no function")
+endif()
 set(system_dlls advapi32.dll kernel32.dll msvcrt.dll)
 
 if(LIBRARY MATCHES "\\.dll$")

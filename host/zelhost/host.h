@@ -50,6 +50,12 @@ struct HostOptions {
   std::uint32_t firstUnregisterCount = 0;
 };
 
+// The library's file when nobody names one: beside the program, or where an installation puts it
+// seen from there; beside the shared library that this code is linked into; the path in the
+// environment variable ZELUTILS_LIBRARY; else its plain name, for the loader to search by its own
+// rules. A file of the first two is there, one of the others need not be.
+std::string FindLibrary();
+
 // The three functions of a library that is linked in or was loaded by other means.
 struct LibraryEntryPoints {
   ZELUtilsGetVersionProc getVersion = nullptr;
@@ -160,6 +166,8 @@ class Host {
   // initialises it. Throws HostError when it cannot be loaded, lacks one of its three functions, or
   // answers 0; then it has been terminated and unloaded again. Throws when already started.
   void Start(const std::string& path);
+  // The same for the file that FindLibrary gives.
+  void Start();
   // The same for a library that is there already.
   void Start(const LibraryEntryPoints& library);
   // Terminates the library, hands all leaks to the leak sink when there are any, and unloads the
