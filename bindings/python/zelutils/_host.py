@@ -13,6 +13,10 @@ _COUNTED = ("blocks", "bytes", "atoms", "atom_references", "errors", "error_refe
             "instance_references", "shared_buffers", "shared_buffer_references", "interfaces")
 
 
+# A value may be collected in any thread, under the interpreter's lock.
+_ANY_THREAD = 2
+
+
 class _Counts(ctypes.Structure):
     _fields_ = [(name, c_size_t) for name in _COUNTED]
 
@@ -65,7 +69,7 @@ class Host:
         for name, (result, arguments) in _FUNCTIONS.items():
             function = getattr(self._library, name)
             function.restype, function.argtypes = result, arguments
-        self._host = self._library.ZELHostNew(0)
+        self._host = self._library.ZELHostNew(_ANY_THREAD)
         if not self._host:
             raise OSError(self._last_error())
         if not self._library.ZELHostStart(self._host, os.fsencode(library) if library else None):
@@ -106,7 +110,7 @@ class Host:
     def leaks(self):
         """A line for each thing that is held or was given back wrongly, but for the interfaces."""
         lines = self._library.ZELHostLeaks(self._host).decode("utf-8", "replace").splitlines()
-        return "\n".join(line for line in lines if not line.startswith("interface"))
+        return "\n".join(line for line in lines if not line.startswith("still held: interface"))
 
     def stop(self):
         """Stops the library and ends the host; what `leaks` then says, "" for nothing."""
