@@ -53,7 +53,7 @@ class FileUtilsTest : public zeltest::ClientTest {
 
 TEST_F(FileUtilsTest, TheTempDirectoryEndsWithTheSeparatorAndFitsOrFails) {
   if (kIsWindows) GTEST_SKIP() << "this system completes the path itself";
-  const std::string longest(258, 'x');
+  const std::string longest = '/' + std::string(257, 'x');
   const std::pair<std::string, std::string> rows[] = {
       // the variable, the directory: none where it is too long
       {"/x", "/x/"},        {"/x/", "/x/"},
@@ -72,18 +72,45 @@ TEST_F(FileUtilsTest, TheTempDirectoryEndsWithTheSeparatorAndFitsOrFails) {
   }
 }
 
-TEST_F(FileUtilsTest, WithoutAVariableOrACurrentDirectory) {
+TEST_F(FileUtilsTest, TheTempDirectoryIsThatOfTheMomentWhenItWasAskedFor) {
 #if defined(_WIN32)
   GTEST_SKIP() << "this system keeps its current directory and finds the other by itself";
 #else
+  const auto temporary = [&] { return Directory::Temporary(client).GetFilePathSpec(""); };
   unsetenv("TMPDIR");
-  EXPECT_EQ(Directory::Temporary(client).GetFilePathSpec(""), "/tmp/");
+  EXPECT_EQ(temporary(), "/tmp/");
   const fs::path outside = fs::current_path();
+  const std::string here = folder.path.string() + '/';
+  fs::create_directory(folder / "inner");
+  fs::create_directory(folder / "inner/inner");
+  fs::current_path(folder.path);
+  const std::string longest(259 - here.size() - 1, 'x');
+  for (const std::string& name : {std::string("inner"), std::string("./inner/"), longest}) {
+    folder.Set(name);
+    EXPECT_EQ(temporary(), here + name + (name.back() == '/' ? "" : "/"));
+  }
+  folder.Set(longest + "x");
+  EXPECT_EQ(Failure(temporary), DirFailure("GetTempDir: Cannot get temp dir", ENAMETOOLONG));
+
+  // A file of the same name elsewhere is none of the stream's.
+  folder.Set("inner");
+  {
+    Stream owner = NewStream();
+    const std::string name = folder.Names(folder / "inner").begin()->string();
+    owner.Write("own");
+    fs::current_path(folder / "inner");
+    MakeFile(("inner/inner/" + name).c_str(), "strange");
+    EXPECT_EQ(owner.CreateIndependent().ReadAll(), "own");
+  }
+  EXPECT_EQ(folder.Names(folder / "inner"), std::set<fs::path>{"inner"});
+  EXPECT_EQ(folder.Names(folder / "inner/inner").size(), 1u);
+
   fs::create_directory(folder / "gone");
   fs::current_path(folder / "gone");
   fs::remove(folder / "gone");
   EXPECT_EQ(Failure([&] { Directory::Current(client); }),
             DirFailure("GetCurrent: Cannot get current dir", ENOENT));
+  EXPECT_EQ(Failure(temporary), DirFailure("GetTempDir: Cannot get temp dir", ENOENT));
   fs::current_path(outside);
 #endif
 }
@@ -118,13 +145,26 @@ TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
       {[&] { missing.Rename("file", "new"); }, "Rename: Invalid filename", ENOENT},
       {[&] { here.Rename("file", "other"); }, "Rename: Unknown error", EEXIST},
       {[&] { here.Rename("file", "folder"); }, "Rename: Unknown error", EEXIST},
-      {[&] { here.Rename("file", "file"); }, "Rename: Unknown error", EEXIST},
       {[&] { here.Rename("folder", "locked"); }, "Rename: Unknown error", EEXIST},
       {[&] { missing.CreateUniqueFilename("p", "e"); }, "createNewFile: Invalid filename", ENOENT},
       {[&] { inFile.CreateUniqueFilename("p", "e"); },
        kIsWindows ? "createNewFile: Invalid filename" : "createNewFile: Unknown error",
        kIsWindows ? ENOENT : ENOTDIR},
+      {[&] { here.CreateUniqueFilename("/../../p", "e"); }, "createNewFile: Invalid filename",
+       ENOENT},
+      {[&] { here.CreateUniqueFilename("p", "e/f"); }, "createNewFile: Invalid filename", ENOENT},
   });
+  if (kIsWindows) {
+    for (const char* text : {"\\..\\p", "x:y"}) {
+      check({{[&] { here.CreateUniqueFilename(text, "e"); }, "createNewFile: Invalid filename",
+              ENOENT},
+             {[&] { here.CreateUniqueFilename("p", text); }, "createNewFile: Invalid filename",
+              ENOENT}});
+    }
+  }
+  // A name of its own is no other's.
+  here.Rename("file", "file");
+  here.Rename("folder", "folder");
   EXPECT_NE(Failure([&] { Directory(client, nullptr, Handed::kHeld).FileExists("file"); }), "");
   EXPECT_EQ(folder.Contents(folder / "file"), "kept");
   EXPECT_EQ(Names(), (std::set<fs::path>{"file", "folder", "locked", "other"}));
@@ -152,8 +192,13 @@ TEST_F(FileUtilsTest, FoldersAndLinksAreFiles) {
   MakeFile("file");
   fs::create_symlink("nowhere", folder / "link");
   EXPECT_FALSE(directory->FileExists("link"));
-  EXPECT_EQ(Failure([&] { directory->Rename("file", "link"); }),
-            DirFailure("Rename: Unknown error", EEXIST));
+  fs::create_hard_link(folder / "file", folder / "second name");
+  for (const char* taken : {"link", "second name"}) {
+    EXPECT_EQ(Failure([&] { directory->Rename("file", taken); }),
+              DirFailure("Rename: Unknown error", EEXIST));
+  }
+  directory->Delete("second name");
+  directory->Rename("file", "./file");
   directory->Delete("link");
   directory->Delete("file");
 #endif
@@ -231,6 +276,43 @@ TEST_F(FileUtilsTest, AFailedStreamLeavesAnEmptyFileOrNone) {
   folder.Set(folder / "missing");
   EXPECT_EQ(Failure([&] { NewStream(); }), DirFailure("createNewFile: Invalid filename", ENOENT));
   EXPECT_TRUE(Names().empty());
+}
+
+TEST_F(FileUtilsTest, TheFirstIndependentStreamAloneMovesAStreamToItsStart) {
+  Stream owner = NewStream();
+  owner.Write("text");
+  Stream reader = owner.CreateIndependent();
+  for (Stream* stream : {&owner, &reader}) {
+    stream->CreateIndependent();
+    stream->Seek(3);
+    stream->CreateIndependent();
+    EXPECT_EQ(stream->ReadAll(), "t");
+  }
+}
+
+TEST_F(FileUtilsTest, AFileThatIsGoneIsNobodys) {
+  if (kIsWindows) GTEST_SKIP() << "an open file cannot be removed on this system";
+  std::optional<Stream> owner = NewStream();
+  owner->Write("old");
+  std::optional<Stream> reader = owner->CreateIndependent();
+  const fs::path file = folder.path / *Names().begin();
+  fs::remove(file);
+  owner.reset();
+  ExpectReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
+
+  // What opening answers is passed on, unless there is another file by now.
+  const std::string failure = Failure([&] { reader->CreateIndependent(); });
+  EXPECT_EQ(failure.substr(failure.size() - 3), "(2)") << failure;
+  EXPECT_EQ(failure.find("owner"), std::string::npos) << failure;
+  const Stream other = NewStream();
+  ASSERT_EQ(folder.path / *Names().begin(), file) << "the name is taken again";
+  const std::string live = ToString(host.Live());
+  EXPECT_EQ(Failure([&] { reader->CreateIndependent(); }),
+            "ZELUtilsDir: TempFileStream: The file's owner is gone (2)");
+  EXPECT_EQ(ToString(host.Live()), live);
+  EXPECT_EQ(reader->ReadAll(), "old");
+  reader.reset();
+  EXPECT_EQ(Names(), std::set<fs::path>{file.filename()}) << "it is another stream's";
 }
 
 // Stands for a system that forbids to delete an open file.

@@ -35,8 +35,9 @@ class StreamerTest : public zeltest::LibraryTest {
     return object == nullptr ? nullptr : Keep(object);
   }
 
-  ZELInstance ReadText(const std::string& text) {
+  ZELInstance ReadText(const std::string& text, std::uint32_t mostPerRead = 512) {
     Client client(kHeader + text);
+    client.mostPerRead = mostPerRead;
     return ReadFrom(client);
   }
 
@@ -99,9 +100,11 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
       {R"([\040#1 ])", "[1]"},
   };
   for (const auto& row : rows) {
-    const ZELInstance object = ReadText(row.text);
-    ASSERT_NE(object, nullptr) << row.text;
-    EXPECT_TRUE(objects.IsEqual(object, Parse(row.value))) << row.text;
+    for (const std::uint32_t mostPerRead : {512u, 1u}) {
+      const ZELInstance object = ReadText(row.text, mostPerRead);
+      ASSERT_NE(object, nullptr) << row.text;
+      EXPECT_TRUE(objects.IsEqual(object, Parse(row.value))) << row.text;
+    }
   }
   EXPECT_EQ(numbers.Get(ReadText("#-1e400 ")), -HUGE_VAL);
   EXPECT_EQ(numbers.Get(ReadText("#.01e99999999999999999999 ")), HUGE_VAL);
@@ -155,8 +158,10 @@ TEST_F(StreamerTest, ReaderErrors) {
       {"<\"a\" >", "missing dictionary value"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(ReadText(row.text), nullptr) << row.text;
-    EXPECT_EQ(host.TakeReports(), std::vector<std::string>{row.report}) << row.text;
+    for (const std::uint32_t mostPerRead : {512u, 1u}) {
+      EXPECT_EQ(ReadText(row.text, mostPerRead), nullptr) << row.text;
+      EXPECT_EQ(host.TakeReports(), std::vector<std::string>{row.report}) << row.text;
+    }
   }
 }
 

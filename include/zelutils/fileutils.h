@@ -17,7 +17,10 @@ extern "C" {
 
 #define ZEL_UTILS_DIR_INTERFACE "ZELUtilsDirInterface"
 
-/* Delivers a directory for the system's temporary directory; its text ends with the separator. */
+/*
+ * Delivers a directory for the system's temporary directory; its text is a complete path and ends
+ * with the separator.
+ */
 typedef ZELErrorObject (*ZELUtilsDirGetTempDir)(ZELInstance *result);
 /* Delivers a directory for the current directory. */
 typedef ZELErrorObject (*ZELUtilsDirGetCurrent)(ZELInstance *result);
@@ -28,7 +31,10 @@ typedef ZELErrorObject (*ZELUtilsDirFileExists)(bool *result, ZELInstance direct
                                                 ZELStringAtom name);
 /* Removes a file, never a directory. */
 typedef ZELErrorObject (*ZELUtilsDirDelete)(ZELInstance directory, ZELStringAtom name);
-/* Renames a file within the directory; an existing target is an error. */
+/*
+ * Renames a file within the directory. A new name that another file has is an error; its own name
+ * is none.
+ */
 typedef ZELErrorObject (*ZELUtilsDirRename)(ZELInstance directory, ZELStringAtom oldName,
                                             ZELStringAtom newName);
 /* Delivers the full path of a name; the disk is not consulted. */
@@ -37,7 +43,8 @@ typedef ZELErrorObject (*ZELUtilsDirGetFilePathSpec)(ZELStringAtom *result, ZELI
 /*
  * Creates an empty file under a name that no other file has, with permission for its owner alone,
  * and delivers the name without the directory: process and thread number in hexadecimal, `prefix`,
- * a counter of four hexadecimal digits, a point and `extension`.
+ * a counter of four hexadecimal digits, a point and `extension`. A prefix or an extension that
+ * holds a separator is an error.
  */
 typedef ZELErrorObject (*ZELUtilsDirCreateUniqueFilename)(ZELStringAtom *result,
                                                           ZELInstance directory,

@@ -22,13 +22,18 @@ inline constexpr char kSeparator = '/';
 inline constexpr std::size_t kDirectoryTextSize = 260;
 using DirectoryText = char[kDirectoryTextSize];
 
-// The directory for temporary files, ending with the separator: on POSIX TMPDIR, else the system's
-// own; ENAMETOOLONG when it does not fit. The text is defined on success only.
+// The directory for temporary files, a complete path that ends with the separator: on POSIX TMPDIR,
+// from the current directory on where it is relative, else the system's own; ENAMETOOLONG when it
+// does not fit. The text is defined on success only.
 int TempDirectory(DirectoryText& text) noexcept;
 int CurrentDirectory(DirectoryText& text) noexcept;
 
 // Whether the last character of a text of `length` bytes is the separator.
 bool EndsWithSeparator(const char* text, std::size_t length) noexcept;
+
+// Whether a text that becomes part of a name holds a character that ends a name: a separator, on
+// Windows also the colon behind a drive or before a stream of a file.
+bool HoldsSeparator(const char* text) noexcept;
 
 // True for a file as for a directory, false whenever the system does not say that there is one.
 bool Exists(const char* path) noexcept;
@@ -40,8 +45,9 @@ int CreateNewFile(const char* path) noexcept;
 // Removes a file, or a link itself; never a directory.
 int Remove(const char* path) noexcept;
 
-// Gives a file or a directory a new name on the same file system. EEXIST when the new name exists,
-// be it that of the same file: test and move are one step, so that nothing is ever overwritten.
+// Gives a file or a directory a new name on the same file system. EEXIST when the new name exists:
+// test and move are one step, so that nothing is ever overwritten. A file's own name is no other's:
+// there is nothing to do then.
 int Rename(const char* from, const char* to) noexcept;
 
 std::uint32_t ProcessId() noexcept;

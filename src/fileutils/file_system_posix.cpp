@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "fileutils/file_system.h"
+#include "fileutils/rename_posix.h"
 #if !defined(__linux__)
 #include <pthread.h>
 #endif
@@ -21,39 +22,25 @@ namespace {
 
 int Result(int status) noexcept { return status == 0 ? 0 : errno; }
 
-// An empty directory reserves the name: a directory may be renamed onto an empty one, and onto
-// nothing else, should somebody put a file into it meanwhile.
-int RenameDirectory(const char* from, const char* to) noexcept {
-  if (mkdir(to, 0700) != 0) return errno;
-  if (rename(from, to) == 0) return 0;
-  const int error = errno;
-  rmdir(to);
-  return error;
-}
-
-// For file systems that cannot rename exclusively: a new link fails where the name exists.
-int RenameByLink(const char* from, const char* to) noexcept {
-  struct stat status;
-  if (lstat(from, &status) != 0) return errno;
-  if (S_ISDIR(status.st_mode)) return RenameDirectory(from, to);
-  if (linkat(AT_FDCWD, from, AT_FDCWD, to, 0) != 0) return errno;
-  if (unlink(from) == 0) return 0;
-  const int error = errno;
-  unlink(to);
-  return error;
-}
-
 }  // namespace
 
 int TempDirectory(DirectoryText& text) noexcept {
   const char* directory = std::getenv("TMPDIR");
   if (directory == nullptr || directory[0] == '\0') directory = P_tmpdir;
+  std::size_t start = 0;
+  if (directory[0] != kSeparator) {
+    // A later change of the current directory must not make this another one.
+    const int error = CurrentDirectory(text);
+    if (error != 0) return error;
+    start = std::strlen(text);
+    if (!EndsWithSeparator(text, start)) text[start++] = kSeparator;
+  }
   const std::size_t length = std::strlen(directory);
   const std::size_t separator = EndsWithSeparator(directory, length) ? 0 : 1;
-  if (length >= sizeof text - separator) return ENAMETOOLONG;
-  std::memcpy(text, directory, length);
-  text[length] = kSeparator;
-  text[length + separator] = '\0';
+  if (length >= sizeof text - start - separator) return ENAMETOOLONG;
+  std::memcpy(text + start, directory, length);
+  text[start + length] = kSeparator;
+  text[start + length + separator] = '\0';
   return 0;
 }
 
@@ -65,6 +52,8 @@ int CurrentDirectory(DirectoryText& text) noexcept {
 bool EndsWithSeparator(const char* text, std::size_t length) noexcept {
   return length > 0 && text[length - 1] == kSeparator;
 }
+
+bool HoldsSeparator(const char* text) noexcept { return std::strchr(text, kSeparator) != nullptr; }
 
 bool Exists(const char* path) noexcept {
   struct stat status;
@@ -83,14 +72,7 @@ int CreateNewFile(const char* path) noexcept {
 
 int Remove(const char* path) noexcept { return Result(unlink(path)); }
 
-int Rename(const char* from, const char* to) noexcept {
-#if defined(RENAME_NOREPLACE)
-  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
-  // These two say that the kernel or the file system does not know the flag.
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-#endif
-  return RenameByLink(from, to);
-}
+int Rename(const char* from, const char* to) noexcept { return RenameBy(kRenameCalls, from, to); }
 
 std::uint32_t ProcessId() noexcept { return static_cast<std::uint32_t>(getpid()); }
 

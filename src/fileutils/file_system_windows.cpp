@@ -4,43 +4,14 @@
 #include <windows.h>
 
 #include <cerrno>
-#include <cstring>
-#include <cwchar>
 
 #include "fileutils/file_system.h"
+#include "fileutils/windows_error.h"
 
 namespace NFileSystem {
 namespace {
 
-// Error numbers as the platform's C runtime gives them, with those added that it has no name for.
-int ErrorNumber(DWORD error) noexcept {
-  struct Entry {
-    DWORD error;
-    int number;
-  };
-  static constexpr Entry kEntries[] = {
-      {ERROR_FILE_NOT_FOUND, ENOENT},    {ERROR_PATH_NOT_FOUND, ENOENT},
-      {ERROR_INVALID_DRIVE, ENOENT},     {ERROR_NO_MORE_FILES, ENOENT},
-      {ERROR_BAD_NETPATH, ENOENT},       {ERROR_BAD_NET_NAME, ENOENT},
-      {ERROR_BAD_PATHNAME, ENOENT},      {ERROR_FILENAME_EXCED_RANGE, ENOENT},
-      {ERROR_ACCESS_DENIED, EACCES},     {ERROR_CURRENT_DIRECTORY, EACCES},
-      {ERROR_WRITE_PROTECT, EACCES},     {ERROR_SHARING_VIOLATION, EACCES},
-      {ERROR_LOCK_VIOLATION, EACCES},    {ERROR_NETWORK_ACCESS_DENIED, EACCES},
-      {ERROR_CANNOT_MAKE, EACCES},       {ERROR_DRIVE_LOCKED, EACCES},
-      {ERROR_LOCK_FAILED, EACCES},       {ERROR_FILE_EXISTS, EEXIST},
-      {ERROR_ALREADY_EXISTS, EEXIST},    {ERROR_TOO_MANY_OPEN_FILES, EMFILE},
-      {ERROR_NOT_ENOUGH_MEMORY, ENOMEM}, {ERROR_OUTOFMEMORY, ENOMEM},
-      {ERROR_NOT_ENOUGH_QUOTA, ENOMEM},  {ERROR_NOT_SAME_DEVICE, EXDEV},
-      {ERROR_HANDLE_DISK_FULL, ENOSPC},  {ERROR_DISK_FULL, ENOSPC},
-      {ERROR_DIR_NOT_EMPTY, ENOTEMPTY},  {ERROR_NO_UNICODE_TRANSLATION, EILSEQ},
-  };
-  for (const Entry& entry : kEntries) {
-    if (entry.error == error) return entry.number;
-  }
-  return EINVAL;
-}
-
-int LastErrorNumber() noexcept { return ErrorNumber(GetLastError()); }
+int LastErrorNumber() noexcept { return NumberOfWindowsError(GetLastError()); }
 
 UINT CodePage() noexcept { return AreFileApisANSI() ? GetACP() : GetOEMCP(); }
 
@@ -159,15 +130,9 @@ class OwnerOnly {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Whether two paths are spelled alike once they are complete. A change of case alone is a new name.
-bool IsSamePath(const wchar_t* first, const wchar_t* second) noexcept {
-  constexpr DWORD kSize = 1024;
-  wchar_t firstFull[kSize];
-  wchar_t secondFull[kSize];
-  const DWORD firstLength = GetFullPathNameW(first, kSize, firstFull, nullptr);
-  const DWORD secondLength = GetFullPathNameW(second, kSize, secondFull, nullptr);
-  return firstLength > 0 && firstLength < kSize && firstLength == secondLength &&
-         std::wmemcmp(firstFull, secondFull, firstLength) == 0;
+// The second byte of a character may be that of a separator.
+std::size_t CharacterSize(UINT codePage, char firstByte) noexcept {
+  return IsDBCSLeadByteEx(codePage, static_cast<BYTE>(firstByte)) ? 2U : 1U;
 }
 
 bool HasAttributes(const wchar_t* path) noexcept {
@@ -188,13 +153,19 @@ int CurrentDirectory(DirectoryText& text) noexcept {
 
 bool EndsWithSeparator(const char* text, std::size_t length) noexcept {
   if (length == 0 || text[length - 1] != kSeparator) return false;
-  // The byte may be the second half of a character of two bytes.
   const UINT codePage = CodePage();
   std::size_t at = 0;
-  while (at < length - 1) {
-    at += IsDBCSLeadByteEx(codePage, static_cast<BYTE>(text[at])) ? 2U : 1U;
-  }
+  while (at < length - 1) at += CharacterSize(codePage, text[at]);
   return at == length - 1;
+}
+
+bool HoldsSeparator(const char* text) noexcept {
+  const UINT codePage = CodePage();
+  for (std::size_t at = 0; text[at] != '\0'; at += CharacterSize(codePage, text[at])) {
+    if (text[at] == kSeparator || text[at] == '/' || text[at] == ':') return true;
+    if (text[at + 1] == '\0') return false;
+  }
+  return false;
 }
 
 bool Exists(const char* path) noexcept {
@@ -235,8 +206,6 @@ int Rename(const char* from, const char* to) noexcept {
   if (wideFrom.Error() != 0) return wideFrom.Error();
   const WidePath wideTo(to);
   if (wideTo.Error() != 0) return wideTo.Error();
-  // The system would take a move of a file onto itself for done.
-  if (IsSamePath(wideFrom.Get(), wideTo.Get()) && HasAttributes(wideFrom.Get())) return EEXIST;
   return MoveFileExW(wideFrom.Get(), wideTo.Get(), 0) ? 0 : LastErrorNumber();
 }
 

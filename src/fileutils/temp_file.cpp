@@ -4,6 +4,7 @@
 
 #include "frame/core/core_interfaces.h"
 #include "frame/core/error.h"
+#include "frame/object/guard.h"
 #include "frame/object/registry.h"
 #include "zelutils/fileutils.h"
 
@@ -64,6 +65,17 @@ CZELStringAtom NewUniqueFile(ZELInstance directory, const CZELStringAtom& prefix
   return TakeDelivered(name);
 }
 
+// Whether the exception being handled says that there is no file of the name.
+bool IsNoFile() noexcept {
+  try {
+    throw;
+  } catch (const ZEL_T_NMT::CZELError& error) {
+    return error.Handle() != nullptr && ZEL_T_NMT::Errors().GetID(error.Handle()) == ENOENT;
+  } catch (...) {
+    return false;
+  }
+}
+
 }  // namespace
 
 // The file comes last: nothing that can fail may follow.
@@ -82,9 +94,6 @@ TempFile::~TempFile() {
 }
 
 CZELPositionableStream TempFile::Open(const char* mode) const {
-  if (state_ != State::kPresent) {
-    RaiseUtilsDirError("TempFileStream: The file's owner is gone", ENOENT);
-  }
   ZELStringAtom path = 0;
   ZELCheck(UtilsDir().GetFilePathSpec(&path, directory_.Get(), name_.Atom()));
   const CZELStringAtom pathText = TakeDelivered(path);
@@ -93,32 +102,24 @@ CZELPositionableStream TempFile::Open(const char* mode) const {
   ZELInstance stream = nullptr;
   ZELCheck(factory->NewPositionableFileStream(&stream, pathText.Text(), mode));
   const ContainerReference taken = ContainerReference::Adopt(stream);
+  if (state_ != State::kPresent) {
+    RaiseUtilsDirError("TempFileStream: The file's owner is gone", ENOENT);
+  }
   return CZELPositionableStream(taken.Get());
 }
 
 void TempFile::DeleteWithOwner() noexcept {
   try {
     Delete();
-    state_ = State::kDeleted;
+    state_ = State::kGone;
   } catch (...) {
-    if (users_ > 1) {
-      state_ = State::kLeftToLastUser;
-    } else {
-      state_ = State::kLost;
-      ReportFailure();
-    }
+    state_ = users_ > 1 && !IsNoFile() ? State::kLeftToLastUser : State::kGone;
+    if (state_ == State::kGone) ReportFailure();
   }
 }
 
 void TempFile::ReportFailure() const noexcept {
-  if (!delivered_) return;
-  try {
-    throw;
-  } catch (const std::exception& error) {
-    ZEL_T_NMT::ZELReportError(ZEL_T_NMT::ExceptionText(error));
-  } catch (...) {
-    ZEL_T_NMT::ZELReportError("unknown ZEL error");
-  }
+  if (delivered_) ZEL_T_NMT::ReportCurrentException();
 }
 
 void TempFile::Delete() const {

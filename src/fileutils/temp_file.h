@@ -26,15 +26,16 @@ class TempFile : public ZEL_T_NMT::CZELClientBase {
   // no owner: it stays, empty.
   ~TempFile();
 
-  // Opens the file with a mode of the host's file streams. Raises once the owner is gone: the name
-  // may be that of another file then.
+  // Opens the file with a mode of the host's file streams. What opens once the owner is gone is not
+  // given out: the name may be that of another file by then.
   ZEL_T_NMT::CZELPositionableStream Open(const char* mode) const;
 
   // The file has got an owner that a client holds. Before, a failure has the file deleted quietly,
   // since the caller is told of that failure.
   void SetDelivered() noexcept { delivered_ = true; }
 
-  // The owner is gone and has closed the file. A failure is reported, or left to the last user.
+  // The owner is gone and has closed the file. A failure is left to the last user, or reported when
+  // there is no other or no file any more: then the name is not this file's to delete.
   void DeleteWithOwner() noexcept;
 
   // Reports the exception being handled, for code that must not raise.
@@ -43,7 +44,8 @@ class TempFile : public ZEL_T_NMT::CZELClientBase {
  private:
   friend class TempFileShare;
 
-  enum class State : std::uint8_t { kPresent, kLeftToLastUser, kDeleted, kLost };
+  // kGone: deleted, or given up for lost.
+  enum class State : std::uint8_t { kPresent, kLeftToLastUser, kGone };
 
   void Delete() const;
 

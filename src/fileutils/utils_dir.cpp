@@ -118,6 +118,9 @@ ZELUtilsDirImpl::Text ZELUtilsDirImpl::GetFilePathSpec(const Text& name) const {
 
 ZELUtilsDirImpl::Text ZELUtilsDirImpl::CreateUniqueFilename(const Text& prefix,
                                                             const Text& extension) const {
+  if (NFileSystem::HoldsSeparator(prefix.Text()) || NFileSystem::HoldsSeparator(extension.Text())) {
+    Check(ENOENT, kCreateMessages);  // the file would stand in another directory
+  }
   constexpr std::uint32_t kTagLength = 16;
   constexpr std::uint32_t kLastCounter = 0xFFFF;
   const std::size_t prefixLength = std::strlen(prefix.Text());

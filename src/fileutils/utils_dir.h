@@ -31,12 +31,12 @@ class ZELUtilsDirImpl : public ZEL_T_NMT::CZELVirtualClientBase {
   bool FileExists(const Text& name) const;
   // Removes a file, never a directory.
   void Delete(const Text& name) const;
-  // An existing new name is an error; nothing is overwritten.
+  // A new name that another file has is an error; nothing is overwritten.
   void Rename(const Text& oldName, const Text& newName) const;
   Text GetFilePathSpec(const Text& name) const;
   // Creates an empty file that no other caller has and returns its name: process and thread number
-  // in hexadecimal, prefix, counter, point, extension. A file that was made has been named before,
-  // so that a failure leaves none.
+  // in hexadecimal, prefix, counter, point, extension. Prefix and extension hold no separator. A
+  // file that was made has been named before, so that a failure leaves none.
   Text CreateUniqueFilename(const Text& prefix, const Text& extension) const;
 
   // As Delete, for when the host has no memory to give or is not linked any more: calls it only to

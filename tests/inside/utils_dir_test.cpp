@@ -9,8 +9,13 @@
 #include <thread>
 
 #include "fileutils/file_system.h"
+#include "fileutils/windows_error.h"
 #include "frame/core/error.h"
 #include "support.h"
+
+#if !defined(_WIN32)
+#include "fileutils/rename_posix.h"
+#endif
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -55,6 +60,77 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
   }
   EXPECT_EQ(ToString(host.Live()), ToString(before));
 }
+
+TEST(FileSystemTest, NumbersOfWindowsErrors) {
+  constexpr struct {
+    std::uint32_t first, last;
+    int number;
+  } kRows[] = {
+      {0, 1, EINVAL},
+      {2, 3, ENOENT},
+      {5, 5, EACCES},
+      {17, 17, EXDEV},
+      {18, 18, ENOENT},
+      {19, 36, EACCES},
+      {37, 38, EINVAL},
+      {80, 80, EEXIST},
+      {112, 112, ENOSPC},
+      {123, 123, EINVAL},
+      {145, 145, ENOTEMPTY},
+      {183, 183, EEXIST},
+      {0xFFFFFFFF, 0xFFFFFFFF, EINVAL},
+  };
+  for (const auto& row : kRows) {
+    for (std::uint64_t error = row.first; error <= row.last; ++error) {
+      EXPECT_EQ(NFileSystem::NumberOfWindowsError(static_cast<std::uint32_t>(error)), row.number)
+          << error;
+    }
+  }
+}
+
+#if !defined(_WIN32)
+// File systems that cannot rename exclusively, and one that refuses the renaming itself.
+TEST(FileSystemTest, RenamesOverAReservationOfTheName) {
+  using NFileSystem::RenameCalls;
+  const auto exclusively = NFileSystem::kRenameCalls.exclusively;
+  const auto plainly = NFileSystem::kRenameCalls.plainly;
+  const RenameCalls ways[] = {
+      {exclusively, plainly},
+      {[](const char*, const char*) { return EINVAL; }, plainly},
+      {[](const char*, const char*) { return ENOSYS; }, plainly},
+  };
+  const auto refuse = [](const char*, const char*) { return EPERM; };
+  const zeltest::Folder folder;
+  const auto rename = [&](const RenameCalls& calls, const char* from, const char* to) {
+    return NFileSystem::RenameBy(calls, (folder / from).c_str(), (folder / to).c_str());
+  };
+  const std::set<std::filesystem::path> names = {"file", "folder", "other", "second name"};
+  std::ofstream(folder / "file") << "kept";
+  std::ofstream(folder / "other");
+  std::filesystem::create_directory(folder / "folder");
+  std::filesystem::create_hard_link(folder / "file", folder / "second name");
+  for (const RenameCalls& way : ways) {
+    EXPECT_EQ(rename(way, "file", "new"), 0);
+    EXPECT_EQ(rename(way, "new", "file"), 0);
+    EXPECT_EQ(folder.Contents(folder / "file"), "kept");
+    EXPECT_EQ(rename(way, "folder", "new"), 0);
+    EXPECT_EQ(rename(way, "new", "folder"), 0);
+    EXPECT_EQ(rename(way, "file", "file"), 0);
+    EXPECT_EQ(rename(way, "other", "./other"), 0);
+    EXPECT_EQ(rename(way, "folder", "./folder"), 0);
+    for (const char* taken : {"other", "folder", "second name"}) {
+      EXPECT_EQ(rename(way, "file", taken), EEXIST);
+    }
+    EXPECT_EQ(rename(way, "folder", "other"), EEXIST);
+    EXPECT_EQ(rename(way, "none", "new"), ENOENT);
+    EXPECT_EQ(rename(way, "file", "none/new"), ENOENT);
+    for (const char* from : {"file", "folder"}) {
+      EXPECT_EQ(rename({ways[1].exclusively, refuse}, from, "new"), EPERM);
+    }
+    EXPECT_EQ(folder.Names(), names) << "no name is left behind";
+  }
+}
+#endif
 
 // Two threads in each of several processes; in one, where there is no fork.
 TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
