@@ -217,6 +217,7 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
   const ZELInstance ring = Keep(arrays.NewPOSArray());
   arrays.Append(ring, ring);
   const ZELInstance longKey = Dict({{std::string(1009, 'k'), holes}});
+  const ZELInstance discardedKey = Dict({{std::string(999, 'k'), holes}});
   const char* const noCategory = "Malformed schema definition for T, no category";
   const char* const noString = "downcast from CPOSObject to CPOSString failed";
   const struct {
@@ -235,6 +236,8 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
       {"category intersection set [1]", ring, noString},
       {"category dict keytype K> K <category string oneof [x 1]", longKey, noString},
       {"category dict", longKey, "FormatIntoPOSString overwrote buffer"},
+      {"category union set [D any]> D <category dict", discardedKey,
+       "FormatIntoPOSString overwrote buffer"},
       // From inside lists that already hold messages.
       {"category intersection set [int U]> U <category array membertype V>"
        " V <category union set [bool W]> W <",
@@ -257,6 +260,9 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
   const std::string longest(1008, 'k');
   EXPECT_EQ(Findings(NewValidator(Schema("category dict")), Dict({{longest, ring}})),
             "|Unknown member " + longest);
+  EXPECT_EQ(Findings(NewValidator(Schema("category union set [D any]> D <category dict")),
+                     Dict({{std::string(998, 'k'), ring}})),
+            kConforms);
   const std::string longName(3000, 'n');
   EXPECT_EQ(Findings(NewValidator(Dict({{longName, Dict({})}})), ring, longName.c_str()), "");
   ExpectReports({"Malformed schema definition for " + longName + ", no category"});
@@ -355,6 +361,197 @@ TEST_F(ValidatorTest, CallbacksMayTakeThingsAway) {
     Attach(validator, "N", check);
     EXPECT_EQ(Findings(validator, value), row.findings);
     ExpectReports(row.report == nullptr ? Messages() : Messages{row.report});
+  }
+}
+
+// What a callback puts in the place of something counts from then on.
+TEST_F(ValidatorTest, CallbacksMayPutOtherThings) {
+  const struct {
+    const char* definitions;
+    const char* value;
+    const char* findings;
+  } rows[] = {
+      {"category array membertype N", "[1 2]",
+       "|[0]: other|[1]: Expected STRING was of invalid type"},
+      {"category dict required <a N b int>", "<a 1 b 2>",
+       "|a (required, type != N): other"
+       "|b (required, type != int): Expected INT was of invalid type"},
+  };
+  for (const auto& row : rows) {
+    const ZELInstance schema = Parse(Schema(row.definitions + std::string("> N <category int")));
+    const ZELInstance value = Parse(row.value);
+    const ZELInstance validator = NewValidator(schema);
+    Check check{*this, std::string("other\0", 6)};
+    check.meanwhile = [&] {
+      dicts.Put(schema, Atom("N"), Parse("<category string>"));
+      if (dicts.IsPOSDict(value)) dicts.Put(value, Atom("b"), Parse("text"));
+    };
+    Attach(validator, "N", check);
+    EXPECT_EQ(Findings(validator, value), row.findings);
+  }
+}
+
+TEST_F(ValidatorTest, ACallbackMayEndItsValidator) {
+  const ZELInstance validator = structValidators.NewPOSStructValidator(
+      Parse(Schema("category array membertype N> N <category int")));
+  containers.AddRef(validator);
+  Check check{*this, std::string("gone\0", 5)};
+  check.meanwhile = [&] {
+    if (check.calls == 1) containers.Release(validator);
+  };
+  Attach(validator, "N", check);
+  EXPECT_EQ(Findings(validator, Parse("[1 2]")), "|[0]: gone|[1]: gone");
+}
+
+TEST_F(ValidatorTest, MessagesAreHandedOutAllOrNone) {
+  const ZELInstance validator = NewValidator(Schema("category array membertype int"));
+  const ZELInstance value = Parse("[a b c]");
+  const std::string all = Findings(validator, value);
+  for (const Service service : {Service::kAddRef, Service::kAlloc, Service::kNewFullContainer}) {
+    bool isInjected = true;
+    for (std::uint64_t n = 1; isInjected; ++n) {
+      const std::uint64_t faults = host.FaultsInjected();
+      host.FailAt(service, n);
+      const std::string found = Findings(validator, value);
+      host.StopFailing();
+      isInjected = host.FaultsInjected() != faults;
+      EXPECT_EQ(found, host.TakeReports().empty() ? all : "") << ServiceName(service) << n;
+    }
+  }
+}
+
+// Counts the questions of what a value is.
+std::uint64_t g_questions;
+POSDictIsPOSDictProc g_isDict;
+POSNumberIsPOSNumberProc g_isNumber;
+bool CountedIsDict(ZELInstance value) { return ++g_questions, g_isDict(value); }
+bool CountedIsNumber(ZELInstance value) { return ++g_questions, g_isNumber(value); }
+
+class ValidatorWorkTest : public ValidatorTest {
+ protected:
+  ValidatorWorkTest() {
+    g_isDict = dicts.IsPOSDict;
+    g_isNumber = numbers.IsPOSNumber;
+    host.Register(POS_DICT_INTERFACE, "IsPOSDict", "POSDictIsPOSDictProc",
+                  reinterpret_cast<ZELProc>(&CountedIsDict));
+    host.Register(POS_NUMBER_INTERFACE, "IsPOSNumber", "POSNumberIsPOSNumberProc",
+                  reinterpret_cast<ZELProc>(&CountedIsNumber));
+    host.ChangeUnregisterCount();
+  }
+  // How many questions it takes to find this.
+  std::uint64_t Work(ZELInstance validator, ZELInstance value, const std::string& findings) {
+    g_questions = 0;
+    EXPECT_EQ(Findings(validator, value), findings);
+    return g_questions;
+  }
+};
+
+const char* const kRowsAndColumns =
+    "category union set [Group Leaf]> Group <category union set [Row Column]>"
+    " Row <category dict required <kind RowKind children Nodes>> RowKind <category string oneof "
+    "[r]>"
+    " Column <category dict required <kind ColumnKind children Nodes>>"
+    " ColumnKind <category string oneof [c]>"
+    " Nodes <category array membertype T> Leaf <category int";
+
+// Where many ways lead to the same check it is made once, as long as it leaves no message.
+TEST_F(ValidatorWorkTest, GrowsWithTheDepthAndNotWithTheNumberOfWays) {
+  const struct {
+    const char* definitions;
+    const char *open, *inmost, *close;
+  } rows[] = {
+      {kRowsAndColumns, "<kind c children [", "1", "]>"},
+      {"category union set [A B any]> A <category array membertype [T string]>"
+       " B <category array membertype [T int]",
+       "[", "1", "1]"},
+      {"category intersection set [A B]> A <category dict optional <k T>>"
+       " B <category dict keytype string valuetype T",
+       "<k ", "<>", ">"},
+      {"category dict keytype string valuetype U required <k U> optional <k U>>"
+       " U <category union set [T int]",
+       "<k ", "1", ">"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.definitions);
+    const ZELInstance validator = NewValidator(Schema(row.definitions));
+    const auto work = [&](std::size_t depth) {
+      return Work(
+          validator,
+          Parse(zeltest::Repeat(depth, row.open) + row.inmost + zeltest::Repeat(depth, row.close)),
+          kConforms);
+    };
+    const std::uint64_t few = work(10);
+    EXPECT_LE(work(40), 4 * few + 40);
+  }
+}
+
+TEST_F(ValidatorWorkTest, GrowsWithTheSchemaAndNotWithTheNumberOfWays) {
+  for (const char* category : {"union", "intersection"}) {
+    for (const char* last : {"category int", "category union set []"}) {
+      std::string schema = "<T60 <" + std::string(last) + ">";
+      for (int n = 0; n < 60; ++n) {
+        const std::string next = std::to_string(n + 1);
+        schema += " T" + std::to_string(n) + " <category " + category + " set [T" + next + " T" +
+                  next + "]>";
+      }
+      const ZELInstance validator = NewValidator(schema + ">");
+      const bool conforms = last == std::string("category int");
+      EXPECT_EQ(Findings(validator, NewNumber(1), "T0"), conforms ? kConforms : "");
+    }
+  }
+}
+
+TEST_F(ValidatorWorkTest, CallbacksAreCalledForEachWay) {
+  const ZELInstance validator = NewValidator(Schema(kRowsAndColumns));
+  Check check{*this, {}, 1};
+  Attach(validator, "Leaf", check);
+  for (const std::size_t depth : {1u, 6u}) {
+    check.calls = 0;
+    Findings(validator, Parse(zeltest::Repeat(depth, "<kind c children [") + "1" +
+                              zeltest::Repeat(depth, "]>")));
+    EXPECT_EQ(check.calls, 1 << depth) << depth;
+  }
+}
+
+// A level that a repeated check would go down counts against the limit, made or not.
+TEST_F(ValidatorWorkTest, TheNestingLimitStaysWhereItIs) {
+  const ZELInstance validator =
+      NewValidator(Schema("category intersection set [A B]> A <category array membertype A>"
+                          " B <category union set [C]> C <category array membertype A"));
+  const auto nested = [&](std::size_t depth) {
+    return Parse(zeltest::Repeat(depth, "[") + zeltest::Repeat(depth, "]"));
+  };
+  EXPECT_EQ(Findings(validator, nested(509)), kConforms);
+  EXPECT_EQ(Findings(validator, nested(510)), kConforms);
+  EXPECT_EQ(Findings(validator, nested(511)), "");
+  ExpectReports({"nesting too deep"});
+}
+
+// The host counts the words that are read, so that a scan from the first would show.
+TEST_F(ValidatorTest, EnumeratedValuesAreReadOncePerRun) {
+  std::string words, values;
+  for (int n = 0; n < 300; ++n) {
+    words += "w" + std::to_string(n) + " ";
+    values += "w" + std::to_string(299 - n) + " ";
+  }
+  const ZELInstance validator = NewValidator(
+      Schema("category array membertype W> W <category string oneof [" + words + "1]"));
+  EXPECT_EQ(Findings(validator, Parse("[" + values + values + "]")), kConforms);
+  EXPECT_EQ(Findings(validator, Parse("[w299 w0 x w1]")), "");
+  ExpectReports({"downcast from CPOSObject to CPOSString failed"});
+}
+
+// A neighbour that takes everything for a number: that it is none shows when it is read.
+TEST_F(ValidatorTest, AValueThatCannotBeReadIsAFailure) {
+  const ZELInstance validator = NewValidator(Schema("category real max 1"));
+  host.Register(POS_NUMBER_INTERFACE, "IsPOSNumber", "POSNumberIsPOSNumberProc",
+                reinterpret_cast<ZELProc>(+[](ZELInstance) { return true; }));
+  host.ChangeUnregisterCount();
+  EXPECT_EQ(Findings(validator, NewString("x")), "");
+  EXPECT_EQ(Findings(validator, NewString("x"), "bool"), "");
+  for (const std::string& report : host.TakeReports()) {
+    EXPECT_TRUE(report == "instance was not an POSNumber" || report == "CPOSNumber::Get failed")
+        << report;
   }
 }
 

@@ -9,8 +9,8 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
-using ZEL_T_NMT::Require;
 using ZEL_T_NMT::POSDictIterators;
+using ZEL_T_NMT::Require;
 
 namespace {
 
@@ -54,14 +54,18 @@ CPOSDict GetDict(ZELInstance dict, const CZELStringAtom& key) {
   return member == nullptr ? CPOSDict() : CPOSDict(CPOSObject(member), true);
 }
 
-std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
-                                    const CZELStringAtom& key) {
+std::optional<TypeName> GetTypeName(ZELInstance dict, const CZELStringAtom& key) {
   const char* name = GetText(dict, key);
   if (name == nullptr) return std::nullopt;
-  return TypeName(keywords, name);
+  return TypeName(name);
 }
 
-double NumberOf(ZELInstance value) { return Require(ZEL_T_NMT::POSNumbers()).Get(value); }
+double NumberOf(ZELInstance value) {
+  const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
+  const double number = Require(ZEL_T_NMT::POSNumbers()).Get(value);
+  RaiseIfReported(reports, "CPOSNumber::Get failed");
+  return number;
+}
 
 const char* TextOf(ZELInstance value) {
   const char* text = Require(ZEL_T_NMT::POSStrings()).Get(value);

@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "frame/client/pos_wrappers.h"
-#include "validator/keywords.h"
+#include "validator/type_name.h"
 
 namespace NPOSValidatorImpl {
 
@@ -34,8 +34,7 @@ ZEL_T_NMT::CPOSArray GetArray(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom&
 ZEL_T_NMT::CPOSDict GetDict(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 
 // The type that a member names, if it is a String.
-std::optional<TypeName> GetTypeName(const Keywords& keywords, ZELInstance dict,
-                                    const ZEL_T_NMT::CZELStringAtom& key);
+std::optional<TypeName> GetTypeName(ZELInstance dict, const ZEL_T_NMT::CZELStringAtom& key);
 
 // What a value holds that is known to be of the type; handles are borrowed.
 

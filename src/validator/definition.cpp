@@ -1,6 +1,5 @@
 #include "validator/definition.h"
 
-#include <algorithm>
 #include <limits>
 
 #include "validator/messages.h"
@@ -15,18 +14,19 @@ namespace {
 // Room for so many elements is made at once.
 constexpr std::uint32_t kUsualCount = 8;
 
-Keyword ReadCategory(const Keywords& keywords, const TypeName& name, ZELInstance dict) {
+const Category& ReadCategory(const Keywords& keywords, const TypeName& name, ZELInstance dict) {
   const char* text = GetText(dict, keywords[Keyword::kCategory]);
   if (text == nullptr) throw MalformedSchemaException(name.Atom());
-  return keywords.FindText(text);
+  const Category* category = FindCategory(text);
+  if (category == nullptr) throw ZEL_T_NMT::DUXException("Unknown category in schema");
+  return *category;
 }
 
 }  // namespace
 
-TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword attribute)
-    : keywords_(keywords) {
+TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword attribute) {
   if (attribute == Keyword::kMemberType) {
-    one_ = GetTypeName(keywords, definition, keywords[attribute]);
+    one_ = GetTypeName(definition, keywords[attribute]);
   }
   if (!one_) array_ = GetArray(definition, keywords[attribute]);
   count_ = array_.IsEmpty() ? 0 : array_.Count();
@@ -35,22 +35,21 @@ TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword a
 const TypeName& TypeNames::At(std::uint32_t index) {
   if (one_) return *one_;
   if (index >= names_.size()) {
-    names_.push_back(std::make_unique<TypeName>(keywords_, GetTextAt(array_, index).text));
+    names_.push_back(std::make_unique<TypeName>(GetTextAt(array_, index).text));
   }
   return *names_[index];
 }
 
 DictRules::DictRules(const Keywords& keywords, ZELInstance definition)
-    : keywords_(keywords),
-      keyType_(GetTypeName(keywords, definition, keywords[Keyword::kKeyType])),
-      valueType_(GetTypeName(keywords, definition, keywords[Keyword::kValueType])),
+    : keyType_(GetTypeName(definition, keywords[Keyword::kKeyType])),
+      valueType_(GetTypeName(definition, keywords[Keyword::kValueType])),
       optional_(GetDict(definition, keywords[Keyword::kOptional])) {
   const ZELInstance required = GetMember(definition, keywords[Keyword::kRequired]);
   if (required == nullptr || !ZEL_T_NMT::CPOSDict::Is(required)) return;
   required_.reserve(kUsualCount);
   for (const MemberWalk walk(required); const char* text = walk.Key(); walk.Next()) {
     CZELStringAtom key(text);
-    std::optional<TypeName> type = GetTypeName(keywords, required, key);
+    std::optional<TypeName> type = GetTypeName(required, key);
     std::optional<TypeName> optionalType = OptionalType(key);
     required_.push_back({std::move(key), std::move(type), std::move(optionalType)});
   }
@@ -70,15 +69,14 @@ const MemberRule* DictRules::FindOptional(const char* key) {
 
 std::optional<TypeName> DictRules::OptionalType(const CZELStringAtom& key) const {
   if (optional_.IsEmpty()) return std::nullopt;
-  return GetTypeName(keywords_, optional_.Handle(), key);
+  return GetTypeName(optional_.Handle(), key);
 }
 
 Definition::Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict)
-    : keywords_(keywords), dict_(dict), category_(ReadCategory(keywords, name, dict)) {}
+    : keywords_(keywords), dict_(dict), category_(&ReadCategory(keywords, name, dict)) {}
 
-void Definition::ReadBound(Keyword attribute) {
-  const std::uint32_t index = BoundIndex(attribute);
-  bounds_[index] = GetNumber(dict_.Get(), keywords_[attribute])
+void Definition::ReadBound(std::uint32_t index) {
+  bounds_[index] = GetNumber(dict_.Get(), keywords_[kBoundWords[index]])
                        .value_or(std::numeric_limits<double>::quiet_NaN());
   boundsRead_ |= 1u << index;
 }
@@ -91,20 +89,12 @@ const char* Definition::IllegalChars() {
 }
 
 bool Definition::Admits(const char* text) {
-  if (!choices_) {
-    choices_ = GetArray(dict_.Get(), keywords_[Keyword::kOneOf]);
-    if (!choices_->IsEmpty()) choiceCount_ = choices_->Count();
-    firstChoices_.reserve(std::min(choiceCount_, kUsualCount));
+  if (!choicesRead_) {
+    CPOSArray array = GetArray(dict_.Get(), keywords_[Keyword::kOneOf]);
+    if (!array.IsEmpty()) choices_.emplace(std::move(array));
+    choicesRead_ = true;
   }
-  if (choices_->IsEmpty()) return true;
-  for (const HeldText& choice : firstChoices_) {
-    if (CompareTexts(choice.text, text) == 0) return true;
-  }
-  for (auto i = static_cast<std::uint32_t>(firstChoices_.size()); i < choiceCount_; ++i) {
-    firstChoices_.push_back(GetTextAt(*choices_, i));
-    if (CompareTexts(firstChoices_.back().text, text) == 0) return true;
-  }
-  return false;
+  return !choices_ || choices_->Have(text);
 }
 
 TypeNames& Definition::Types(Keyword attribute) {

@@ -12,8 +12,10 @@
 
 #include "frame/core/client_base.h"
 #include "validator/attributes.h"
-#include "validator/keywords.h"
+#include "validator/category.h"
+#include "validator/choices.h"
 #include "validator/text_order.h"
+#include "validator/type_name.h"
 
 namespace NPOSValidatorImpl {
 
@@ -34,7 +36,6 @@ class TypeNames : public ZEL_T_NMT::CZELClientBase {
   using Names =
       std::vector<std::unique_ptr<TypeName>, ZEL_T_NMT::BinderAllocator<std::unique_ptr<TypeName>>>;
 
-  const Keywords& keywords_;
   std::optional<TypeName> one_;
   ZEL_T_NMT::CPOSArray array_;
   std::uint32_t count_;
@@ -69,7 +70,6 @@ class DictRules : public ZEL_T_NMT::CZELClientBase {
 
   std::optional<TypeName> OptionalType(const ZEL_T_NMT::CZELStringAtom& key) const;
 
-  const Keywords& keywords_;
   std::optional<TypeName> keyType_;
   std::optional<TypeName> valueType_;
   ZEL_T_NMT::CPOSDict optional_;
@@ -77,20 +77,22 @@ class DictRules : public ZEL_T_NMT::CZELClientBase {
   OptionalRules foundOptional_;  // under the texts of their keys
 };
 
+// A bound of a number, or of a length.
+enum class Bound : std::uint8_t { kMin, kMax, kMinExcl, kMaxExcl, kMinLen, kMaxLen };
+
 class Definition {
  public:
-  // Raises for a dictionary without category.
+  // Raises for a dictionary without category, and for one whose category there is not.
   Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict);
   Definition(const Definition&) = delete;
   Definition& operator=(const Definition&) = delete;
 
-  // kNone or another word for an unknown one.
-  Keyword Category() const noexcept { return category_; }
+  const Category& GetCategory() const noexcept { return *category_; }
 
-  // One of the bounds, kMin to kMaxLen. NaN when there is none: no comparison with it is true.
-  double Bound(Keyword attribute) {
-    const std::uint32_t index = BoundIndex(attribute);
-    if ((boundsRead_ >> index & 1u) == 0) ReadBound(attribute);
+  // NaN when there is none: no comparison with it is true.
+  double GetBound(Bound bound) {
+    const auto index = static_cast<std::uint32_t>(bound);
+    if ((boundsRead_ >> index & 1u) == 0) ReadBound(index);
     return bounds_[index];
   }
   // Null when there are none.
@@ -103,23 +105,20 @@ class Definition {
   DictRules& Members();
 
  private:
-  static constexpr std::uint32_t kFirstBound = static_cast<std::uint32_t>(Keyword::kMin);
-  static constexpr std::uint32_t kBoundCount =
-      static_cast<std::uint32_t>(Keyword::kMaxLen) - kFirstBound + 1;
-  static std::uint32_t BoundIndex(Keyword attribute) noexcept {
-    return static_cast<std::uint32_t>(attribute) - kFirstBound;
-  }
-  void ReadBound(Keyword attribute);
+  static constexpr Keyword kBoundWords[] = {Keyword::kMin,     Keyword::kMax,    Keyword::kMinExcl,
+                                            Keyword::kMaxExcl, Keyword::kMinLen, Keyword::kMaxLen};
+  static_assert(std::size(kBoundWords) == static_cast<std::size_t>(Bound::kMaxLen) + 1);
+
+  void ReadBound(std::uint32_t index);
 
   const Keywords& keywords_;
   ZEL_T_NMT::ContainerReference dict_;
-  Keyword category_;
+  const Category* category_;
   std::uint32_t boundsRead_ = 0;  // a bit for each
-  double bounds_[kBoundCount];
+  double bounds_[std::size(kBoundWords)];
   std::optional<HeldText> illegalChars_;
-  std::optional<ZEL_T_NMT::CPOSArray> choices_;
-  std::uint32_t choiceCount_ = 0;
-  std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> firstChoices_;
+  bool choicesRead_ = false;
+  std::optional<Choices> choices_;
   std::unique_ptr<TypeNames> types_;
   std::unique_ptr<DictRules> members_;
 };

@@ -4,112 +4,117 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
-#include "frame/core/client_base.h"
+#include "validator/attributes.h"
 
 namespace NPOSValidatorImpl {
 
-using ZEL_T_NMT::BinderBlock;
 using ZEL_T_NMT::CPOSArray;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::DUXException;
-using ZEL_T_NMT::Require;
 
 namespace {
 
-// A buffer that raises when it would overflow; always leaves room for a NUL.
-class MessageBuffer {
- public:
-  MessageBuffer() : block_(kMessageBytes), next_(block_.Get()), last_(next_ + kMessageBytes - 1) {}
+[[noreturn]] void RaiseTooLong() { throw DUXException("FormatIntoPOSString overwrote buffer"); }
 
-  void Add(std::string_view text) {
-    if (text.size() > static_cast<std::size_t>(last_ - next_)) Overflow();
-    std::memcpy(next_, text.data(), text.size());
-    next_ += text.size();
+// A text made of a format and its arguments.
+class FormattedText {
+ public:
+  FormattedText(const char* format, FormatArguments arguments) {
+    const FormatArgument* argument = arguments.begin();
+    const char* rest = format;
+    while (const char* placeholder = std::strchr(rest, '%')) {
+      Add(std::string_view(rest, static_cast<std::size_t>(placeholder - rest)));
+      if (placeholder[1] == 'd') {
+        Advance(std::to_chars(end_, Last(), argument->Integer()));
+      } else if (placeholder[1] == 'f') {
+        AddReal(argument->Real());
+      } else {
+        Add(argument->Text());
+      }
+      ++argument;
+      rest = placeholder + 2;
+    }
+    Add(rest);
   }
-  void Add(std::int32_t integer) { Advance(std::to_chars(next_, last_, integer)); }
-  void Add(double real) {
-    if (std::isnan(real)) return Add(std::string_view("nan"));
-    if (std::isinf(real)) return Add(std::string_view(real < 0 ? "-inf" : "inf"));
-    Advance(std::to_chars(next_, last_, real, std::chars_format::fixed, 6));
-  }
-  const char* Finish() noexcept {
-    *next_ = '\0';
-    return block_.Get();
-  }
+  FormattedText(const FormattedText&) = delete;
+  FormattedText& operator=(const FormattedText&) = delete;
+
+  std::string_view Get() const noexcept { return {text_, static_cast<std::size_t>(end_ - text_)}; }
 
  private:
+  void Add(std::string_view text) {
+    if (text.size() > static_cast<std::size_t>(Last() - end_)) RaiseTooLong();
+    std::memcpy(end_, text.data(), text.size());
+    end_ += text.size();
+  }
+  void AddReal(double real) {
+    if (std::isnan(real)) return Add("nan");
+    if (std::isinf(real)) return Add(real < 0 ? "-inf" : "inf");
+    Advance(std::to_chars(end_, Last(), real, std::chars_format::fixed, 6));
+  }
   void Advance(const std::to_chars_result& result) {
-    if (result.ec != std::errc()) Overflow();
-    next_ = result.ptr;
+    if (result.ec != std::errc()) RaiseTooLong();
+    end_ = result.ptr;
   }
-  [[noreturn]] static void Overflow() {
-    throw DUXException("FormatIntoPOSString overwrote buffer");
-  }
+  char* Last() noexcept { return text_ + kMessageBytes - 1; }  // for the NUL
 
-  BinderBlock<char> block_;
-  char* next_;
-  char* last_;
+  char text_[kMessageBytes];
+  char* end_ = text_;
 };
 
 }  // namespace
 
-void ErrorList::Create() {
-  if (messages_.IsEmpty()) messages_ = CPOSArray::New();
+void MessageList::Append(const char* format, FormatArguments arguments) {
+  AppendText(FormattedText(format, arguments).Get());
 }
 
-void ErrorList::Append(const CPOSObject& message) {
-  Create();
-  messages_.Append(message);
+void MessageList::AppendText(std::string_view text) {
+  bytes_.insert(bytes_.end(), text.begin(), text.end());
+  bytes_.push_back('\0');
 }
 
-void ErrorList::Report(POSValidatorMessageProc report) {
-  Create();
+void MessageList::AppendPrefix(Mark mark, const char* format, FormatArguments arguments) {
+  const FormattedText formatted(format, arguments);
+  const std::string_view prefix = formatted.Get();
+  std::size_t growth = 0;
+  for (Mark at = mark; at < bytes_.size();) {
+    const std::size_t length = MessageAt(at).size();
+    if (prefix.size() + 1 + length >= kMessageBytes) RaiseTooLong();
+    growth += prefix.size() + 1;
+    at += length + 1;
+  }
+  // From the last message to the first, each moves to where it has room for its prefix.
+  std::size_t end = bytes_.size();
+  bytes_.resize(end + growth);
+  char* target = bytes_.data() + bytes_.size();
+  while (end > mark) {
+    std::size_t start = end - 1;
+    while (start > mark && bytes_[start - 1] != '\0') --start;
+    target -= end - start;
+    std::memmove(target, bytes_.data() + start, end - start);
+    *--target = ' ';
+    target -= prefix.size();
+    std::memcpy(target, prefix.data(), prefix.size());
+    end = start;
+  }
+}
+
+void MessageList::Report(POSValidatorMessageProc report) const {
+  const CPOSArray list = CPOSArray::New();
+  for (Mark at = 0; at < bytes_.size(); at += MessageAt(at).size() + 1) {
+    list.Append(CPOSString::New(bytes_.data() + at));
+  }
   if (report == nullptr) {
-    Require(ZEL_T_NMT::POSStatics()).DebugDump(messages_.Handle());
+    Require(ZEL_T_NMT::POSStatics()).DebugDump(list.Handle());
     return;
   }
-  for (std::uint32_t i = 0; i < messages_.Count(); ++i) {
-    const CPOSString message(messages_.GetAt(i), false);
-    report(message.Get());
-  }
-}
-
-void AppendPrefixedMessages(ErrorList& target, const ErrorList& source, const char* prefix) {
-  if (source.messages_.IsEmpty()) return;
-  const std::uint32_t count = source.messages_.Count();
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const CPOSString message(source.messages_.GetAt(i), false);
-    target.Append(FormatIntoPOSString("%s %s", {prefix, message.Get()}));
-  }
-}
-
-CPOSString FormatIntoPOSString(const char* format,
-                               std::initializer_list<FormatArgument> arguments) {
-  MessageBuffer buffer;
-  const FormatArgument* argument = arguments.begin();
-  const char* rest = format;
-  while (const char* placeholder = std::strchr(rest, '%')) {
-    buffer.Add(std::string_view(rest, static_cast<std::size_t>(placeholder - rest)));
-    switch (placeholder[1]) {
-      case 'd':
-        buffer.Add(argument->Integer());
-        break;
-      case 'f':
-        buffer.Add(argument->Real());
-        break;
-      default:
-        buffer.Add(std::string_view(argument->Text()));
-        break;
-    }
-    ++argument;
-    rest = placeholder + 2;
-  }
-  buffer.Add(std::string_view(rest));
-  return {CPOSString::New(buffer.Finish()), false};
+  std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> texts;
+  const std::uint32_t count = list.Count();
+  texts.reserve(count);
+  for (std::uint32_t i = 0; i < count; ++i) texts.push_back(GetTextAt(list, i));
+  for (const HeldText& message : texts) report(message.text);
 }
 
 std::int32_t TruncateToInteger(double value) noexcept {

@@ -1,34 +1,20 @@
-// Error lists, and the texts that go into them.
+// The messages of a run of validation, and the texts that go into them.
 #pragma once
 
 #include <cstdint>
 #include <initializer_list>
+#include <string_view>
+#include <vector>
 
-#include "frame/client/pos_wrappers.h"
+#include "frame/core/client_base.h"
 #include "frame/core/error.h"
+#include "frame/core/string_atom.h"
 #include "zelutils/validator.h"
 
 namespace NPOSValidatorImpl {
 
 // The room for a message with its terminating NUL, and for what a callback has to say.
 inline constexpr std::uint32_t kMessageBytes = 1024;
-
-// Messages in the order in which they were found: a POS array of POS strings, which is made when
-// the first message comes.
-class ErrorList {
- public:
-  // Makes the array already now.
-  void Create();
-  void Append(const ZEL_T_NMT::CPOSObject& message);
-  // Calls `report` with each message; hands a null one's list to the debug dump.
-  void Report(POSValidatorMessageProc report);
-
- private:
-  friend void AppendPrefixedMessages(ErrorList& target, const ErrorList& source,
-                                     const char* prefix);
-
-  ZEL_T_NMT::CPOSArray messages_;
-};
 
 // What stands for a placeholder: %d a 32-bit integer, %f a double, %s a text.
 class FormatArgument {
@@ -51,14 +37,37 @@ class FormatArgument {
   };
 };
 
-// Returns a new POS string. The arguments must fit the placeholders; numbers read the same in every
-// locale and on every platform. Raises "FormatIntoPOSString overwrote buffer" when the text does
-// not fit into kMessageBytes.
-ZEL_T_NMT::CPOSString FormatIntoPOSString(const char* format,
-                                          std::initializer_list<FormatArgument> arguments = {});
+using FormatArguments = std::initializer_list<FormatArgument>;
 
-// Appends each message of `source` to `target`, behind the prefix and a blank.
-void AppendPrefixedMessages(ErrorList& target, const ErrorList& source, const char* prefix);
+// Messages in the order in which they were found, one after the other in a buffer that is used
+// again for each. The messages about a part of a value are those behind a mark: they get their
+// prefix there, and are dropped there when the part has conformed in another way.
+//
+// A message that does not fit into kMessageBytes, prefixes included, raises "FormatIntoPOSString
+// overwrote buffer", whether it would be dropped or not. The arguments must fit the placeholders;
+// numbers read the same in every locale and on every platform.
+class MessageList {
+ public:
+  using Mark = std::size_t;
+
+  // Behind the last message.
+  Mark End() const noexcept { return bytes_.size(); }
+  void Append(const char* format, FormatArguments arguments = {});
+  // A text as it is, of whatever length.
+  void AppendText(std::string_view text);
+  // Puts the prefix and a blank before each message behind the mark.
+  void AppendPrefix(Mark mark, const char* format, FormatArguments arguments = {});
+  void Drop(Mark mark) { bytes_.resize(mark); }
+
+  // Calls `report` with each message, once all of them are at hand; null: hands the list to the
+  // debug dump.
+  void Report(POSValidatorMessageProc report) const;
+
+ private:
+  std::string_view MessageAt(Mark mark) const noexcept { return bytes_.data() + mark; }
+
+  std::vector<char, ZEL_T_NMT::BinderAllocator<char>> bytes_;  // each message ends with a NUL
+};
 
 // Truncates toward zero; -2147483648 for what is out of range and for NaN.
 std::int32_t TruncateToInteger(double value) noexcept;

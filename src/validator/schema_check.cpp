@@ -20,12 +20,6 @@ using ZEL_T_NMT::SharedBuffers;
 
 namespace {
 
-// In the order in which they are made known.
-constexpr Keyword kBuiltinTypes[] = {
-    Keyword::kAny,       Keyword::kBool,          Keyword::kInt,           Keyword::kReal,
-    Keyword::kString,    Keyword::kUnicodeString, Keyword::kBinData,       Keyword::kRawPtr,
-    Keyword::kZELObjRef, Keyword::kQXBaseObjRef,  Keyword::kZELErrorObjRef};
-
 CPOSDict ParseMetaSchema() {
   const ZELInstance parsed =
       Require(ZEL_T_NMT::POSStatics()).CreateFromText(kMetaSchemaText, nullptr);
@@ -37,9 +31,7 @@ CPOSDict ParseMetaSchema() {
 CPOSDict KnownTypes(const CPOSObject& schema) {
   CPOSDict known = CPOSDict::New();
   const CPOSObject present = CPOSNumber::New(1.0);
-  for (const Keyword type : kBuiltinTypes) {
-    known.Put(kKeywordTexts[static_cast<std::uint32_t>(type)], present);
-  }
+  for (const BuiltinType& type : kBuiltinTypes) known.Put(TextOf(type.word), present);
   if (CPOSDict::Is(schema.Handle())) {
     for (const CPOSDictIterator types(schema); !types.IsDone(); types.Next()) {
       known.Put(types.CurKey(), present);

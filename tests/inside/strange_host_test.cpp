@@ -1,6 +1,8 @@
 // Hosts and neighbours that do what few of them will: start and stop out of turn, call after the
 // stop, offer instances that are POS objects by their methods alone, or have nothing where
 // something should be.
+#include <deque>
+
 #include "frame/core/core_interfaces.h"
 #include "frame/core/error.h"
 #include "support.h"
@@ -303,6 +305,38 @@ TEST_F(StrangeHostTest, ABufferWithoutBytesIsNoBuffer) {
   EXPECT_EQ(procs.binData.GetSize(empty), 0u);
   EXPECT_EQ(host.TakeReports(), Reports());
   procs.containers.DeleteUnownedContainer(empty);
+}
+
+std::deque<std::string> g_copies;
+const char* CopyText(ZELStringAtom atom) {
+  return g_copies.emplace_back(g_getCString(atom)).c_str();
+}
+
+TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddress) {
+  g_getCString =
+      host.Find<ZELGetCStringProc>(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc");
+  Replace(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc", &CopyText);
+  Start();
+  const zeltest::Procedures procs(host);
+  std::vector<ZELInstance> kept;
+  const auto keep = [&](ZELInstance instance) {
+    procs.containers.AddRef(instance);
+    return kept.emplace_back(instance);
+  };
+  const ZELInstance schema = keep(procs.statics.CreateFromText(
+      "<T <category dict required <a int b bool c C>> C <category string oneof [x y]>>", nullptr));
+  const ZELInstance value = keep(procs.statics.CreateFromText("<a 1 b true c y>", nullptr));
+  const ZELInstance validator = keep(procs.structValidators.NewPOSStructValidator(schema));
+  for (const char* name : {"T", "any"}) {
+    const ZELStringAtom type = procs.atoms.NewStringAtom(name);
+    EXPECT_EQ(procs.validators.Validate(validator, value, type, nullptr), 1);
+    procs.atoms.DeleteStringAtom(type);
+  }
+  EXPECT_EQ(procs.structValidators.ValidateSchema(schema, nullptr), 1);
+  for (const ZELInstance instance : kept) procs.containers.Release(instance);
+  EXPECT_EQ(host.TakeReports(), Reports());
+  host.Stop();
+  g_copies.clear();
 }
 
 }  // namespace

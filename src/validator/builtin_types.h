@@ -1,0 +1,32 @@
+// The types that every schema has.
+#pragma once
+
+#include "validator/keywords.h"
+#include "validator/messages.h"
+#include "zelutils/types.h"
+
+namespace NPOSValidatorImpl {
+
+// One row per type: a value of another kind is told `wrongKind`; one of the right kind may still
+// not be acceptable, which `mismatch` tells with a message of its own.
+struct BuiltinType {
+  Keyword word;
+  bool (*isOfKind)(ZELInstance value);
+  const char* wrongKind;
+  const char* (*mismatch)(ZELInstance value);
+};
+
+// In the order in which the schema language lists them.
+inline constexpr std::size_t kBuiltinTypeCount = 11;
+extern const BuiltinType kBuiltinTypes[kBuiltinTypeCount];
+
+// Null for any other word.
+const BuiltinType* FindBuiltinType(Keyword word) noexcept;
+
+// The message about a value that the type does not accept; else null.
+inline const char* FindMismatch(const BuiltinType& type, ZELInstance value) {
+  if (!type.isOfKind(value)) return type.wrongKind;
+  return type.mismatch == nullptr ? nullptr : type.mismatch(value);
+}
+
+}  // namespace NPOSValidatorImpl
