@@ -69,8 +69,9 @@ TEST_F(ToolTest, GetPrintsWhatIsThere) {
     const char* printed;
   } rows[] = {
       {"n", "100000\n"},
-      {"tiny", "1.5e-09\n"},
-      {"big", "1e+24\n"},
+      {"tiny", "0.0000000015\n"},
+      {"big", "999999999999999983222784\n"},
+      {"list[1]", "-2.5\n"},
       {"s", "a)b\\\n"},
       {"u", "\u00e9\u4e2d\U0001F600\uFFFD\n"},
       {"list", "[1 -2.5 (x y) (a\\)) word () [] <>]\n"},
@@ -89,6 +90,12 @@ TEST_F(ToolTest, GetPrintsWhatIsThere) {
   const std::string printed = Run({"get", "-", "all"}, "<all " + text + ">").out;
   EXPECT_EQ(Run({"get", "-", "all"}, "<all " + printed + ">").out, printed);
   EXPECT_EQ(Run({"convert", "-"}, printed).out, Run({"convert", "-"}, text).out);
+  // A number that stands alone can be read again wherever the syntax has a form for it.
+  for (const char* number : {"1e23", "1e-23", "-1.7976931348623157e98", "4.9e-90"}) {
+    const std::string stored = "POSStreamerTypeA_Version1.0 #" + std::string(number) + ' ';
+    const std::string shown = Run({"get", "-", ""}, stored).out;
+    EXPECT_EQ(Run({"convert", "-"}, shown).out, Run({"convert", "-"}, stored).out) << shown;
+  }
 }
 
 TEST_F(ToolTest, GetPrintsBinaryData) {
@@ -141,6 +148,13 @@ TEST_F(ToolTest, AnOutputIsReplacedAsAWholeOrNotAtAll) {
   EXPECT_EQ(Contents(Path("new")), "POSStreamerTypeA_Version1.0 #2 ");
   EXPECT_TRUE(fs::is_symlink(Path("link")) && fs::remove(Path("link")));
 #endif
+  EXPECT_EQ(Run({"convert", "-", "-o", "-"}, "1").out, Contents(output)) << "standard output";
+#if !defined(_WIN32)
+  // No folder for temporary files is needed.
+  const std::string command = "TMPDIR=/nowhere " ZEL_TOOL_PATH " convert -o " + output + " -";
+  EXPECT_EQ(std::system(("echo 3 | " + command).c_str()), 0);
+  EXPECT_EQ(Contents(output), "POSStreamerTypeA_Version1.0 #3 ");
+#endif
   EXPECT_EQ(folder_.Names().size(), 6u) << "out, new, folder, and the three of Run";
 }
 
@@ -151,9 +165,9 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
   const std::string schema = folder + "document.schema.pos";
   const std::string document = folder + "document.pos";
   const std::string twoMessages =
-      "<stdin>: a?b (key, type != Permission): String is not one of the enumerated values\n"
-      "<stdin>: copy (value, type != bool): BOOL was a number unequal to zero or one\n";
-  const std::string noMessage = one + ": rejected without a message\n";
+      "<stdin>:1:2: a\\nb: String is not one of the enumerated values\n"
+      "<stdin>:2:11: copy: BOOL was a number unequal to zero or one\n";
+  const std::string noMessage = one + ":1:1: rejected without a message\n";
   const struct {
     std::vector<std::string> arguments;
     std::string input;
@@ -172,14 +186,25 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {{"get", "-"}, "", 2, "get takes a file and a path"},
       {{"get", Path("none"), "a"}, "", 2, "none: No such file or directory"},
       {{"get", "-", "a.b[3]"}, "<a <b [1]>>", 1, "<stdin>: nothing at \"a.b[3]\""},
-      {{"get", "-", "a"}, "[1]", 2, "<stdin>: a path starts at a dictionary, and this is an array"},
+      {{"get", "-", "a"}, "[1]", 1, "<stdin>: nothing at \"a\""},
+      {{"get", "-", "[1].x"}, "[0 <x 7>]", 0, "", "7\n"},
+      {{"get", "-", "(a.b)[0].()"}, "<(a.b) [<() 7>]>", 0, "", "7\n"},
+      {{"get", "-", "a]b"}, "<(a]b) 7>", 0, "", "7\n"},
+      {{"get", "-", "a[x]"}, "<a [1]>", 2, "\"a[x]\" is no path"},
       {{"get", "-", "a"}, nul, 2, "<stdin>:1:4: the text holds a NUL"},
       {{"check-schema"}, "", 2, "check-schema takes a schema"},
       {{"check-schema", schema}, "", 0, ""},
-      {{"check-schema", "-"}, "[]", 1, "", "<stdin>: Dict object expected\n"},
+      {{"check-schema", "-"}, "[]", 1, "", "<stdin>:1:1: Dict object expected\n"},
       {{"validate", "-", "T"}, "", 2, "validate takes a schema, a type and a file"},
       {{"validate", "-", "T", "-"}, "", 2, "cannot hold both the schema and the value"},
       {{"validate", "-", "T", one}, "<T <category objref>>", 2, "one: Unknown category in schema"},
+      {{"validate", "-", "U", one}, "<T <category int>>", 2, "<stdin>: no type \"U\""},
+      {{"validate", "-", "int", one}, "<T <category int>>", 0, ""},
+      {{"validate", "-", "T", one}, "[]", 2, "<stdin>:1:1: Dict object expected"},
+      {{"validate", "-", "T", one},
+       "<T <category int\n min (2)>>",
+       2,
+       "<stdin>:2:6: T.min: Not a valid union type: Trying IntDefn"},
       {{"validate", schema, "Document", document}, "", 0, ""},
       {{"validate", schema, "Document", "-"}, Run({"convert", document}).out, 0, ""},
       {{"validate", schema, "Permissions", "-"}, "<(a\nb) 1 copy 2>", 1, "", twoMessages},
@@ -194,6 +219,12 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
   }
   const std::string broken = Run({"validate", schema, "Document", folder + "broken.pos"}).out;
   EXPECT_EQ(std::count(broken.begin(), broken.end(), '\n'), 22) << broken;
+#if defined(__linux__)
+  for (const char* argument : {"--help", "--version"}) {
+    const std::string command = std::string(ZEL_TOOL_PATH) + ' ' + argument + " >/dev/full 2>&1";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 2) << argument;
+  }
+#endif
   EXPECT_EQ(Run({"--help"}).status, 0);
   EXPECT_EQ(Run({"--version"}).out, "zelpos 1.1.1, ZELUtils library 1.1.1\n");
 }
@@ -224,6 +255,11 @@ TEST_F(ToolTest, ParseErrorsAreShownWhereTheyAre) {
       {"[(a(b)c)]", "1:8: unexpected \")\"; inside a string"},
       {"[1\n\u00e9]", "2:1: unexpected \"\u00e9\"\n  \u00e9]\n  ^\n"},
       {"[\x80\x07]", "1:2: unexpected byte 0x80"},
+      {"\xEF\xBB\xBF<a 1>",
+       "1:1: unexpected byte order mark; save the text as UTF-8 without one\n"},
+      {"[\xEF\xBB\xBF]", "1:2: unexpected byte order mark"},
+      {"<(\x1B[31m\xC2\x9B) 1 a>",
+       "1:15: unexpected \">\": the key \"a\" has no value\n  <(\\x1B[31m\\u{9B}) 1 a>\n"},
       {"1e5", "1:2: unexpected \"e\" after the value\n  1e5\n   ^\n"},
       {"[a\r\n" + longWord + "\r\n]",
        "2:1: string too long: 101 characters, where 100 are allowed"},
@@ -241,5 +277,54 @@ TEST_F(ToolTest, ParseErrorsAreShownWhereTheyAre) {
     EXPECT_EQ(outcome.out, "");
   }
 }
+
+TEST_F(ToolTest, AnUnknownVersionIsNoText) {
+  for (const char* version : {"POSStreamerTypeA_Version2.0", "POSStreamerTypeB_Version1.0"}) {
+    const Outcome outcome = Run({"convert", "-"}, std::string("  ") + version + " <>");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "<stdin>: unknown stream version \"" + std::string(version) +
+                               "\"; this is POSStreamerTypeA_Version1.0\n");
+  }
+  EXPECT_EQ(Run({"get", "-", ""}, "POSStreamer\n").out, "POSStreamer\n");
+}
+
+#if defined(__linux__)
+TEST_F(ToolTest, FindsTheLibraryWhereItIsInstalled) {
+  for (const char* const library : {"bin", "lib", "lib64", ZEL_MULTIARCH}) {
+    const fs::path root = Path("root");
+    fs::create_directories(root / "usr/bin");
+    fs::create_directories(root / "usr" / library);
+    fs::copy(ZEL_TOOL_PATH, root / "usr/bin/zelpos");
+    fs::copy(ZEL_LIBRARY_PATH, root / "usr" / library / fs::path(ZEL_LIBRARY_PATH).filename());
+    const std::string command = (root / "usr/bin/zelpos").string() + " --version >/dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0) << library;
+    fs::remove_all(root);
+  }
+}
+
+// What a program writes when its output is a terminal.
+TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
+  const std::string file =
+      File("hostile", "<key (\x1B]0;title\x07\x9B\xE2\x80\xAE) (\x1B[2J) 1 n 2>");
+  const auto shown = [this](const std::string& arguments) {
+    const std::string command = "script -qec '" ZEL_TOOL_PATH " " + arguments + "' /dev/null >" +
+                                Path(".out") + " 2>&1 </dev/null";
+    EXPECT_NE(std::system(command.c_str()), -1);
+    return Contents(Path(".out"));
+  };
+  for (const std::string arguments :
+       {"get hostile key", "get hostile \"\"", "get hostile n[0]", "validate hostile int hostile",
+        "validate hostile (a hostile"}) {
+    std::string command = arguments;
+    for (std::size_t i = 0; (i = command.find("hostile", i)) != command.npos; i += file.size()) {
+      command.replace(i, 7, file);
+    }
+    for (const char c : shown(command)) {
+      EXPECT_TRUE(c == '\r' || c == '\n' || static_cast<unsigned char>(c) >= ' ') << arguments;
+    }
+  }
+  EXPECT_EQ(shown("get " + file + " key"), "\\x1B]0;title\\x07\\x9B\\u{202E}\r\n");
+}
+#endif
 
 }  // namespace

@@ -1,14 +1,12 @@
 // zelpos convert: any input into the stream format.
-//
-// A file is written in two steps. The first, which can fail for the value's sake, goes through a
-// temporary-file stream; only what is complete there comes near the file.
 #include <cstddef>
-#include <vector>
+#include <utility>
 
+#include "byte_streams.h"
 #include "commands.h"
+#include "document.h"
 #include "files.h"
 #include "held_signals.h"
-#include "input.h"
 #include "replacement.h"
 #include "session.h"
 
@@ -17,7 +15,7 @@ namespace {
 
 struct Options {
   std::string input;
-  std::string output;  // empty: standard output
+  std::string output;  // "-" or empty: standard output
 };
 
 Options ReadOptions(const Arguments& arguments) {
@@ -42,31 +40,28 @@ Options ReadOptions(const Arguments& arguments) {
   return options;
 }
 
-template <typename Sink>
-void Copy(zelutils::Stream from, Sink sink) {
-  std::vector<std::byte> block(std::size_t{1} << 16);
-  while (const std::uint32_t count = from.Read(block)) {
-    sink(std::string_view(reinterpret_cast<const char*>(block.data()), count));
+// Writes the value to where `take` puts bytes.
+void Serialize(const zelutils::Client& client, const zelutils::Value& value, ByteSink::Take take) {
+  ByteSink sink(std::move(take));
+  const zelutils::Stream stream = sink.Open(client);
+  try {
+    zelutils::Streamer(client).Serialize(stream, value);
+  } catch (const zelutils::Error&) {
+    sink.Rethrow();
+    throw;
   }
+  sink.Flush();
 }
 
 void WriteTo(const std::string& file, const zelutils::Client& client,
              const zelutils::Value& value) {
   const HeldSignals signals;
-  zelutils::Stream stored = client.NewTempFileStream("zelpos", "tmp", "wb");
-  zelutils::Streamer(client).Serialize(stored, value);
   Replacement output(file);
-  Copy(stored.CreateIndependent(), [&](std::string_view bytes) {
+  Serialize(client, value, [&output](std::string_view bytes) {
     HeldSignals::Check();
     output.Write(bytes);
   });
   output.Commit();
-}
-
-void WriteToStandardOutput(const zelutils::Client& client, const zelutils::Value& value) {
-  zelutils::Stream stored = client.NewMemoryStream();
-  zelutils::Streamer(client).Serialize(stored, value);
-  Copy(stored.CreateIndependent(), WriteStandardOutput);
 }
 
 }  // namespace
@@ -74,15 +69,16 @@ void WriteToStandardOutput(const zelutils::Client& client, const zelutils::Value
 int Convert(const Arguments& arguments) {
   const Options options = ReadOptions(arguments);
   const Session session;
-  const zelutils::Value value = ReadValue(session.client, options.input);
-  if (options.output.empty()) {
-    WriteToStandardOutput(session.client, value);
-    return kDone;
-  }
+  const Document document = ReadDocument(session.client, options.input);
+  const bool toFile = !options.output.empty() && options.output != "-";
   try {
-    WriteTo(options.output, session.client, value);
+    if (toFile) {
+      WriteTo(options.output, session.client, document.value);
+    } else {
+      Serialize(session.client, document.value, WriteStandardOutput);
+    }
   } catch (const zelutils::Error& error) {
-    throw FileError(options.output + ": not written: " + error.what());
+    throw FileError((toFile ? options.output : "<stdout>") + ": not written: " + error.what());
   }
   return kDone;
 }

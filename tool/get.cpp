@@ -2,9 +2,12 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "document.h"
 #include "files.h"
-#include "input.h"
+#include "path.h"
+#include "platform.h"
 #include "print.h"
+#include "printable.h"
 #include "session.h"
 
 namespace zelpos {
@@ -14,18 +17,17 @@ int Get(const Arguments& arguments) {
   const std::string& file = arguments[0];
   const std::string& path = arguments[1];
 
+  const std::optional<zelutils::PathSteps> steps = ParsePath(path);
+  if (!steps) throw UsageError("\"" + path + "\" is no path");
   const Session session;
-  const zelutils::Value root = ReadValue(session.client, file);
-  if (!root.Is<zelutils::Dict>()) {
-    throw FileError(DisplayName(file) + ": a path starts at a dictionary, and this is " +
-                    KindOf(root));
-  }
-  const zelutils::Value found = root.As<zelutils::Dict>().DeepGet(path);
+  const Document document = ReadDocument(session.client, file);
+  const zelutils::Value found = Follow(document.value, *steps);
   if (!found) {
-    std::fprintf(stderr, "%s: nothing at \"%s\"\n", DisplayName(file).c_str(), path.c_str());
+    std::fprintf(stderr, "%s: nothing at \"%s\"\n", document.name.c_str(), Printable(path).c_str());
     return kNotThere;
   }
-  WriteStandardOutput(Print(found));
+  const std::string printed = Print(found);
+  WriteStandardOutput(IsTerminal(stdout) ? PrintableLines(printed) : printed);
   return kDone;
 }
 

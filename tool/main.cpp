@@ -1,10 +1,13 @@
 // zelpos: POS values at the command line.
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
 
 #include "commands.h"
+#include "files.h"
+#include "printable.h"
 #include "session.h"
 
 namespace zelpos {
@@ -24,21 +27,27 @@ constexpr Command kCommands[] = {
     {"validate", "SCHEMA TYPE FILE", "print why the value in FILE is not of the type", Validate},
 };
 
-void PrintHelp(std::FILE* out) {
-  std::fputs("usage: zelpos COMMAND ARGUMENTS\n\n", out);
+std::string Help() {
+  std::string help = "usage: zelpos COMMAND ARGUMENTS\n\n";
+  const auto column = [](std::string text, std::size_t width) {
+    text.resize(std::max(width, text.size()), ' ');
+    return text;
+  };
   for (const Command& command : kCommands) {
-    std::fprintf(out, "  %-12s %-16s  %s\n", command.name, command.arguments, command.purpose);
+    help +=
+        "  " + column(command.name, 13) + column(command.arguments, 18) + command.purpose + '\n';
   }
-  std::fputs(
-      "\n"
-      "  --help                         print this help\n"
-      "  --version                      print the versions of the tool and of the library\n"
-      "\n"
-      "FILE and SCHEMA hold a POS text or a stored stream; - is standard input. OUT is replaced\n"
-      "only when all went well. Messages about a value or schema come as lines \"file: message\".\n"
-      "\n"
-      "Exit status: 0 done or valid, 1 not valid or nothing at PATH, 2 trouble.\n",
-      out);
+  return help +
+         "\n"
+         "  --help                         print this help\n"
+         "  --version                      print the versions of the tool and of the library\n"
+         "\n"
+         "FILE and SCHEMA hold a POS text or a stored stream; - is standard input. OUT is "
+         "replaced\n"
+         "only when all went well. Messages about a value or schema come as lines\n"
+         "\"file:line:column: path: message\".\n"
+         "\n"
+         "Exit status: 0 done or valid, 1 not valid or nothing at PATH, 2 trouble.\n";
 }
 
 std::string VersionText(std::uint32_t version) {
@@ -48,14 +57,14 @@ std::string VersionText(std::uint32_t version) {
 
 void PrintVersion() {
   const Session session;
-  std::printf("zelpos %s, ZELUtils library %s\n", VersionText(ZELUTILS_VERSION).c_str(),
-              VersionText(session.host.LibraryVersion()).c_str());
+  WriteStandardOutput("zelpos " + VersionText(ZELUTILS_VERSION) + ", ZELUtils library " +
+                      VersionText(session.host.LibraryVersion()) + '\n');
 }
 
 int Run(const Arguments& words) {
   if (words.empty()) throw UsageError("a command is missing");
   if (words.front() == "--help") {
-    PrintHelp(stdout);
+    WriteStandardOutput(Help());
     return kDone;
   }
   if (words.front() == "--version") {
@@ -65,7 +74,7 @@ int Run(const Arguments& words) {
   for (const Command& command : kCommands) {
     if (words.front() == command.name) return command.run({words.begin() + 1, words.end()});
   }
-  throw UsageError("there is no command \"" + words.front() + '"');
+  throw UsageError("there is no command \"" + Printable(words.front()) + '"');
 }
 
 }  // namespace

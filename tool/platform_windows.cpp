@@ -41,8 +41,16 @@ std::FILE* CreateNew(const std::filesystem::path& path, Access) {
   return file;
 }
 
+bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
+
 void MakeBinary(std::FILE* file) { _setmode(_fileno(file), _O_BINARY); }
 
 bool WriteThrough(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
+
+// A view of a file ends with its last page, so that a NUL can stand behind it in most sizes only:
+// there files are read.
+Mapping MapFile(const std::filesystem::path&) { return {}; }
+void UnmapFile(const Mapping&) noexcept {}
+void RelaxMapping(const Mapping&) noexcept {}
 
 }  // namespace zelpos

@@ -30,20 +30,17 @@ std::string Digits(double number, std::chars_format format) {
   return {digits.data(), end};
 }
 
-// Without an exponent where that stays readable.
+// Without an exponent, which the text syntax does not have, where that is short enough for it.
 std::string NumberAlone(double number) {
-  const double size = std::fabs(number);
-  const bool plain = size == 0 || (size >= 1e-6 && size < 1e21);
-  return Digits(number, plain ? std::chars_format::fixed : std::chars_format::scientific);
+  std::string plain = Digits(number, std::chars_format::fixed);
+  return plain.size() <= kLongestNumber ? plain : Digits(number, std::chars_format::scientific);
 }
 
-// The text syntax has no exponents, no infinity and no NaN.
+// The text syntax has no infinity and no NaN either.
 std::string NumberInText(double number) {
-  if (std::isfinite(number)) {
-    std::string plain = Digits(number, std::chars_format::fixed);
-    if (plain.size() <= kLongestNumber) return plain;
-  }
-  return "{number " + NumberAlone(number) + '}';
+  std::string digits = NumberAlone(number);
+  const bool isText = std::isfinite(number) && digits.find('e') == digits.npos;
+  return isText ? digits : "{number " + digits + '}';
 }
 
 bool IsBareWord(std::string_view text) {

@@ -1,31 +1,74 @@
 // zelpos validate and zelpos check-schema: what is wrong with a value or a schema.
-#include <algorithm>
+#include <cstdio>
 
 #include "commands.h"
+#include "document.h"
 #include "files.h"
-#include "input.h"
+#include "finding.h"
+#include "path.h"
+#include "printable.h"
 #include "session.h"
 
 namespace zelpos {
 namespace {
 
-// A message shows parts of the value and the schema as they are, line ends included.
-std::string OnOneLine(std::string message) {
-  std::replace_if(
-      message.begin(), message.end(), [](char c) { return c == '\n' || c == '\r'; }, '?');
-  return message;
+// Lines "file:line:column: path: message" for what a check found in a document; without line and
+// column where it is no text.
+std::string Lines(const Document& document, const std::vector<std::string>& messages) {
+  zelutils::TextPlaces places;
+  std::vector<Finding> findings;
+  for (const std::string& message : messages) {
+    findings.push_back(Understand(document.value, message));
+    places.Add(findings.back().path);
+  }
+  const std::string_view text = document.content.View();
+  if (document.format == Format::kText) places.Find(text);
+  const zelutils::TextLines lines(text);
+
+  std::string shown;
+  for (std::size_t i = 0; i < findings.size(); ++i) {
+    shown += document.name + ':';
+    if (const auto& place = places[i]) {
+      const bool atKey = findings[i].isAboutKey && place->key;
+      shown += lines.Locate(atKey ? *place->key : place->begin).ToString() + ':';
+    }
+    const std::string path = ShowPath(findings[i].path);
+    shown += (path.empty() ? "" : ' ' + Printable(path) + ':') + ' ' +
+             Printable(findings[i].message) + '\n';
+  }
+  return shown;
 }
 
-// Prints the messages that a check of a file gives.
-template <typename Check>
-int Report(const std::string& file, Check check) {
-  const std::string name = DisplayName(file);
-  std::string lines;
+std::vector<std::string> CheckedSchema(const zelutils::Client& client, const Document& schema) {
   try {
-    for (const std::string& message : check()) lines += name + ": " + OnOneLine(message) + '\n';
+    return zelutils::Validator::ValidateSchema(client, schema.value);
   } catch (const zelutils::Error& error) {
-    throw FileError(name + ": " + error.what());
+    throw FileError(schema.name + ": " + Printable(error.what()));
   }
+}
+
+bool IsBuiltIn(const std::string& type) {
+  for (const char* name : {"any", "bool", "int", "real", "string", "unicodestring", "bindata",
+                           "rawptr", "zelobjref", "qxbaseobjref", "zelerrorobjref"}) {
+    if (type == name) return true;
+  }
+  return false;
+}
+
+// A schema with faults accepts what it should not: it is no schema to check anything with.
+void Require(const zelutils::Client& client, const Document& schema, const std::string& type) {
+  const std::vector<std::string> faults = CheckedSchema(client, schema);
+  if (!faults.empty()) {
+    std::string lines = Lines(schema, faults);
+    lines.pop_back();
+    throw FileError(lines);
+  }
+  if (!IsBuiltIn(type) && !schema.value.As<zelutils::Dict>().Contains(type)) {
+    throw FileError(schema.name + ": no type \"" + Printable(type) + '"');
+  }
+}
+
+int Report(const std::string& lines) {
   WriteStandardOutput(lines);
   return lines.empty() ? kDone : kNotValid;
 }
@@ -35,24 +78,26 @@ int Report(const std::string& file, Check check) {
 int CheckSchema(const Arguments& arguments) {
   if (arguments.size() != 1) throw UsageError("check-schema takes a schema");
   const Session session;
-  const zelutils::Value schema = ReadValue(session.client, arguments[0]);
-  return Report(arguments[0],
-                [&] { return zelutils::Validator::ValidateSchema(session.client, schema); });
+  const Document schema = ReadDocument(session.client, arguments[0]);
+  return Report(Lines(schema, CheckedSchema(session.client, schema)));
 }
 
 int Validate(const Arguments& arguments) {
   if (arguments.size() != 3) throw UsageError("validate takes a schema, a type and a file");
-  const std::string& schemaFile = arguments[0];
   const std::string& type = arguments[1];
-  const std::string& file = arguments[2];
-  if (schemaFile == "-" && file == "-") {
+  if (arguments[0] == "-" && arguments[2] == "-") {
     throw UsageError("standard input cannot hold both the schema and the value");
   }
   const Session session;
-  const zelutils::Value schema = ReadValue(session.client, schemaFile);
-  const zelutils::Value value = ReadValue(session.client, file);
-  return Report(file,
-                [&] { return zelutils::Validator(session.client, schema).Validate(value, type); });
+  const Document schema = ReadDocument(session.client, arguments[0]);
+  Require(session.client, schema, type);
+  const Document document = ReadDocument(session.client, arguments[2]);
+  try {
+    const zelutils::Validator validator(session.client, schema.value);
+    return Report(Lines(document, validator.Validate(document.value, type)));
+  } catch (const zelutils::Error& error) {
+    throw FileError(document.name + ": " + Printable(error.what()));
+  }
 }
 
 }  // namespace zelpos
