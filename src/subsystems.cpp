@@ -7,12 +7,17 @@
 
 namespace ZEL_T_NMT {
 
-const Subsystem* const kSubsystems[] = {
+namespace {
+
+constexpr const Subsystem* kAll[] = {
     &NPOSObjectImpl::kSubsystem,
     &NPOSStreamerImpl::kSubsystem,
     &NPOSValidatorImpl::kSubsystem,
     &NFileUtilsImpl::kSubsystem,
-    nullptr,
 };
+
+}  // namespace
+
+constinit const std::span<const Subsystem* const> kSubsystems = kAll;
 
 }  // namespace ZEL_T_NMT

@@ -15,6 +15,78 @@ using zelhost::BindingEvent;
 using zelhost::Host;
 using zelhost::Service;
 
+struct Triple {
+  const char* interfaceName;
+  const char* method;
+  const char* procType;
+};
+
+// What the library registers, in this order.
+constexpr Triple kRegistrations[] = {
+    {"POSObjectInterface", "Clone", "POSObjectCloneProc"},
+    {"POSObjectInterface", "IsEqual", "POSObjectIsEqualProc"},
+    {"POSObjectInterface", "GetType", "POSObjectGetTypeProc"},
+    {"POSObjectStatics", "DebugDump", "POSObjectDebugDumpProc"},
+    {"POSObjectStatics", "DebugDumpWithHeader", "POSObjectDebugDumpWithHeaderProc"},
+    {"POSObjectStatics", "DebugDumpRewind", "POSObjectDebugDumpRewindProc"},
+    {"POSObjectStatics", "CreateFromText", "POSObjectCreateFromTextProc"},
+    {"POSNumberInterface", "NewPOSNumber", "POSNumberNewPOSNumberProc"},
+    {"POSNumberInterface", "IsPOSNumber", "POSNumberIsPOSNumberProc"},
+    {"POSNumberInterface", "Get", "POSNumberGetProc"},
+    {"POSStringInterface", "NewPOSString", "POSStringNewPOSStringProc"},
+    {"POSStringInterface", "IsPOSString", "POSStringIsPOSStringProc"},
+    {"POSStringInterface", "Get", "POSStringGetProc"},
+    {"POSUnicodeStringInterface", "NewPOSUnicodeString", "POSUnicodeStringNewPOSUnicodeStringProc"},
+    {"POSUnicodeStringInterface", "IsPOSUnicodeString", "POSUnicodeStringIsPOSUnicodeStringProc"},
+    {"POSUnicodeStringInterface", "Get", "POSUnicodeStringGetProc"},
+    {"POSBinDataInterface", "NewPOSBinData", "POSBinDataNewPOSBinDataProc"},
+    {"POSBinDataInterface", "IsPOSBinData", "POSBinDataIsPOSBinDataProc"},
+    {"POSBinDataInterface", "GetTypeName", "POSBinDataGetTypeNameProc"},
+    {"POSBinDataInterface", "GetBinData", "POSBinDataGetBinDataProc"},
+    {"POSBinDataInterface", "GetSize", "POSBinDataGetSizeProc"},
+    {"POSRawPointerInterface", "NewPOSRawPointer", "POSRawPointerNewPOSRawPointerProc"},
+    {"POSRawPointerInterface", "IsPOSRawPointer", "POSRawPointerIsPOSRawPointerProc"},
+    {"POSRawPointerInterface", "GetRawPointer", "POSRawPointerGetRawPointerProc"},
+    {"POSRawPointerInterface", "GetReleaseProc", "POSRawPointerGetReleaseProcProc"},
+    {"POSArrayInterface", "NewPOSArray", "POSArrayNewPOSArrayProc"},
+    {"POSArrayInterface", "IsPOSArray", "POSArrayIsPOSArrayProc"},
+    {"POSArrayInterface", "GetAt", "POSArrayGetAtProc"},
+    {"POSArrayInterface", "Count", "POSArrayCountProc"},
+    {"POSArrayInterface", "SetAt", "POSArraySetAtProc"},
+    {"POSArrayInterface", "Append", "POSArrayAppendProc"},
+    {"POSArrayInterface", "Remove", "POSArrayRemoveProc"},
+    {"POSDictInterface", "NewPOSDict", "POSDictNewPOSDictProc"},
+    {"POSDictInterface", "IsPOSDict", "POSDictIsPOSDictProc"},
+    {"POSDictInterface", "Get", "POSDictGetProc"},
+    {"POSDictInterface", "DeepGet", "POSDictDeepGetProc"},
+    {"POSDictInterface", "Put", "POSDictPutProc"},
+    {"POSDictInterface", "Remove", "POSDictRemoveProc"},
+    {"POSDictIteratorInterface", "NewPOSDictIterator", "POSDictIteratorNewPOSDictIteratorProc"},
+    {"POSDictIteratorInterface", "Begin", "POSDictIteratorBeginProc"},
+    {"POSDictIteratorInterface", "Next", "POSDictIteratorNextProc"},
+    {"POSDictIteratorInterface", "IsDone", "POSDictIteratorIsDoneProc"},
+    {"POSDictIteratorInterface", "CurKey", "POSDictIteratorCurKeyProc"},
+    {"POSStreamerInterface", "NewPOSStreamer", "POSStreamerNewPOSStreamerProc"},
+    {"POSStreamerInterface", "Serialize", "POSStreamerSerializeProc"},
+    {"POSStreamerInterface", "Deserialize", "POSStreamerDeserializeProc"},
+    {"POSValidatorInterface", "Validate", "POSValidatorValidateProc"},
+    {"POSStructValidatorInterface", "NewPOSStructValidator",
+     "POSStructValidatorNewStructValidatorProc"},
+    {"POSStructValidatorInterface", "RegisterCallbackProc",
+     "POSStructValidatorRegisterCallbackProc"},
+    {"POSStructValidatorInterface", "ValidateSchema", "POSStructValidatorValidateSchemaProc"},
+    {"ZELUtilsDirInterface", "GetTempDir", "ZELUtilsDirGetTempDir"},
+    {"ZELUtilsDirInterface", "GetCurrent", "ZELUtilsDirGetCurrent"},
+    {"ZELUtilsDirInterface", "NewZELUtilsDir", "ZELUtilsDirNewZELUtilsDir"},
+    {"ZELUtilsDirInterface", "FileExists", "ZELUtilsDirFileExists"},
+    {"ZELUtilsDirInterface", "Delete", "ZELUtilsDirDelete"},
+    {"ZELUtilsDirInterface", "Rename", "ZELUtilsDirRename"},
+    {"ZELUtilsDirInterface", "GetFilePathSpec", "ZELUtilsDirGetFilePathSpec"},
+    {"ZELUtilsDirInterface", "CreateUniqueFilename", "ZELUtilsDirCreateUniqueFilename"},
+    {"ZELUtilsTempFileStreamFactory", "NewTempFileStream",
+     "_ZELUtilsNewTempFileStreamProc_NewTempFileStream"},
+};
+
 // The interfaces in the order of their withdrawal.
 const std::vector<std::string> kWithdrawals = {
     ZEL_UTILS_DIR_INTERFACE,
@@ -70,10 +142,9 @@ TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
   EXPECT_EQ(Names(events, BindingEvent::Kind::kLookup, true), lookups);
 
   std::vector<std::string> registrations;
-#define APPEND(name, interfaceName, METHODS) \
-  for (const std::string& triple : TRIPLES(interfaceName, METHODS)) registrations.push_back(triple);
-  ZELTEST_LIBRARY_INTERFACES(APPEND)
-  EXPECT_EQ(registrations.size(), 59u);
+  for (const Triple& row : kRegistrations) {
+    registrations.push_back(std::string(row.interfaceName) + "." + row.method + "." + row.procType);
+  }
   EXPECT_EQ(Names(events, BindingEvent::Kind::kRegister, true), registrations);
   EXPECT_EQ(host.LibraryVersion(), 0x00010101u);
 

@@ -152,7 +152,7 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
   if (host.Lookup(name, #method, #procType) == nullptr) { \
     host.Register(name, #method, #procType, &NotCalled);  \
   }
-  ZELTEST_STREAM_METHODS(REGISTER_REST)
+  ZEL_STREAM_METHODS(REGISTER_REST)
   ZELInstance stream = nullptr;
   ASSERT_EQ(containers.NewFullContainer(&stream, &g_liar, Atom(name), nullptr, Atom(name), 0, 0, 0),
             nullptr);

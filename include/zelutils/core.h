@@ -398,6 +398,36 @@ typedef ZELProc ZELProgressUpdateProc;
   X(Release, ZELProgressReleaseProc)                     \
   X(Update, ZELProgressUpdateProc)
 
+/* ---- Lists --------------------------------------------------------------------------------- */
+
+/* All interfaces above that are registered by name: X(Name, interface name, method list). */
+#define ZEL_CORE_INTERFACES(X)                                               \
+  X(Memory, ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS)                        \
+  X(Atom, ZEL_STRING_INTERFACE, ZEL_STRING_METHODS)                          \
+  X(Error, ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS)                           \
+  X(Container, ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS)               \
+  X(SharedBuff, ZEL_SHARED_BUFF_INTERFACE, ZEL_SHARED_BUFF_METHODS)          \
+  X(StreamFactory, ZEL_STREAM_FACTORY_INTERFACE, ZEL_STREAM_FACTORY_METHODS) \
+  X(Cache, ZEL_CACHE_INTERFACE, ZEL_CACHE_METHODS)                           \
+  X(Filter, ZEL_FILTER_INTERFACE, ZEL_FILTER_METHODS)                        \
+  X(Progress, ZEL_PROGRESS_INTERFACE, ZEL_PROGRESS_METHODS)
+
+/* The families of methods that an instance may offer: X(Name, method list). */
+#define ZEL_STREAM_FAMILIES(X)                       \
+  X(SimpleStream, ZEL_SIMPLE_STREAM_METHODS)         \
+  X(RewindableStream, ZEL_REWINDABLE_STREAM_METHODS) \
+  X(PositionableStream, ZEL_POSITIONABLE_STREAM_METHODS)
+#define ZEL_DATA_STORE_FAMILIES(X)                \
+  X(DataStore, ZEL_DATA_STORE_METHODS)            \
+  X(SizedDataStore, ZEL_SIZED_DATA_STORE_METHODS) \
+  X(DataBlockStream, ZEL_DATA_BLOCK_STREAM_METHODS)
+
+/* All methods of a positionable stream instance, of the three stream families. */
+#define ZEL_STREAM_METHODS(X)      \
+  ZEL_SIMPLE_STREAM_METHODS(X)     \
+  ZEL_REWINDABLE_STREAM_METHODS(X) \
+  ZEL_POSITIONABLE_STREAM_METHODS(X)
+
 #ifdef __cplusplus
 }
 #endif

@@ -78,6 +78,12 @@ typedef ZELErrorObject (*_ZELUtilsNewTempFileStreamProc_NewTempFileStream)(ZELIn
 #define ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS(X) \
   X(NewTempFileStream, _ZELUtilsNewTempFileStreamProc_NewTempFileStream)
 
+/* In the order of registration: X(Name, interface name, methods). */
+#define ZEL_FILE_UTILS_INTERFACES(X)                           \
+  X(UtilsDir, ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS)  \
+  X(TempFileStreamFactory, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY, \
+    ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)
+
 #ifdef __cplusplus
 }
 #endif

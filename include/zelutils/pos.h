@@ -263,6 +263,19 @@ typedef const char *(*POSDictIteratorCurKeyProc)(ZELInstance iterator);
   X(IsDone, POSDictIteratorIsDoneProc)                         \
   X(CurKey, POSDictIteratorCurKeyProc)
 
+/* All interfaces above, in the order of their registration: X(Name, interface name, methods). */
+#define POS_INTERFACES(X)                                                    \
+  X(Object, POS_OBJECT_INTERFACE, POS_OBJECT_METHODS)                        \
+  X(ObjectStatics, POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS)           \
+  X(Number, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS)                        \
+  X(String, POS_STRING_INTERFACE, POS_STRING_METHODS)                        \
+  X(UnicodeString, POS_UNICODE_STRING_INTERFACE, POS_UNICODE_STRING_METHODS) \
+  X(BinData, POS_BIN_DATA_INTERFACE, POS_BIN_DATA_METHODS)                   \
+  X(RawPointer, POS_RAW_POINTER_INTERFACE, POS_RAW_POINTER_METHODS)          \
+  X(Array, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS)                           \
+  X(Dict, POS_DICT_INTERFACE, POS_DICT_METHODS)                              \
+  X(DictIterator, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS)
+
 #ifdef __cplusplus
 }
 #endif

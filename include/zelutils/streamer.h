@@ -39,6 +39,9 @@ typedef ZELInstance (*POSStreamerDeserializeProc)(ZELInstance streamer, ZELInsta
   X(Serialize, POSStreamerSerializeProc)           \
   X(Deserialize, POSStreamerDeserializeProc)
 
+/* In the order of registration: X(Name, interface name, methods). */
+#define POS_STREAMER_INTERFACES(X) X(Streamer, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS)
+
 #ifdef __cplusplus
 }
 #endif

@@ -61,6 +61,11 @@ typedef int32_t (*POSValidatorValidateProc)(ZELInstance validator, ZELInstance v
 
 #define POS_VALIDATOR_METHODS(X) X(Validate, POSValidatorValidateProc)
 
+/* In the order of registration: X(Name, interface name, methods). */
+#define POS_VALIDATOR_INTERFACES(X)                            \
+  X(Validator, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS) \
+  X(StructValidator, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS)
+
 #ifdef __cplusplus
 }
 #endif

@@ -41,6 +41,17 @@ int32_t ZELUtilsInitialize(ZELLookupProc lookup);
  */
 void ZELUtilsTerminate(void);
 
+/*
+ * All interfaces that the library registers, in that order: X(Name, interface name, method list).
+ * They are withdrawn by groups, the last group first; within a group in the order of its list, but
+ * for the validator's two, of which the struct validator goes first.
+ */
+#define ZEL_LIBRARY_INTERFACES(X) \
+  POS_INTERFACES(X)               \
+  POS_STREAMER_INTERFACES(X)      \
+  POS_VALIDATOR_INTERFACES(X)     \
+  ZEL_FILE_UTILS_INTERFACES(X)
+
 /* The three functions as types, for hosts that find them with the system's loader. */
 typedef uint32_t (*ZELUtilsGetVersionProc)(void);
 typedef int32_t (*ZELUtilsInitializeProc)(ZELLookupProc lookup);

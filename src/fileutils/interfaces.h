@@ -18,14 +18,11 @@ struct UtilsDirInterface {
   static void GetFilePathSpec(ZELStringAtom* result, ZELInstance directory, ZELStringAtom name);
   static void CreateUniqueFilename(ZELStringAtom* result, ZELInstance directory,
                                    ZELStringAtom prefix, ZELStringAtom extension);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(ZEL_UTILS_DIR_METHODS)];
 };
 
-struct TempFileStreamFactory {
+struct TempFileStreamFactoryInterface {
   static void NewTempFileStream(ZELInstance* result, const char* prefix, const char* extension,
                                 const char* mode);
-  static const ZEL_T_NMT::ExportEntry
-      kExports[ZEL_EXPORT_ENTRIES(ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)];
 };
 
 }  // namespace NFileUtilsImpl

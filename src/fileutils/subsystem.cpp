@@ -1,27 +1,17 @@
 #include "fileutils/subsystem.h"
 
 #include "fileutils/interfaces.h"
-#include "frame/link/binder_link.h"
 
 namespace NFileUtilsImpl {
 namespace {
 
-using ZEL_T_NMT::RegisterExports;
-using ZEL_T_NMT::ZELUnregisterInterface;
-
-bool RegisterInterfaces() {
-  return RegisterExports(UtilsDirInterface::kExports, ZEL_UTILS_DIR_INTERFACE) &&
-         RegisterExports(TempFileStreamFactory::kExports, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY);
-}
-
-// In the order of their registration.
-void UnregisterInterfaces() {
-  ZELUnregisterInterface(ZEL_UTILS_DIR_INTERFACE);
-  ZELUnregisterInterface(ZEL_UTILS_TEMP_FILE_STREAM_FACTORY);
-}
+ZEL_FILE_UTILS_INTERFACES(ZEL_GUARDED_METHODS)
+constexpr ZEL_T_NMT::ExportedInterface kInterfaces[] = {
+    ZEL_FILE_UTILS_INTERFACES(ZEL_EXPORTED_INTERFACE)};
 
 }  // namespace
 
-constinit const ZEL_T_NMT::Subsystem kSubsystem = {&RegisterInterfaces, &UnregisterInterfaces};
+constinit const ZEL_T_NMT::Subsystem kSubsystem = {
+    kInterfaces, ZEL_T_NMT::Subsystem::Withdrawal::kFirstToLast, nullptr};
 
 }  // namespace NFileUtilsImpl

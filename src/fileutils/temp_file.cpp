@@ -14,20 +14,11 @@ namespace {
 using ZEL_T_NMT::ContainerReference;
 using ZEL_T_NMT::CZELPositionableStream;
 using ZEL_T_NMT::CZELStringAtom;
-using ZEL_T_NMT::ImportEntry;
 using ZEL_T_NMT::ZELCheck;
-using ZEL_T_NMT::ZELRaise;
 
-ZEL_DEFINE_SLOTS(UtilsDirSlots, ZEL_UTILS_DIR_METHODS);
-static_assert(UtilsDirSlots::kSlotCount == 8);
+constinit ZEL_T_NMT::ImportedInterface<zelutils::UtilsDirInterface> g_utilsDir;
 
-constinit ZEL_T_NMT::ImportedInterface<UtilsDirSlots> g_utilsDir{ZEL_UTILS_DIR_INTERFACE};
-
-const UtilsDirSlots& UtilsDir() {
-  const UtilsDirSlots* table = g_utilsDir.Get();
-  if (table == nullptr) ZELRaise("Missing Interface", "ZEL");
-  return *table;
-}
+const zelutils::UtilsDirInterface& UtilsDir() { return *ZEL_T_NMT::Require(g_utilsDir.Get()); }
 
 bool IsUtilsDirAvailable() noexcept {
   try {
@@ -97,8 +88,7 @@ CZELPositionableStream TempFile::Open(const char* mode) const {
   ZELStringAtom path = 0;
   ZELCheck(UtilsDir().GetFilePathSpec(&path, directory_.Get(), name_.Atom()));
   const CZELStringAtom pathText = TakeDelivered(path);
-  const ZEL_T_NMT::StreamFactorySlots* factory = ZEL_T_NMT::StreamFactory();
-  if (factory == nullptr) ZELRaise("Missing Interface", "ZEL");
+  const auto* factory = ZEL_T_NMT::Require(ZEL_T_NMT::StreamFactory());
   ZELInstance stream = nullptr;
   ZELCheck(factory->NewPositionableFileStream(&stream, pathText.Text(), mode));
   const ContainerReference taken = ContainerReference::Adopt(stream);
@@ -131,7 +121,7 @@ void TempFile::Delete() const {
       if (ownDirectory_ == nullptr) throw;
     }
   }
-  if (ownDirectory_ == nullptr) ZELRaise("Missing Interface", "ZEL");
+  if (ownDirectory_ == nullptr) ZEL_T_NMT::RaiseMissingInterface();
   ownDirectory_->DeleteWithoutHost(name_);
 }
 

@@ -54,7 +54,7 @@ ZELInstance TempFileStream::CreateIndependentlyPositionableStream() {
   }
   const ZELInstance reader =
       PublishPositionableStream(std::make_unique<TempFileStream>(file_, kReadMode, false));
-  if (reader == nullptr) ZEL_T_NMT::ZELRaise("Missing Interface", "ZEL");
+  if (reader == nullptr) ZEL_T_NMT::RaiseMissingInterface();
   return reader;
 }
 
@@ -75,8 +75,8 @@ void TempFileStream::CloseFile() noexcept {
   inner_.reset();
 }
 
-void TempFileStreamFactory::NewTempFileStream(ZELInstance* result, const char* prefix,
-                                              const char* extension, const char* mode) {
+void TempFileStreamFactoryInterface::NewTempFileStream(ZELInstance* result, const char* prefix,
+                                                       const char* extension, const char* mode) {
   const CZELStringAtom prefixText = TakeText(prefix);
   const CZELStringAtom extensionText = TakeText(extension);
   const CZELStringAtom modeText = TakeText(mode);
@@ -86,8 +86,5 @@ void TempFileStreamFactory::NewTempFileStream(ZELInstance* result, const char* p
   file->SetDelivered();
   *result = stream.HandOut();
 }
-
-const ZEL_T_NMT::ExportEntry TempFileStreamFactory::kExports[] = {
-    ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS(ZEL_EXPORT_METHOD) ZEL_END_OF_EXPORTS};
 
 }  // namespace NFileUtilsImpl

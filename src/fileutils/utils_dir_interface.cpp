@@ -55,7 +55,4 @@ void UtilsDirInterface::CreateUniqueFilename(ZELStringAtom* result, ZELInstance 
                 .HandOut();
 }
 
-const ZEL_T_NMT::ExportEntry UtilsDirInterface::kExports[] = {
-    ZEL_UTILS_DIR_METHODS(ZEL_EXPORT_METHOD) ZEL_END_OF_EXPORTS};
-
 }  // namespace NFileUtilsImpl

@@ -91,13 +91,4 @@ const char* DictIteratorInterface::CurKey(ZELInstance iterator) {
   return ResolveIterator(iterator).CurKey();
 }
 
-const ZEL_T_NMT::ExportEntry ArrayInterface::kExports[] = {POS_ARRAY_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                               ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry DictInterface::kExports[] = {POS_DICT_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                              ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry DictIteratorInterface::kExports[] = {
-    POS_DICT_ITERATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
 }  // namespace NPOSObjectImpl

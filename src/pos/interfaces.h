@@ -11,36 +11,31 @@ struct ObjectInterface {
   static ZELInstance Clone(ZELInstance object);
   static bool IsEqual(ZELInstance object, ZELInstance other);
   static std::int32_t GetType(ZELInstance object);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_OBJECT_METHODS)];
 };
 
-struct ObjectStatics {
+struct ObjectStaticsInterface {
   static void DebugDump(ZELInstance object);
   static void DebugDumpWithHeader(ZELInstance object);
   static void DebugDumpRewind(ZELInstance object);
   static ZELInstance CreateFromText(const char* text, const char** errorPosition);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_OBJECT_STATICS_METHODS)];
 };
 
 struct NumberInterface {
   static ZELInstance NewPOSNumber(double value);
   static bool IsPOSNumber(ZELInstance object);
   static double Get(ZELInstance number);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_NUMBER_METHODS)];
 };
 
 struct StringInterface {
   static ZELInstance NewPOSString(const char* text);
   static bool IsPOSString(ZELInstance object);
   static const char* Get(ZELInstance string);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_STRING_METHODS)];
 };
 
 struct UnicodeStringInterface {
   static ZELInstance NewPOSUnicodeString(const std::uint16_t* units);
   static bool IsPOSUnicodeString(ZELInstance object);
   static const std::uint16_t* Get(ZELInstance string);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_UNICODE_STRING_METHODS)];
 };
 
 struct BinDataInterface {
@@ -49,7 +44,6 @@ struct BinDataInterface {
   static const char* GetTypeName(ZELInstance data);
   static const void* GetBinData(ZELInstance data);
   static std::uint32_t GetSize(ZELInstance data);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_BIN_DATA_METHODS)];
 };
 
 struct RawPointerInterface {
@@ -57,7 +51,6 @@ struct RawPointerInterface {
   static bool IsPOSRawPointer(ZELInstance object);
   static void* GetRawPointer(ZELInstance pointer);
   static POSRawPointerReleaseProc GetReleaseProc(ZELInstance pointer);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_RAW_POINTER_METHODS)];
 };
 
 struct ArrayInterface {
@@ -68,7 +61,6 @@ struct ArrayInterface {
   static void SetAt(ZELInstance array, std::uint32_t index, ZELInstance value);
   static void Append(ZELInstance array, ZELInstance value);
   static void Remove(ZELInstance array, std::uint32_t index);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_ARRAY_METHODS)];
 };
 
 struct DictInterface {
@@ -78,7 +70,6 @@ struct DictInterface {
   static ZELInstance DeepGet(ZELInstance dict, ZELStringAtom path);
   static void Put(ZELInstance dict, ZELStringAtom key, ZELInstance value);
   static void Remove(ZELInstance dict, ZELStringAtom key);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_DICT_METHODS)];
 };
 
 struct DictIteratorInterface {
@@ -87,7 +78,6 @@ struct DictIteratorInterface {
   static void Next(ZELInstance iterator);
   static bool IsDone(ZELInstance iterator);
   static const char* CurKey(ZELInstance iterator);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_DICT_ITERATOR_METHODS)];
 };
 
 }  // namespace NPOSObjectImpl

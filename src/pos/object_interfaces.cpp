@@ -24,13 +24,13 @@ std::int32_t ObjectInterface::GetType(ZELInstance handle) {
 }
 
 // The dumps write nothing: what they are good for is the check that the handle is a POS object.
-void ObjectStatics::DebugDump(ZELInstance handle) { const CPOSObject checked(handle); }
+void ObjectStaticsInterface::DebugDump(ZELInstance handle) { const CPOSObject checked(handle); }
 
-void ObjectStatics::DebugDumpWithHeader(ZELInstance handle) { DebugDump(handle); }
+void ObjectStaticsInterface::DebugDumpWithHeader(ZELInstance handle) { DebugDump(handle); }
 
-void ObjectStatics::DebugDumpRewind(ZELInstance handle) { DebugDump(handle); }
+void ObjectStaticsInterface::DebugDumpRewind(ZELInstance handle) { DebugDump(handle); }
 
-ZELInstance ObjectStatics::CreateFromText(const char* text, const char** errorPosition) {
+ZELInstance ObjectStaticsInterface::CreateFromText(const char* text, const char** errorPosition) {
   if (errorPosition != nullptr) *errorPosition = nullptr;
   if (text == nullptr) ZEL_T_NMT::RaisePOSException("null text");
   try {
@@ -40,11 +40,5 @@ ZELInstance ObjectStatics::CreateFromText(const char* text, const char** errorPo
     return nullptr;
   }
 }
-
-const ZEL_T_NMT::ExportEntry ObjectInterface::kExports[] = {POS_OBJECT_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                                ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry ObjectStatics::kExports[] = {
-    POS_OBJECT_STATICS_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
 
 }  // namespace NPOSObjectImpl

@@ -76,19 +76,4 @@ POSRawPointerReleaseProc RawPointerInterface::GetReleaseProc(ZELInstance pointer
   return RaisingCheck<RawPointer>(pointer).GetReleaseProc();
 }
 
-const ZEL_T_NMT::ExportEntry NumberInterface::kExports[] = {POS_NUMBER_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                                ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry StringInterface::kExports[] = {POS_STRING_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                                ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry UnicodeStringInterface::kExports[] = {
-    POS_UNICODE_STRING_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry BinDataInterface::kExports[] = {
-    POS_BIN_DATA_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry RawPointerInterface::kExports[] = {
-    POS_RAW_POINTER_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
 }  // namespace NPOSObjectImpl

@@ -8,10 +8,9 @@
 namespace NPOSStreamerImpl {
 namespace {
 
-using ZEL_T_NMT::ExportEntry;
 using ZEL_T_NMT::ImplementationId;
 
-struct POSStreamerInterface {
+struct StreamerInterface {
   static ZELInstance NewPOSStreamer() {
     return ZEL_T_NMT::Publish(std::make_unique<ZELImpl>(), ImplementationId::kPOSStreamer);
   }
@@ -32,21 +31,15 @@ struct POSStreamerInterface {
         ->Deserialize(result, stream);
     return result.HandOut();
   }
-
-  static const ExportEntry kExports[];
 };
 
-const ExportEntry POSStreamerInterface::kExports[] = {POS_STREAMER_METHODS(ZEL_EXPORT_PROCEDURE)
-                                                          ZEL_END_OF_EXPORTS};
-
-bool RegisterInterfaces() {
-  return ZEL_T_NMT::RegisterExports(POSStreamerInterface::kExports, POS_STREAMER_INTERFACE);
-}
-
-void UnregisterInterfaces() { ZEL_T_NMT::ZELUnregisterInterface(POS_STREAMER_INTERFACE); }
+POS_STREAMER_INTERFACES(ZEL_GUARDED_PROCEDURES)
+constexpr ZEL_T_NMT::ExportedInterface kInterfaces[] = {
+    POS_STREAMER_INTERFACES(ZEL_EXPORTED_INTERFACE)};
 
 }  // namespace
 
-const ZEL_T_NMT::Subsystem kSubsystem = {&RegisterInterfaces, &UnregisterInterfaces};
+constinit const ZEL_T_NMT::Subsystem kSubsystem = {
+    kInterfaces, ZEL_T_NMT::Subsystem::Withdrawal::kFirstToLast, nullptr};
 
 }  // namespace NPOSStreamerImpl

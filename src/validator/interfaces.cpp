@@ -18,15 +18,9 @@ BaseValidator* ResolveValidator(ZELInstance validator) {
   return ZEL_T_NMT::Resolve<BaseValidator>(validator, ImplementationId::kPOSValidator);
 }
 
-bool RegisterInterfaces() {
-  return RegisterExports(ValidatorInterface::kExports, POS_VALIDATOR_INTERFACE) &&
-         RegisterExports(StructValidatorInterface::kExports, POS_STRUCT_VALIDATOR_INTERFACE);
-}
-
-void UnregisterInterfaces() {
-  ZEL_T_NMT::ZELUnregisterInterface(POS_STRUCT_VALIDATOR_INTERFACE);
-  ZEL_T_NMT::ZELUnregisterInterface(POS_VALIDATOR_INTERFACE);
-}
+POS_VALIDATOR_INTERFACES(ZEL_GUARDED_PROCEDURES)
+constexpr ZEL_T_NMT::ExportedInterface kInterfaces[] = {
+    POS_VALIDATOR_INTERFACES(ZEL_EXPORTED_INTERFACE)};
 
 }  // namespace
 
@@ -60,12 +54,8 @@ std::int32_t StructValidatorInterface::ValidateSchema(ZELInstance schema,
   return IsValidSchema(schema, report) ? 1 : 0;
 }
 
-const ZEL_T_NMT::ExportEntry ValidatorInterface::kExports[] = {
-    POS_VALIDATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
-const ZEL_T_NMT::ExportEntry StructValidatorInterface::kExports[] = {
-    POS_STRUCT_VALIDATOR_METHODS(ZEL_EXPORT_PROCEDURE) ZEL_END_OF_EXPORTS};
-
-constinit const ZEL_T_NMT::Subsystem kSubsystem = {&RegisterInterfaces, &UnregisterInterfaces};
+// The struct validator is made through the first of the two, and goes first.
+constinit const ZEL_T_NMT::Subsystem kSubsystem = {
+    kInterfaces, ZEL_T_NMT::Subsystem::Withdrawal::kLastToFirst, nullptr};
 
 }  // namespace NPOSValidatorImpl

@@ -10,7 +10,6 @@ namespace NPOSValidatorImpl {
 struct ValidatorInterface {
   static std::int32_t Validate(ZELInstance validator, ZELInstance value, ZELStringAtom typeName,
                                POSValidatorMessageProc report);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_VALIDATOR_METHODS)];
 };
 
 struct StructValidatorInterface {
@@ -18,7 +17,6 @@ struct StructValidatorInterface {
   static void RegisterCallbackProc(ZELInstance validator, ZELStringAtom typeName,
                                    POSStructValidatorCallbackProc procedure, void* clientData);
   static std::int32_t ValidateSchema(ZELInstance schema, POSValidatorMessageProc report);
-  static const ZEL_T_NMT::ExportEntry kExports[ZEL_EXPORT_ENTRIES(POS_STRUCT_VALIDATOR_METHODS)];
 };
 
 }  // namespace NPOSValidatorImpl

@@ -22,7 +22,7 @@ namespace {
 
 CPOSDict ParseMetaSchema() {
   const ZELInstance parsed =
-      Require(ZEL_T_NMT::POSStatics()).CreateFromText(kMetaSchemaText, nullptr);
+      Require(ZEL_T_NMT::POSStatics())->CreateFromText(kMetaSchemaText, nullptr);
   if (parsed == nullptr) ZEL_T_NMT::RaisePOSException("CreateFromText failed");
   return {CPOSObject::Adopt(parsed), false};
 }
@@ -48,11 +48,7 @@ class MessageTarget {
   }
   MessageTarget(const MessageTarget&) = delete;
   MessageTarget& operator=(const MessageTarget&) = delete;
-  // Directly through the slot, as a destructor must not import.
-  ~MessageTarget() {
-    const ZEL_T_NMT::SharedBuffSlots& slots = ZEL_T_NMT::g_core.sharedBuffers.table;
-    if (slots.slots[ZEL_T_NMT::SharedBuffSlots::kRelease] != nullptr) slots.Release(buffer_);
-  }
+  ~MessageTarget() { ZEL_T_NMT::ReleaseSharedBuffer(buffer_); }
 
   // Writes the two texts one after the other; false, with nothing written, when they do not fit.
   bool Write(const char* first, const char* second) const {

@@ -125,7 +125,7 @@ TEST_F(FrameTest, Atoms) {
 }
 
 TEST_F(FrameTest, InterfacesThatNoProcedureUsesCanBeImported) {
-  EXPECT_NE(Cache().slots[0], nullptr);
+  EXPECT_NE(Cache().NewCacheID, nullptr);
   ASSERT_NE(Filters(), nullptr);
   ASSERT_NE(Progress(), nullptr);
   for (const char* name : {ZEL_CACHE_INTERFACE, ZEL_FILTER_INTERFACE, ZEL_PROGRESS_INTERFACE}) {
@@ -136,9 +136,7 @@ TEST_F(FrameTest, InterfacesThatNoProcedureUsesCanBeImported) {
   g_link.strict = false;
   EXPECT_EQ(Raised([] { Cache(); }), "Missing Interface");
   EXPECT_EQ(Filters(), nullptr);
-  EXPECT_EQ(g_core.filters.table.slots[0], nullptr);
   EXPECT_EQ(Progress(), nullptr);
-  EXPECT_EQ(g_core.progress.table.slots[0], nullptr);
   g_link.strict = true;
 }
 
@@ -235,10 +233,10 @@ TEST_F(FrameTest, ACountIsDeliveredInEveryCase) {
 
 TEST_F(FrameTest, ARefreshThatFailsLeavesTheMethodsThatHoldersHave) {
   const CPOSObject number = CPOSNumber::New(1);
-  const POSObjectSlots* const methods = g_posObjects->Lookup(number.Handle());
+  const zelutils::ObjectInterface* const methods = g_posObjects->Lookup(number.Handle());
   host.Hide(POS_OBJECT_INTERFACE, "IsEqual");
   EXPECT_EQ(g_posObjects->Lookup(number.Handle()), nullptr);
-  EXPECT_NE(methods->slots[POSObjectSlots::kIsEqual], nullptr);
+  EXPECT_NE(methods->IsEqual, nullptr);
   host.Show(POS_OBJECT_INTERFACE, "IsEqual");
 }
 
@@ -269,7 +267,8 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
     EXPECT_STREQ(bytes, "xxx");
     EXPECT_EQ(stream.Mark(), 9u);
     EXPECT_EQ(Raised([&] { stream.Write("y", 1); }), "read only");
-    const RewindableStreamSlots& rewindable = *g_rewindableStreams->Lookup(stream.Handle());
+    const zelutils::RewindableStreamInterface& rewindable =
+        *g_rewindableStreams->Lookup(stream.Handle());
     EXPECT_EQ(rewindable.Rewind(stream.Handle()), nullptr);
     EXPECT_EQ(stream.Mark(), 0u) << "rewinding seeks to the start";
     ZELInstance other = nullptr;

@@ -5,6 +5,7 @@
 
 #include "frame/core/core_interfaces.h"
 #include "frame/core/error.h"
+#include "frame/object/lifecycle.h"
 #include "support.h"
 
 #if defined(__linux__)

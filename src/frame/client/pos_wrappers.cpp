@@ -43,17 +43,17 @@ CPOSNumber::CPOSNumber(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 bool CPOSNumber::Is(ZELInstance handle) {
-  const POSNumberSlots* numbers = POSNumbers();
+  const auto* numbers = POSNumbers();
   return numbers != nullptr && numbers->IsPOSNumber(handle);
 }
 
 CPOSObject CPOSNumber::New(double value) {
-  return Adopt(Require(POSNumbers()).NewPOSNumber(value));
+  return Adopt(Require(POSNumbers())->NewPOSNumber(value));
 }
 
 double CPOSNumber::Get() const {
   const ReportWatch watch;
-  return watch.Checked(Require(POSNumbers()).Get(Handle()), "CPOSNumber::Get failed");
+  return watch.Checked(Require(POSNumbers())->Get(Handle()), "CPOSNumber::Get failed");
 }
 
 CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
@@ -61,16 +61,16 @@ CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 bool CPOSString::Is(ZELInstance handle) {
-  const POSStringSlots* strings = POSStrings();
+  const auto* strings = POSStrings();
   return strings != nullptr && strings->IsPOSString(handle);
 }
 
 CPOSObject CPOSString::New(const char* text) {
-  return Adopt(Require(POSStrings()).NewPOSString(text));
+  return Adopt(Require(POSStrings())->NewPOSString(text));
 }
 
 const char* CPOSString::Get() const {
-  return NotNull(Require(POSStrings()).Get(Handle()), "CPOSString::Get failed");
+  return NotNull(Require(POSStrings())->Get(Handle()), "CPOSString::Get failed");
 }
 
 CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
@@ -79,16 +79,16 @@ CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
 }
 
 bool CPOSUnicodeString::Is(ZELInstance handle) {
-  const POSUnicodeStringSlots* strings = POSUnicodeStrings();
+  const auto* strings = POSUnicodeStrings();
   return strings != nullptr && strings->IsPOSUnicodeString(handle);
 }
 
 CPOSObject CPOSUnicodeString::New(const std::uint16_t* units) {
-  return Adopt(Require(POSUnicodeStrings()).NewPOSUnicodeString(units));
+  return Adopt(Require(POSUnicodeStrings())->NewPOSUnicodeString(units));
 }
 
 const std::uint16_t* CPOSUnicodeString::Get() const {
-  return NotNull(Require(POSUnicodeStrings()).Get(Handle()), "CPOSUnicodeString::Get failed");
+  return NotNull(Require(POSUnicodeStrings())->Get(Handle()), "CPOSUnicodeString::Get failed");
 }
 
 CPOSBinData::CPOSBinData(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
@@ -96,23 +96,23 @@ CPOSBinData::CPOSBinData(CPOSObject source, bool quiet) : CPOSObject(std::move(s
 }
 
 bool CPOSBinData::Is(ZELInstance handle) {
-  const POSBinDataSlots* data = POSBinDatas();
+  const auto* data = POSBinDatas();
   return data != nullptr && data->IsPOSBinData(handle);
 }
 
 CPOSObject CPOSBinData::New(const char* typeName, const void* data, std::uint32_t size) {
-  return Adopt(Require(POSBinDatas()).NewPOSBinData(typeName, data, size));
+  return Adopt(Require(POSBinDatas())->NewPOSBinData(typeName, data, size));
 }
 
 const char* CPOSBinData::GetTypeName() const {
-  return NotNull(Require(POSBinDatas()).GetTypeName(Handle()), "CPOSBinData::GetTypeName failed");
+  return NotNull(Require(POSBinDatas())->GetTypeName(Handle()), "CPOSBinData::GetTypeName failed");
 }
 
-const void* CPOSBinData::GetBinData() const { return Require(POSBinDatas()).GetBinData(Handle()); }
+const void* CPOSBinData::GetBinData() const { return Require(POSBinDatas())->GetBinData(Handle()); }
 
 std::uint32_t CPOSBinData::GetSize() const {
   const ReportWatch watch;
-  return watch.Checked(Require(POSBinDatas()).GetSize(Handle()), "CPOSBinData::GetSize failed");
+  return watch.Checked(Require(POSBinDatas())->GetSize(Handle()), "CPOSBinData::GetSize failed");
 }
 
 CPOSRawPointer::CPOSRawPointer(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
@@ -120,12 +120,12 @@ CPOSRawPointer::CPOSRawPointer(CPOSObject source, bool quiet) : CPOSObject(std::
 }
 
 bool CPOSRawPointer::Is(ZELInstance handle) {
-  const POSRawPointerSlots* pointers = POSRawPointers();
+  const auto* pointers = POSRawPointers();
   return pointers != nullptr && pointers->IsPOSRawPointer(handle);
 }
 
 void* CPOSRawPointer::GetRawPointer() const {
-  return Require(POSRawPointers()).GetRawPointer(Handle());
+  return Require(POSRawPointers())->GetRawPointer(Handle());
 }
 
 CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
@@ -133,26 +133,26 @@ CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(sourc
 }
 
 bool CPOSArray::Is(ZELInstance handle) {
-  const POSArraySlots* arrays = POSArrays();
+  const auto* arrays = POSArrays();
   return arrays != nullptr && arrays->IsPOSArray(handle);
 }
 
-CPOSArray CPOSArray::New() { return {Adopt(Require(POSArrays()).NewPOSArray()), false}; }
+CPOSArray CPOSArray::New() { return {Adopt(Require(POSArrays())->NewPOSArray()), false}; }
 
 std::uint32_t CPOSArray::Count() const {
   const ReportWatch watch;
-  return watch.Checked(Require(POSArrays()).Count(Handle()), "CPOSArray::Count failed");
+  return watch.Checked(Require(POSArrays())->Count(Handle()), "CPOSArray::Count failed");
 }
 
 CPOSObject CPOSArray::GetAt(std::uint32_t index) const {
-  const ZELInstance element = Require(POSArrays()).GetAt(Handle(), index);
+  const ZELInstance element = Require(POSArrays())->GetAt(Handle(), index);
   if (element == nullptr) RaisePOSException("CPOSArray::GetAt subscript failed");
   return CPOSObject(element);
 }
 
 void CPOSArray::Append(const CPOSObject& value) const {
   const ReportWatch watch;
-  Require(POSArrays()).Append(Handle(), value.Handle());
+  Require(POSArrays())->Append(Handle(), value.Handle());
   watch.RaiseIfReported("CPOSArray::Append failed");
 }
 
@@ -161,14 +161,14 @@ CPOSDict::CPOSDict(CPOSObject source, bool quiet) : CPOSObject(std::move(source)
 }
 
 bool CPOSDict::Is(ZELInstance handle) {
-  const POSDictSlots* dicts = POSDicts();
+  const auto* dicts = POSDicts();
   return dicts != nullptr && dicts->IsPOSDict(handle);
 }
 
-CPOSDict CPOSDict::New() { return {Adopt(Require(POSDicts()).NewPOSDict()), false}; }
+CPOSDict CPOSDict::New() { return {Adopt(Require(POSDicts())->NewPOSDict()), false}; }
 
 CPOSObject CPOSDict::Get(const CZELStringAtom& key, bool quiet) const {
-  const ZELInstance value = Require(POSDicts()).Get(Handle(), key.Atom());
+  const ZELInstance value = Require(POSDicts())->Get(Handle(), key.Atom());
   if (value != nullptr) return CPOSObject(value);
   if (!quiet) RaisePOSException("CPOSDict::Get failed");
   return CPOSObject();
@@ -185,34 +185,34 @@ CPOSString CPOSDict::GetString(const char* key, bool quiet) const {
 void CPOSDict::Put(const char* key, const CPOSObject& value) const {
   const CZELStringAtom atom(key);
   const ReportWatch watch;
-  Require(POSDicts()).Put(Handle(), atom.Atom(), value.Handle());
+  Require(POSDicts())->Put(Handle(), atom.Atom(), value.Handle());
   watch.RaiseIfReported("CPOSDict::Put failed");
 }
 
 CPOSDictIterator::CPOSDictIterator(const CPOSObject& dict)
     : iterator_(ContainerReference::Adopt(
-          Require(POSDictIterators()).NewPOSDictIterator(dict.Handle()))) {}
+          Require(POSDictIterators())->NewPOSDictIterator(dict.Handle()))) {}
 
 void CPOSDictIterator::Begin() const {
   const ReportWatch watch;
-  Require(POSDictIterators()).Begin(iterator_.Get());
+  Require(POSDictIterators())->Begin(iterator_.Get());
   watch.RaiseIfReported("CPOSDictIterator::Begin failed");
 }
 
 void CPOSDictIterator::Next() const {
   const ReportWatch watch;
-  Require(POSDictIterators()).Next(iterator_.Get());
+  Require(POSDictIterators())->Next(iterator_.Get());
   watch.RaiseIfReported("CPOSDictIterator::Next failed");
 }
 
 bool CPOSDictIterator::IsDone() const {
   const ReportWatch watch;
-  return watch.Checked(Require(POSDictIterators()).IsDone(iterator_.Get()),
+  return watch.Checked(Require(POSDictIterators())->IsDone(iterator_.Get()),
                        "CPOSDictIterator::IsDone failed");
 }
 
 const char* CPOSDictIterator::CurKey() const {
-  return NotNull(Require(POSDictIterators()).CurKey(iterator_.Get()),
+  return NotNull(Require(POSDictIterators())->CurKey(iterator_.Get()),
                  "CPOSDictIterator::CurKey failed");
 }
 

@@ -7,6 +7,7 @@
 
 #include "frame/client/pos_interfaces.h"
 #include "frame/core/container_reference.h"
+#include "frame/core/error.h"
 #include "frame/core/string_atom.h"
 #include "frame/object/process_state.h"
 
@@ -14,8 +15,8 @@ namespace ZEL_T_NMT {
 
 // The methods of a POS object. Raises "couldn't get signature" for an instance without signature
 // and "invalid container" for one without the methods of a POS object.
-inline const POSObjectSlots& POSObjectMethods(ZELInstance instance) {
-  const POSObjectSlots* methods = g_posObjects->Lookup(instance);
+inline const zelutils::ObjectInterface& POSObjectMethods(ZELInstance instance) {
+  const zelutils::ObjectInterface* methods = g_posObjects->Lookup(instance);
   if (methods == nullptr) [[unlikely]]
     RaiseInvalidContainer();
   return *methods;
@@ -58,7 +59,7 @@ class CPOSObject {
       : reference_(std::move(reference)), methods_(&POSObjectMethods(reference_.Get())) {}
 
   ContainerReference reference_;
-  const POSObjectSlots* methods_ = nullptr;
+  const zelutils::ObjectInterface* methods_ = nullptr;
 };
 
 // Each typed wrapper is made from a CPOSObject by a downcast. When the object is of another type or

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "frame/core/core_interfaces.h"
-#include "frame/core/error.h"
+#include "frame/core/raise.h"
 
 namespace ZEL_T_NMT {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "frame/core/core_interfaces.h"
-#include "frame/core/error.h"
+#include "frame/core/raise.h"
 
 namespace ZEL_T_NMT {
 
@@ -52,23 +52,6 @@ class ContainerReference {
 
  private:
   ZELInstance instance_ = nullptr;
-};
-
-// An instance that no reference holds yet; destroyed with its holder unless released.
-class UnownedContainer {
- public:
-  explicit UnownedContainer(ZELInstance instance) noexcept : instance_(instance) {}
-  UnownedContainer(const UnownedContainer&) = delete;
-  UnownedContainer& operator=(const UnownedContainer&) = delete;
-  ~UnownedContainer() {
-    if (instance_ != nullptr) Containers().DeleteUnownedContainer(instance_);
-  }
-
-  ZELInstance Get() const noexcept { return instance_; }
-  ZELInstance Release() noexcept { return std::exchange(instance_, nullptr); }
-
- private:
-  ZELInstance instance_;
 };
 
 }  // namespace ZEL_T_NMT

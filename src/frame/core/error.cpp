@@ -91,6 +91,8 @@ void RaiseAllocationFailure() { throw AllocationFailure(); }
 
 void RaiseInvalidContainer() { ZELRaise("invalid container", ""); }
 
+void RaiseMissingInterface() { ZELRaise("Missing Interface", "ZEL"); }
+
 void RaiseMathOverflow() { throw DUXException("Math overflow exception"); }
 
 }  // namespace ZEL_T_NMT

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "frame/base/never_destroyed.h"
+#include "frame/core/raise.h"
 #include "frame/core/string_atom.h"
 #include "zelutils/types.h"
 
@@ -80,15 +81,6 @@ inline void ZELCheck(ZELErrorObject handle) {
 // Returns an error object with one reference for the caller. Null for a CZELError without an error
 // object; any other failure is never null as long as the library is linked.
 ZELErrorObject ZELErrorFromException(const std::exception& error) noexcept;
-
-// Raises one of the library's own errors.
-[[noreturn]] void ZELRaise(const char* message, const char* component);
-
-// Shared ways to raise, so that no caller carries the code for it.
-[[noreturn]] void RaisePOSException(const char* message);
-[[noreturn]] void RaiseAllocationFailure();
-[[noreturn]] void RaiseInvalidContainer();
-[[noreturn]] void RaiseMathOverflow();
 
 // Errors 0 and 1 of the core, held from link to unlink.
 extern NeverDestroyed<CZELError> g_unknownError;

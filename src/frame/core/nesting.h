@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "frame/core/error.h"
+#include "frame/core/raise.h"
 #include "zelutils/pos.h"
 
 namespace ZEL_T_NMT {

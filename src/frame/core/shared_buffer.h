@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "frame/core/core_interfaces.h"
-#include "frame/core/error.h"
+#include "frame/core/raise.h"
 
 namespace ZEL_T_NMT {
 
@@ -17,7 +17,7 @@ class SharedBuffer {
       data_ = SharedBuffers().GetBuffer(buffer_);
       if (data_ == nullptr && size > 0) RaiseAllocationFailure();
     } catch (...) {
-      Release();
+      ReleaseSharedBuffer(buffer_);
       throw;
     }
   }
@@ -25,21 +25,13 @@ class SharedBuffer {
       : buffer_(std::exchange(other.buffer_, nullptr)), data_(other.data_) {}
   SharedBuffer(const SharedBuffer&) = delete;
   SharedBuffer& operator=(const SharedBuffer&) = delete;
-  ~SharedBuffer() { Release(); }
+  ~SharedBuffer() { ReleaseSharedBuffer(buffer_); }
 
   ZELSharedBuff Handle() const noexcept { return buffer_; }
   // The bytes, at the same address for the buffer's life.
   void* Data() const noexcept { return data_; }
 
  private:
-  // Directly through the slot: a destructor must not import, and after the link it may still run.
-  void Release() noexcept {
-    const SharedBuffSlots& slots = g_core.sharedBuffers.table;
-    if (buffer_ != nullptr && slots.slots[SharedBuffSlots::kRelease] != nullptr) {
-      slots.Release(buffer_);
-    }
-  }
-
   ZELSharedBuff buffer_;
   void* data_ = nullptr;
 };

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "frame/core/client_base.h"
-#include "frame/core/error.h"
+#include "frame/core/raise.h"
 
 namespace ZEL_T_NMT {
 namespace {

@@ -1,17 +1,42 @@
-// How a subsystem takes part in the library's start and stop.
+// The part that a subsystem takes in the library's start and stop, as constant data: the interfaces
+// that it exports, each with its name and a row for every procedure.
 #pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "zelutils/types.h"
 
 namespace ZEL_T_NMT {
 
-struct Subsystem {
-  // Registers the subsystem's interfaces; false at the first that the binder refuses.
-  bool (*registerInterfaces)();
-  // Withdraws them.
-  void (*unregisterInterfaces)();
+// One procedure under its two names. The address comes from a function, since a constant expression
+// cannot turn a procedure into a ZELProc.
+struct ExportedProcedure {
+  const char* method;
+  const char* procType;
+  ZELProc (*address)() noexcept;
 };
 
-// All subsystems in the order of their start, ended by null; they stop in the reverse order.
-// Defined where the library is put together, so that the frame knows none of them.
-extern const Subsystem* const kSubsystems[];
+struct ExportedInterface {
+  const char* name;
+  std::span<const ExportedProcedure> procedures;
+};
+
+struct Subsystem {
+  // In the order of their registration.
+  std::span<const ExportedInterface> interfaces;
+  enum class Withdrawal { kFirstToLast, kLastToFirst } withdrawal;
+  // Called before the interfaces are registered; may be null.
+  void (*start)();
+};
+
+// All subsystems in the order of their start; they stop in the reverse order.
+extern const std::span<const Subsystem* const> kSubsystems;
+
+// Registers the interfaces of a subsystem; false at the first procedure that the binder refuses.
+bool RegisterInterfaces(const Subsystem& subsystem);
+
+// Withdraws them.
+void UnregisterInterfaces(const Subsystem& subsystem) noexcept;
 
 }  // namespace ZEL_T_NMT

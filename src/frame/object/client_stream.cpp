@@ -1,5 +1,6 @@
 #include "frame/object/client_stream.h"
 
+#include "frame/core/error.h"
 #include "frame/object/guard.h"
 #include "frame/object/process_state.h"
 
@@ -39,8 +40,8 @@ struct StreamCallbacks {
   }
 };
 
-template <typename Slots>
-const Slots* RequireTable(const Slots* table) {
+template <typename Family>
+const Family* RequireTable(const Family* table) {
   if (table == nullptr) RaiseInvalidContainer();
   return table;
 }
@@ -52,7 +53,7 @@ ZELInstance ZELClientPositionableStream::CreateIndependentlyPositionableStream()
 }
 
 ZELInstance PublishPositionableStream(std::unique_ptr<ZELClientPositionableStream> stream) {
-  const StreamFactorySlots* factory = StreamFactory();
+  const auto* factory = StreamFactory();
   if (factory == nullptr) return nullptr;
   using Callbacks = StreamCallbacks;
   ZELInstance instance = nullptr;

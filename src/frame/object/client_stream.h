@@ -8,7 +8,6 @@
 
 #include "frame/core/client_base.h"
 #include "frame/core/container_reference.h"
-#include "frame/object/method_table.h"
 
 namespace ZEL_T_NMT {
 
@@ -74,9 +73,9 @@ class CZELPositionableStream {
   }
 
   ContainerReference stream_;
-  const SimpleStreamSlots* simple_ = nullptr;
-  const RewindableStreamSlots* rewindable_ = nullptr;
-  const PositionableStreamSlots* positionable_ = nullptr;
+  const zelutils::SimpleStreamInterface* simple_ = nullptr;
+  const zelutils::RewindableStreamInterface* rewindable_ = nullptr;
+  const zelutils::PositionableStreamInterface* positionable_ = nullptr;
   std::uint32_t tableEpoch_ = 0;
 };
 

@@ -1,6 +1,7 @@
 #include "frame/object/guard.h"
 
 #include "frame/core/error.h"
+#include "frame/link/binder_link.h"
 
 namespace ZEL_T_NMT {
 

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-#include "frame/link/binder_link.h"
+#include "frame/link/subsystem.h"
 #include "zelutils/types.h"
 
 namespace ZEL_T_NMT {
@@ -59,29 +59,36 @@ struct MethodGuard<Body> {
   }
 };
 
-// Checks at compile time that a guarded procedure has the type that its name promises.
-template <typename Proc>
-ExportEntry MakeExport(const char* method, const char* procType, std::type_identity_t<Proc> proc) {
-  return {method, procType, reinterpret_cast<ZELProc>(proc)};
-}
+// A row of an export table. Compiles only for a body that has the signature which the name of its
+// procedure type promises, and only with the guard around it.
+template <typename Proc, template <auto> typename Guard, auto Body>
+struct GuardedProcedure {
+  static ZELProc Address() noexcept {
+    const Proc guarded = &Guard<Body>::Call;
+    return reinterpret_cast<ZELProc>(guarded);
+  }
+};
 
-// Export-table entries from a method list, for use where the bodies are in scope under their method
-// names (in the definition of a static member of the class that has them).
-#define ZEL_EXPORT_PROCEDURE(method, procType)            \
-  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType, \
-                                      &::ZEL_T_NMT::ProcedureGuard<&method>::Call),
-#define ZEL_EXPORT_METHOD(method, procType) \
-  ::ZEL_T_NMT::MakeExport<::procType>(#method, #procType, &::ZEL_T_NMT::MethodGuard<&method>::Call),
-#define ZEL_END_OF_EXPORTS \
-  { "", "", nullptr }
+// Export tables from a list of interfaces of a public header. The bodies of an interface are static
+// functions of a class NameInterface, under the names of its methods:
+//   POS_INTERFACES(ZEL_GUARDED_PROCEDURES)
+//   constexpr ExportedInterface kInterfaces[] = {POS_INTERFACES(ZEL_EXPORTED_INTERFACE)};
+#define ZEL_GUARDED_PROCEDURES(Name, interfaceName, METHODS) \
+  ZEL_EXPORTED_PROCEDURES(Name, METHODS, ProcedureGuard)
+#define ZEL_GUARDED_METHODS(Name, interfaceName, METHODS) \
+  ZEL_EXPORTED_PROCEDURES(Name, METHODS, MethodGuard)
 
-// The number of entries of an export table over a method list, with the terminator.
-#define ZEL_EXPORT_ENTRIES(METHODS) (1 METHODS(ZEL_COUNT_METHOD))
-
-// Registers a whole export table, whose last entry is the terminator.
-template <std::size_t Size>
-bool RegisterExports(const ExportEntry (&table)[Size], const char* interfaceName) {
-  return ZELRegisterProcTable(table, static_cast<std::uint32_t>(Size - 1), interfaceName);
-}
+#define ZEL_EXPORTED_PROCEDURES(Name, METHODS, Guarded)               \
+  struct Name##Exports {                                              \
+    using Bodies = Name##Interface;                                   \
+    template <auto Body>                                              \
+    using Guard = ::ZEL_T_NMT::Guarded<Body>;                         \
+    static constexpr ::ZEL_T_NMT::ExportedProcedure kProcedures[] = { \
+        METHODS(ZEL_EXPORTED_PROCEDURE)};                             \
+  };
+#define ZEL_EXPORTED_PROCEDURE(method, procType) \
+  {#method, #procType, &::ZEL_T_NMT::GuardedProcedure<::procType, Guard, &Bodies::method>::Address},
+#define ZEL_EXPORTED_INTERFACE(Name, interfaceName, METHODS) \
+  {interfaceName, Name##Exports::kProcedures},
 
 }  // namespace ZEL_T_NMT

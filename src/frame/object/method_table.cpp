@@ -4,6 +4,8 @@
 #include <limits>
 #include <new>
 
+#include "frame/core/error.h"
+
 namespace ZEL_T_NMT {
 namespace {
 
@@ -75,11 +77,11 @@ void ZELVTabListGeneric::DestroyNodes() noexcept {
   while (First() != nullptr) First()->Destroy();
 }
 
-bool ZELImportInstanceMethods(const ImportEntry* table, std::uint32_t count, ZELInstance instance,
+bool ZELImportInstanceMethods(std::span<const zelutils::Method> methods, ZELInstance instance,
                               bool required, ZELProc* slots) {
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const CZELStringAtom procType(table[i].procType);
-    const CZELStringAtom method(table[i].method);
+  for (std::size_t i = 0; i < methods.size(); ++i) {
+    const CZELStringAtom procType(methods[i].procType);
+    const CZELStringAtom method(methods[i].name);
     ZELProc procedure = nullptr;
     ZELCheck(Containers().GetMethod(&procedure, instance, method.Atom(), procType.Atom(),
                                     required ? 0 : 1));

@@ -7,12 +7,11 @@
 
 #include <cstdint>
 
+#include <span>
+
+#include "frame/base/linked_list.h"
 #include "frame/core/client_base.h"
 #include "frame/core/string_atom.h"
-#include "frame/link/lazy_terminate.h"
-#include "zelutils/pos.h"
-#include "zelutils/types.h"
-#include "zelutils/validator.h"
 
 namespace ZEL_T_NMT {
 
@@ -74,27 +73,15 @@ class ZELVTabListGeneric : public no_construct_double_linked_list<ZELVTabGeneric
   std::uint32_t methodCount_;
 };
 
-// Stores the methods of a table in `slots`, in order. With `required`, false at the first method
-// that the instance does not offer.
-bool ZELImportInstanceMethods(const ImportEntry* table, std::uint32_t count, ZELInstance instance,
+// Stores the instance's procedures for the methods in `slots`, in order. With `required`, false at
+// the first method that the instance does not offer.
+bool ZELImportInstanceMethods(std::span<const zelutils::Method> methods, ZELInstance instance,
                               bool required, ZELProc* slots);
 
 // The import function of a family.
-template <typename Slots>
+template <typename Family>
 bool ImportMethods(ZELInstance instance, bool required, ZELProc* slots) {
-  return ZELImportInstanceMethods(Slots::kImports, Slots::kSlotCount, instance, required, slots);
+  return ZELImportInstanceMethods(Family::kMethods, instance, required, slots);
 }
-
-ZEL_DEFINE_SLOTS(SimpleStreamSlots, ZEL_SIMPLE_STREAM_METHODS);
-ZEL_DEFINE_SLOTS(RewindableStreamSlots, ZEL_REWINDABLE_STREAM_METHODS);
-ZEL_DEFINE_SLOTS(PositionableStreamSlots, ZEL_POSITIONABLE_STREAM_METHODS);
-ZEL_DEFINE_SLOTS(DataStoreSlots, ZEL_DATA_STORE_METHODS);
-ZEL_DEFINE_SLOTS(SizedDataStoreSlots, ZEL_SIZED_DATA_STORE_METHODS);
-ZEL_DEFINE_SLOTS(DataBlockStreamSlots, ZEL_DATA_BLOCK_STREAM_METHODS);
-ZEL_DEFINE_SLOTS(POSObjectSlots, POS_OBJECT_METHODS);
-ZEL_DEFINE_SLOTS(POSValidatorSlots, POS_VALIDATOR_METHODS);
-static_assert(SimpleStreamSlots::kSlotCount == 2 && RewindableStreamSlots::kSlotCount == 2);
-static_assert(PositionableStreamSlots::kSlotCount == 3 && DataStoreSlots::kSlotCount == 1);
-static_assert(SizedDataStoreSlots::kSlotCount == 1 && DataBlockStreamSlots::kSlotCount == 2);
 
 }  // namespace ZEL_T_NMT

@@ -26,56 +26,34 @@ class DelVTabListGeneric : public LazyTerminate {
   ZELVTabListGeneric list_;
 };
 
-// A list that also knows how to import its family.
-template <typename Traits>
+// A list of one family of methods.
+template <typename Family>
 class TDelVTabList : public DelVTabListGeneric {
  public:
-  TDelVTabList() noexcept : DelVTabListGeneric(Traits::Slots::kSlotCount) {}
-  const typename Traits::Slots* Lookup(ZELInstance instance) {
-    return reinterpret_cast<const typename Traits::Slots*>(list_.Lookup(instance, import_));
-  }
-
- private:
-  ImportMethodsFunction import_ = &ImportMethods<typename Traits::Slots>;
-};
-
-struct ZELDataStoreTraits {
-  using Slots = DataStoreSlots;
-};
-struct ZELSizedDataStoreTraits {
-  using Slots = SizedDataStoreSlots;
-};
-struct ZELDataBlockStreamTraits {
-  using Slots = DataBlockStreamSlots;
-};
-
-// The other owners are given the import function at each lookup.
-template <typename Slots>
-class FamilyTerminate : public DelVTabListGeneric {
- public:
-  FamilyTerminate() noexcept : DelVTabListGeneric(Slots::kSlotCount) {}
-  const Slots* Lookup(ZELInstance instance) {
-    return reinterpret_cast<const Slots*>(list_.Lookup(instance, &ImportMethods<Slots>));
+  TDelVTabList() noexcept : DelVTabListGeneric(Table<Family>::kCount) {}
+  // The methods of an instance, or null when it lacks one.
+  const Family* Lookup(ZELInstance instance) {
+    return reinterpret_cast<const Family*>(list_.Lookup(instance, &ImportMethods<Family>));
   }
 };
 
-class CZELSimpleStreamTerminate : public FamilyTerminate<SimpleStreamSlots> {};
-class CZELRewindableStreamTerminate : public FamilyTerminate<RewindableStreamSlots> {};
-class CZELPositionableStreamTerminate : public FamilyTerminate<PositionableStreamSlots> {};
+using CZELSimpleStreamTerminate = TDelVTabList<zelutils::SimpleStreamInterface>;
+using CZELRewindableStreamTerminate = TDelVTabList<zelutils::RewindableStreamInterface>;
+using CZELPositionableStreamTerminate = TDelVTabList<zelutils::PositionableStreamInterface>;
 
 // These two keep their nodes at process detach; nothing reads them any more.
-class CPOSObjectTerminate : public FamilyTerminate<POSObjectSlots> {
+class CPOSObjectTerminate : public TDelVTabList<zelutils::ObjectInterface> {
  public:
   void Abandon() noexcept override {}
 };
-class CPOSValidatorTerminate : public FamilyTerminate<POSValidatorSlots> {
+class CPOSValidatorTerminate : public TDelVTabList<zelutils::ValidatorInterface> {
  public:
   void Abandon() noexcept override {}
 };
 
-extern NeverDestroyed<TDelVTabList<ZELDataStoreTraits>> g_dataStores;
-extern NeverDestroyed<TDelVTabList<ZELSizedDataStoreTraits>> g_sizedDataStores;
-extern NeverDestroyed<TDelVTabList<ZELDataBlockStreamTraits>> g_dataBlockStreams;
+extern NeverDestroyed<TDelVTabList<zelutils::DataStoreInterface>> g_dataStores;
+extern NeverDestroyed<TDelVTabList<zelutils::SizedDataStoreInterface>> g_sizedDataStores;
+extern NeverDestroyed<TDelVTabList<zelutils::DataBlockStreamInterface>> g_dataBlockStreams;
 extern NeverDestroyed<CZELSimpleStreamTerminate> g_simpleStreams;
 extern NeverDestroyed<CZELRewindableStreamTerminate> g_rewindableStreams;
 extern NeverDestroyed<CZELPositionableStreamTerminate> g_positionableStreams;

@@ -14,13 +14,9 @@ class ImplementationRegistry : public CZELClientBase {
     return {std::move(first), CZELStringAtom(interfaceName)};
   }
 
-  Implementation entries_[5] = {
-      Make("POSObjectImpl", "POSObjectInterface"),
-      Make("POSDictIteratorImpl", "POSDictIteratorInterface"),
-      Make("POSStreamerImpl", "POSStreamerInterface"),
-      Make("POSValidatorImpl", "POSValidatorInterface"),
-      Make("ZELUtilsDir", "ZELUtilsDirInterface"),
-  };
+#define ZEL_MAKE_IMPLEMENTATION(id, name, interfaceName) Make(name, interfaceName),
+  Implementation entries_[5] = {ZEL_IMPLEMENTATIONS(ZEL_MAKE_IMPLEMENTATION)};
+#undef ZEL_MAKE_IMPLEMENTATION
 };
 
 constinit ImplementationRegistry* g_registry = nullptr;

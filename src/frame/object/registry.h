@@ -4,17 +4,23 @@
 #include <memory>
 
 #include "frame/core/client_base.h"
+#include "frame/core/error.h"
 #include "frame/core/string_atom.h"
 
 namespace ZEL_T_NMT {
 
-enum class ImplementationId : std::uint32_t {
-  kPOSObject,
-  kPOSDictIterator,
-  kPOSStreamer,
-  kPOSValidator,
-  kUtilsDir,
-};
+// The implementations in the order of their registration: X(identifier, implementation name,
+// interface name).
+#define ZEL_IMPLEMENTATIONS(X)                                            \
+  X(kPOSObject, "POSObjectImpl", POS_OBJECT_INTERFACE)                    \
+  X(kPOSDictIterator, "POSDictIteratorImpl", POS_DICT_ITERATOR_INTERFACE) \
+  X(kPOSStreamer, "POSStreamerImpl", POS_STREAMER_INTERFACE)              \
+  X(kPOSValidator, "POSValidatorImpl", POS_VALIDATOR_INTERFACE)           \
+  X(kUtilsDir, "ZELUtilsDir", ZEL_UTILS_DIR_INTERFACE)
+
+#define ZEL_IMPLEMENTATION_ID(id, name, interfaceName) id,
+enum class ImplementationId : std::uint32_t { ZEL_IMPLEMENTATIONS(ZEL_IMPLEMENTATION_ID) };
+#undef ZEL_IMPLEMENTATION_ID
 
 struct Implementation {
   CZELStringAtom name;
@@ -52,15 +58,6 @@ T* Resolve(ZELInstance instance, ImplementationId id) {
   return static_cast<T*>(ResolveForeign(instance, implementation));
 }
 
-// Makes an instance of an object that the host has taken over when this returns.
-inline ZELInstance PublishObject(void* object, ImplementationId id, ZELDestroyProc destroy) {
-  const Implementation& implementation = ImplementationOf(id);
-  ZELInstance instance = nullptr;
-  ZELCheck(Containers().NewFullContainer(&instance, object, implementation.name.Atom(), destroy,
-                                         implementation.interfaceName.Atom(), 0, 0, 0));
-  return instance;
-}
-
 // The destroy procedure of objects that need no more than their destructor.
 template <typename T>
 void DestroyObject(void* object) noexcept {
@@ -72,7 +69,11 @@ void DestroyObject(void* object) noexcept {
 template <typename T>
 ZELInstance Publish(std::unique_ptr<T> object, ImplementationId id,
                     ZELDestroyProc destroy = &DestroyObject<T>) {
-  const ZELInstance instance = PublishObject(static_cast<void*>(object.get()), id, destroy);
+  const Implementation& implementation = ImplementationOf(id);
+  ZELInstance instance = nullptr;
+  ZELCheck(Containers().NewFullContainer(&instance, static_cast<void*>(object.get()),
+                                         implementation.name.Atom(), destroy,
+                                         implementation.interfaceName.Atom(), 0, 0, 0));
   object.release();  // NOLINT(bugprone-unused-return-value): the host owns it now
   return instance;
 }

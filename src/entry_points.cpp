@@ -1,6 +1,6 @@
 // The exported functions: start and stop of the library.
-#include "frame/link/binder_link.h"
 #include "frame/link/subsystem.h"
+#include "frame/object/lifecycle.h"
 #include "frame/object/registry.h"
 #include "zelutils/zelutils.h"
 
@@ -12,16 +12,15 @@ constinit bool g_initialised = false;
 bool Start(ZELLookupProc lookup) {
   if (!ZELLink(lookup)) return false;
   CreateImplementationRegistry();
-  for (const Subsystem* const* subsystem = kSubsystems; *subsystem != nullptr; ++subsystem) {
-    if (!(*subsystem)->registerInterfaces()) return false;
+  for (const Subsystem* subsystem : kSubsystems) {
+    if (subsystem->start != nullptr) subsystem->start();
+    if (!RegisterInterfaces(*subsystem)) return false;
   }
   return true;
 }
 
 void Stop() {
-  const Subsystem* const* end = kSubsystems;
-  while (*end != nullptr) ++end;
-  while (end != kSubsystems) (*--end)->unregisterInterfaces();
+  for (std::size_t i = kSubsystems.size(); i-- > 0;) UnregisterInterfaces(*kSubsystems[i]);
   DestroyImplementationRegistry();
   ZELUnlink();
 }

@@ -3,7 +3,7 @@
 #define NOMINMAX
 #include <windows.h>
 
-#include "frame/link/binder_link.h"
+#include "frame/object/lifecycle.h"
 
 // A thread that ends changes nothing: the library keeps no state per thread.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
