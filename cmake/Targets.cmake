@@ -30,6 +30,10 @@ if(ZEL_SANITIZE)
   add_compile_options($<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
 endif()
 
+# The same sources give the same bytes, wherever they lie: debugger symbols name them from here.
+add_compile_options(
+  $<$<CONFIG:RelWithDebInfo>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=zelutils-${PROJECT_VERSION}>)
+
 # zel_warnings(TARGET): the warnings that our own code is held to.
 function(zel_warnings target)
   target_compile_options(${target} PRIVATE

@@ -334,15 +334,9 @@ void Tour(const zelhost::Host& host, const Client& client, const std::string& pa
                                       std::to_string(live.blocks) + " blocks of memory");
 }
 
-#ifdef _WIN32
-constexpr const char* kLibrary = "ZELUtils.dll";
-#else
-constexpr const char* kLibrary = "libZELUtils.so";
-#endif
-
-int Run(const char* program, const std::string& document) {
+int Run(const std::string& document) {
   zelhost::Host host;
-  host.Start((fs::path(program).parent_path() / kLibrary).string());
+  host.Start();
   const std::uint32_t version = host.LibraryVersion();
   std::printf("ZELUtils %u.%u.%u, loaded into the reference host\n", version >> 16,
               version >> 8 & 0xFF, version & 0xFF);
@@ -360,7 +354,7 @@ int Run(const char* program, const std::string& document) {
 
 int main(int argc, char** argv) {
   try {
-    return Run(argv[0], argc > 1 ? argv[1] : ZEL_EXAMPLES_DIR "/document.pos");
+    return Run(argc > 1 ? argv[1] : ZEL_EXAMPLES_DIR "/document.pos");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "zel_demo: %s\n", error.what());
     return 1;

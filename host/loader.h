@@ -8,12 +8,8 @@
 
 namespace zelhost {
 
-// The library's file name on this system.
-#if defined(_WIN32)
-inline constexpr const char kLibraryName[] = "ZELUtils.dll";
-#else
-inline constexpr const char kLibraryName[] = "libZELUtils.so";
-#endif
+// The library's file name on this system: the one that is there without a compiler's files.
+inline constexpr const char kLibraryName[] = ZELHOST_LIBRARY_NAME;
 
 // The file of the running program, and of the program or shared library that this code is linked
 // into; empty when the system does not tell. On Windows in the current code page.

@@ -2,7 +2,7 @@
 // embedded in a program or to be read by who writes a host of his own.
 //
 //   zelhost::Host host;
-//   host.Start("libZELUtils.so");
+//   host.Start("libZELUtils.so.1");
 //   auto newNumber = host.Find<POSNumberNewPOSNumberProc>(POS_NUMBER_INTERFACE, "NewPOSNumber",
 //                                                         "POSNumberNewPOSNumberProc");
 //   ZELInstance number = newNumber(12.5);

@@ -1,5 +1,6 @@
-# Installs the build in BUILD to a prefix of its own, and there builds and runs a project that uses
-# the installation: the program is the C++ example of the README.
+# Installs the build in BUILD to a prefix of its own, and there builds and runs projects that use the
+# installation: the C++ example of the README, and the installed examples with their tests. Then it
+# uninstalls, and nothing may be left.
 set(prefix ${BUILD}/package/prefix)
 set(consumer ${BUILD}/package/consumer)
 file(REMOVE_RECURSE ${BUILD}/package)
@@ -21,15 +22,38 @@ if(SANITIZE)
   string(APPEND C_FLAGS " -fsanitize=${SANITIZE}")
   string(APPEND CXX_FLAGS " -fsanitize=${SANITIZE}")
 endif()
+
+# build(FOLDER TARGET...): builds the project in a folder as one that has the installation alone.
+function(build folder)
+  execute_process(
+    COMMAND ${CMAKE_COMMAND} -S ${folder} -B ${folder}/build -G Ninja
+      -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_COMPILER=${C_COMPILER}
+      -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_C_FLAGS=${C_FLAGS} -DCMAKE_CXX_FLAGS=${CXX_FLAGS}
+      -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(
+    COMMAND ${CMAKE_COMMAND} --build ${folder}/build --target all ${ARGN}
+    COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+build(${consumer} check)
+
+set(examples ${BUILD}/package/examples)
+file(GLOB installed ${prefix}/share/doc/*/examples)
+file(COPY ${installed}/ DESTINATION ${examples})
+build(${examples})
 execute_process(
-  COMMAND ${CMAKE_COMMAND} -S ${consumer} -B ${consumer}/build -G Ninja
-    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_COMPILER=${C_COMPILER}
-    -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_C_FLAGS=${C_FLAGS} -DCMAKE_CXX_FLAGS=${CXX_FLAGS}
-    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
-  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
-execute_process(
-  COMMAND ${CMAKE_COMMAND} --build ${consumer}/build --target all check
+  COMMAND ${CMAKE_CTEST_COMMAND} --test-dir ${examples}/build --output-on-failure --no-tests=error
   COMMAND_ERROR_IS_FATAL ANY)
+
 execute_process(
   COMMAND ${EMULATOR} ${prefix}/bin/${TOOL} --version
   COMMAND_ERROR_IS_FATAL ANY)
+
+execute_process(
+  COMMAND ${CMAKE_COMMAND} --build ${BUILD} --target uninstall
+  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE left ${prefix}/*)
+if(left)
+  message(FATAL_ERROR "left by the uninstallation: ${left}")
+endif()

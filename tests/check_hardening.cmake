@@ -1,0 +1,24 @@
+# Fails unless BINARY, a program or a shared library, was built with the means of ZEL_HARDENING: all
+# relocations are done and sealed before its code runs, the stack can hold no code, functions with
+# buffers check for a smashed stack, and jumps land only where they may.
+execute_process(
+  COMMAND ${READELF} --dynamic --program-headers --wide ${BINARY}
+  OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+execute_process(
+  COMMAND ${OBJDUMP} --disassemble --no-show-raw-insn ${BINARY}
+  OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
+
+set(missing "")
+foreach(wanted IN ITEMS "GNU_RELRO" "Flags: NOW" "GNU_STACK [^\n]* RW " "DYN|Shared library")
+  if(NOT headers MATCHES "${wanted}")
+    list(APPEND missing "${wanted}")
+  endif()
+endforeach()
+foreach(wanted IN ITEMS "__stack_chk_fail" "endbr(32|64)")
+  if(NOT code MATCHES "${wanted}")
+    list(APPEND missing "${wanted}")
+  endif()
+endforeach()
+if(missing)
+  message(FATAL_ERROR "${BINARY} lacks: ${missing}")
+endif()
