@@ -52,12 +52,24 @@ bool IsAllowed(const std::string& report) {
   return std::find(std::begin(kAllowed), std::end(kAllowed), report) != std::end(kAllowed);
 }
 
+// Checks whose work is bounded call the host no more often than so: checking a schema, for each of
+// its bytes; and checking a value that conforms, for each of its bytes with each of the schema's.
+// Bytes that are not there stand for what a run does in any case.
+constexpr std::uint64_t kCallsPerByte = 1000;
+constexpr std::uint64_t kCallsPerPairOfBytes = 10;
+constexpr std::uint64_t kBytesOfNothing = 32;
+
 class SchemaRun {
  public:
-  SchemaRun(Session& session, const Held& schema, const Held& value)
+  SchemaRun(Session& session, const std::string& schemaText, const Held& schema,
+            const std::string& valueText, const Held& value)
       : session_(session),
         schema_(schema),
         value_(value),
+        schemaWork_(kCallsPerByte * (schemaText.size() + kBytesOfNothing)),
+        valueWork_(kCallsPerPairOfBytes * (schemaText.size() + kBytesOfNothing) *
+                   (valueText.size() + kBytesOfNothing)),
+        mayFailInside_(schemaText.find("union") != std::string::npos),
         validator_(session, session.procs.structValidators.NewPOSStructValidator(schema.Get())) {}
 
   void Run() {
@@ -65,7 +77,9 @@ class SchemaRun {
     const auto checkSchema = [&] {
       return procs.structValidators.ValidateSchema(schema_.Get(), &Collect);
     };
+    session_.host.ResetCalls();
     const Verdict schemaVerdict = Ask(session_, checkSchema);
+    ExpectWorkWithin(schemaWork_, "a schema");
     Expect(schemaVerdict == Ask(session_, checkSchema), "two verdicts on a schema");
     isValid_ = schemaVerdict.conforms == 1;
 
@@ -85,7 +99,10 @@ class SchemaRun {
     const auto check = [&] {
       return procs.validators.Validate(validator_.Get(), value_.Get(), name, &Collect);
     };
+    session_.host.ResetCalls();
     const Verdict verdict = Ask(session_, check);
+    // An alternative of a union that fails may take as long as there are ways to what fails.
+    if (verdict.conforms == 1 && !mayFailInside_) ExpectWorkWithin(valueWork_, "a value");
     Expect(verdict == Ask(session_, check), "two verdicts on a value");
     for (const std::string& report : verdict.reports) {
       Expect(!isValid_ || IsAllowed(report), "a valid schema that fails: " + report);
@@ -98,9 +115,18 @@ class SchemaRun {
     procs.atoms.DeleteStringAtom(name);
   }
 
+  void ExpectWorkWithin(std::uint64_t most, const std::string& what) const {
+    const std::uint64_t calls = session_.host.TotalCalls();
+    Expect(calls <= most, "the check of " + what + " calls the host " + std::to_string(calls) +
+                              " times, more than " + std::to_string(most));
+  }
+
   Session& session_;
   const Held& schema_;
   const Held& value_;
+  const std::uint64_t schemaWork_;
+  const std::uint64_t valueWork_;
+  const bool mayFailInside_;
   Held validator_;
   bool isValid_ = false;
 };
@@ -110,12 +136,13 @@ class SchemaRun {
 // The schema's text, a NUL and the value.
 void FuzzSchema(Session& session, Bytes input) {
   const auto end = std::find(input.begin(), input.end(), std::uint8_t{0});
-  const Held schema = ReadValue(session, std::string(input.begin(), end));
+  const std::string schemaText(input.begin(), end);
+  const std::string valueText = end == input.end() ? "1" : std::string(end + 1, input.end());
+  const Held schema = ReadValue(session, schemaText);
   if (!schema) return;
-  const Held value =
-      ReadValue(session, end == input.end() ? "1" : std::string(end + 1, input.end()));
+  const Held value = ReadValue(session, valueText);
   if (!value) return;
-  SchemaRun(session, schema, value).Run();
+  SchemaRun(session, schemaText, schema, valueText, value).Run();
 }
 
 }  // namespace zelfuzz
