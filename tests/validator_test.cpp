@@ -120,12 +120,14 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
        "|a (required, type != int): Expected INT was of invalid type"
        "|a (optional, type != real): Expected REAL was of invalid type"},
 
-      {"category union set [int I]> I <category intersection set [real string]", "[]",
+      {"category union set [int N bool string]> N <category int", "a", kConforms},
+      {"category union set [int I bool]> I <category intersection set [real string]", "[]",
        "|Not a valid union type: Trying int: Expected INT was of invalid type"
        "|Not a valid union type: Trying I: Failed intersection type real:"
        " Expected REAL was of invalid type"
        "|Not a valid union type: Trying I: Failed intersection type string:"
-       " Expected STRING was of invalid type"},
+       " Expected STRING was of invalid type"
+       "|Not a valid union type: Trying bool: Expected BOOL was of invalid type"},
       {"category union", "a", ""},  // counts without a word
       {"category dict required <a U>> U <category union set []", "<a 1>", ""},
       {"category intersection", "a", kConforms},

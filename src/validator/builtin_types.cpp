@@ -30,11 +30,7 @@ const char* BoolMismatch(ZELInstance value) {
   return isWord ? nullptr : "BOOL was not a valid string (true/false)";
 }
 
-const char* IntMismatch(ZELInstance value) {
-  const double number = NumberOf(value);
-  const bool isWhole = number >= INT32_MIN && number <= INT32_MAX && std::trunc(number) == number;
-  return isWhole ? nullptr : "INT was not a whole number";
-}
+const char* IntMismatch(ZELInstance value) { return FindIntMismatch(NumberOf(value)); }
 
 constexpr const char* kNoReference = "Expected OBJREF was of invalid type";
 
@@ -54,6 +50,11 @@ constexpr BuiltinType kBuiltinTypes[] = {
     {Keyword::kQXBaseObjRef, &CPOSRawPointer::Is, kNoReference, nullptr},
     {Keyword::kZELErrorObjRef, &CPOSRawPointer::Is, kNoReference, nullptr},
 };
+
+const char* FindIntMismatch(double number) noexcept {
+  const bool isWhole = number >= INT32_MIN && number <= INT32_MAX && std::trunc(number) == number;
+  return isWhole ? nullptr : "INT was not a whole number";
+}
 
 const BuiltinType* FindBuiltinType(Keyword word) noexcept {
   static constexpr auto kByKeyword = ByKeyword(kBuiltinTypes);

@@ -23,6 +23,9 @@ extern const BuiltinType kBuiltinTypes[kBuiltinTypeCount];
 // Null for any other word.
 const BuiltinType* FindBuiltinType(Keyword word) noexcept;
 
+// The message about a number that is no 32-bit integer; else null.
+const char* FindIntMismatch(double number) noexcept;
+
 // The message about a value that the type does not accept; else null.
 inline const char* FindMismatch(const BuiltinType& type, ZELInstance value) {
   if (!type.isOfKind(value)) return type.wrongKind;

@@ -25,7 +25,7 @@ bool Choices::Have(const char* text) {
     if (first_.size() < kComparedOneByOne) {
       first_.push_back(std::move(choice));
     } else {
-      others_.insert(std::move(choice));
+      others_.try_emplace(choice.text, std::move(choice));
     }
     ++read_;
     if (isWanted) return true;

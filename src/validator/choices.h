@@ -1,7 +1,7 @@
 // The texts that a definition allows.
 #pragma once
 
-#include <set>
+#include <map>
 #include <vector>
 
 #include "validator/attributes.h"
@@ -20,20 +20,15 @@ class Choices {
   bool Have(const char* text);
 
  private:
-  struct Order : TextOrder {
-    using TextOrder::Text;
-    static const char* Text(const HeldText& choice) noexcept { return choice.text; }
-    bool operator()(const auto& left, const auto& right) const noexcept {
-      return std::strcmp(Text(left), Text(right)) < 0;
-    }
-  };
+  using ByText = std::map<const char*, HeldText, TextOrder,
+                          ZEL_T_NMT::BinderAllocator<std::pair<const char* const, HeldText>>>;
 
   ZEL_T_NMT::CPOSArray array_;
   std::uint32_t count_;
   std::uint32_t read_ = 0;
   // The first few are compared one by one, the others found by their order.
   std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> first_;
-  std::set<HeldText, Order, ZEL_T_NMT::BinderAllocator<HeldText>> others_;
+  ByText others_;
 };
 
 }  // namespace NPOSValidatorImpl

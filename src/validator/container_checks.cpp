@@ -68,7 +68,7 @@ std::int32_t ValidateOtherMember(Run& run, const DictRules& rules, ZELInstance d
 
 std::int32_t ValidateArray(Run& run, Definition& definition, ZELInstance array) {
   if (!ZEL_T_NMT::CPOSArray::Is(array)) {
-    run.Messages().Append("Array object expected");
+    run.Messages().AppendText("Array object expected");
     return 1;
   }
   const std::uint32_t count = CountElements(array);
@@ -77,7 +77,7 @@ std::int32_t ValidateArray(Run& run, Definition& definition, ZELInstance array) 
       CheckLength(definition, static_cast<double>(count), "Array length below mininum value %d",
                   "Array length above maximum value", run.Messages());
   if (types.AreArray() && types.ArrayCount() != count) {
-    run.Messages().Append("Heterogenous array object size did not match type array size");
+    run.Messages().AppendText("Heterogenous array object size did not match type array size");
     return findings + 1;
   }
   if (!types.AreOne() && !types.AreArray()) return findings;
@@ -92,7 +92,7 @@ std::int32_t ValidateArray(Run& run, Definition& definition, ZELInstance array) 
 
 std::int32_t ValidateDict(Run& run, Definition& definition, ZELInstance dict) {
   if (!CPOSDict::Is(dict)) {
-    run.Messages().Append("Dict object expected");
+    run.Messages().AppendText("Dict object expected");
     return 1;
   }
   DictRules& rules = definition.Members();
@@ -123,14 +123,29 @@ std::int32_t ValidateUnion(Run& run, Definition& definition, ZELInstance value) 
   TypeNames& set = definition.Types(Keyword::kSet);
   const MessageList::Mark mark = run.Messages().End();
   Attempts attempts(run);
+  // What a built-in type has against the value is put into words only when something follows it in
+  // the list, which mostly nothing does: a later alternative takes the value.
+  std::uint32_t worded = 0;
+  const auto catchUp = [&](std::uint32_t end) {
+    for (; worded < end; ++worded) {
+      const TypeName& type = set.At(worded);
+      run.ValidatePart(type, value, "Trying %s:", type.Text());
+    }
+  };
   for (std::uint32_t i = 0; i < set.ArrayCount(); ++i) {
     const TypeName& type = set.At(i);
-    attempts.Next();
-    if (run.ValidatePart(type, value, "Trying %s:", type.Text()) == 0) {
-      run.Messages().Drop(mark);
-      return 0;
+    if (type.Builtin() != nullptr) {
+      if (FindMismatch(*type.Builtin(), value) != nullptr) continue;
+    } else {
+      catchUp(i);
+      attempts.Next();
+      worded = i + 1;
+      if (run.ValidatePart(type, value, "Trying %s:", type.Text()) != 0) continue;
     }
+    run.Messages().Drop(mark);
+    return 0;
   }
+  catchUp(set.ArrayCount());
   run.Messages().AppendPrefix(mark, "Not a valid union type:");
   return 1;
 }

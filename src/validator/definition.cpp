@@ -32,12 +32,9 @@ TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword a
   count_ = array_.IsEmpty() ? 0 : array_.Count();
 }
 
-const TypeName& TypeNames::At(std::uint32_t index) {
-  if (one_) return *one_;
-  if (index >= names_.size()) {
-    names_.push_back(std::make_unique<TypeName>(GetTextAt(array_, index).text));
-  }
-  return *names_[index];
+void TypeNames::ReadNext() {
+  const auto index = static_cast<std::uint32_t>(names_.size());
+  names_.push_back(std::make_unique<TypeName>(GetTextAt(array_, index).text));
 }
 
 DictRules::DictRules(const Keywords& keywords, ZELInstance definition)
@@ -73,7 +70,10 @@ std::optional<TypeName> DictRules::OptionalType(const CZELStringAtom& key) const
 }
 
 Definition::Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict)
-    : keywords_(keywords), dict_(dict), category_(&ReadCategory(keywords, name, dict)) {}
+    : keywords_(keywords),
+      dict_(dict),
+      category_(&ReadCategory(keywords, name, dict)),
+      kindOfValues_(FindBuiltinType(category_->word)) {}
 
 void Definition::ReadBound(std::uint32_t index) {
   bounds_[index] = GetNumber(dict_.Get(), keywords_[kBoundWords[index]])

@@ -30,9 +30,15 @@ class TypeNames : public ZEL_T_NMT::CZELClientBase {
   std::uint32_t ArrayCount() const noexcept { return count_; }
   // The one, or that of an element: to be asked for in order; raises for an element that is not a
   // String or not there. A name stays where it is, whatever is asked for meanwhile.
-  const TypeName& At(std::uint32_t index);
+  const TypeName& At(std::uint32_t index) {
+    if (one_) return *one_;
+    if (index >= names_.size()) ReadNext();
+    return *names_[index];
+  }
 
  private:
+  void ReadNext();
+
   using Names =
       std::vector<std::unique_ptr<TypeName>, ZEL_T_NMT::BinderAllocator<std::unique_ptr<TypeName>>>;
 
@@ -88,6 +94,8 @@ class Definition {
   Definition& operator=(const Definition&) = delete;
 
   const Category& GetCategory() const noexcept { return *category_; }
+  // The built-in type of the category's name; there must be one.
+  const BuiltinType& KindOfValues() const noexcept { return *kindOfValues_; }
 
   // NaN when there is none: no comparison with it is true.
   double GetBound(Bound bound) {
@@ -114,6 +122,7 @@ class Definition {
   const Keywords& keywords_;
   ZEL_T_NMT::ContainerReference dict_;
   const Category* category_;
+  const BuiltinType* kindOfValues_;
   std::uint32_t boundsRead_ = 0;  // a bit for each
   double bounds_[std::size(kBoundWords)];
   std::optional<HeldText> illegalChars_;

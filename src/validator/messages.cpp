@@ -23,20 +23,21 @@ class FormattedText {
  public:
   FormattedText(const char* format, FormatArguments arguments) {
     const FormatArgument* argument = arguments.begin();
-    const char* rest = format;
-    while (const char* placeholder = std::strchr(rest, '%')) {
-      Add(std::string_view(rest, static_cast<std::size_t>(placeholder - rest)));
-      if (placeholder[1] == 'd') {
+    for (const char* next = format; *next != '\0'; ++next) {
+      if (*next != '%') {
+        Add({next, 1});
+        continue;
+      }
+      ++next;
+      if (*next == 'd') {
         Advance(std::to_chars(end_, Last(), argument->Integer()));
-      } else if (placeholder[1] == 'f') {
+      } else if (*next == 'f') {
         AddReal(argument->Real());
       } else {
         Add(argument->Text());
       }
       ++argument;
-      rest = placeholder + 2;
     }
-    Add(rest);
   }
   FormattedText(const FormattedText&) = delete;
   FormattedText& operator=(const FormattedText&) = delete;
@@ -71,40 +72,47 @@ void MessageList::Append(const char* format, FormatArguments arguments) {
 }
 
 void MessageList::AppendText(std::string_view text) {
-  bytes_.insert(bytes_.end(), text.begin(), text.end());
-  bytes_.push_back('\0');
+  lengths_.push_back(static_cast<std::uint32_t>(text.size()) + 1);
+  const std::size_t start = bytes_.size();
+  bytes_.resize(start + text.size() + 1);
+  std::memcpy(bytes_.data() + start, text.data(), text.size());
 }
 
 void MessageList::AppendPrefix(Mark mark, const char* format, FormatArguments arguments) {
   const FormattedText formatted(format, arguments);
   const std::string_view prefix = formatted.Get();
-  std::size_t growth = 0;
-  for (Mark at = mark; at < bytes_.size();) {
-    const std::size_t length = MessageAt(at).size();
-    if (prefix.size() + 1 + length >= kMessageBytes) RaiseTooLong();
-    growth += prefix.size() + 1;
-    at += length + 1;
+  const auto added = static_cast<std::uint32_t>(prefix.size()) + 1;
+  for (std::size_t i = mark.count; i < lengths_.size(); ++i) {
+    if (added + lengths_[i] > kMessageBytes) RaiseTooLong();
   }
   // From the last message to the first, each moves to where it has room for its prefix.
   std::size_t end = bytes_.size();
-  bytes_.resize(end + growth);
-  char* target = bytes_.data() + bytes_.size();
-  while (end > mark) {
-    std::size_t start = end - 1;
-    while (start > mark && bytes_[start - 1] != '\0') --start;
-    target -= end - start;
-    std::memmove(target, bytes_.data() + start, end - start);
+  bytes_.resize(end + added * (lengths_.size() - mark.count));
+  char* const bytes = bytes_.data();
+  char* target = bytes + bytes_.size();
+  for (std::size_t i = lengths_.size(); i > mark.count; --i) {
+    std::uint32_t& length = lengths_[i - 1];
+    target -= length;
+    end -= length;
+    std::memmove(target, bytes + end, length);
     *--target = ' ';
     target -= prefix.size();
     std::memcpy(target, prefix.data(), prefix.size());
-    end = start;
+    length += added;
   }
+}
+
+void MessageList::Drop(Mark mark) noexcept {
+  bytes_.resize(mark.bytes);
+  lengths_.resize(mark.count);
 }
 
 void MessageList::Report(POSValidatorMessageProc report) const {
   const CPOSArray list = CPOSArray::New();
-  for (Mark at = 0; at < bytes_.size(); at += MessageAt(at).size() + 1) {
-    list.Append(CPOSString::New(bytes_.data() + at));
+  const char* text = bytes_.data();
+  for (const std::uint32_t length : lengths_) {
+    list.Append(CPOSString::New(text));
+    text += length;
   }
   if (report == nullptr) {
     ZEL_T_NMT::Require(ZEL_T_NMT::POSStatics())->DebugDump(list.Handle());

@@ -48,25 +48,29 @@ using FormatArguments = std::initializer_list<FormatArgument>;
 // numbers read the same in every locale and on every platform.
 class MessageList {
  public:
-  using Mark = std::size_t;
+  // A place between two messages.
+  struct Mark {
+    std::size_t bytes;
+    std::size_t count;
+  };
 
   // Behind the last message.
-  Mark End() const noexcept { return bytes_.size(); }
-  void Append(const char* format, FormatArguments arguments = {});
+  Mark End() const noexcept { return {bytes_.size(), lengths_.size()}; }
+  bool IsEmptyBehind(Mark mark) const noexcept { return lengths_.size() == mark.count; }
+  void Append(const char* format, FormatArguments arguments);
   // A text as it is, of whatever length.
   void AppendText(std::string_view text);
   // Puts the prefix and a blank before each message behind the mark.
   void AppendPrefix(Mark mark, const char* format, FormatArguments arguments = {});
-  void Drop(Mark mark) { bytes_.resize(mark); }
+  void Drop(Mark mark) noexcept;
 
   // Calls `report` with each message, once all of them are at hand; null: hands the list to the
   // debug dump.
   void Report(POSValidatorMessageProc report) const;
 
  private:
-  std::string_view MessageAt(Mark mark) const noexcept { return bytes_.data() + mark; }
-
   std::vector<char, ZEL_T_NMT::BinderAllocator<char>> bytes_;  // each message ends with a NUL
+  std::vector<std::uint32_t, ZEL_T_NMT::BinderAllocator<std::uint32_t>> lengths_;  // NUL included
 };
 
 // Truncates toward zero; -2147483648 for what is out of range and for NaN.

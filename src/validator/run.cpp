@@ -37,7 +37,7 @@ BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName, ZELInstance v
   if (typeName.Builtin() == nullptr) return BuiltinCheckResult::kNotBuiltin;
   const char* mismatch = FindMismatch(*typeName.Builtin(), value);
   if (mismatch == nullptr) return BuiltinCheckResult::kBuiltinValid;
-  messages_.Append(mismatch);
+  messages_.AppendText(mismatch);
   return BuiltinCheckResult::kBuiltinInvalid;
 }
 
@@ -71,7 +71,7 @@ std::int32_t Run::ValidateOnce(Definition& definition, ZELInstance value) {
   const MessageList::Mark mark = messages_.End();
   const std::int32_t findings = category.check(*this, definition, value);
   // A client's callback is called as often as there are ways to what it is for.
-  if (foreignCalls_ == foreignCallsBefore && messages_.End() == mark) {
+  if (foreignCalls_ == foreignCallsBefore && messages_.IsEmptyBehind(mark)) {
     verdicts_.Note(value, definition, {findings, deepest_ - depth_});
   }
   deepest_ = std::max(deepest_, deepestBefore);

@@ -94,7 +94,7 @@ class Run {
 // verdicts are noted, until no value is left that is checked so.
 class Attempts {
  public:
-  explicit Attempts(Run& run) noexcept : run_(run), first_(run.checksThatLeadOn_) {
+  explicit Attempts(Run& run) noexcept : run_(run), before_(run.checksThatLeadOn_) {
     ++run_.attempts_;
   }
   Attempts(const Attempts&) = delete;
@@ -106,17 +106,16 @@ class Attempts {
 
   // To be called before each check.
   void Next() noexcept {
-    if (!repeats_ && run_.checksThatLeadOn_ - first_ > made_) {
+    if (!repeats_ && run_.checksThatLeadOn_ - before_ > 1) {
       repeats_ = true;
       ++run_.repetitions_;
     }
-    ++made_;
+    before_ = run_.checksThatLeadOn_;
   }
 
  private:
   Run& run_;
-  std::uint64_t first_;
-  std::uint64_t made_ = 0;
+  std::uint64_t before_;
   bool repeats_ = false;
 };
 

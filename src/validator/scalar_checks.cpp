@@ -15,17 +15,25 @@ namespace {
 constexpr const char* kStringTooShort = "String length below mininum value %d";
 constexpr const char* kStringTooLong = "String length above maximum value %d";
 
-// Whether the value is acceptable as the built-in type of the category's name.
-bool IsOfCategory(Run& run, const Definition& definition, ZELInstance value) {
-  const char* mismatch = FindMismatch(*FindBuiltinType(definition.GetCategory().word), value);
-  if (mismatch != nullptr) run.Messages().Append(mismatch);
-  return mismatch == nullptr;
+// The one finding about a value that has been looked at no further.
+std::int32_t Reject(Run& run, const char* message) {
+  run.Messages().AppendText(message);
+  return 1;
+}
+
+// Whether the value is of the kind that the category's name stands for as a built-in type.
+bool IsOfKind(const Definition& definition, ZELInstance value) {
+  return definition.KindOfValues().isOfKind(value);
+}
+
+std::int32_t RejectKind(Run& run, const Definition& definition) {
+  return Reject(run, definition.KindOfValues().wrongKind);
 }
 
 std::int32_t CheckOneOf(Definition& definition, const char* text, const char* message,
                         MessageList& messages) {
   if (definition.Admits(text)) return 0;
-  messages.Append(message);
+  messages.AppendText(message);
   return 1;
 }
 
@@ -48,8 +56,11 @@ std::int32_t CheckLength(Definition& definition, double length, const char* belo
 }
 
 std::int32_t ValidateNumber(Run& run, Definition& definition, ZELInstance value) {
-  if (!IsOfCategory(run, definition, value)) return 1;
+  if (!IsOfKind(definition, value)) return RejectKind(run, definition);
   const double number = NumberOf(value);
+  if (definition.GetCategory().word == Keyword::kInt) {
+    if (const char* mismatch = FindIntMismatch(number)) return Reject(run, mismatch);
+  }
   std::int32_t findings = 0;
   const auto check = [&](Bound attribute, auto excludes, const char* message) {
     const double bound = definition.GetBound(attribute);
@@ -65,7 +76,7 @@ std::int32_t ValidateNumber(Run& run, Definition& definition, ZELInstance value)
 }
 
 std::int32_t ValidateString(Run& run, Definition& definition, ZELInstance value) {
-  if (!IsOfCategory(run, definition, value)) return 1;
+  if (!IsOfKind(definition, value)) return RejectKind(run, definition);
   const char* text = TextOf(value);
   const std::size_t length = std::strlen(text);
   std::int32_t findings = CheckLength(definition, static_cast<double>(length), kStringTooShort,
@@ -80,7 +91,7 @@ std::int32_t ValidateString(Run& run, Definition& definition, ZELInstance value)
 }
 
 std::int32_t ValidateUnicodeString(Run& run, Definition& definition, ZELInstance value) {
-  if (!IsOfCategory(run, definition, value)) return 1;
+  if (!IsOfKind(definition, value)) return RejectKind(run, definition);
   const CPOSUnicodeString string(CPOSObject(value), false);
   return CheckLength(definition, static_cast<double>(ZEL_T_NMT::UnicodeLength(string.Get())),
                      "Unicode String length below mininum value %d",
@@ -88,7 +99,7 @@ std::int32_t ValidateUnicodeString(Run& run, Definition& definition, ZELInstance
 }
 
 std::int32_t ValidateBinData(Run& run, Definition& definition, ZELInstance value) {
-  if (!IsOfCategory(run, definition, value)) return 1;
+  if (!IsOfKind(definition, value)) return RejectKind(run, definition);
   const CPOSBinData data(CPOSObject(value), false);
   const std::int32_t findings = CheckLength(definition, static_cast<double>(data.GetSize()),
                                             kStringTooShort, kStringTooLong, run.Messages());
@@ -97,7 +108,7 @@ std::int32_t ValidateBinData(Run& run, Definition& definition, ZELInstance value
 }
 
 std::int32_t ValidateReference(Run& run, Definition& definition, ZELInstance value) {
-  return IsOfCategory(run, definition, value) ? 0 : 1;
+  return IsOfKind(definition, value) ? 0 : RejectKind(run, definition);
 }
 
 }  // namespace NPOSValidatorImpl
