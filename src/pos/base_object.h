@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "frame/base/compiler.h"
 #include "frame/client/pos_wrappers.h"
 #include "frame/core/client_base.h"
 #include "frame/object/registry.h"
@@ -47,14 +48,14 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
 
 // Null for null and for an object of another class.
 template <typename T>
-[[gnu::always_inline]] inline T* QuietCheck(ZELInstance handle) {
+ZEL_ALWAYS_INLINE T* QuietCheck(ZELInstance handle) {
   if (handle == nullptr) return nullptr;
   BaseObject& object = ResolveObject(handle);
   return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
 template <typename T>
-[[gnu::always_inline]] inline T& RaisingCheck(ZELInstance handle) {
+ZEL_ALWAYS_INLINE T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
   if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
   return static_cast<T&>(object);

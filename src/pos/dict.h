@@ -53,7 +53,7 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
  protected:
   // The current entry's key and value; only while the entry has not been removed.
-  const DictEntries::Key& Key() const noexcept { return Entry().key; }
+  const DictKey& Key() const noexcept { return Entry().key; }
   ZELInstance Value() const noexcept { return Entry().value.Get(); }
 
  private:
@@ -61,14 +61,14 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
   enum class State { kAtEntry, kAtKey, kDone };
 
-  DictEntries::Entry& Entry() const noexcept { return dict_->entries_.At(number_); }
-  void GoTo(std::uint32_t place) noexcept;
+  DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
+  void GoTo(DictEntries::Place place) noexcept;
   void HoldKey();
 
   Dict* dict_;
   State state_ = State::kDone;
   std::uint32_t number_ = 0;
-  std::uint32_t place_ = 0;
+  DictEntries::Place place_ = DictEntries::kEnd;
   std::uint32_t placesVersion_ = 0;
   ZEL_T_NMT::CZELStringAtom key_;
   DictIterator* next_ = nullptr;
