@@ -5,11 +5,11 @@
 #include <memory>
 
 #include "frame/core/nesting.h"
+#include "pos/members.h"
 
 namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::ContainerReference;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::NestingLevel;
 
 namespace {
@@ -42,8 +42,8 @@ BaseObject* Array::Clone() {
   return copy.release();
 }
 
-bool Array::IsEqual(const CPOSObject& other) {
-  const Array* array = QuietCheck<Array>(other.Handle());
+bool Array::IsEqual(BaseObject& other) {
+  const Array* array = DownCast<Array>(other);
   if (array == nullptr || array->count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
   for (std::uint32_t i = 0; i < count_; ++i) {

@@ -20,7 +20,7 @@ class Array final : public Composite {
   ~Array() override;
 
   BaseObject* Clone() override;
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
 
   std::uint32_t Count() const noexcept { return count_; }

@@ -2,11 +2,11 @@
 
 #include "frame/core/nesting.h"
 #include "pos/key_hash.h"
+#include "pos/members.h"
 
 namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::ContainerReference;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::NestingLevel;
 
@@ -32,14 +32,15 @@ BaseObject* Dict::Clone() {
   return copy.release();
 }
 
-bool Dict::IsEqual(const CPOSObject& other) {
-  Dict* dict = QuietCheck<Dict>(other.Handle());
+bool Dict::IsEqual(BaseObject& other) {
+  Dict* dict = DownCast<Dict>(other);
   if (dict == nullptr) return false;
   const NestingLevel level(g_equalDepth);
   ConstDictIterator it(*this);
   ConstDictIterator beside(*dict);
-  // Equal dictionaries have the same keys at each step, which are the same atoms.
-  for (; !it.IsDone() && it.CurKey() == beside.CurKey(); it.Next(), beside.Next()) {
+  // Equal dictionaries have the same keys at each step.
+  for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey());
+       it.Next(), beside.Next()) {
     if (!MembersAreEqual(it.Value(), beside.Value())) return false;
   }
   if (it.IsDone() && beside.IsDone()) return true;

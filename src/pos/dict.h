@@ -20,7 +20,7 @@ class Dict final : public Composite {
   ~Dict() override;
 
   BaseObject* Clone() override;
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
 
   // Null for an absent key.

@@ -16,7 +16,8 @@ ZELInstance ObjectInterface::Clone(ZELInstance handle) {
 
 bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
   const CPOSObject other(otherHandle);
-  return ResolveObject(handle).IsEqual(other);
+  BaseObject& object = ResolveObject(handle);
+  return object.IsEqual(ResolveObject(other.Handle()));
 }
 
 std::int32_t ObjectInterface::GetType(ZELInstance handle) {

@@ -6,21 +6,19 @@
 namespace NPOSObjectImpl {
 namespace {
 
-using ZEL_T_NMT::CPOSObject;
-
 bool SameBytes(const void* left, const void* right, std::size_t size) noexcept {
   return size == 0 || std::memcmp(left, right, size) == 0;
 }
 
 }  // namespace
 
-bool Number::IsEqual(const CPOSObject& other) {
-  const Number* number = QuietCheck<Number>(other.Handle());
+bool Number::IsEqual(BaseObject& other) {
+  const Number* number = DownCast<Number>(other);
   return number != nullptr && value_ == number->value_;
 }
 
-bool String::IsEqual(const CPOSObject& other) {
-  const String* string = QuietCheck<String>(other.Handle());
+bool String::IsEqual(BaseObject& other) {
+  const String* string = DownCast<String>(other);
   return string != nullptr && text_ == string->text_;
 }
 
@@ -35,8 +33,8 @@ UnicodeString::UnicodeString(const std::uint16_t* units)
   std::memcpy(units_.Get(), units, count_ * sizeof(std::uint16_t));
 }
 
-bool UnicodeString::IsEqual(const CPOSObject& other) {
-  const UnicodeString* string = QuietCheck<UnicodeString>(other.Handle());
+bool UnicodeString::IsEqual(BaseObject& other) {
+  const UnicodeString* string = DownCast<UnicodeString>(other);
   return string != nullptr && count_ == string->count_ &&
          SameBytes(Get(), string->Get(), count_ * sizeof(std::uint16_t));
 }
@@ -46,14 +44,12 @@ BinData::BinData(const char* typeName, const void* data, std::uint32_t size)
   if (size > 0) std::memcpy(buffer_.Data(), data, size);
 }
 
-bool BinData::IsEqual(const CPOSObject& other) {
-  const BinData* data = QuietCheck<BinData>(other.Handle());
+bool BinData::IsEqual(BaseObject& other) {
+  const BinData* data = DownCast<BinData>(other);
   return data != nullptr && typeName_ == data->typeName_ && size_ == data->size_ &&
          SameBytes(GetBinData(), data->GetBinData(), size_);
 }
 
-bool RawPointer::IsEqual(const CPOSObject& other) {
-  return QuietCheck<RawPointer>(other.Handle()) != nullptr;
-}
+bool RawPointer::IsEqual(BaseObject& other) { return DownCast<RawPointer>(other) != nullptr; }
 
 }  // namespace NPOSObjectImpl

@@ -19,7 +19,7 @@ class Number final : public Scalar {
   static constexpr const char* kMismatch = "instance was not an POSNumber";
 
   explicit Number(double value) noexcept : value_(value) {}
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
   double Get() const noexcept { return value_; }
 
@@ -33,7 +33,7 @@ class String final : public Scalar {
   static constexpr const char* kMismatch = "instance was not an POSString";
 
   explicit String(const char* text) : text_(text) {}
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
   const char* Get() const noexcept { return text_.Text(); }
 
@@ -51,7 +51,7 @@ class UnicodeString final : public Scalar {
   // A text's units and the terminating 0 unit; raises "Math overflow exception" when their size in
   // bytes does not fit in 32 bits.
   static std::uint32_t StoredCount(std::size_t length);
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
   const std::uint16_t* Get() const noexcept { return units_.Get(); }
 
@@ -66,7 +66,7 @@ class BinData final : public Scalar {
   static constexpr const char* kMismatch = "instance was not an POSBinData";
 
   BinData(const char* typeName, const void* data, std::uint32_t size);
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
   const char* GetTypeName() const noexcept { return typeName_.Text(); }
   const void* GetBinData() const noexcept { return buffer_.Data(); }
@@ -89,7 +89,7 @@ class RawPointer final : public Scalar {
   }
   // From here on the pointer is released with the object; until then it stays the client's.
   void Own(POSRawPointerReleaseProc release) noexcept { release_ = release; }
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
+  bool IsEqual(BaseObject& other) override;
   std::int32_t GetType() const override { return kType; }
   void* GetRawPointer() const noexcept { return pointer_; }
   POSRawPointerReleaseProc GetReleaseProc() const noexcept { return release_; }

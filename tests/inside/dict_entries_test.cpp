@@ -220,7 +220,8 @@ TEST(KeyHashTest, NoFamilyOfKeysClusters) {
         << family.name;
     // kSlots * (1 - exp(-kKeys / kSlots)) is 69,958, the deviation about 120.
     for (const std::vector<bool>* slots : {&low, &high}) {
-      EXPECT_NEAR(std::count(slots->begin(), slots->end(), true), 69958, 1000) << family.name;
+      const auto taken = static_cast<double>(std::count(slots->begin(), slots->end(), true));
+      EXPECT_NEAR(taken, 69958, 1000) << family.name;
     }
   }
 }
