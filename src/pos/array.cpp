@@ -31,7 +31,7 @@ Array::~Array() {
   }
 }
 
-BaseObject* Array::Clone() {
+Array* Array::Clone() const {
   const NestingLevel level(g_cloneDepth);
   auto copy = std::make_unique<Array>();
   copy->Grow(count_);
@@ -42,13 +42,12 @@ BaseObject* Array::Clone() {
   return copy.release();
 }
 
-bool Array::IsEqual(BaseObject& other) {
-  const Array* array = DownCast<Array>(other);
-  if (array == nullptr || array->count_ != count_) return false;
+bool Array::IsEqual(const Array& other) const {
+  if (other.count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
   for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance left = GetAt(i);
-    const ZELInstance right = array->GetAt(i);
+    const ZELInstance right = other.GetAt(i);
     const bool equal =
         left == nullptr ? right == nullptr : right != nullptr && MembersAreEqual(left, right);
     if (!equal) return false;

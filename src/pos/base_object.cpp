@@ -8,16 +8,16 @@ namespace NPOSObjectImpl {
 class DestructionQueue {
  public:
   void Destroy(BaseObject* object) noexcept {
-    Composite* const composite = depth_ < kMaxDepth ? nullptr : object->AsComposite();
-    if (composite != nullptr) {
-      composite->nextPending_ = pending_;
+    if (depth_ >= kMaxDepth && object->Kind().isComposite) {
+      auto* composite = static_cast<Composite*>(object);
+      composite->nextPending = pending_;
       pending_ = composite;
       return;
     }
     DestroyNow(object);
     while (depth_ == 0 && pending_ != nullptr) {
       Composite* next = pending_;
-      pending_ = next->nextPending_;
+      pending_ = next->nextPending;
       DestroyNow(next);
     }
   }
@@ -27,7 +27,7 @@ class DestructionQueue {
 
   void DestroyNow(BaseObject* object) noexcept {
     ++depth_;
-    delete object;
+    object->Kind().destroy(object);
     --depth_;
   }
 
@@ -48,7 +48,7 @@ void DestroyPublished(void* object) noexcept {
 constinit std::uint32_t g_cloneDepth = 0;
 constinit std::uint32_t g_equalDepth = 0;
 
-ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
+ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object) {
   return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
                             &DestroyPublished);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include "frame/base/compiler.h"
 #include "frame/client/pos_wrappers.h"
@@ -10,30 +11,33 @@
 
 namespace NPOSObjectImpl {
 
-class Composite;
+using BaseObject = ZEL_T_NMT::OwnValue;
+using Composite = ZEL_T_NMT::OwnComposite;
 
-class BaseObject : public ZEL_T_NMT::CZELClientBase {
- public:
-  virtual ~BaseObject() = default;
-  // Returns the object that the clone's handle is to stand for: this very object where it never
-  // changes, else a new one that the caller owns.
-  virtual BaseObject* Clone() = 0;
-  virtual bool IsEqual(BaseObject& other) = 0;
-  // A POSObjectType.
-  virtual std::int32_t GetType() const = 0;
-  // Null for an object that holds no others.
-  virtual Composite* AsComposite() noexcept { return nullptr; }
-};
+// Null for an object of another class.
+template <typename T>
+inline T* DownCast(BaseObject& object) {
+  return object.Type() == T::kType ? static_cast<T*>(&object) : nullptr;
+}
 
-// Base of the objects that hold others. Of a member they hold the reference alone and look for its
-// methods when they need them, one comparison as a rule: a method table does not outlive its link.
-class Composite : public BaseObject {
- public:
-  Composite* AsComposite() noexcept final { return this; }
-
- private:
-  friend class DestructionQueue;
-  Composite* nextPending_ = nullptr;
+// The record of a class T. It has kType, its type tag, kMismatch, the message for an object of
+// another class, and IsEqual for one of its own; a composite has Clone, which returns a new object.
+template <typename T>
+inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
+    T::kType,
+    std::is_base_of_v<Composite, T>,
+    [](BaseObject& value) -> BaseObject* {
+      if constexpr (std::is_base_of_v<Composite, T>) {
+        return static_cast<T&>(value).Clone();
+      } else {
+        return &value;
+      }
+    },
+    [](BaseObject& value, BaseObject& other) {
+      T* const sameKind = DownCast<T>(other);
+      return sameKind != nullptr && static_cast<T&>(value).IsEqual(*sameKind);
+    },
+    [](BaseObject* value) noexcept { delete static_cast<T*>(value); },
 };
 
 // How deep the running clone and the running comparison are, counted by NestingLevel: a level may
@@ -42,7 +46,11 @@ extern constinit std::uint32_t g_cloneDepth;
 extern constinit std::uint32_t g_equalDepth;
 
 // Publishes a new object; returns its handle, without reference.
-ZELInstance PublishObject(std::unique_ptr<BaseObject> object);
+ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object);
+template <typename T>
+ZELInstance PublishObject(std::unique_ptr<T> object) {
+  return PublishValue(ZEL_T_NMT::OwnedValue(object.release()));
+}
 
 // Raises the host's error for null and for a handle that is no POS object.
 inline BaseObject& ResolveObject(ZELInstance handle) {
@@ -50,14 +58,7 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
 }
 
 // Every procedure begins with one of these checks: they are inlined against the compiler's
-// judgement of their size. Each class T has kType, its type tag, and kMismatch, the message for an
-// object of another class.
-
-// Null for an object of another class.
-template <typename T>
-inline T* DownCast(BaseObject& object) {
-  return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
-}
+// judgement of their size.
 
 // Null for null and for an object of another class.
 template <typename T>
@@ -68,7 +69,7 @@ ZEL_ALWAYS_INLINE T* QuietCheck(ZELInstance handle) {
 template <typename T>
 ZEL_ALWAYS_INLINE T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
-  if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
+  if (object.Type() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
   return static_cast<T&>(object);
 }
 

@@ -21,7 +21,7 @@ Dict::~Dict() {
   while (!entries_.IsEmpty()) const DictEntries released(std::move(entries_));
 }
 
-BaseObject* Dict::Clone() {
+Dict* Dict::Clone() {
   const NestingLevel level(g_cloneDepth);
   auto copy = std::make_unique<Dict>();
   copy->entries_.Reserve(entries_.Count());
@@ -32,12 +32,10 @@ BaseObject* Dict::Clone() {
   return copy.release();
 }
 
-bool Dict::IsEqual(BaseObject& other) {
-  Dict* dict = DownCast<Dict>(other);
-  if (dict == nullptr) return false;
+bool Dict::IsEqual(Dict& other) {
   const NestingLevel level(g_equalDepth);
   ConstDictIterator it(*this);
-  ConstDictIterator beside(*dict);
+  ConstDictIterator beside(other);
   // Equal dictionaries have the same keys at each step.
   for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey());
        it.Next(), beside.Next()) {
@@ -46,7 +44,7 @@ bool Dict::IsEqual(BaseObject& other) {
   if (it.IsDone() && beside.IsDone()) return true;
 
   for (; !it.IsDone(); it.Next()) {
-    const ZELInstance value = dict->Get(it.CurKey());
+    const ZELInstance value = other.Get(it.CurKey());
     if (value == nullptr || !MembersAreEqual(it.Value(), value)) return false;
   }
   for (beside.Begin(); !beside.IsDone(); beside.Next()) {
@@ -119,6 +117,11 @@ const char* DictIterator::CurKey() const noexcept {
       break;
   }
   return nullptr;
+}
+
+ZELInstance DictIterator::ValueNow() const noexcept {
+  if (state_ == State::kAtEntry) return Value();
+  return state_ == State::kAtKey ? dict_->Get(key_.Text()) : nullptr;
 }
 
 void DictIterator::GoTo(DictEntries::Place place) noexcept {

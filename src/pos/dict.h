@@ -9,19 +9,16 @@ namespace NPOSObjectImpl {
 
 class DictIterator;
 
-class Dict final : public Composite {
+class Dict final : public ZEL_T_NMT::OwnDict {
  public:
-  static constexpr std::int32_t kType = POSTypeDict;
+  static constexpr POSObjectType kType = POSTypeDict;
   static constexpr const char* kMismatch = "instance was not an POSDict";
 
-  Dict() = default;
-  Dict(const Dict&) = delete;
-  Dict& operator=(const Dict&) = delete;
-  ~Dict() override;
+  Dict() noexcept : OwnDict(kKindOf<Dict>) {}
+  ~Dict();
 
-  BaseObject* Clone() override;
-  bool IsEqual(BaseObject& other) override;
-  std::int32_t GetType() const override { return kType; }
+  Dict* Clone();
+  bool IsEqual(Dict& other);
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept;
@@ -55,6 +52,8 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   // The current entry's key and value; only while the entry has not been removed.
   const DictKey& Key() const noexcept { return Entry().key; }
   ZELInstance Value() const noexcept { return Entry().value.Get(); }
+  // The value of the current key, whatever has been done to the dictionary; null when it has none.
+  ZELInstance ValueNow() const noexcept;
 
  private:
   friend class Dict;
@@ -82,6 +81,7 @@ class ConstDictIterator final : public DictIterator {
   explicit ConstDictIterator(Dict& dict) noexcept : DictIterator(dict) {}
   using DictIterator::Key;
   using DictIterator::Value;
+  using DictIterator::ValueNow;
 };
 
 }  // namespace NPOSObjectImpl

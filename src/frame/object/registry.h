@@ -74,8 +74,8 @@ void DestroyObject(void* object) noexcept {
 
 // Publishes an object as a new instance, without reference. If the host does not take the object,
 // it is destroyed and the host's error raised.
-template <typename T>
-ZELInstance Publish(std::unique_ptr<T> object, ImplementationId id,
+template <typename T, typename Deleter>
+ZELInstance Publish(std::unique_ptr<T, Deleter> object, ImplementationId id,
                     ZELDestroyProc destroy = &DestroyObject<T>) {
   const Implementation& implementation = ImplementationOf(id);
   ZELInstance instance = nullptr;
