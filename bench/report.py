@@ -134,6 +134,17 @@ def growth(times):
     return table
 
 
+def keys(times):
+    """Put and Get of 100,000 keys of each kind, beside random keys."""
+    table = Table("Keys of one kind: ns per key put and looked up", ["keys", "ns", "beside random"])
+    base = times.get("keys/put and get/random", {}).get("ns")
+    for name, result in times.items():
+        if name.startswith("keys/") and "error" not in result:
+            beside = "%.1f" % (result["ns"] / base) if base else ""
+            table.add([name.split("/", 2)[2], number(result["ns"]), beside])
+    return table
+
+
 def peaks(times):
     table = Table("Bytes of memory that a streamer takes beside the value",
                   ["value", "stream", "writing", "reading"])
@@ -212,7 +223,7 @@ def profiles(counted):
 
 def text(figures, markdown=False, with_profiles=False):
     times, counted = figures["times"], figures["instructions"]
-    tables = [compared(times), digits(times), calls(times), growth(times), peaks(times),
+    tables = [compared(times), digits(times), calls(times), growth(times), keys(times), peaks(times),
               services(times), instructions(counted)]
     if with_profiles:
         tables += profiles(counted)

@@ -25,7 +25,7 @@ PROGRAMS = ["zel", "jansson", "json_c", "rapidjson", "nlohmann", "inside"]
 # Rounds and seconds of each run, by the first part of a name; "compare" stands for all operations.
 PLANS = {
     "full": {"compare": (11, 0.05), "call": (5, 0.05), "inside": (5, 0.05), "growth": (2, 0.01),
-             "memory": (1, 0), "peak": (1, 0), "services": (1, 0)},
+             "keys": (3, 0.01), "memory": (1, 0), "peak": (1, 0), "services": (1, 0)},
     "quick": {"compare": (3, 0.02), "call": (3, 0.02), "inside": (1, 0.02), "memory": (1, 0),
               "services": (1, 0)},
 }

@@ -197,6 +197,7 @@ int main(int argc, char** argv) {
                    [name] { return CallsPerItem(name); });
   }
   AddGrowthCases();
+  AddDictionaryCases();
   AddCallCases();
   return Main(argc, argv);
 }

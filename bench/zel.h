@@ -158,8 +158,9 @@ class Zel {
   ZELPositionableStreamMarkProc markStream_ = nullptr;
 };
 
-// The cases of the library alone: growth.cpp and calls.cpp.
+// The cases of the library alone: growth.cpp, dictionaries.cpp and calls.cpp.
 void AddGrowthCases();
+void AddDictionaryCases();
 void AddCallCases();
 
 }  // namespace zelbench

@@ -159,6 +159,27 @@ TEST_F(ContainersTest, DestructionHasNoLimitOfDepth) {
   });
 }
 
+// Stands for a component that answers with an instance which it holds itself.
+ZELInstance g_answer = nullptr;
+ZELInstance AnswerHeld(ZELInstance) { return g_answer; }
+
+TEST_F(ContainersTest, ACloneThatAMemberGivesIsNotEndedWhenItIsRefused) {
+  host.Register(POS_OBJECT_INTERFACE, "Clone", "POSObjectCloneProc",
+                reinterpret_cast<ZELProc>(&AnswerHeld));
+  g_answer = Keep(arrays.NewPOSArray());
+  const ZELInstance array = Parse("[[]]");
+  const ZELInstance dict = Parse("<a []>");
+  for (const ZELInstance container : {array, dict}) {
+    host.ResetCalls();
+    host.FailAt(zelhost::Service::kAddRef, 1);
+    ExpectFailure("invalid container", objects.Clone, container);
+    EXPECT_EQ(host.Calls(zelhost::Service::kDeleteUnownedContainer), 0u);
+    const ZELInstance clone = Keep(objects.Clone(container));
+    EXPECT_NE(clone, container);
+  }
+  EXPECT_EQ(host.RefCount(g_answer), 3u) << "the two clones hold what their members gave";
+}
+
 // A member's end calls back into the container that is letting go of it.
 ZELInstance g_container = nullptr;
 std::uint32_t g_countSeen = 0;

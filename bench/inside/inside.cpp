@@ -55,7 +55,7 @@ void WrapHandle(benchmark::State& state) {
 
 void ImportedTable(benchmark::State& state) {
   const StartedHost host;
-  for (auto _ : state) benchmark::DoNotOptimize(POSNumbers());
+  for (auto _ : state) benchmark::DoNotOptimize(g_pos.numbers.Get());
 }
 
 constexpr std::size_t kTextLength = 1 << 16;

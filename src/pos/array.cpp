@@ -5,11 +5,11 @@
 #include <memory>
 
 #include "frame/core/nesting.h"
+#include "pos/members.h"
 
 namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::ContainerReference;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::NestingLevel;
 
 namespace {
@@ -31,7 +31,7 @@ Array::~Array() {
   }
 }
 
-BaseObject* Array::Clone() {
+Array* Array::Clone() const {
   const NestingLevel level(g_cloneDepth);
   auto copy = std::make_unique<Array>();
   copy->Grow(count_);
@@ -42,13 +42,12 @@ BaseObject* Array::Clone() {
   return copy.release();
 }
 
-bool Array::IsEqual(const CPOSObject& other) {
-  const Array* array = QuietCheck<Array>(other.Handle());
-  if (array == nullptr || array->count_ != count_) return false;
+bool Array::IsEqual(const Array& other) const {
+  if (other.count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
   for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance left = GetAt(i);
-    const ZELInstance right = array->GetAt(i);
+    const ZELInstance right = other.GetAt(i);
     const bool equal =
         left == nullptr ? right == nullptr : right != nullptr && MembersAreEqual(left, right);
     if (!equal) return false;

@@ -9,25 +9,17 @@ namespace NPOSObjectImpl {
 
 // Slots that were skipped over are empty and count as elements. A failing operation leaves the
 // array as it was.
-class Array final : public Composite {
+class Array final : public ZEL_T_NMT::OwnArray {
  public:
-  static constexpr std::int32_t kType = POSTypeArray;
+  static constexpr POSObjectType kType = POSTypeArray;
   static constexpr const char* kMismatch = "instance was not an POSArray";
 
-  Array() noexcept = default;
-  Array(const Array&) = delete;
-  Array& operator=(const Array&) = delete;
-  ~Array() override;
+  Array() noexcept : OwnArray(kKindOf<Array>) {}
+  ~Array();
 
-  BaseObject* Clone() override;
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
+  Array* Clone() const;
+  bool IsEqual(const Array& other) const;
 
-  std::uint32_t Count() const noexcept { return count_; }
-  // Null beyond the end and for an empty slot.
-  ZELInstance GetAt(std::uint32_t index) const noexcept {
-    return index < count_ ? slots_[index].Get() : nullptr;
-  }
   // Raises the allocation failure for an index whose storage does not fit in 32 bits.
   void SetAt(std::uint32_t index, ZEL_T_NMT::ContainerReference value);
   void Append(ZEL_T_NMT::ContainerReference value) {
@@ -42,10 +34,6 @@ class Array final : public Composite {
     new (static_cast<void*>(&slots_[count_])) ZEL_T_NMT::ContainerReference(std::move(value));
     ++count_;
   }
-
-  ZEL_T_NMT::ContainerReference* slots_ = nullptr;  // those below count_ are constructed
-  std::uint32_t capacity_ = 0;
-  std::uint32_t count_ = 0;
 };
 
 }  // namespace NPOSObjectImpl

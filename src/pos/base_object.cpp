@@ -2,25 +2,22 @@
 
 namespace NPOSObjectImpl {
 
-using ZEL_T_NMT::ContainerReference;
-using ZEL_T_NMT::CPOSObject;
-
 // Destroying a composite makes the host release its members, which may destroy them in turn. Down
 // to a depth that any stack has room for this is left to recursion, so that members go in their
 // order; what lies deeper waits until the outermost destruction is through.
 class DestructionQueue {
  public:
   void Destroy(BaseObject* object) noexcept {
-    if (depth_ >= kMaxDepth && object->GetType() >= POSTypeArray) {
+    if (depth_ >= kMaxDepth && object->Kind().isComposite) {
       auto* composite = static_cast<Composite*>(object);
-      composite->nextPending_ = pending_;
+      composite->nextPending = pending_;
       pending_ = composite;
       return;
     }
     DestroyNow(object);
     while (depth_ == 0 && pending_ != nullptr) {
       Composite* next = pending_;
-      pending_ = next->nextPending_;
+      pending_ = next->nextPending;
       DestroyNow(next);
     }
   }
@@ -30,7 +27,7 @@ class DestructionQueue {
 
   void DestroyNow(BaseObject* object) noexcept {
     ++depth_;
-    delete object;
+    object->Kind().destroy(object);
     --depth_;
   }
 
@@ -51,17 +48,9 @@ void DestroyPublished(void* object) noexcept {
 constinit std::uint32_t g_cloneDepth = 0;
 constinit std::uint32_t g_equalDepth = 0;
 
-ZELInstance PublishObject(std::unique_ptr<BaseObject> object) {
+ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object) {
   return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
                             &DestroyPublished);
-}
-
-ContainerReference CloneMember(ZELInstance member) {
-  const ZELInstance clone = ZEL_T_NMT::POSObjectMethods(member).Clone(member);
-  if (clone == nullptr) ZEL_T_NMT::RaisePOSException("CPOSObject::Clone failed");
-  // A shared object has other holders and must outlive a refused reference.
-  if (clone == member) return ContainerReference(clone);
-  return CPOSObject::Adopt(clone).TakeReference();
 }
 
 }  // namespace NPOSObjectImpl

@@ -2,39 +2,55 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
+#include "frame/base/compiler.h"
 #include "frame/client/pos_wrappers.h"
 #include "frame/core/client_base.h"
 #include "frame/object/registry.h"
 
 namespace NPOSObjectImpl {
 
-class BaseObject : public ZEL_T_NMT::CZELClientBase {
- public:
-  virtual ~BaseObject() = default;
-  // Returns the object that the clone's handle is to stand for: this very object where it never
-  // changes, else a new one that the caller owns.
-  virtual BaseObject* Clone() = 0;
-  virtual bool IsEqual(const ZEL_T_NMT::CPOSObject& other) = 0;
-  // A POSObjectType.
-  virtual std::int32_t GetType() const = 0;
+using BaseObject = ZEL_T_NMT::OwnValue;
+using Composite = ZEL_T_NMT::OwnComposite;
+
+// Null for an object of another class.
+template <typename T>
+inline T* DownCast(BaseObject& object) {
+  return object.Type() == T::kType ? static_cast<T*>(&object) : nullptr;
+}
+
+// The record of a class T. It has kType, its type tag, kMismatch, the message for an object of
+// another class, and IsEqual for one of its own; a composite has Clone, which returns a new object.
+template <typename T>
+inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
+    T::kType,
+    std::is_base_of_v<Composite, T>,
+    [](BaseObject& value) -> BaseObject* {
+      if constexpr (std::is_base_of_v<Composite, T>) {
+        return static_cast<T&>(value).Clone();
+      } else {
+        return &value;
+      }
+    },
+    [](BaseObject& value, BaseObject& other) {
+      T* const sameKind = DownCast<T>(other);
+      return sameKind != nullptr && static_cast<T&>(value).IsEqual(*sameKind);
+    },
+    [](BaseObject* value) noexcept { delete static_cast<T*>(value); },
 };
 
-// Base of the objects that hold others. Of a member they hold the reference alone and look for its
-// methods when they need them, one comparison as a rule: a method table does not outlive its link.
-class Composite : public BaseObject {
- private:
-  friend class DestructionQueue;
-  Composite* nextPending_ = nullptr;
-};
-
-// How deep the running clone and the running comparison are, counted by NestingLevel: each level
-// goes through the member's own procedure.
+// How deep the running clone and the running comparison are, counted by NestingLevel: a level may
+// go through a member's own procedure.
 extern constinit std::uint32_t g_cloneDepth;
 extern constinit std::uint32_t g_equalDepth;
 
 // Publishes a new object; returns its handle, without reference.
-ZELInstance PublishObject(std::unique_ptr<BaseObject> object);
+ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object);
+template <typename T>
+ZELInstance PublishObject(std::unique_ptr<T> object) {
+  return PublishValue(ZEL_T_NMT::OwnedValue(object.release()));
+}
 
 // Raises the host's error for null and for a handle that is no POS object.
 inline BaseObject& ResolveObject(ZELInstance handle) {
@@ -42,30 +58,19 @@ inline BaseObject& ResolveObject(ZELInstance handle) {
 }
 
 // Every procedure begins with one of these checks: they are inlined against the compiler's
-// judgement of their size. Each class T has kType, its type tag, and kMismatch, the message for an
-// object of another class.
+// judgement of their size.
 
 // Null for null and for an object of another class.
 template <typename T>
-[[gnu::always_inline]] inline T* QuietCheck(ZELInstance handle) {
-  if (handle == nullptr) return nullptr;
-  BaseObject& object = ResolveObject(handle);
-  return object.GetType() == T::kType ? static_cast<T*>(&object) : nullptr;
+ZEL_ALWAYS_INLINE T* QuietCheck(ZELInstance handle) {
+  return handle == nullptr ? nullptr : DownCast<T>(ResolveObject(handle));
 }
 
 template <typename T>
-[[gnu::always_inline]] inline T& RaisingCheck(ZELInstance handle) {
+ZEL_ALWAYS_INLINE T& RaisingCheck(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
-  if (object.GetType() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
+  if (object.Type() != T::kType) ZEL_T_NMT::RaisePOSException(T::kMismatch);
   return static_cast<T&>(object);
-}
-
-// Clones a member of a composite through its own procedure; raises "CPOSObject::Clone failed".
-ZEL_T_NMT::ContainerReference CloneMember(ZELInstance member);
-
-// Compares two members by the first one's own procedure.
-inline bool MembersAreEqual(ZELInstance left, ZELInstance right) {
-  return ZEL_T_NMT::POSObjectMethods(left).IsEqual(left, right);
 }
 
 }  // namespace NPOSObjectImpl

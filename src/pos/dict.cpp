@@ -2,11 +2,11 @@
 
 #include "frame/core/nesting.h"
 #include "pos/key_hash.h"
+#include "pos/members.h"
 
 namespace NPOSObjectImpl {
 
 using ZEL_T_NMT::ContainerReference;
-using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::NestingLevel;
 
@@ -21,31 +21,30 @@ Dict::~Dict() {
   while (!entries_.IsEmpty()) const DictEntries released(std::move(entries_));
 }
 
-BaseObject* Dict::Clone() {
+Dict* Dict::Clone() {
   const NestingLevel level(g_cloneDepth);
   auto copy = std::make_unique<Dict>();
   copy->entries_.Reserve(entries_.Count());
   for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    DictEntries::Key key = it.Key();
+    DictKey key = it.Key();
     copy->entries_.Insert(std::move(key), CloneMember(it.Value()));
   }
   return copy.release();
 }
 
-bool Dict::IsEqual(const CPOSObject& other) {
-  Dict* dict = QuietCheck<Dict>(other.Handle());
-  if (dict == nullptr) return false;
+bool Dict::IsEqual(Dict& other) {
   const NestingLevel level(g_equalDepth);
   ConstDictIterator it(*this);
-  ConstDictIterator beside(*dict);
-  // Equal dictionaries have the same keys at each step, which are the same atoms.
-  for (; !it.IsDone() && it.CurKey() == beside.CurKey(); it.Next(), beside.Next()) {
+  ConstDictIterator beside(other);
+  // Equal dictionaries have the same keys at each step.
+  for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey());
+       it.Next(), beside.Next()) {
     if (!MembersAreEqual(it.Value(), beside.Value())) return false;
   }
   if (it.IsDone() && beside.IsDone()) return true;
 
   for (; !it.IsDone(); it.Next()) {
-    const ZELInstance value = dict->Get(it.CurKey());
+    const ZELInstance value = other.Get(it.CurKey());
     if (value == nullptr || !MembersAreEqual(it.Value(), value)) return false;
   }
   for (beside.Begin(); !beside.IsDone(); beside.Next()) {
@@ -56,32 +55,33 @@ bool Dict::IsEqual(const CPOSObject& other) {
 
 ZELInstance Dict::Get(const char* key) const noexcept {
   const std::uint32_t number = entries_.Find(key);
-  return number == DictEntries::kNone ? nullptr : entries_.At(number).value.Get();
+  return number == kNone ? nullptr : entries_.At(number).value.Get();
 }
 
 void Dict::Put(CZELStringAtom key, ContainerReference value) {
   const std::uint32_t hash = HashKey(key.Text());
   const std::uint32_t number = entries_.Find(key.Text(), hash);
-  if (number != DictEntries::kNone) {
+  if (number != kNone) {
     std::swap(entries_.At(number).value, value);
     return;
-  }
-  if (entries_.InsertRenumbers()) [[unlikely]] {
-    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-      iterator->HoldKey();
-    }
   }
   entries_.Insert({std::move(key), hash}, std::move(value));
 }
 
 void Dict::Remove(const char* key) {
   const std::uint32_t number = entries_.Find(key);
-  if (number == DictEntries::kNone) return;
+  if (number == kNone) return;
   for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
     if (iterator->number_ == number) iterator->HoldKey();
   }
   // The entry leaves the dictionary before its value is released.
-  const DictEntries::Entry released = entries_.Remove(number);
+  const DictEntry released = entries_.Remove(number);
+  if (entries_.IsSparse()) {
+    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+      iterator->HoldKey();
+    }
+    entries_.ShrinkIfSparse();
+  }
 }
 
 DictIterator::DictIterator(Dict& dict, ZEL_T_NMT::ContainerReference keptAlive) noexcept
@@ -98,13 +98,13 @@ DictIterator::~DictIterator() {
 }
 
 void DictIterator::Begin() noexcept {
-  if (dict_ != nullptr) GoTo(dict_->entries_.FirstPlace());
+  if (dict_ != nullptr) GoTo(dict_->entries_.First());
 }
 
 void DictIterator::Next() noexcept {
   if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
-  GoTo(entries.PlacesAreOf(placesVersion_) ? place_ + 1 : entries.PlaceAfter(CurKey()));
+  GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
 }
 
 const char* DictIterator::CurKey() const noexcept {
@@ -119,20 +119,23 @@ const char* DictIterator::CurKey() const noexcept {
   return nullptr;
 }
 
-// To the first entry at or after a place.
-void DictIterator::GoTo(std::uint32_t place) noexcept {
-  const DictEntries& entries = dict_->entries_;
+ZELInstance DictIterator::ValueNow() const noexcept {
+  if (state_ == State::kAtEntry) return Value();
+  return state_ == State::kAtKey ? dict_->Get(key_.Text()) : nullptr;
+}
+
+void DictIterator::GoTo(DictEntries::Place place) noexcept {
   if (state_ == State::kAtKey) key_ = CZELStringAtom();
-  state_ = State::kDone;
-  for (; place < entries.EndPlace(); ++place) {
-    number_ = entries.NumberAt(place);
-    if (number_ == DictEntries::kNone) continue;
-    state_ = State::kAtEntry;
-    break;
-  }
   place_ = place;
+  if (place == DictEntries::kEnd) {
+    state_ = State::kDone;
+    return;
+  }
+  const DictEntries& entries = dict_->entries_;
+  state_ = State::kAtEntry;
+  number_ = entries.NumberAt(place);
   placesVersion_ = entries.PlacesVersion();
-  entries.FetchAheadOf(place);
+  entries.PrefetchAfter(place);
 }
 
 void DictIterator::HoldKey() {

@@ -9,19 +9,16 @@ namespace NPOSObjectImpl {
 
 class DictIterator;
 
-class Dict final : public Composite {
+class Dict final : public ZEL_T_NMT::OwnDict {
  public:
-  static constexpr std::int32_t kType = POSTypeDict;
+  static constexpr POSObjectType kType = POSTypeDict;
   static constexpr const char* kMismatch = "instance was not an POSDict";
 
-  Dict() = default;
-  Dict(const Dict&) = delete;
-  Dict& operator=(const Dict&) = delete;
-  ~Dict() override;
+  Dict() noexcept : OwnDict(kKindOf<Dict>) {}
+  ~Dict();
 
-  BaseObject* Clone() override;
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
+  Dict* Clone();
+  bool IsEqual(Dict& other);
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept;
@@ -53,22 +50,24 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
  protected:
   // The current entry's key and value; only while the entry has not been removed.
-  const DictEntries::Key& Key() const noexcept { return Entry().key; }
+  const DictKey& Key() const noexcept { return Entry().key; }
   ZELInstance Value() const noexcept { return Entry().value.Get(); }
+  // The value of the current key, whatever has been done to the dictionary; null when it has none.
+  ZELInstance ValueNow() const noexcept;
 
  private:
   friend class Dict;
   // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
   enum class State { kAtEntry, kAtKey, kDone };
 
-  DictEntries::Entry& Entry() const noexcept { return dict_->entries_.At(number_); }
-  void GoTo(std::uint32_t place) noexcept;
+  DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
+  void GoTo(DictEntries::Place place) noexcept;
   void HoldKey();
 
   Dict* dict_;
   State state_ = State::kDone;
   std::uint32_t number_ = 0;
-  std::uint32_t place_ = 0;
+  DictEntries::Place place_ = DictEntries::kEnd;
   std::uint32_t placesVersion_ = 0;
   ZEL_T_NMT::CZELStringAtom key_;
   DictIterator* next_ = nullptr;
@@ -82,6 +81,7 @@ class ConstDictIterator final : public DictIterator {
   explicit ConstDictIterator(Dict& dict) noexcept : DictIterator(dict) {}
   using DictIterator::Key;
   using DictIterator::Value;
+  using DictIterator::ValueNow;
 };
 
 }  // namespace NPOSObjectImpl

@@ -1,5 +1,7 @@
-// Hashes of dictionary keys. They depend on a secret of the process, so that nobody who supplies
-// keys can choose ones that collide.
+// Hashes of dictionary keys.
+//
+// They depend on a secret of the process, so that nobody who supplies keys can choose ones that
+// collide, and every bit of a hash depends on every byte of the key, whatever its length.
 #pragma once
 
 #include <cstdint>

@@ -9,19 +9,18 @@ using ZEL_T_NMT::CPOSObject;
 
 ZELInstance ObjectInterface::Clone(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
-  BaseObject* clone = object.Clone();
+  BaseObject* clone = object.Kind().clone(object);
   if (clone == &object) return handle;
-  return PublishObject(std::unique_ptr<BaseObject>(clone));
+  return PublishValue(ZEL_T_NMT::OwnedValue(clone));
 }
 
 bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
   const CPOSObject other(otherHandle);
-  return ResolveObject(handle).IsEqual(other);
+  BaseObject& object = ResolveObject(handle);
+  return object.Kind().isEqual(object, ResolveObject(other.Handle()));
 }
 
-std::int32_t ObjectInterface::GetType(ZELInstance handle) {
-  return ResolveObject(handle).GetType();
-}
+std::int32_t ObjectInterface::GetType(ZELInstance handle) { return ResolveObject(handle).Type(); }
 
 // The dumps write nothing: what they are good for is the check that the handle is a POS object.
 void ObjectStaticsInterface::DebugDump(ZELInstance handle) { const CPOSObject checked(handle); }

@@ -6,23 +6,11 @@
 namespace NPOSObjectImpl {
 namespace {
 
-using ZEL_T_NMT::CPOSObject;
-
 bool SameBytes(const void* left, const void* right, std::size_t size) noexcept {
   return size == 0 || std::memcmp(left, right, size) == 0;
 }
 
 }  // namespace
-
-bool Number::IsEqual(const CPOSObject& other) {
-  const Number* number = QuietCheck<Number>(other.Handle());
-  return number != nullptr && value_ == number->value_;
-}
-
-bool String::IsEqual(const CPOSObject& other) {
-  const String* string = QuietCheck<String>(other.Handle());
-  return string != nullptr && text_ == string->text_;
-}
 
 std::uint32_t UnicodeString::StoredCount(std::size_t length) {
   constexpr std::size_t kMax = std::numeric_limits<std::uint32_t>::max() / sizeof(std::uint16_t);
@@ -31,29 +19,23 @@ std::uint32_t UnicodeString::StoredCount(std::size_t length) {
 }
 
 UnicodeString::UnicodeString(const std::uint16_t* units)
-    : count_(StoredCount(ZEL_T_NMT::UnicodeLength(units))), units_(count_) {
-  std::memcpy(units_.Get(), units, count_ * sizeof(std::uint16_t));
+    : OwnUnicodeString(kKindOf<UnicodeString>, StoredCount(ZEL_T_NMT::UnicodeLength(units))) {
+  std::memcpy(Units(), units, (std::size_t{Length()} + 1) * sizeof(std::uint16_t));
 }
 
-bool UnicodeString::IsEqual(const CPOSObject& other) {
-  const UnicodeString* string = QuietCheck<UnicodeString>(other.Handle());
-  return string != nullptr && count_ == string->count_ &&
-         SameBytes(Get(), string->Get(), count_ * sizeof(std::uint16_t));
+bool UnicodeString::IsEqual(const UnicodeString& other) const noexcept {
+  return Length() == other.Length() &&
+         SameBytes(Get(), other.Get(), Length() * sizeof(std::uint16_t));
 }
 
 BinData::BinData(const char* typeName, const void* data, std::uint32_t size)
-    : typeName_(typeName), buffer_(size), size_(size) {
-  if (size > 0) std::memcpy(buffer_.Data(), data, size);
+    : OwnBinData(kKindOf<BinData>, typeName, size) {
+  if (size > 0) std::memcpy(Bytes(), data, size);
 }
 
-bool BinData::IsEqual(const CPOSObject& other) {
-  const BinData* data = QuietCheck<BinData>(other.Handle());
-  return data != nullptr && typeName_ == data->typeName_ && size_ == data->size_ &&
-         SameBytes(GetBinData(), data->GetBinData(), size_);
-}
-
-bool RawPointer::IsEqual(const CPOSObject& other) {
-  return QuietCheck<RawPointer>(other.Handle()) != nullptr;
+bool BinData::IsEqual(const BinData& other) const noexcept {
+  return TypeName() == other.TypeName() && GetSize() == other.GetSize() &&
+         SameBytes(GetBinData(), other.GetBinData(), GetSize());
 }
 
 }  // namespace NPOSObjectImpl

@@ -2,48 +2,31 @@
 // Cloning one shares it.
 #pragma once
 
-#include "frame/core/shared_buffer.h"
-#include "frame/core/string_atom.h"
 #include "pos/base_object.h"
 
 namespace NPOSObjectImpl {
 
-class Scalar : public BaseObject {
+class Number final : public ZEL_T_NMT::OwnNumber {
  public:
-  BaseObject* Clone() final { return this; }
-};
-
-class Number final : public Scalar {
- public:
-  static constexpr std::int32_t kType = POSTypeNumber;
+  static constexpr POSObjectType kType = POSTypeNumber;
   static constexpr const char* kMismatch = "instance was not an POSNumber";
 
-  explicit Number(double value) noexcept : value_(value) {}
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
-  double Get() const noexcept { return value_; }
-
- private:
-  double value_;
+  explicit Number(double value) noexcept : OwnNumber(kKindOf<Number>, value) {}
+  bool IsEqual(const Number& other) const noexcept { return Get() == other.Get(); }
 };
 
-class String final : public Scalar {
+class String final : public ZEL_T_NMT::OwnString {
  public:
-  static constexpr std::int32_t kType = POSTypeString;
+  static constexpr POSObjectType kType = POSTypeString;
   static constexpr const char* kMismatch = "instance was not an POSString";
 
-  explicit String(const char* text) : text_(text) {}
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
-  const char* Get() const noexcept { return text_.Text(); }
-
- private:
-  ZEL_T_NMT::CZELStringAtom text_;
+  explicit String(const char* text) : OwnString(kKindOf<String>, text) {}
+  bool IsEqual(const String& other) const noexcept { return Atom() == other.Atom(); }
 };
 
-class UnicodeString final : public Scalar {
+class UnicodeString final : public ZEL_T_NMT::OwnUnicodeString {
  public:
-  static constexpr std::int32_t kType = POSTypeUnicodeString;
+  static constexpr POSObjectType kType = POSTypeUnicodeString;
   static constexpr const char* kMismatch = "instance was not an POSUnicodeString";
 
   // Copies the units up to the first 0 unit.
@@ -51,51 +34,34 @@ class UnicodeString final : public Scalar {
   // A text's units and the terminating 0 unit; raises "Math overflow exception" when their size in
   // bytes does not fit in 32 bits.
   static std::uint32_t StoredCount(std::size_t length);
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
-  const std::uint16_t* Get() const noexcept { return units_.Get(); }
-
- private:
-  std::uint32_t count_;  // with the terminating 0 unit
-  ZEL_T_NMT::BinderBlock<std::uint16_t> units_;
+  bool IsEqual(const UnicodeString& other) const noexcept;
 };
 
-class BinData final : public Scalar {
+class BinData final : public ZEL_T_NMT::OwnBinData {
  public:
-  static constexpr std::int32_t kType = POSTypeBinData;
+  static constexpr POSObjectType kType = POSTypeBinData;
   static constexpr const char* kMismatch = "instance was not an POSBinData";
 
   BinData(const char* typeName, const void* data, std::uint32_t size);
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
-  const char* GetTypeName() const noexcept { return typeName_.Text(); }
-  const void* GetBinData() const noexcept { return buffer_.Data(); }
-  std::uint32_t GetSize() const noexcept { return size_; }
-
- private:
-  ZEL_T_NMT::CZELStringAtom typeName_;
-  ZEL_T_NMT::SharedBuffer buffer_;
-  std::uint32_t size_;
+  bool IsEqual(const BinData& other) const noexcept;
 };
 
-class RawPointer final : public Scalar {
+class RawPointer final : public ZEL_T_NMT::OwnRawPointer {
  public:
-  static constexpr std::int32_t kType = POSTypeRawPointer;
+  static constexpr POSObjectType kType = POSTypeRawPointer;
   static constexpr const char* kMismatch = "instance was not an POSRawPointer";
 
-  explicit RawPointer(void* pointer) noexcept : pointer_(pointer) {}
-  ~RawPointer() override {
-    if (release_ != nullptr) release_(pointer_);
+  explicit RawPointer(void* pointer) noexcept : OwnRawPointer(kKindOf<RawPointer>, pointer) {}
+  ~RawPointer() {
+    if (release_ != nullptr) release_(GetRawPointer());
   }
   // From here on the pointer is released with the object; until then it stays the client's.
   void Own(POSRawPointerReleaseProc release) noexcept { release_ = release; }
-  bool IsEqual(const ZEL_T_NMT::CPOSObject& other) override;
-  std::int32_t GetType() const override { return kType; }
-  void* GetRawPointer() const noexcept { return pointer_; }
+  // Any two are equal.
+  bool IsEqual(const RawPointer&) const noexcept { return true; }
   POSRawPointerReleaseProc GetReleaseProc() const noexcept { return release_; }
 
  private:
-  void* pointer_;
   POSRawPointerReleaseProc release_ = nullptr;
 };
 

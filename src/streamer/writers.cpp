@@ -16,7 +16,7 @@ namespace NPOSStreamerImpl::NTypeAImpl {
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
 using ZEL_T_NMT::CPOSDict;
-using ZEL_T_NMT::CPOSDictIterator;
+using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSRawPointer;
 using ZEL_T_NMT::CPOSString;
@@ -127,13 +127,11 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object)
   const Borrowed<CPOSDict> dict(object);
   {
     const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
-    const CPOSDictIterator iterator(*dict);
-    for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
+    for (MemberWalk walk(dict->View()); walk.Key() != nullptr; walk.Next()) {
       Version10::PutNewLine(streamer, output);
-      const char* const key = iterator.CurKey();
-      streamer.WriteObject(output, CPOSString::New(key));
+      streamer.WriteObject(output, CPOSString::New(walk.Key()));
       output.PutChar(' ');
-      streamer.WriteObject(output, dict->Get(key));
+      streamer.WriteObject(output, CPOSObject(walk.Value().Handle()));
     }
   }
   Version10::PutNewLine(streamer, output);

@@ -9,7 +9,6 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CZELStringAtom;
-using ZEL_T_NMT::POSDictIterators;
 using ZEL_T_NMT::Require;
 
 namespace {
@@ -24,7 +23,7 @@ void RaiseIfReported(std::uint32_t reports, const char* message) {
 }  // namespace
 
 ZELInstance GetMember(ZELInstance dict, const CZELStringAtom& key) {
-  return Require(ZEL_T_NMT::POSDicts())->Get(dict, key.Atom());
+  return Require(ZEL_T_NMT::g_pos.dicts.Get())->Get(dict, key.Atom());
 }
 
 std::optional<double> GetNumber(ZELInstance dict, const CZELStringAtom& key) {
@@ -62,26 +61,26 @@ std::optional<TypeName> GetTypeName(ZELInstance dict, const CZELStringAtom& key)
 
 double NumberOf(ZELInstance value) {
   const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
-  const double number = Require(ZEL_T_NMT::POSNumbers())->Get(value);
+  const double number = Require(ZEL_T_NMT::g_pos.numbers.Get())->Get(value);
   RaiseIfReported(reports, "CPOSNumber::Get failed");
   return number;
 }
 
 const char* TextOf(ZELInstance value) {
-  const char* text = Require(ZEL_T_NMT::POSStrings())->Get(value);
+  const char* text = Require(ZEL_T_NMT::g_pos.strings.Get())->Get(value);
   if (text == nullptr) ZEL_T_NMT::RaiseInvalidContainer();
   return text;
 }
 
 std::uint32_t CountElements(ZELInstance array) {
   const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
-  const std::uint32_t count = Require(ZEL_T_NMT::POSArrays())->Count(array);
+  const std::uint32_t count = Require(ZEL_T_NMT::g_pos.arrays.Get())->Count(array);
   RaiseIfReported(reports, "CPOSArray::Count failed");
   return count;
 }
 
 ZELInstance GetElement(ZELInstance array, std::uint32_t index) {
-  const ZELInstance element = Require(ZEL_T_NMT::POSArrays())->GetAt(array, index);
+  const ZELInstance element = Require(ZEL_T_NMT::g_pos.arrays.Get())->GetAt(array, index);
   if (element == nullptr) ZEL_T_NMT::RaisePOSException("CPOSArray::GetAt subscript failed");
   return element;
 }
@@ -101,18 +100,19 @@ ZELInstance FindMember(ZELInstance dict, const CZELStringAtom& key) {
 }
 
 MemberWalk::MemberWalk(ZELInstance dict)
-    : iterator_(ContainerReference::Adopt(Require(POSDictIterators())->NewPOSDictIterator(dict))) {}
+    : iterator_(ContainerReference::Adopt(
+          Require(ZEL_T_NMT::g_pos.dictIterators.Get())->NewPOSDictIterator(dict))) {}
 
 const char* MemberWalk::Key() const {
   const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
-  const char* key = Require(POSDictIterators())->CurKey(iterator_.Get());
+  const char* key = Require(ZEL_T_NMT::g_pos.dictIterators.Get())->CurKey(iterator_.Get());
   if (key == nullptr) RaiseIfReported(reports, "CPOSDictIterator::CurKey failed");
   return key;
 }
 
 void MemberWalk::Next() const {
   const std::uint32_t reports = ZEL_T_NMT::g_link.reports;
-  Require(POSDictIterators())->Next(iterator_.Get());
+  Require(ZEL_T_NMT::g_pos.dictIterators.Get())->Next(iterator_.Get());
   RaiseIfReported(reports, "CPOSDictIterator::Next failed");
 }
 

@@ -115,7 +115,7 @@ void MessageList::Report(POSValidatorMessageProc report) const {
     text += length;
   }
   if (report == nullptr) {
-    ZEL_T_NMT::Require(ZEL_T_NMT::POSStatics())->DebugDump(list.Handle());
+    ZEL_T_NMT::Require(ZEL_T_NMT::g_pos.statics.Get())->DebugDump(list.Handle());
     return;
   }
   std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> texts;

@@ -9,7 +9,6 @@
 namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::CPOSDict;
-using ZEL_T_NMT::CPOSDictIterator;
 using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
@@ -22,7 +21,7 @@ namespace {
 
 CPOSDict ParseMetaSchema() {
   const ZELInstance parsed =
-      Require(ZEL_T_NMT::POSStatics())->CreateFromText(kMetaSchemaText, nullptr);
+      Require(ZEL_T_NMT::g_pos.statics.Get())->CreateFromText(kMetaSchemaText, nullptr);
   if (parsed == nullptr) ZEL_T_NMT::RaisePOSException("CreateFromText failed");
   return {CPOSObject::Adopt(parsed), false};
 }
@@ -33,8 +32,9 @@ CPOSDict KnownTypes(const CPOSObject& schema) {
   const CPOSObject present = CPOSNumber::New(1.0);
   for (const BuiltinType& type : kBuiltinTypes) known.Put(TextOf(type.word), present);
   if (CPOSDict::Is(schema.Handle())) {
-    for (const CPOSDictIterator types(schema); !types.IsDone(); types.Next()) {
-      known.Put(types.CurKey(), present);
+    const ZEL_T_NMT::DictView types(schema.View());
+    for (ZEL_T_NMT::MemberWalk walk(types); walk.Key() != nullptr; walk.Next()) {
+      known.Put(walk.Key(), present);
     }
   }
   return known;

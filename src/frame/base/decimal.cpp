@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "frame/base/byte_words.h"
+#include "frame/base/compiler.h"
 
 namespace ZEL_T_NMT {
 namespace {
@@ -104,16 +105,6 @@ constexpr std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> kPowersOfFiv
   return powers;
 }();
 
-std::uint64_t HighHalfOfProduct(std::uint64_t left, std::uint64_t right) noexcept {
-  const std::uint64_t leftHigh = left >> 32;
-  const std::uint64_t leftLow = left & 0xFFFFFFFFu;
-  const std::uint64_t rightHigh = right >> 32;
-  const std::uint64_t rightLow = right & 0xFFFFFFFFu;
-  const std::uint64_t middle = leftHigh * rightLow + (leftLow * rightLow >> 32);
-  const std::uint64_t otherMiddle = leftLow * rightHigh + (middle & 0xFFFFFFFFu);
-  return leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32);
-}
-
 // Stores digits * 10^exponent, correctly rounded, in most cases where the exponent is small. False
 // where 64 bits do not tell to which side to round.
 bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& result) noexcept {
@@ -130,7 +121,7 @@ bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& 
   if (exponent < kLeastPower || exponent > kGreatestPower) return false;
   const PowerOfFive& power = kPowersOfFive[static_cast<std::size_t>(exponent - kLeastPower)];
   const int shift = std::countl_zero(digits.value);
-  const std::uint64_t product = HighHalfOfProduct(digits.value << shift, power.significand);
+  const std::uint64_t product = Multiply(digits.value << shift, power.significand).high;
   // How much more the product is at most: its own low half and what the power lacks make less than
   // 1 each, the digits left out make less than one of the last digit taken in.
   const std::uint64_t slack = 2 + (digits.dropped != 0 ? std::uint64_t{1} << shift : 0);
@@ -147,6 +138,48 @@ bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& 
   // The significand's top bit, which a double does not store, adds 1 to the exponent.
   const std::int64_t binary = exponent + power.exponent - shift + 64 + cut;
   result = std::bit_cast<double>((static_cast<std::uint64_t>(binary + 1074) << 52) + significand);
+  return true;
+}
+
+// The double next to (significand + a part of 1, if `more`) * 2^exponent, where the significand has
+// at least 54 bits; an even one where two are next. All this is far from where a double's range
+// ends.
+double Nearest(std::uint64_t significand, bool more, std::int64_t exponent) noexcept {
+  const int cut = 11 - std::countl_zero(significand);
+  const std::uint64_t half = std::uint64_t{1} << (cut - 1);
+  const std::uint64_t below = significand & (2 * half - 1);
+  significand >>= cut;
+  if (below > half || (below == half && (more || significand % 2 != 0))) ++significand;
+  // The significand's top bit, which a double does not store, adds 1 to the exponent.
+  const std::int64_t biased = exponent + cut + 1074;
+  return std::bit_cast<double>((static_cast<std::uint64_t>(biased) << 52) + significand);
+}
+
+// Stores digits * 10^exponent, correctly rounded, wherever that takes no more than a few steps with
+// whole numbers, which are the same on every platform: registers for doubles may round twice.
+bool RoundExactly(const LeadingDigits& digits, std::int64_t exponent, double& result) noexcept {
+  constexpr std::int64_t kGreatestDivisor = 22;  // 5^22 leaves room for 11 bits more
+  if (digits.dropped != 0 || exponent < -kGreatestDivisor || exponent > kGreatestPower)
+    return false;
+  const int shift = std::countl_zero(digits.value);
+  const std::uint64_t value = digits.value << shift;
+  if (exponent >= 0) {
+    const PowerOfFive& power = kPowersOfFive[static_cast<std::size_t>(exponent - kLeastPower)];
+    const WideProduct product = Multiply(value, power.significand);
+    result = Nearest(product.high, product.low != 0, exponent + power.exponent - shift + 64);
+    return true;
+  }
+  const PowerOfFive& power = kPowersOfFive[static_cast<std::size_t>(-exponent - kLeastPower)];
+  const std::uint64_t divisor = power.significand >> -power.exponent;
+  std::uint64_t quotient = value / divisor;
+  std::uint64_t rest = value % divisor;
+  std::int64_t binary = exponent - shift;
+  while (quotient >> 53 == 0) {
+    quotient = quotient << 11 | (rest << 11) / divisor;
+    rest = (rest << 11) % divisor;
+    binary -= 11;
+  }
+  result = Nearest(quotient, rest != 0, binary);
   return true;
 }
 
@@ -207,7 +240,8 @@ Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) 
   }
 
   double value = 0;
-  if (!RoundByProduct(digits, digits.dropped - shift + exponent, value)) [[unlikely]] {
+  const std::int64_t power = digits.dropped - shift + exponent;
+  if (!RoundByProduct(digits, power, value) && !RoundExactly(digits, power, value)) [[unlikely]] {
     const std::from_chars_result result =
         std::from_chars(begin, cursor, value, std::chars_format::general);
     if (result.ec == std::errc::result_out_of_range) {

@@ -1,14 +1,20 @@
 // Holder of one reference to a string atom of the host, with the atom's text at hand.
 //
-// Equal texts are the same atom with the same text address, so texts of atoms are compared by
-// pointer.
+// Equal texts are mostly the same atom with the same address: addresses are compared first. A host
+// need not see to that, so where they differ the bytes decide.
 #pragma once
 
+#include <cstring>
 #include <utility>
 
 #include "frame/core/core_interfaces.h"
 
 namespace ZEL_T_NMT {
+
+// Whether two texts are equal; a null one equals no other text.
+inline bool IsSameText(const char* left, const char* right) noexcept {
+  return left == right || (left != nullptr && right != nullptr && std::strcmp(left, right) == 0);
+}
 
 class CZELStringAtom {
  public:
@@ -47,7 +53,7 @@ class CZELStringAtom {
   }
 
   friend bool operator==(const CZELStringAtom& left, const CZELStringAtom& right) noexcept {
-    return left.text_ == right.text_;
+    return IsSameText(left.text_, right.text_);
   }
 
  private:

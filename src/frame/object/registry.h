@@ -44,16 +44,24 @@ inline const Implementation& ImplementationOf(ImplementationId id) {
 // Asks the host for the object of an implementation that is not an instance's primary one.
 void* ResolveForeign(ZELInstance instance, const Implementation& implementation);
 
+// The object of an instance that is primarily one of this implementation, or null. `T` must be the
+// type that the object was published as.
+template <typename T>
+T* OwnObject(ZELInstance instance, const Implementation& implementation) noexcept {
+  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
+  if (primary.implementationName != implementation.name.Text()) [[unlikely]]
+    return nullptr;
+  return static_cast<T*>(primary.object);
+}
+
 // Returns the library object behind a handle; raises the host's error for null and for an instance
-// of another implementation. `T` must be the type that the object was published as.
+// of another implementation.
 template <typename T>
 T* Resolve(ZELInstance instance, ImplementationId id) {
   const Implementation& implementation = ImplementationOf(id);
-  if (instance != nullptr) [[likely]] {
-    const ZELPrimaryInstance& primary = PrimaryInstance(instance);
-    if (primary.implementationName == implementation.name.Text()) [[likely]] {
-      return static_cast<T*>(primary.object);
-    }
+  T* const object = instance == nullptr ? nullptr : OwnObject<T>(instance, implementation);
+  if (object != nullptr) [[likely]] {
+    return object;
   }
   return static_cast<T*>(ResolveForeign(instance, implementation));
 }
@@ -66,8 +74,8 @@ void DestroyObject(void* object) noexcept {
 
 // Publishes an object as a new instance, without reference. If the host does not take the object,
 // it is destroyed and the host's error raised.
-template <typename T>
-ZELInstance Publish(std::unique_ptr<T> object, ImplementationId id,
+template <typename T, typename Deleter>
+ZELInstance Publish(std::unique_ptr<T, Deleter> object, ImplementationId id,
                     ZELDestroyProc destroy = &DestroyObject<T>) {
   const Implementation& implementation = ImplementationOf(id);
   ZELInstance instance = nullptr;

@@ -1,0 +1,79 @@
+#include "frame/client/own_operations.h"
+
+#include <cstring>
+
+namespace ZEL_T_NMT {
+namespace {
+
+// The addresses that a subsystem registers under the name of an interface.
+template <typename Interface>
+typename Table<Interface>::Procedures ProceduresOf(std::span<const ExportedInterface> exported) {
+  typename Table<Interface>::Procedures procedures{};
+  for (const ExportedInterface& candidate : exported) {
+    if (std::strcmp(candidate.name, Interface::kName) != 0) continue;
+    for (std::size_t i = 0; i < procedures.size(); ++i) {
+      procedures[i] = candidate.procedures[i].address();
+    }
+  }
+  return procedures;
+}
+
+template <typename Interface>
+bool AreSame(const Interface& table, const typename Table<Interface>::Procedures& procedures) {
+  return std::bit_cast<typename Table<Interface>::Procedures>(table) == procedures;
+}
+
+constinit Table<zelutils::ObjectInterface>::Procedures g_ownObjectProcedures{};
+
+}  // namespace
+
+constinit OwnOperations g_own{};
+constinit POSInterfaces g_pos;
+constinit OwnMethods g_ownMethods;
+
+template <typename Interface>
+void POSInterface<Interface>::Know(std::span<const ExportedInterface> exported) {
+  own_ = ProceduresOf<Interface>(exported);
+}
+
+template <typename Interface>
+bool POSInterface<Interface>::Settle() {
+  const std::uint64_t generation = g_link.Generation();
+  const Table<Interface>* const table = this->Get();
+  if (table == nullptr || !AreSame<Interface>(*table, own_)) return false;
+  ownGeneration_ = generation;
+  return true;
+}
+
+template class POSInterface<zelutils::ArrayInterface>;
+template class POSInterface<zelutils::BinDataInterface>;
+template class POSInterface<zelutils::DictInterface>;
+template class POSInterface<zelutils::DictIteratorInterface>;
+template class POSInterface<zelutils::NumberInterface>;
+template class POSInterface<zelutils::ObjectStaticsInterface>;
+template class POSInterface<zelutils::RawPointerInterface>;
+template class POSInterface<zelutils::StringInterface>;
+template class POSInterface<zelutils::UnicodeStringInterface>;
+
+void KnowObjectModel(const OwnOperations& operations, std::span<const ExportedInterface> exported) {
+  g_own = operations;
+  g_ownObjectProcedures = ProceduresOf<zelutils::ObjectInterface>(exported);
+  g_pos.arrays.Know(exported);
+  g_pos.binData.Know(exported);
+  g_pos.dicts.Know(exported);
+  g_pos.dictIterators.Know(exported);
+  g_pos.numbers.Know(exported);
+  g_pos.statics.Know(exported);
+  g_pos.rawPointers.Know(exported);
+  g_pos.strings.Know(exported);
+  g_pos.unicodeStrings.Know(exported);
+}
+
+bool SettleOwnMethods(ZELInstance instance) {
+  const zelutils::ObjectInterface& methods = POSObjectMethods(instance);
+  if (!AreSame<zelutils::ObjectInterface>(methods, g_ownObjectProcedures)) return false;
+  g_ownMethods = {PrimaryInstance(instance).signature, g_link.Generation()};
+  return true;
+}
+
+}  // namespace ZEL_T_NMT

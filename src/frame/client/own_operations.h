@@ -1,0 +1,128 @@
+// The door between the readers of values and the object model: operations that the object model
+// hands over when it starts, and the question whether its procedures are those in the binder.
+//
+// A value of the library's own is reached directly as long as nobody has put another procedure over
+// the library's. That is settled for each interface when its table is imported: once per change of
+// the binder's unregister counter.
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+#include "frame/client/own_value.h"
+#include "frame/core/imported_interface.h"
+#include "frame/link/subsystem.h"
+#include "frame/object/process_state.h"
+#include "frame/object/registry.h"
+
+namespace ZEL_T_NMT {
+
+// The state of a walk over a dictionary's members, which the object model keeps in it.
+struct OwnWalk {
+  alignas(std::max_align_t) std::byte state[18 * sizeof(void*)];
+};
+
+// Operations on composites of the library's own. Those that may fail raise; nothing has changed
+// then. A text of the object model is valid until the dictionary changes or the walk moves.
+struct OwnOperations {
+  void (*append)(OwnArray& array, ContainerReference&& value);
+  // Null for an absent key; borrowed.
+  ZELInstance (*find)(const OwnDict& dict, const char* key) noexcept;
+  void (*put)(OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value);
+
+  // A walk in key order that stays valid whatever is done to the dictionary, and ends with it.
+  void (*beginWalk)(OwnWalk& walk, OwnDict& dict) noexcept;
+  void (*nextInWalk)(OwnWalk& walk) noexcept;
+  void (*endWalk)(OwnWalk& walk) noexcept;
+  const char* (*keyInWalk)(const OwnWalk& walk) noexcept;  // null behind the last one
+  // The value of the key, borrowed; null when it has been taken out meanwhile.
+  ZELInstance (*valueInWalk)(const OwnWalk& walk) noexcept;
+};
+
+// Called by the object model when it starts, with what it registers.
+void KnowObjectModel(const OwnOperations& operations, std::span<const ExportedInterface> exported);
+
+extern constinit OwnOperations g_own;
+
+// The library's own value behind a handle, whatever procedures the binder has; null for every other
+// instance, for null, and while there is no link.
+inline OwnValue* OwnValueOf(ZELInstance instance) noexcept {
+  if (instance == nullptr || g_implementations == nullptr) [[unlikely]]
+    return nullptr;
+  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
+  const Implementation& implementation =
+      g_implementations[static_cast<std::uint32_t>(ImplementationId::kPOSObject)];
+  if (primary.implementationName != implementation.name.Text()) [[unlikely]]
+    return nullptr;
+  return static_cast<OwnValue*>(primary.object);
+}
+
+// A POS interface as its clients import it.
+template <typename Interface>
+class POSInterface : public ImportedInterface<Interface> {
+ public:
+  // Whether the procedures in the binder are the library's own; only while linked. Imports as Get
+  // does, and raises what that raises.
+  bool IsOwn() {
+    if (IsKnownToBeOwn()) [[likely]]
+      return true;
+    return Settle();
+  }
+  // The same, but imports nothing: false where it would have to.
+  bool IsKnownToBeOwn() const noexcept { return ownGeneration_ == g_link.Generation(); }
+
+  void Know(std::span<const ExportedInterface> exported);
+
+ private:
+  bool Settle();
+
+  typename Table<Interface>::Procedures own_{};
+  std::uint64_t ownGeneration_ = 0;
+};
+
+// The nine POS interfaces imported by name, as any other client of the binder imports them.
+struct POSInterfaces {
+  POSInterface<zelutils::ArrayInterface> arrays;
+  POSInterface<zelutils::BinDataInterface> binData;
+  POSInterface<zelutils::DictInterface> dicts;
+  POSInterface<zelutils::DictIteratorInterface> dictIterators;
+  POSInterface<zelutils::NumberInterface> numbers;
+  POSInterface<zelutils::ObjectStaticsInterface> statics;
+  POSInterface<zelutils::RawPointerInterface> rawPointers;
+  POSInterface<zelutils::StringInterface> strings;
+  POSInterface<zelutils::UnicodeStringInterface> unicodeStrings;
+};
+
+extern constinit POSInterfaces g_pos;
+
+// The methods of a POS object. Raises "couldn't get signature" for an instance without signature
+// and "invalid container" for one without the methods of a POS object.
+inline const zelutils::ObjectInterface& POSObjectMethods(ZELInstance instance) {
+  const zelutils::ObjectInterface* methods = g_posObjects->Lookup(instance);
+  if (methods == nullptr) [[unlikely]]
+    RaiseInvalidContainer();
+  return *methods;
+}
+
+bool SettleOwnMethods(ZELInstance instance);
+
+struct OwnMethods {
+  const char* signature = nullptr;
+  std::uint64_t generation = 0;
+};
+extern constinit OwnMethods g_ownMethods;
+
+// Whether the methods of an instance are the library's own; raises what POSObjectMethods raises.
+inline bool HasOwnMethods(ZELInstance instance) {
+  if (instance != nullptr && g_link.lookup != nullptr) [[likely]] {
+    if (g_ownMethods.generation == g_link.Generation() &&
+        g_ownMethods.signature == PrimaryInstance(instance).signature) [[likely]]
+      return true;
+  }
+  return SettleOwnMethods(instance);
+}
+
+// Raises what POSObjectMethods raises.
+inline void RequireMethods(ZELInstance instance) { static_cast<void>(HasOwnMethods(instance)); }
+
+}  // namespace ZEL_T_NMT

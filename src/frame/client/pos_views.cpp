@@ -1,0 +1,204 @@
+#include "frame/client/pos_views.h"
+
+#include "frame/client/report_watch.h"
+
+namespace ZEL_T_NMT {
+namespace {
+
+template <typename Pointer>
+Pointer NotNull(Pointer pointer, const char* message) {
+  if (pointer == nullptr) RaisePOSException(message);
+  return pointer;
+}
+
+// Whether a value is of the kind with the type tag, which the second method of its interface tells.
+template <POSObjectType type, typename Interface>
+bool IsOf(const POSView& value, POSInterface<Interface>& interface,
+          bool (*Interface::*isOfKind)(ZELInstance)) {
+  if (value.Own() != nullptr && interface.IsOwn()) [[likely]] {
+    return value.Own()->Type() == type;
+  }
+  const Interface* const table = interface.Get();
+  return table != nullptr && (table->*isOfKind)(value.Handle());
+}
+
+// The kinds in the order in which a value is compared with them.
+struct Kind {
+  POSObjectType type;
+  bool (*is)(const POSView& value);
+};
+constexpr Kind kKinds[] = {
+    {POSTypeNumber, &NumberView::Is},
+    {POSTypeString, &StringView::Is},
+    {POSTypeUnicodeString, &UnicodeStringView::Is},
+    {POSTypeBinData, &BinDataView::Is},
+    {POSTypeRawPointer, &RawPointerView::Is},
+    {POSTypeArray, &ArrayView::Is},
+    {POSTypeDict, &DictView::Is},
+};
+
+bool AllAreKnownToBeOwn() noexcept {
+  return g_pos.numbers.IsKnownToBeOwn() && g_pos.strings.IsKnownToBeOwn() &&
+         g_pos.unicodeStrings.IsKnownToBeOwn() && g_pos.binData.IsKnownToBeOwn() &&
+         g_pos.rawPointers.IsKnownToBeOwn() && g_pos.arrays.IsKnownToBeOwn() &&
+         g_pos.dicts.IsKnownToBeOwn();
+}
+
+// The generation in which all interfaces were found to be the library's own; 0: none.
+constinit std::uint64_t g_allOwnGeneration = 0;
+
+}  // namespace
+
+std::int32_t POSView::Type() const {
+  if (own_ != nullptr && g_allOwnGeneration == g_link.Generation()) [[likely]] {
+    return own_->Type();
+  }
+  if (own_ != nullptr && AllAreKnownToBeOwn()) {
+    g_allOwnGeneration = g_link.Generation();
+    return own_->Type();
+  }
+  for (const Kind& kind : kKinds) {
+    if (kind.is(*this)) return kind.type;
+  }
+  return 0;
+}
+
+bool NumberView::Is(const POSView& value) {
+  return IsOf<POSTypeNumber>(value, g_pos.numbers, &zelutils::NumberInterface::IsPOSNumber);
+}
+
+double NumberView::GetThroughBinder() const {
+  const ReportWatch watch;
+  return watch.Checked(Require(g_pos.numbers.Get())->Get(Handle()), "CPOSNumber::Get failed");
+}
+
+bool StringView::Is(const POSView& value) {
+  return IsOf<POSTypeString>(value, g_pos.strings, &zelutils::StringInterface::IsPOSString);
+}
+
+const char* StringView::GetThroughBinder() const {
+  return NotNull(Require(g_pos.strings.Get())->Get(Handle()), "CPOSString::Get failed");
+}
+
+bool UnicodeStringView::Is(const POSView& value) {
+  return IsOf<POSTypeUnicodeString>(value, g_pos.unicodeStrings,
+                                    &zelutils::UnicodeStringInterface::IsPOSUnicodeString);
+}
+
+const std::uint16_t* UnicodeStringView::GetThroughBinder() const {
+  return NotNull(Require(g_pos.unicodeStrings.Get())->Get(Handle()),
+                 "CPOSUnicodeString::Get failed");
+}
+
+bool BinDataView::Is(const POSView& value) {
+  return IsOf<POSTypeBinData>(value, g_pos.binData, &zelutils::BinDataInterface::IsPOSBinData);
+}
+
+const char* BinDataView::GetTypeName() const {
+  if (const auto* own = Direct<OwnBinData, POSTypeBinData>(g_pos.binData)) {
+    return own->GetTypeName();
+  }
+  return NotNull(Require(g_pos.binData.Get())->GetTypeName(Handle()),
+                 "CPOSBinData::GetTypeName failed");
+}
+
+const void* BinDataView::GetBinData() const {
+  if (const auto* own = Direct<OwnBinData, POSTypeBinData>(g_pos.binData)) {
+    return own->GetBinData();
+  }
+  const ReportWatch watch;
+  return watch.Checked(Require(g_pos.binData.Get())->GetBinData(Handle()),
+                       "CPOSBinData::GetBinData failed");
+}
+
+std::uint32_t BinDataView::GetSize() const {
+  if (const auto* own = Direct<OwnBinData, POSTypeBinData>(g_pos.binData)) return own->GetSize();
+  const ReportWatch watch;
+  return watch.Checked(Require(g_pos.binData.Get())->GetSize(Handle()),
+                       "CPOSBinData::GetSize failed");
+}
+
+bool RawPointerView::Is(const POSView& value) {
+  return IsOf<POSTypeRawPointer>(value, g_pos.rawPointers,
+                                 &zelutils::RawPointerInterface::IsPOSRawPointer);
+}
+
+void* RawPointerView::GetRawPointer() const {
+  if (const auto* own = Direct<OwnRawPointer, POSTypeRawPointer>(g_pos.rawPointers)) {
+    return own->GetRawPointer();
+  }
+  const ReportWatch watch;
+  return watch.Checked(Require(g_pos.rawPointers.Get())->GetRawPointer(Handle()),
+                       "CPOSRawPointer::GetRawPointer failed");
+}
+
+bool ArrayView::Is(const POSView& value) {
+  return IsOf<POSTypeArray>(value, g_pos.arrays, &zelutils::ArrayInterface::IsPOSArray);
+}
+
+std::uint32_t ArrayView::CountThroughBinder() const {
+  const ReportWatch watch;
+  return watch.Checked(Require(g_pos.arrays.Get())->Count(Handle()), "CPOSArray::Count failed");
+}
+
+ZELInstance ArrayView::GetAtThroughBinder(std::uint32_t index) const {
+  return Require(g_pos.arrays.Get())->GetAt(Handle(), index);
+}
+
+bool DictView::Is(const POSView& value) {
+  return IsOf<POSTypeDict>(value, g_pos.dicts, &zelutils::DictInterface::IsPOSDict);
+}
+
+POSView DictView::Find(const char* key) const {
+  if (const OwnDict* const own = Directly()) return POSView(g_own.find(*own, key));
+  return Find(CZELStringAtom(key));
+}
+
+POSView DictView::Find(const CZELStringAtom& key) const {
+  if (const OwnDict* const own = Directly()) return POSView(g_own.find(*own, key.Text()));
+  const ReportWatch watch;
+  return POSView(
+      watch.Checked(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()), "CPOSDict::Get failed"));
+}
+
+MemberWalk::MemberWalk(const DictView& dict)
+    : dict_(dict), isDirect_(g_pos.dictIterators.IsOwn() && dict.Directly() != nullptr) {
+  if (isDirect_) {
+    g_own.beginWalk(walk_, *dict.Directly());
+    key_ = g_own.keyInWalk(walk_);
+    return;
+  }
+  const auto& iterators = *Require(g_pos.dictIterators.Get());
+  iterator_ = ContainerReference::Adopt(iterators.NewPOSDictIterator(dict.Handle()));
+  const ReportWatch watch;
+  iterators.Begin(iterator_.Get());
+  watch.RaiseIfReported("CPOSDictIterator::Begin failed");
+  FetchKey();
+}
+
+void MemberWalk::Next() {
+  if (isDirect_) [[likely]] {
+    g_own.nextInWalk(walk_);
+    key_ = g_own.keyInWalk(walk_);
+    return;
+  }
+  const ReportWatch watch;
+  Require(g_pos.dictIterators.Get())->Next(iterator_.Get());
+  watch.RaiseIfReported("CPOSDictIterator::Next failed");
+  FetchKey();
+}
+
+void MemberWalk::FetchKey() {
+  const auto& iterators = *Require(g_pos.dictIterators.Get());
+  const ReportWatch watch;
+  key_ = nullptr;
+  if (watch.Checked(iterators.IsDone(iterator_.Get()), "CPOSDictIterator::IsDone failed")) return;
+  key_ = NotNull(iterators.CurKey(iterator_.Get()), "CPOSDictIterator::CurKey failed");
+}
+
+POSView MemberWalk::Value() const {
+  if (!isDirect_) return dict_.Get(key_);
+  return DictView::NotAbsent(POSView(g_own.valueInWalk(walk_)));
+}
+
+}  // namespace ZEL_T_NMT

@@ -1,0 +1,185 @@
+// Views of POS values: how the library's own code reads and changes values that somebody else
+// holds.
+//
+// A view borrows: it is valid while the value is held, as are the texts, units, bytes and members
+// that it gives. Foreign code (a callback, a stream of a client) may let go of a value; who calls
+// such code meanwhile holds the value with one of the classes of pos_wrappers.h.
+//
+// A value of the library's own is reached directly while its interface's procedures in the binder
+// are the library's own; any other, and every value while somebody has put procedures over them,
+// through the procedures in the binder. The results are the same.
+//
+// One rule of failure: an operation that fails raises. The text is that of the operation
+// ("CPOSArray::Count failed"), or "Missing Interface" where the binder does not have the interface;
+// the procedure that failed has reported why.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/client/own_operations.h"
+
+namespace ZEL_T_NMT {
+
+class POSView {
+ public:
+  POSView() noexcept = default;
+  explicit POSView(ZELInstance handle) noexcept : handle_(handle), own_(OwnValueOf(handle)) {}
+
+  bool IsEmpty() const noexcept { return handle_ == nullptr; }
+  ZELInstance Handle() const noexcept { return handle_; }
+  // The library's own value, whatever procedures the binder has; null for every other.
+  OwnValue* Own() const noexcept { return own_; }
+
+  // The kind of the value, asked of each interface in the order of the type tags; 0 for a value of
+  // none.
+  std::int32_t Type() const;
+
+ protected:
+  // The library's own value of a kind when it may be reached directly; otherwise null.
+  template <typename Own, POSObjectType type, typename Interface>
+  Own* Direct(POSInterface<Interface>& interface) const {
+    if (own_ == nullptr || !interface.IsOwn() || own_->Type() != type) [[unlikely]]
+      return nullptr;
+    return static_cast<Own*>(own_);
+  }
+
+ private:
+  ZELInstance handle_ = nullptr;
+  OwnValue* own_ = nullptr;
+};
+
+// A view of each kind, made from a value that is known to be of it: for any other, operations fail.
+// `Is` asks; it is false for an empty view, and where the binder does not have the interface.
+
+class NumberView : public POSView {
+ public:
+  explicit NumberView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  double Get() const {
+    const auto* own = Direct<OwnNumber, POSTypeNumber>(g_pos.numbers);
+    return own != nullptr ? own->Get() : GetThroughBinder();
+  }
+
+ private:
+  double GetThroughBinder() const;
+};
+
+class StringView : public POSView {
+ public:
+  explicit StringView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  const char* Get() const {
+    const auto* own = Direct<OwnString, POSTypeString>(g_pos.strings);
+    return own != nullptr ? own->Get() : GetThroughBinder();
+  }
+
+ private:
+  const char* GetThroughBinder() const;
+};
+
+class UnicodeStringView : public POSView {
+ public:
+  explicit UnicodeStringView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  // Ended by a 0 unit.
+  const std::uint16_t* Get() const {
+    const auto* own = Direct<OwnUnicodeString, POSTypeUnicodeString>(g_pos.unicodeStrings);
+    return own != nullptr ? own->Get() : GetThroughBinder();
+  }
+
+ private:
+  const std::uint16_t* GetThroughBinder() const;
+};
+
+class BinDataView : public POSView {
+ public:
+  explicit BinDataView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  const char* GetTypeName() const;
+  // May be null where the size is 0.
+  const void* GetBinData() const;
+  std::uint32_t GetSize() const;
+};
+
+class RawPointerView : public POSView {
+ public:
+  explicit RawPointerView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  void* GetRawPointer() const;
+};
+
+class ArrayView : public POSView {
+ public:
+  explicit ArrayView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  // The library's own array when it may be reached directly; otherwise null.
+  OwnArray* Directly() const { return Direct<OwnArray, POSTypeArray>(g_pos.arrays); }
+  std::uint32_t Count() const {
+    const OwnArray* const own = Directly();
+    return own != nullptr ? own->Count() : CountThroughBinder();
+  }
+  // Raises "CPOSArray::GetAt subscript failed" for an empty slot and beyond the end.
+  POSView GetAt(std::uint32_t index) const {
+    const OwnArray* const own = Directly();
+    const ZELInstance element = own != nullptr ? own->GetAt(index) : GetAtThroughBinder(index);
+    if (element == nullptr) [[unlikely]]
+      RaisePOSException("CPOSArray::GetAt subscript failed");
+    return POSView(element);
+  }
+
+ private:
+  std::uint32_t CountThroughBinder() const;
+  ZELInstance GetAtThroughBinder(std::uint32_t index) const;
+};
+
+class DictView : public POSView {
+ public:
+  explicit DictView(POSView value) noexcept : POSView(value) {}
+  static bool Is(const POSView& value);
+  // The library's own dictionary when it may be reached directly; otherwise null.
+  OwnDict* Directly() const { return Direct<OwnDict, POSTypeDict>(g_pos.dicts); }
+  // Empty for an absent key. An atom of the key that is at hand saves its making where the value is
+  // not the library's own.
+  POSView Find(const char* key) const;
+  POSView Find(const CZELStringAtom& key) const;
+  // Raise "CPOSDict::Get failed" for an absent key.
+  POSView Get(const char* key) const { return NotAbsent(Find(key)); }
+  POSView Get(const CZELStringAtom& key) const { return NotAbsent(Find(key)); }
+
+ private:
+  friend class MemberWalk;
+  static POSView NotAbsent(POSView value) {
+    if (value.IsEmpty()) [[unlikely]]
+      RaisePOSException("CPOSDict::Get failed");
+    return value;
+  }
+};
+
+// A walk over the members of a dictionary in the order of their keys, at the first when made. It
+// stays valid whatever is done to the dictionary meanwhile, as long as that is held.
+class MemberWalk {
+ public:
+  explicit MemberWalk(const DictView& dict);
+  MemberWalk(const MemberWalk&) = delete;
+  MemberWalk& operator=(const MemberWalk&) = delete;
+  ~MemberWalk() {
+    if (isDirect_) g_own.endWalk(walk_);
+  }
+
+  // The current key, valid until the walk moves; null behind the last one.
+  const char* Key() const noexcept { return key_; }
+  void Next();
+  // The value under the current key; raises "CPOSDict::Get failed" when it has been taken out.
+  POSView Value() const;
+
+ private:
+  void FetchKey();
+
+  const DictView dict_;
+  const bool isDirect_;
+  const char* key_ = nullptr;
+  OwnWalk walk_;
+  ContainerReference iterator_;
+};
+
+}  // namespace ZEL_T_NMT

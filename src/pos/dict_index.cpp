@@ -1,0 +1,74 @@
+#include "pos/dict_index.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "pos/work_count.h"
+
+namespace NPOSObjectImpl {
+namespace {
+
+// No slot has it: there are more slots than entries, so that no number has all bits of the mask.
+constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;
+
+bool HasKey(const DictEntry& entry, const char* key, std::uint32_t hash) noexcept {
+  return entry.key.hash == hash && entry.key.Text() != nullptr &&
+         (entry.key.Text() == key || std::strcmp(entry.key.Text(), key) == 0);
+}
+
+std::uint32_t FindByWalk(const DictStore& store, const char* key, std::uint32_t hash) noexcept {
+  for (std::uint32_t number = 0; number < store.End(); ++number) {
+    if (HasKey(store[number], key, hash)) return number;
+  }
+  return kNone;
+}
+
+}  // namespace
+
+DictIndex::DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept {
+  const std::uint64_t slots = SlotsFor(capacity);
+  if (slots == 0) return;
+  slots_ = place;
+  mask_ = static_cast<std::uint32_t>(slots - 1);
+  std::fill_n(slots_, static_cast<std::size_t>(slots), kFreeSlot);
+}
+
+std::uint32_t DictIndex::Find(const DictStore& store, const char* key,
+                              std::uint32_t hash) const noexcept {
+  if (slots_ == nullptr) return FindByWalk(store, key, hash);
+  for (std::uint32_t slot = hash & mask_; slots_[slot] != kFreeSlot; slot = After(slot)) {
+    CountProbe();
+    const std::uint32_t number = slots_[slot] & mask_;
+    const bool mayMatch = (slots_[slot] ^ number) == (hash & ~mask_);
+    if (mayMatch && HasKey(store[number], key, hash)) return number;
+  }
+  return kNone;
+}
+
+void DictIndex::Add(std::uint32_t number, std::uint32_t hash) noexcept {
+  if (slots_ == nullptr) return;
+  std::uint32_t slot = hash & mask_;
+  while (slots_[slot] != kFreeSlot) {
+    CountProbe();
+    slot = After(slot);
+  }
+  slots_[slot] = (hash & ~mask_) | number;
+}
+
+void DictIndex::Remove(const DictStore& store, std::uint32_t number) noexcept {
+  if (slots_ == nullptr) return;
+  std::uint32_t gap = store[number].key.hash & mask_;
+  while ((slots_[gap] & mask_) != number || slots_[gap] == kFreeSlot) gap = After(gap);
+
+  // An entry behind the gap moves into it unless its probes begin behind the gap.
+  for (std::uint32_t slot = After(gap); slots_[slot] != kFreeSlot; slot = After(slot)) {
+    CountProbe();
+    const std::uint32_t start = store[slots_[slot] & mask_].key.hash & mask_;
+    if (((slot - start) & mask_) < ((slot - gap) & mask_)) continue;
+    slots_[gap] = slots_[slot];
+    gap = slot;
+  }
+  slots_[gap] = kFreeSlot;
+}
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,47 @@
+// The hash index over a dictionary's entries: open addressing with linear probing.
+//
+// A taken slot has an entry's number in the bits of its mask and the key's hash in those above,
+// which keeps most other keys' entries from being looked at. Removal closes the gap in the run of
+// taken slots, so that no probe ever passes a slot of an entry that is gone. A small dictionary has
+// no index: looking at all entries is faster.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "pos/dict_store.h"
+
+namespace NPOSObjectImpl {
+
+// Uses a place of its owner's block.
+class DictIndex {
+ public:
+  static constexpr std::uint32_t kLargestWithoutIndex = 8;
+  // The smallest capacity with an index; it and all larger ones are this one doubled.
+  static constexpr std::uint32_t kFirstCapacity = 12;
+
+  // Three quarters of the slots are taken when the dictionary is full.
+  static constexpr std::uint64_t SlotsFor(std::uint32_t capacity) noexcept {
+    return capacity > kLargestWithoutIndex ? std::uint64_t{capacity} / 3 * 4 : 0;
+  }
+
+  DictIndex() noexcept = default;
+  // All slots are free.
+  DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept;
+
+  bool IsThere() const noexcept { return slots_ != nullptr; }
+
+  // The number of the entry with this key, or kNone.
+  std::uint32_t Find(const DictStore& store, const char* key, std::uint32_t hash) const noexcept;
+  void Add(std::uint32_t number, std::uint32_t hash) noexcept;
+  // Of an entry that is still in the store.
+  void Remove(const DictStore& store, std::uint32_t number) noexcept;
+
+ private:
+  std::uint32_t After(std::uint32_t slot) const noexcept { return (slot + 1) & mask_; }
+
+  std::uint32_t* slots_ = nullptr;
+  std::uint32_t mask_ = 0;
+};
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,94 @@
+// The entries of a dictionary by number, in the order in which they came.
+//
+// Values are mostly made in that order, and so a walk by number finds them in the order in which
+// they lie in memory. A removed entry leaves a tombstone, which the next new entry replaces.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/base/compiler.h"
+#include "frame/core/container_reference.h"
+#include "frame/core/string_atom.h"
+
+namespace NPOSObjectImpl {
+
+// No number of an entry.
+inline constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+
+struct DictKey : ZEL_T_NMT::CZELStringAtom {
+  DictKey() noexcept = default;
+  DictKey(ZEL_T_NMT::CZELStringAtom key, std::uint32_t keyHash) noexcept
+      : CZELStringAtom(std::move(key)), hash(keyHash) {}
+  std::uint32_t hash = 0;
+};
+
+struct DictEntry {
+  // In a tombstone without text, and the hash is the number of the next tombstone.
+  DictKey key;
+  ZEL_T_NMT::ContainerReference value;
+};
+
+// Uses a place of its owner's block, and is moved to another one when that is full.
+class DictStore {
+ public:
+  static constexpr std::size_t BytesFor(std::uint32_t capacity) noexcept {
+    return capacity * sizeof(DictEntry);
+  }
+
+  // No room at all.
+  DictStore() noexcept = default;
+  DictStore(void* place, std::uint32_t capacity) noexcept
+      : entries_(static_cast<DictEntry*>(place)), capacity_(capacity) {}
+  // Destroys all entries.
+  void Clear() noexcept;
+
+  std::uint32_t Capacity() const noexcept { return capacity_; }
+  std::uint32_t Live() const noexcept { return live_; }
+  // All numbers are below this one.
+  std::uint32_t End() const noexcept { return end_; }
+  bool IsFull() const noexcept { return live_ == capacity_; }
+  // The place that it uses.
+  DictEntry* Begin() const noexcept { return entries_; }
+
+  DictEntry& operator[](std::uint32_t number) const noexcept {
+    return entries_[number];  // NOLINT(clang-analyzer-core.uninitialized.UndefReturn)
+  }
+  const char* Text(std::uint32_t number) const noexcept { return entries_[number].key.Text(); }
+  bool IsLive(std::uint32_t number) const noexcept { return Text(number) != nullptr; }
+
+  // Adds an entry, for which there must be room, and returns its number.
+  std::uint32_t Add(DictKey key, ZEL_T_NMT::ContainerReference value) noexcept;
+  // Leaves a tombstone and returns what the entry held.
+  DictEntry Remove(std::uint32_t number) noexcept;
+
+  // Moves all entries to an empty store with enough room, without tombstones: their numbers close
+  // up. This store then has nothing to destroy and is good for NewNumber alone.
+  void MoveTo(DictStore& target) noexcept;
+  // The number that MoveTo has given an entry; kNone for a tombstone.
+  std::uint32_t NewNumber(std::uint32_t number) const noexcept { return entries_[number].key.hash; }
+
+  // Has the processor fetch a value's record, and its object when the record is at hand.
+  void PrefetchRecord(std::uint32_t number) const noexcept {
+    const ZELInstance value = entries_[number].value.Get();
+    if (value != nullptr) ZEL_PREFETCH(&ZEL_T_NMT::PrimaryInstance(value));
+  }
+  void PrefetchObject(std::uint32_t number) const noexcept {
+    const ZELInstance value = entries_[number].value.Get();
+    if (value != nullptr) ZEL_PREFETCH(ZEL_T_NMT::PrimaryInstance(value).object);
+  }
+  void PrefetchEntry(std::uint32_t number) const noexcept { ZEL_PREFETCH(&entries_[number]); }
+
+ private:
+  DictEntry* entries_ = nullptr;  // those below end_ are constructed
+  std::uint32_t capacity_ = 0;
+  std::uint32_t end_ = 0;
+  std::uint32_t live_ = 0;
+  std::uint32_t firstTombstone_ = kNone;
+};
+
+// How many entries ahead memory is asked for what a walk will need: texts, records and objects lie
+// all over it, and waiting for each of them in turn would take longer than everything else.
+inline constexpr std::uint32_t kPrefetchDistance = 6;
+
+}  // namespace NPOSObjectImpl

@@ -1,0 +1,18 @@
+// Members of composites, cloned and compared.
+//
+// It is the member's own procedures that do this. Where these are the library's, as they mostly
+// are, the object is reached directly, with the results and reports that the procedure would give.
+#pragma once
+
+#include "frame/core/container_reference.h"
+
+namespace NPOSObjectImpl {
+
+// Raises "CPOSObject::Clone failed" where the member's procedure fails, which has then reported
+// why.
+ZEL_T_NMT::ContainerReference CloneMember(ZELInstance member);
+
+// Compares two members by the first one's procedure; a failure is reported there and means unequal.
+bool MembersAreEqual(ZELInstance left, ZELInstance right);
+
+}  // namespace NPOSObjectImpl

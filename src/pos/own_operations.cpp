@@ -1,0 +1,50 @@
+#include "pos/own_operations.h"
+
+#include <new>
+
+#include "pos/array.h"
+#include "pos/dict.h"
+
+namespace NPOSObjectImpl {
+namespace {
+
+using ZEL_T_NMT::ContainerReference;
+using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::OwnArray;
+using ZEL_T_NMT::OwnDict;
+using ZEL_T_NMT::OwnWalk;
+
+static_assert(sizeof(ConstDictIterator) <= sizeof(OwnWalk::state));
+static_assert(alignof(ConstDictIterator) <= alignof(OwnWalk));
+
+ConstDictIterator& IteratorOf(OwnWalk& walk) noexcept {
+  return *std::launder(reinterpret_cast<ConstDictIterator*>(walk.state));
+}
+const ConstDictIterator& IteratorOf(const OwnWalk& walk) noexcept {
+  return *std::launder(reinterpret_cast<const ConstDictIterator*>(walk.state));
+}
+
+}  // namespace
+
+constinit const ZEL_T_NMT::OwnOperations kOwnOperations = {
+    .append =
+        [](OwnArray& array, ContainerReference&& value) {
+          static_cast<Array&>(array).Append(std::move(value));
+        },
+    .find = [](const OwnDict& dict,
+               const char* key) noexcept { return static_cast<const Dict&>(dict).Get(key); },
+    .put =
+        [](OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value) {
+          static_cast<Dict&>(dict).Put(std::move(key), std::move(value));
+        },
+    .beginWalk =
+        [](OwnWalk& walk, OwnDict& dict) noexcept {
+          new (static_cast<void*>(walk.state)) ConstDictIterator(static_cast<Dict&>(dict));
+        },
+    .nextInWalk = [](OwnWalk& walk) noexcept { IteratorOf(walk).Next(); },
+    .endWalk = [](OwnWalk& walk) noexcept { IteratorOf(walk).~ConstDictIterator(); },
+    .keyInWalk = [](const OwnWalk& walk) noexcept { return IteratorOf(walk).CurKey(); },
+    .valueInWalk = [](const OwnWalk& walk) noexcept { return IteratorOf(walk).ValueNow(); },
+};
+
+}  // namespace NPOSObjectImpl
