@@ -180,7 +180,11 @@ static int32_t ContainerAddRef(ZELInstance instance) {
 }
 static void ContainerDecrementWithoutDelete(ZELInstance instance) { --instance->references; }
 static void ContainerDeleteUnownedContainer(ZELInstance instance) {
-  if (instance->references != 0 || instance->ending) return;
+  if (instance->references != 0) {
+    puts("refused: DeleteUnownedContainer of an instance that somebody holds");
+    return;
+  }
+  if (instance->ending) return;
   instance->ending = true;
   instance->destroy(instance->primary.object);
   StringDeleteStringAtom(instance->implementation);

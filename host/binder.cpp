@@ -1,4 +1,6 @@
 // The interface binder: the registry of procedures and the binder's own five.
+#include <algorithm>
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <utility>
@@ -29,9 +31,9 @@ struct State {
   std::vector<BindingEvent> events;
 };
 
-State* state = nullptr;
+constinit State* state = nullptr;
 // Goes on from host to host, so that what a library imported from an earlier one looks out of date.
-std::uint32_t unregisterCount = 1;
+constinit std::uint32_t unregisterCount = 1;
 
 void Record(BindingEvent::Kind kind, const char* interfaceName, const char* method,
             const char* procType, bool succeeded) {
@@ -79,8 +81,18 @@ bool Remove(const char* interfaceName) {
   return true;
 }
 
+// Whether there is a host and the thread is its own, which each of the binder's procedures asks
+// first. A null among the arguments is noted as misuse.
+bool MayServe(const char* procedure, std::initializer_list<const void*> arguments) noexcept {
+  if (state == nullptr || OnForeignThread(procedure)) return false;
+  if (std::find(arguments.begin(), arguments.end(), nullptr) != arguments.end()) {
+    NoteMisuse(procedure, "of null");
+  }
+  return true;
+}
+
 ZELProc LookUp(const char* interfaceName, const char* method, const char* procType) noexcept {
-  if (state == nullptr) return nullptr;
+  if (!MayServe("Lookup", {interfaceName, method, procType})) return nullptr;
   const bool fails = Fails(Service::kLookup);
   try {
     const ZELProc found = fails ? nullptr : FindByNames(interfaceName, method, procType);
@@ -93,7 +105,10 @@ ZELProc LookUp(const char* interfaceName, const char* method, const char* procTy
 
 std::int32_t RegisterProcAddress(const char* interfaceName, const char* method,
                                  const char* procType, ZELProc procedure) noexcept {
-  if (state == nullptr) return 0;
+  if (!MayServe("ZELRegisterProcAddress",
+                {interfaceName, method, procType, reinterpret_cast<const void*>(procedure)})) {
+    return 0;
+  }
   const bool fails = Fails(Service::kRegisterProcAddress);
   try {
     const bool accepted = !fails && AddProcedure(interfaceName, method, procType, procedure, true);
@@ -105,8 +120,7 @@ std::int32_t RegisterProcAddress(const char* interfaceName, const char* method,
 }
 
 std::int32_t ReportError(const char* message) noexcept {
-  if (state == nullptr) return 0;
-  CountCall(Service::kReportError);
+  if (!MayServe("ZELReportError", {message}) || Refuses(Service::kReportError)) return 0;
   try {
     const std::string& kept = state->reports.emplace_back(message == nullptr ? "" : message);
     if (state->reportSink) state->reportSink(std::string(kept));
@@ -117,8 +131,10 @@ std::int32_t ReportError(const char* message) noexcept {
 }
 
 std::int32_t UnregisterInterface(const char* interfaceName) noexcept {
-  if (state == nullptr) return 0;
-  CountCall(Service::kUnregisterInterface);
+  if (!MayServe("ZELUnregisterInterface", {interfaceName}) ||
+      Refuses(Service::kUnregisterInterface)) {
+    return 0;
+  }
   try {
     const bool withdrawn = Remove(interfaceName);
     Record(BindingEvent::Kind::kUnregister, interfaceName, nullptr, nullptr, withdrawn);
@@ -132,17 +148,6 @@ std::uint32_t* GetUnregisterCountAddr() noexcept { return &unregisterCount; }
 
 std::int32_t IsMultiThreaded() noexcept { return 0; }
 
-const Procedure kProcedures[] = {
-    {"ZELRegisterProcAddress", "ZELRegisterProcAddress",
-     Erased<ZELRegisterProcAddress>(RegisterProcAddress)},
-    {"ZELReportError", "ZELReportError", Erased<ZELReportError>(ReportError)},
-    {"ZELUnregisterInterface", "ZELUnregisterInterface",
-     Erased<ZELUnregisterInterface>(UnregisterInterface)},
-    {"ZELGetUnregisterCountAddr", "ZELGetUnregisterCountAddr",
-     Erased<ZELGetUnregisterCountAddr>(GetUnregisterCountAddr)},
-    {"ZELIsMultiThreaded", "ZELIsMultiThreaded", Erased<ZELIsMultiThreaded>(IsMultiThreaded)},
-};
-
 void Open(const HostOptions& options) {
   state = new State;
   if (options.firstUnregisterCount != 0) {
@@ -150,7 +155,18 @@ void Open(const HostOptions& options) {
   } else {
     AdvanceUnregisterCount();
   }
-  OfferProcedures(ZEL_BINDER_INTERFACE, kProcedures);
+  // The types have the names of the methods.
+  const Procedure procedures[] = {
+      {"ZELRegisterProcAddress", "ZELRegisterProcAddress",
+       Erased<ZELRegisterProcAddress>(RegisterProcAddress)},
+      {"ZELReportError", "ZELReportError", Erased<ZELReportError>(ReportError)},
+      {"ZELUnregisterInterface", "ZELUnregisterInterface",
+       Erased<ZELUnregisterInterface>(UnregisterInterface)},
+      {"ZELGetUnregisterCountAddr", "ZELGetUnregisterCountAddr",
+       Erased<ZELGetUnregisterCountAddr>(GetUnregisterCountAddr)},
+      {"ZELIsMultiThreaded", "ZELIsMultiThreaded", Erased<ZELIsMultiThreaded>(IsMultiThreaded)},
+  };
+  OfferProcedures(ZEL_BINDER_INTERFACE, procedures);
 }
 
 void Close() noexcept {
@@ -174,7 +190,7 @@ void ListLeaks(std::vector<Leak>& leaks) {
 
 }  // namespace
 
-const ServiceLife kBinderLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kBinderLife = {Open, Close, Count, ListLeaks};
 
 void OfferProcedures(const char* interfaceName, std::span<const Procedure> procedures) {
   for (const Procedure& procedure : procedures) {

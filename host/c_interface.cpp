@@ -68,6 +68,7 @@ ZELHost* ZELHostNew(uint32_t options) {
       throw zelhost::HostError("there is no such option");
     }
     if ((options & ZELHOST_GUARD_MEMORY) != 0) hostOptions.guardMemory = true;
+    hostOptions.anyThread = (options & ZELHOST_ANY_THREAD) != 0;
     current = new ZELHost(hostOptions);
     return current;
   });

@@ -1,13 +1,16 @@
 // Counted calls, injected faults and noted misuse.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <iterator>
+#include <utility>
 
 #include "services.h"
 
 namespace zelhost {
 
-CallCounter callCounters[kServiceCount];
+constinit CallCounter callCounters[kServiceCount];
+constinit std::uintptr_t hostThread = 0;
 
 namespace {
 
@@ -80,6 +83,18 @@ constexpr auto kFallible = [] {
   return services;
 }();
 
+std::int64_t CallsOf(const CallCounter& counter) noexcept { return counter.start - counter.left; }
+
+// Lets so many further calls succeed; the calls made stay counted.
+void Rearm(CallCounter& counter, std::int64_t left) noexcept {
+  counter.start = left + CallsOf(counter);
+  counter.left = left;
+}
+
+CallCounter& CounterOf(Service service) noexcept {
+  return callCounters[static_cast<std::size_t>(service)];
+}
+
 const ServiceFacts& FactsOf(Service service) noexcept {
   return kFacts[static_cast<std::size_t>(service)];
 }
@@ -87,51 +102,92 @@ const ServiceFacts& FactsOf(Service service) noexcept {
 // More of them than this say no more about the fault behind them.
 constexpr std::size_t kMostMisuses = 1000;
 
-std::uint64_t faultsInjected = 0;
-std::vector<std::string>* misuses = nullptr;
+constinit std::uint64_t faultsInjected = 0;
+constinit bool anyThread = false;
 
-void Open(const HostOptions&) {
+// The only state of the host that a foreign thread may touch.
+constinit std::vector<std::string>* misuses = nullptr;
+constinit std::atomic_flag misusesAreBusy;
+
+template <typename Body>
+void WithMisuses(Body body) {
+  struct Turn {
+    Turn() noexcept {
+      while (misusesAreBusy.test_and_set(std::memory_order_acquire)) continue;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() { misusesAreBusy.clear(std::memory_order_release); }
+  };
+  const Turn turn;
+  if (misuses != nullptr) body(*misuses);
+}
+
+void Open(const HostOptions& options) {
   std::fill(std::begin(callCounters), std::end(callCounters), CallCounter());
   faultsInjected = 0;
+  anyThread = options.anyThread;
+  hostThread = ThisThread();
   misuses = new std::vector<std::string>;
 }
 
 void Close() noexcept {
-  delete misuses;
-  misuses = nullptr;
+  std::vector<std::string>* closed = nullptr;
+  WithMisuses([&](std::vector<std::string>&) { closed = std::exchange(misuses, nullptr); });
+  delete closed;
+  hostThread = 0;
 }
 
 void Count(Counts&) {}
 
 void ListLeaks(std::vector<Leak>& leaks) {
-  for (const std::string& misuse : *misuses) leaks.push_back({Leak::Kind::kMisuse, misuse});
+  WithMisuses([&](const std::vector<std::string>& noted) {
+    for (const std::string& misuse : noted) leaks.push_back({Leak::Kind::kMisuse, misuse});
+  });
 }
 
 }  // namespace
 
-const ServiceLife kCallLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kCallLife = {Open, Close, Count, ListLeaks};
 
 std::string_view ServiceName(Service service) noexcept { return FactsOf(service).name; }
 
 std::span<const Service> FallibleServices() noexcept { return kFallible; }
 
 bool InjectFault(CallCounter& counter) noexcept {
-  if (!counter.andAllLater) counter.failFrom = CallCounter::kNever;
+  if (!counter.andAllLater) Rearm(counter, CallCounter::kNever);
   ++faultsInjected;
   return true;
 }
 
-void NoteMisuse(std::string_view what) noexcept {
-  if (misuses == nullptr || misuses->size() >= kMostMisuses) return;
+bool CallsFromAnyThread() noexcept { return anyThread; }
+
+bool RefuseForeignThread(std::string_view procedure) noexcept {
+  if (anyThread || hostThread == 0) return false;
+  NoteMisuse(procedure, "from a thread that the host does not belong to");
+  return true;
+}
+
+bool RefuseForeignThread(Service service) noexcept {
+  return RefuseForeignThread(ServiceName(service));
+}
+
+void NoteMisuse(std::string_view procedure, std::string_view what) noexcept {
   try {
-    misuses->emplace_back(what);
+    std::string text(procedure);
+    text += ' ';
+    text += what;
+    WithMisuses([&](std::vector<std::string>& noted) {
+      if (noted.size() < kMostMisuses) noted.push_back(std::move(text));
+    });
   } catch (...) {
     return;  // without memory there is nothing to note it in
   }
 }
 
 void Unsupported() noexcept {
-  NoteMisuse("a procedure was called that this host does not support");
+  if (OnForeignThread("a call")) return;
+  NoteMisuse("a call", "of a procedure that this host does not support");
 }
 
 std::string Plural(std::uint64_t count, std::string_view noun) {
@@ -156,34 +212,32 @@ void Host::FailAt(Service service, std::uint64_t n, bool andAllLater) {
     throw HostError(std::string(ServiceName(service)) + " cannot be made to fail");
   }
   if (n == 0) throw HostError("the calls to fail are counted from 1");
-  CallCounter& counter = CounterOf(service);
-  counter.failFrom = counter.calls + n;
-  counter.andAllLater = andAllLater;
+  constexpr std::uint64_t kMost = CallCounter::kNever;
+  Rearm(CounterOf(service), static_cast<std::int64_t>(std::min(n - 1, kMost)));
+  CounterOf(service).andAllLater = andAllLater;
 }
 
-void Host::StopFailing(Service service) noexcept {
-  CounterOf(service).failFrom = CallCounter::kNever;
-}
+void Host::StopFailing(Service service) noexcept { Rearm(CounterOf(service), CallCounter::kNever); }
 
 void Host::StopFailing() noexcept {
-  for (CallCounter& counter : callCounters) counter.failFrom = CallCounter::kNever;
+  for (CallCounter& counter : callCounters) Rearm(counter, CallCounter::kNever);
 }
 
 std::uint64_t Host::FaultsInjected() const noexcept { return faultsInjected; }
 
-std::uint64_t Host::Calls(Service service) const noexcept { return CounterOf(service).calls; }
+std::uint64_t Host::Calls(Service service) const noexcept {
+  return static_cast<std::uint64_t>(CallsOf(CounterOf(service)));
+}
 
 std::uint64_t Host::TotalCalls() const noexcept {
-  std::uint64_t total = 0;
-  for (const CallCounter& counter : callCounters) total += counter.calls;
-  return total - Calls(Service::kShortRead);  // those were reads
+  std::int64_t total = 0;
+  for (const CallCounter& counter : callCounters) total += CallsOf(counter);
+  total -= CallsOf(CounterOf(Service::kShortRead));  // those were reads
+  return static_cast<std::uint64_t>(total);
 }
 
 void Host::ResetCalls() noexcept {
-  for (CallCounter& counter : callCounters) {
-    if (counter.failFrom != CallCounter::kNever) counter.failFrom -= counter.calls;
-    counter.calls = 0;
-  }
+  for (CallCounter& counter : callCounters) counter.start = counter.left;
 }
 
 }  // namespace zelhost

@@ -1,114 +1,95 @@
 // The container interface: instances, their references and what they offer.
-#include <map>
-#include <tuple>
-
-#include "heap.h"
+#include "instance_kinds.h"
 #include "services.h"
+#include "storage/pool.h"
 
 // 32 bytes on a 64-bit machine. All that instances have in common stands in their kind.
 struct ZELInstanceRecord {
-  // From here on no reference is given: the object is being destroyed, or the record is free.
+  // From here on no reference is given: the object is being destroyed, or the instance is gone.
   static constexpr std::uint32_t kRefused = 0x80000000u;
   static constexpr std::uint32_t kDying = kRefused;
-  static constexpr std::uint32_t kFree = kRefused + 1;
+  static constexpr std::uint32_t kGone = kRefused + 1;
 
   std::uint32_t references;
-  std::uint32_t kind;  // index of the kind; 0: the record is free
+  std::uint32_t kind;  // 0: never used
   ZELPrimaryInstance primary;
 
-  bool IsLive() const noexcept { return kind != 0; }
-  ZELInstance& NextFree() noexcept { return reinterpret_cast<ZELInstance&>(primary.object); }
+  bool IsLive() const noexcept { return kind != 0 && references != kGone; }
+  ZELInstance& NextDead() noexcept { return reinterpret_cast<ZELInstance&>(primary.object); }
 };
 
 namespace zelhost {
 
 namespace {
 
-// What the instances of one implementation and interface share. The signature is the interface
-// name: instances that offer the same methods are of the same kind for a client. Kinds stay, and
-// with them their atoms, until the host ends; there are as many as sorts of objects.
-struct Kind {
+constexpr std::uint32_t kRefused = ZELInstanceRecord::kRefused;
+
+constinit Pool<ZELInstanceRecord> pool;
+
+// Mostly the next instance is of the same kind as the last.
+struct Recent {
   ZELStringAtom implementation;
   ZELStringAtom interfaceName;
   ZELDestroyProc destroy;
+  std::uint32_t kind;
   const char* implementationText;
   const char* interfaceText;
-  bool isStream;
 };
+constinit Recent recent{};
 
-using KindKey = std::tuple<ZELStringAtom, ZELStringAtom, ZELDestroyProc>;
-
-struct State {
-  std::vector<Kind> kinds;  // [0] is none
-  std::map<KindKey, std::uint32_t> kindIndex;
-};
-
-State* state = nullptr;
-// The same as state->kinds.data(), null while there is no host; and the kind of the newest
-// instance.
-constinit const Kind* kinds = nullptr;
-constinit std::uint32_t recentKind = 0;
-constinit Pool<ZELInstanceRecord> pool;
-
-bool IsKind(std::uint32_t index, ZELStringAtom implementation, ZELStringAtom interfaceName,
-            ZELDestroyProc destroy) noexcept {
-  const Kind& kind = kinds[index];
-  return kind.implementation == implementation && kind.interfaceName == interfaceName &&
-         kind.destroy == destroy;
-}
-
-// The index of the kind, 0 when an atom is none. Throws bad_alloc.
-std::uint32_t FindOrAddKind(ZELStringAtom implementation, ZELStringAtom interfaceName,
-                            ZELDestroyProc destroy) {
-  const char* implementationText = AtomText(implementation);
-  const char* interfaceText = AtomText(interfaceName);
-  if (implementationText == nullptr || interfaceText == nullptr) return 0;
-  const auto [position, added] =
-      state->kindIndex.try_emplace({implementation, interfaceName, destroy}, 0u);
-  if (added) {
-    try {
-      state->kinds.push_back(
-          {implementation, interfaceName, destroy, implementationText, interfaceText, false});
-    } catch (...) {
-      state->kindIndex.erase(position);
-      throw;
+void NoteInstance(const char* procedure, ZELInstance instance, std::string_view state) noexcept {
+  try {
+    std::string text = "of an instance";
+    if (instance != nullptr && pool.MayRead(instance) && instance->kind != 0) {
+      text += " of " + Quoted(kinds[instance->kind].implementationText);
     }
-    KeepAtom(implementation);
-    KeepAtom(interfaceName);
-    position->second = static_cast<std::uint32_t>(state->kinds.size() - 1);
-    kinds = state->kinds.data();
+    NoteMisuse(procedure, text.append(" that is ").append(state));
+  } catch (...) {
+    NoteMisuse(procedure, "of an instance");
   }
-  return position->second;
 }
 
-[[gnu::always_inline]] inline ZELErrorObject NewInstance(ZELInstance* result, void* object,
-                                                         std::uint32_t kindIndex) noexcept {
-  ZELInstance instance = pool.Take();
-  if (instance == nullptr) return OutOfMemoryError();
-  const Kind& kind = kinds[kindIndex];
-  *instance = {0, kindIndex, {kind.implementationText, kind.interfaceText, object}};
-  *result = instance;
-  return nullptr;
+// Whether an instance is there, be it being destroyed; else the misuse is noted.
+bool IsThere(ZELInstance instance, const char* procedure) noexcept {
+  if (instance != nullptr && pool.MayRead(instance) &&
+      instance->references != ZELInstanceRecord::kGone) {
+    return true;
+  }
+  NoteInstance(procedure, instance, instance == nullptr ? "null" : "gone");
+  return false;
 }
 
+// A client that uses an instance after its end finds names that are nobody's, and has to ask.
 void Destroy(ZELInstance instance) noexcept {
   instance->references = ZELInstanceRecord::kDying;
   const ZELDestroyProc destroy = kinds[instance->kind].destroy;
   if (destroy != nullptr) destroy(instance->primary.object);
-  instance->references = ZELInstanceRecord::kFree;
-  instance->kind = 0;
+  instance->references = ZELInstanceRecord::kGone;
+  instance->primary = {"(gone)", "(gone)", nullptr};
   pool.Return(instance);
 }
 
-// Of another kind than the instance before.
-[[gnu::noinline]] ZELErrorObject NewInstanceOf(ZELInstance* result, void* object,
-                                               ZELStringAtom implementation,
-                                               ZELStringAtom interfaceName,
-                                               ZELDestroyProc destroy) noexcept {
+ZELErrorObject NewInstance(ZELInstance* result, void* object, std::uint32_t kind) noexcept {
+  ZELInstance instance = pool.Take();
+  if (instance == nullptr) return OutOfMemoryError();
+  *instance = {0, kind, {kinds[kind].implementationText, kinds[kind].interfaceText, object}};
+  *result = instance;
+  return nullptr;
+}
+
+[[gnu::noinline]] ZELErrorObject NewInstanceOfOtherKind(ZELInstance* result, void* object,
+                                                        ZELStringAtom implementation,
+                                                        ZELStringAtom interfaceName,
+                                                        ZELDestroyProc destroy) noexcept {
   return WithoutExceptions([&] {
     const std::uint32_t kind = FindOrAddKind(implementation, interfaceName, destroy);
-    if (kind == 0) return NewHostError("NewFullContainer: a name is not a live atom");
-    recentKind = kind;
+    if (kind == 0) {
+      NoteMisuse("NewFullContainer", "of a name that is no atom");
+      return NewHostError("NewFullContainer: a name is not a live atom");
+    }
+    recent = {
+        implementation,           interfaceName, destroy, kind, kinds[kind].implementationText,
+        kinds[kind].interfaceText};
     return NewInstance(result, object, kind);
   });
 }
@@ -117,63 +98,68 @@ ZELErrorObject NewFullContainer(ZELInstance* result, void* object, ZELStringAtom
                                 ZELDestroyProc destroy, ZELStringAtom interfaceName, std::int32_t,
                                 std::int32_t, std::int32_t) noexcept {
   if (Fails(Service::kNewFullContainer)) return InjectedError(Service::kNewFullContainer);
-  if (kinds != nullptr && result != nullptr) [[likely]] {
-    // Mostly the next instance is of the same kind as the last, whose names are live atoms.
-    if (IsKind(recentKind, implementation, interfaceName, destroy) && recentKind != 0) [[likely]] {
-      return NewInstance(result, object, recentKind);
-    }
-    return NewInstanceOf(result, object, implementation, interfaceName, destroy);
+  if (result == nullptr) [[unlikely]] {
+    NoteMisuse("NewFullContainer", "of no place for the result");
+    return NewHostError("NewFullContainer: no place for the result");
   }
-  return NewHostError("NewFullContainer: no place for the result");
+  // The kind keeps its names alive; 0 is none of them.
+  if (implementation != recent.implementation || interfaceName != recent.interfaceName ||
+      destroy != recent.destroy || implementation == 0) [[unlikely]] {
+    return NewInstanceOfOtherKind(result, object, implementation, interfaceName, destroy);
+  }
+  ZELInstance instance = pool.Take();
+  if (instance == nullptr) [[unlikely]]
+    return OutOfMemoryError();
+  *instance = {0, recent.kind, {recent.implementationText, recent.interfaceText, object}};
+  *result = instance;
+  return nullptr;
+}
+
+[[gnu::noinline]] std::int32_t RefuseReference(ZELInstance instance) noexcept {
+  if (instance != nullptr) IsThere(instance, "AddRef");
+  return 0;
 }
 
 std::int32_t AddRef(ZELInstance instance) noexcept {
-  if (Fails(Service::kAddRef) || instance == nullptr ||
-      instance->references >= ZELInstanceRecord::kRefused - 1) {
-    return 0;
+  if (Fails(Service::kAddRef)) return 0;
+  if (instance == nullptr || !pool.MayRead(instance) || instance->references >= kRefused - 1)
+      [[unlikely]] {
+    return RefuseReference(instance);
   }
   ++instance->references;
   return 1;
 }
 
-// Takes a reference from an instance that has one. A release of an instance that is just being
+// Whether an instance has a reference to give back. A release of an instance that is just being
 // destroyed is none of a client's faults: its object may hold itself by way of others.
-bool TakeReference(ZELInstance instance, const char* misuse) noexcept {
-  if (instance->references - 1 < ZELInstanceRecord::kRefused - 1) [[likely]] {
-    --instance->references;
-    return true;
-  }
-  if (instance->references != ZELInstanceRecord::kDying) NoteMisuse(misuse);
-  return false;
+[[gnu::noinline]] void RefuseRelease(ZELInstance instance, const char* procedure) noexcept {
+  if (!IsThere(instance, procedure)) return;
+  if (instance->references == 0) NoteInstance(procedure, instance, "held by no client");
+}
+
+bool HasReference(ZELInstance instance) noexcept {
+  return pool.MayRead(instance) && instance->references - 1 < kRefused - 1;
 }
 
 void Release(ZELInstance instance) noexcept {
-  CountCall(Service::kRelease);
-  if (instance == nullptr) return;
-  if (TakeReference(instance, "Release of an instance that no client holds") &&
-      instance->references == 0) {
-    Destroy(instance);
-  }
+  if (Refuses(Service::kRelease) || instance == nullptr) return;
+  if (!HasReference(instance)) [[unlikely]]
+    return RefuseRelease(instance, "Release");
+  if (--instance->references == 0) Destroy(instance);
 }
 
 void DecrementWithoutDelete(ZELInstance instance) noexcept {
-  CountCall(Service::kDecrementWithoutDelete);
-  if (instance == nullptr) return;
-  TakeReference(instance, "DecrementWithoutDelete of an instance that no client holds");
+  if (Refuses(Service::kDecrementWithoutDelete)) return;
+  if (instance == nullptr || !HasReference(instance)) [[unlikely]]
+    return RefuseRelease(instance, "DecrementWithoutDelete");
+  --instance->references;
 }
 
 void DeleteUnownedContainer(ZELInstance instance) noexcept {
-  CountCall(Service::kDeleteUnownedContainer);
-  if (instance == nullptr || instance->references == ZELInstanceRecord::kDying) return;
-  if (instance->references == 0) {
-    Destroy(instance);
-  } else if (instance->references == ZELInstanceRecord::kFree) {
-    NoteMisuse("DeleteUnownedContainer of an instance that is gone");
-  }
-}
-
-bool IsGone(ZELInstance instance) noexcept {
-  return instance == nullptr || instance->references == ZELInstanceRecord::kFree;
+  constexpr const char* kName = "DeleteUnownedContainer";
+  if (Refuses(Service::kDeleteUnownedContainer) || !IsThere(instance, kName)) return;
+  if (instance->references == 0) return Destroy(instance);
+  if (instance->references != ZELInstanceRecord::kDying) NoteInstance(kName, instance, "held");
 }
 
 // The methods are looked up at each call: what is registered or withdrawn later counts. A method
@@ -182,10 +168,11 @@ bool IsGone(ZELInstance instance) noexcept {
 ZELErrorObject GetMethod(ZELProc* result, ZELInstance instance, ZELStringAtom method,
                          ZELStringAtom procType, std::int32_t) noexcept {
   if (Fails(Service::kGetMethod)) return InjectedError(Service::kGetMethod);
-  if (IsGone(instance)) return NewHostError("GetMethod: no instance");
+  if (!IsThere(instance, "GetMethod")) return NewHostError("GetMethod: no instance");
   const char* methodText = AtomText(method);
   const char* procTypeText = AtomText(procType);
   if (result == nullptr || methodText == nullptr || procTypeText == nullptr) {
+    NoteMisuse("GetMethod", "of no result place, method or procedure type");
     return NewHostError("GetMethod: no result place, method or procedure type");
   }
   return WithoutExceptions([&]() -> ZELErrorObject {
@@ -194,12 +181,16 @@ ZELErrorObject GetMethod(ZELProc* result, ZELInstance instance, ZELStringAtom me
   });
 }
 
+// Null is an instance that clients do ask about.
 ZELErrorObject NGetInstance(void** result, ZELInstance instance,
                             ZELStringAtom implementation) noexcept {
   if (Fails(Service::kNGetInstance)) return InjectedError(Service::kNGetInstance);
-  if (IsGone(instance)) return NewHostError("NGetInstance: no instance");
+  if (instance == nullptr || !IsThere(instance, "NGetInstance")) {
+    return NewHostError("NGetInstance: no instance");
+  }
   const char* wanted = AtomText(implementation);
   if (result == nullptr || wanted == nullptr) {
+    NoteMisuse("NGetInstance", "of no result place or implementation");
     return NewHostError("NGetInstance: no result place or implementation");
   }
   if (instance->primary.implementationName == wanted) {
@@ -226,15 +217,12 @@ constexpr ZELProc GetInstance = Unsupported;
 constexpr ZELProc GetSignature = Unsupported;
 constexpr ZELProc DebugGetRefCountAddr = Unsupported;
 
-const Procedure kProcedures[] = {ZEL_CONTAINER_METHODS(ZELHOST_PROCEDURE)};
-
 void Open(const HostOptions& options) {
   pool.Open(options.guardMemory);
-  state = new State;
-  state->kinds.push_back({});
-  kinds = state->kinds.data();
-  recentKind = 0;
-  OfferProcedures(ZEL_CONTAINER_INTERFACE, kProcedures);
+  OpenKinds();
+  recent = {};
+  const Procedure procedures[] = {ZEL_CONTAINER_METHODS(ZELHOST_PROCEDURE)};
+  OfferProcedures(ZEL_CONTAINER_INTERFACE, procedures);
 }
 
 // Objects of clients are left alone, since the code that would destroy them may be gone; streams
@@ -244,9 +232,7 @@ void Close() noexcept {
     if (kinds[record.kind].isStream) CloseStream(record.primary.object);
   });
   pool.Close();
-  delete state;
-  state = nullptr;
-  kinds = nullptr;
+  CloseKinds();
 }
 
 void Count(Counts& counts) {
@@ -268,13 +254,12 @@ void ListLeaks(std::vector<Leak>& leaks) {
 
 }  // namespace
 
-const ServiceLife kContainerLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kContainerLife = {Open, Close, Count, ListLeaks};
 
 std::uint32_t NewStreamKind(const char* name, ZELDestroyProc destroy) {
   const ZELStringAtom atom = KeepAtom(name);
   if (atom == 0) throw std::bad_alloc();
-  const std::uint32_t kind = FindOrAddKind(atom, atom, destroy);
-  state->kinds[kind].isStream = true;
+  const std::uint32_t kind = FindOrAddKind(atom, atom, destroy, true);
   DropAtom(atom);
   return kind;
 }
@@ -283,15 +268,14 @@ ZELErrorObject NewStreamContainer(ZELInstance* result, void* stream, std::uint32
   return NewInstance(result, stream, kind);
 }
 
-void* StreamObject(ZELInstance instance) noexcept {
-  if (IsGone(instance) || !kinds[instance->kind].isStream) return nullptr;
+void* StreamObject(ZELInstance instance, const char* method) noexcept {
+  if (!IsThere(instance, method) || !kinds[instance->kind].isStream) return nullptr;
   return instance->primary.object;
 }
 
 std::uint32_t References(ZELInstance instance) noexcept {
-  return instance == nullptr || instance->references >= ZELInstanceRecord::kRefused
-             ? 0
-             : instance->references;
+  if (instance == nullptr || !pool.MayRead(instance) || instance->references >= kRefused) return 0;
+  return instance->references;
 }
 
 }  // namespace zelhost

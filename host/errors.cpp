@@ -2,15 +2,19 @@
 #include <array>
 #include <system_error>
 
-#include "heap.h"
 #include "services.h"
+#include "storage/pool.h"
 
 struct ZELErrorRecord {
   ZELStringAtom message;
   ZELStringAtom component;
   std::int32_t id;
-  std::uint32_t references;
-  bool predefined;  // stays when the last reference is given back
+  std::uint32_t references;  // 0: gone, or a predefined one that no client holds
+  bool predefined;           // stays when the last reference is given back
+  ZELErrorObject nextDead;
+
+  bool IsLive() const noexcept { return references != 0; }
+  ZELErrorObject& NextDead() noexcept { return nextDead; }
 };
 
 namespace zelhost {
@@ -24,22 +28,34 @@ constexpr const char* kHostComponent = "ZELHost";
 // component and ID 1.
 constexpr const char* kCoreMessages[] = {"unknown error", "out of memory", "invalid argument",
                                          "not supported", "input/output error"};
+constexpr std::size_t kUnknown = 0;
 constexpr std::size_t kOutOfMemory = 1;
 
-Heap heap;
-std::array<ZELErrorObject, std::size(kCoreMessages)> coreErrors;
+constinit Pool<ZELErrorRecord> pool;
+constinit std::array<ZELErrorObject, std::size(kCoreMessages)> coreErrors{};
+// The answer to a foreign thread, for which nothing may be counted.
+constinit ZELErrorRecord foreignThreadError{};
 
 // Null when there is no memory.
 ZELErrorObject Make(const char* message, const char* component, std::int32_t id,
                     bool predefined) noexcept {
-  auto* error = static_cast<ZELErrorObject>(heap.Allocate(sizeof(ZELErrorRecord)));
+  ZELErrorObject error = pool.Take();
   if (error == nullptr) return nullptr;
-  *error = {KeepAtom(message), KeepAtom(component), id, predefined ? 0u : 1u, predefined};
+  *error = {KeepAtom(message), KeepAtom(component), id, predefined ? 0u : 1u, predefined, nullptr};
   if (error->message != 0 && error->component != 0) return error;
   DropAtom(error->message);
   DropAtom(error->component);
-  heap.Free(error);
+  error->references = 0;
+  pool.Return(error);
   return nullptr;
+}
+
+// Whether a client holds an error; if none does, the misuse is noted.
+bool IsHeld(ZELErrorObject error, const char* procedure) noexcept {
+  if (error == &foreignThreadError) return true;
+  if (error != nullptr && pool.MayRead(error) && error->references != 0) return true;
+  NoteMisuse(procedure, error == nullptr ? "of null" : "of an error that no client holds");
+  return false;
 }
 
 ZELErrorObject WithReference(ZELErrorObject error) noexcept {
@@ -51,8 +67,11 @@ ZELErrorObject WithReference(ZELErrorObject error) noexcept {
 ZELErrorObject NewError(const char* message, const char* component, std::int32_t id, std::int32_t,
                         std::int32_t) noexcept {
   if (Fails(Service::kNewError)) return nullptr;
-  ZELErrorObject error =
-      Make(message == nullptr ? "" : message, component == nullptr ? "" : component, id, false);
+  if (message == nullptr || component == nullptr) {
+    NoteMisuse("NewError", "of null");
+    return WithReference(coreErrors[kUnknown]);
+  }
+  ZELErrorObject error = Make(message, component, id, false);
   return error != nullptr ? error : OutOfMemoryError();
 }
 
@@ -62,73 +81,78 @@ ZELErrorObject GetCoreError(std::int32_t number) noexcept {
   return index < coreErrors.size() ? WithReference(coreErrors[index]) : nullptr;
 }
 
+// What is refused is answered with another error, since null would read as success.
 ZELErrorObject AddRef(ZELErrorObject error) noexcept {
-  CountCall(Service::kAddRefError);
-  return WithReference(error);
+  if (Refuses(Service::kAddRefError)) return &foreignThreadError;
+  return WithReference(IsHeld(error, "AddRef") ? error : coreErrors[kUnknown]);
 }
 
 void Release(ZELErrorObject error) noexcept {
-  CountCall(Service::kReleaseError);
-  if (error == nullptr) return;
-  if (!heap.IsLive(error) || error->references == 0) {
-    NoteMisuse("Release of an error object that no client holds");
-    return;
-  }
+  if (Refuses(Service::kReleaseError) || error == nullptr || !IsHeld(error, "Release")) return;
   if (--error->references != 0 || error->predefined) return;
   DropAtom(error->message);
   DropAtom(error->component);
-  heap.Free(error);
+  pool.Return(error);
 }
 
 ZELStringAtom GetErrorMessage(ZELErrorObject error) noexcept {
-  return error == nullptr ? 0 : error->message;
+  constexpr const char* kName = "GetErrorMessage";
+  return OnForeignThread(kName) || !IsHeld(error, kName) ? 0 : error->message;
 }
 
 ZELStringAtom GetComponent(ZELErrorObject error) noexcept {
-  return error == nullptr ? 0 : error->component;
+  constexpr const char* kName = "GetComponent";
+  return OnForeignThread(kName) || !IsHeld(error, kName) ? 0 : error->component;
 }
 
-std::int32_t GetID(ZELErrorObject error) noexcept { return error == nullptr ? 0 : error->id; }
+std::int32_t GetID(ZELErrorObject error) noexcept {
+  constexpr const char* kName = "GetID";
+  return OnForeignThread(kName) || !IsHeld(error, kName) ? 0 : error->id;
+}
 
 constexpr ZELGetErrorInfoProc GetErrorInfo = Unsupported;
 
-const Procedure kProcedures[] = {ZEL_ERROR_METHODS(ZELHOST_PROCEDURE)};
-
 void Open(const HostOptions& options) {
-  heap.Open(options.guardMemory);
+  pool.Open(options.guardMemory);
   for (std::size_t i = 0; i < coreErrors.size(); ++i) {
     coreErrors[i] = Make(kCoreMessages[i], kCoreComponent, static_cast<std::int32_t>(i), true);
     if (coreErrors[i] == nullptr) throw std::bad_alloc();
   }
-  OfferProcedures(ZEL_ERROR_INTERFACE, kProcedures);
+  // Never given back, however often it is released.
+  foreignThreadError = {KeepAtom("a call from a thread that the host does not belong to"),
+                        KeepAtom(kHostComponent),
+                        0,
+                        0x40000000u,
+                        true,
+                        nullptr};
+  if (foreignThreadError.message == 0 || foreignThreadError.component == 0) throw std::bad_alloc();
+  const Procedure procedures[] = {ZEL_ERROR_METHODS(ZELHOST_PROCEDURE)};
+  OfferProcedures(ZEL_ERROR_INTERFACE, procedures);
 }
 
 void Close() noexcept {
   coreErrors = {};
-  heap.Close();
+  pool.Close();
 }
 
 void Count(Counts& counts) {
-  heap.ForEachLive([&](const LiveBlock& block) {
-    const auto* error = static_cast<ZELErrorObject>(block.address);
-    counts.errors += error->references != 0 ? 1 : 0;
-    counts.errorReferences += error->references;
+  pool.ForEachLive([&](const ZELErrorRecord& error) {
+    ++counts.errors;
+    counts.errorReferences += error.references;
   });
 }
 
 void ListLeaks(std::vector<Leak>& leaks) {
-  heap.ForEachLive([&](const LiveBlock& block) {
-    const auto* error = static_cast<ZELErrorObject>(block.address);
-    if (error->references == 0) return;
-    leaks.push_back({Leak::Kind::kError, "error " + Quoted(AtomText(error->message)) + " of " +
-                                             Quoted(AtomText(error->component)) + ", " +
-                                             Plural(error->references, "reference")});
+  pool.ForEachLive([&](const ZELErrorRecord& error) {
+    leaks.push_back({Leak::Kind::kError, "error " + Quoted(AtomText(error.message)) + " of " +
+                                             Quoted(AtomText(error.component)) + ", " +
+                                             Plural(error.references, "reference")});
   });
 }
 
 }  // namespace
 
-const ServiceLife kErrorLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kErrorLife = {Open, Close, Count, ListLeaks};
 
 ZELErrorObject OutOfMemoryError() noexcept { return WithReference(coreErrors[kOutOfMemory]); }
 
@@ -147,6 +171,7 @@ ZELErrorObject NewSystemError(std::string_view what, int errorNumber) noexcept {
 }
 
 ZELErrorObject InjectedError(Service service) noexcept {
+  if (ThisThread() != hostThread && !CallsFromAnyThread()) return &foreignThreadError;
   return WithoutExceptions(
       [&] { return NewHostError("injected failure of " + std::string(ServiceName(service))); });
 }

@@ -2,8 +2,8 @@
 //
 // The modes are that library's: r, w or a, then + (update), b and x (must not exist; only with w)
 // in any order. The bytes are never translated, also without b, since positions count bytes.
-// What the mode does not allow is refused here; the C library would leave it undefined or notice it
-// only at the end.
+// A call that the mode does not allow is refused here; the C library would leave it undefined or
+// notice it only at the end.
 //
 // A stream that can write is not buffered: bytes that were reported as written are with the system.
 
@@ -32,12 +32,12 @@ int SeekFile(std::FILE* file, FilePosition offset, int origin) {
   return _fseeki64(file, offset, origin);
 }
 FilePosition TellFile(std::FILE* file) { return _ftelli64(file); }
-// The C library there does not know x.
+// The C library there does not know x. N: no child process inherits the file.
 std::FILE* OpenFile(const char* path, std::string mode) {
-  if (mode.back() != 'x') return std::fopen(path, mode.c_str());
+  if (mode.back() != 'x') return std::fopen(path, (mode + 'N').c_str());
   mode.pop_back();
-  const int descriptor =
-      _open(path, _O_CREAT | _O_EXCL | _O_RDWR | _O_BINARY, _S_IREAD | _S_IWRITE);
+  constexpr int kFlags = _O_CREAT | _O_EXCL | _O_RDWR | _O_BINARY | _O_NOINHERIT;
+  const int descriptor = _open(path, kFlags, _S_IREAD | _S_IWRITE);
   if (descriptor < 0) return nullptr;
   std::FILE* file = _fdopen(descriptor, mode.c_str());
   if (file == nullptr) _close(descriptor);
@@ -49,8 +49,9 @@ int SeekFile(std::FILE* file, FilePosition offset, int origin) {
   return fseeko(file, offset, origin);
 }
 FilePosition TellFile(std::FILE* file) { return ftello(file); }
+// e: no program that this process becomes or starts inherits the file.
 std::FILE* OpenFile(const char* path, const std::string& mode) {
-  return std::fopen(path, mode.c_str());
+  return std::fopen(path, (mode + 'e').c_str());
 }
 #endif
 static_assert(sizeof(FilePosition) == 8);
@@ -104,7 +105,7 @@ class FileStream : public Stream {
     errno = 0;
     delivered = static_cast<std::uint32_t>(std::fread(buffer, 1, wanted, file_.get()));
     position_ += delivered;
-    // What was read before a failure is delivered; the failure will be met again.
+    // Bytes that were read before a failure are delivered; the failure will be met again.
     if (delivered == 0 && std::ferror(file_.get()) != 0) return Failed("Read");
     return nullptr;
   }
@@ -188,6 +189,7 @@ class FileStream : public Stream {
 
 ZELErrorObject NewFileStream(ZELInstance& result, const char* path, const char* mode) {
   if (path == nullptr || mode == nullptr) {
+    NoteMisuse("NewPositionableFileStream", "of null");
     return NewHostError("ZELFileStream: no path or mode", EINVAL);
   }
   std::optional<Mode> parsed = Mode::Parse(mode);

@@ -15,7 +15,7 @@ constexpr const ServiceLife* kServices[] = {&kCallLife,         &kBinderLife, &k
                                             &kAtomLife,         &kErrorLife,  &kContainerLife,
                                             &kSharedBufferLife, &kStreamLife, &kUnsupportedLife};
 
-bool hostIsLive = false;
+constinit bool hostIsLive = false;
 
 void CloseServices() noexcept {
   for (std::size_t i = std::size(kServices); i-- > 0;) kServices[i]->close();
@@ -96,6 +96,10 @@ Host::~Host() {
     // The sink's failure, or no memory to name leaks in.
   }
   CloseServices();
+}
+
+void Host::MoveToThisThread() noexcept {
+  if (hostThread != 0) hostThread = ThisThread();
 }
 
 void Host::Start(const std::string& path) {

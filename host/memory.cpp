@@ -1,14 +1,20 @@
 // The memory interface.
 #include <algorithm>
 
-#include "heap.h"
 #include "services.h"
+#include "storage/heap.h"
 
 namespace zelhost {
 
 namespace {
 
-Heap heap;
+constinit Heap heap;
+
+bool IsLive(void* block, std::string_view procedure) noexcept {
+  if (heap.IsLive(block)) return true;
+  NoteMisuse(procedure, "of a block that is not live");
+  return false;
+}
 
 void* Alloc(std::size_t size) noexcept {
   if (Fails(Service::kAlloc)) return nullptr;
@@ -16,29 +22,25 @@ void* Alloc(std::size_t size) noexcept {
 }
 
 void* Realloc(void* block, std::size_t size) noexcept {
-  if (Fails(Service::kRealloc)) return nullptr;
-  if (block == nullptr) return heap.Allocate(size);
-  if (!heap.IsLive(block)) {
-    NoteMisuse("Realloc of a block that is not live");
-    return nullptr;
-  }
+  if (Fails(Service::kRealloc) || !IsLive(block, "Realloc")) return nullptr;
   return heap.Reallocate(block, size);
 }
 
 void Free(void* block) noexcept {
-  CountCall(Service::kFree);
-  if (block != nullptr && !heap.Free(block)) NoteMisuse("Free of a block that is not live");
+  if (Refuses(Service::kFree)) return;
+  if (!heap.Free(block)) [[unlikely]]
+    NoteMisuse("Free", "of a block that is not live");
 }
 
 std::size_t GetBlockSize(void* block) noexcept {
-  return block == nullptr || !heap.IsLive(block) ? 0 : heap.Size(block);
+  if (OnForeignThread("GetBlockSize")) return 0;
+  return IsLive(block, "GetBlockSize") ? heap.Size(block) : 0;
 }
-
-const Procedure kProcedures[] = {ZEL_MEMORY_METHODS(ZELHOST_PROCEDURE)};
 
 void Open(const HostOptions& options) {
   heap.Open(options.guardMemory);
-  OfferProcedures(ZEL_MEMORY_INTERFACE, kProcedures);
+  const Procedure procedures[] = {ZEL_MEMORY_METHODS(ZELHOST_PROCEDURE)};
+  OfferProcedures(ZEL_MEMORY_INTERFACE, procedures);
 }
 
 void Close() noexcept { heap.Close(); }
@@ -63,6 +65,6 @@ void ListLeaks(std::vector<Leak>& leaks) {
 
 }  // namespace
 
-const ServiceLife kMemoryLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kMemoryLife = {Open, Close, Count, ListLeaks};
 
 }  // namespace zelhost

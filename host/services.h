@@ -7,12 +7,12 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "thread.h"
 #include "zelhost/host.h"
 
 namespace zelhost {
@@ -38,33 +38,57 @@ extern const ServiceLife kStreamLife;
 extern const ServiceLife kUnsupportedLife;
 extern const ServiceLife kCallLife;
 
-// ---- Counted calls and injected faults (calls.cpp) ----
+// ---- Counted calls, injected faults, misuse (calls.cpp) ----
 
+// The calls of a service, counted down to the next one that fails.
 struct CallCounter {
-  static constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
-  std::uint64_t calls = 0;
-  std::uint64_t failFrom = kNever;  // the number of the first call that fails
+  static constexpr std::int64_t kNever = std::int64_t{1} << 62;
+  std::int64_t left = kNever;   // calls until that one; negative: it and all later ones
+  std::int64_t start = kNever;  // what `left` was when no call had been made
   bool andAllLater = false;
 };
-extern CallCounter callCounters[kServiceCount];
 
-// The slow half of Fails: takes the fault's turn and returns true.
+#if defined(__ELF__)
+#define ZELHOST_HIDDEN [[gnu::visibility("hidden")]]
+#else
+#define ZELHOST_HIDDEN
+#endif
+ZELHOST_HIDDEN extern CallCounter callCounters[kServiceCount];
+// The thread that the host belongs to.
+ZELHOST_HIDDEN extern std::uintptr_t hostThread;
+
+// The slow halves of the functions below.
+bool RefuseForeignThread(std::string_view procedure) noexcept;
+bool RefuseForeignThread(Service service) noexcept;
+bool CallsFromAnyThread() noexcept;
 bool InjectFault(CallCounter& counter) noexcept;
 
-inline CallCounter& CounterOf(Service service) noexcept {
-  return callCounters[static_cast<std::size_t>(service)];
+// Every procedure begins with one of the next three. A call from a thread that the host does not
+// belong to is noted and refused, before anything is touched that the other thread may be using.
+
+inline bool OnForeignThread(std::string_view procedure) noexcept {
+  return ThisThread() != hostThread && RefuseForeignThread(procedure);
 }
 
-inline void CountCall(Service service) noexcept { ++CounterOf(service).calls; }
+// Counts a call; true when it has to be refused.
+inline bool Refuses(Service service) noexcept {
+  if (ThisThread() != hostThread && RefuseForeignThread(service)) [[unlikely]]
+    return true;
+  --callCounters[static_cast<std::size_t>(service)].left;
+  return false;
+}
 
-// Counts a call; true when it has to fail. Every procedure that can fail begins with it.
+// The same for a service that can fail; true when the call has to fail.
 inline bool Fails(Service service) noexcept {
-  CallCounter& counter = CounterOf(service);
-  return ++counter.calls >= counter.failFrom && InjectFault(counter);
+  if (ThisThread() != hostThread && RefuseForeignThread(service)) [[unlikely]]
+    return true;
+  CallCounter& counter = callCounters[static_cast<std::size_t>(service)];
+  return --counter.left < 0 && InjectFault(counter);
 }
 
-// Notes that a service was used against its contract; shown among the leaks.
-void NoteMisuse(std::string_view what) noexcept;
+// Notes that a procedure was used against its contract: "Release of an instance that is gone".
+// Shown among the leaks.
+void NoteMisuse(std::string_view procedure, std::string_view what) noexcept;
 
 // For leak texts: "2 references"; a text in quotes, shortened, control characters replaced.
 std::string Plural(std::uint64_t count, std::string_view noun);
@@ -84,11 +108,13 @@ ZELProc Erased(Proc procedure) noexcept {
 }
 
 // One row of a Procedure table, for the method lists of zelutils/core.h: the function of the
-// method's name that is in scope, which must have the type of the contract.
+// method's name that is in scope, which must have the type of the contract. The tables are local to
+// the functions that offer them: a cast of a procedure's address is no constant, and a table made
+// at the program's start could come later than a static Host.
 #define ZELHOST_PROCEDURE(method, procedureType) \
   {#method, #procedureType, ::zelhost::Erased<procedureType>(method)},
 
-// Stands in the tables for methods that no client calls; notes the call as misuse.
+// Takes the place of methods that no client calls; notes the call as misuse.
 void Unsupported() noexcept;
 
 // ---- Binder (binder.cpp) ----
@@ -114,6 +140,7 @@ const char* AtomText(ZELStringAtom atom) noexcept;
 ZELErrorObject NewHostError(std::string_view message, std::int32_t id = 0) noexcept;
 // "<what>: <the system's text for the error number>", with the error number as ID.
 ZELErrorObject NewSystemError(std::string_view what, int errorNumber) noexcept;
+// For a service that Fails: the error of an injected fault, or of a call from a foreign thread.
 ZELErrorObject InjectedError(Service service) noexcept;
 ZELErrorObject OutOfMemoryError() noexcept;
 
@@ -133,8 +160,9 @@ ZELErrorObject WithoutExceptions(Body body) noexcept {
 // under which the methods are registered are the one name given.
 std::uint32_t NewStreamKind(const char* name, ZELDestroyProc destroy);
 ZELErrorObject NewStreamContainer(ZELInstance* result, void* stream, std::uint32_t kind) noexcept;
-// The stream object of an instance, or null when it is none of the host's streams.
-void* StreamObject(ZELInstance instance) noexcept;
+// The stream object of an instance, or null when it is none of the host's streams. Notes the misuse
+// of an instance that is none any more.
+void* StreamObject(ZELInstance instance, const char* method) noexcept;
 std::uint32_t References(ZELInstance instance) noexcept;
 
 // ---- Streams (streams.cpp) ----

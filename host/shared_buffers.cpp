@@ -1,83 +1,99 @@
-// The shared-buffer interface: a buffer is one allocation, its bytes lie behind its record.
+// The shared-buffer interface: reference-counted stretches of bytes.
 #include <cstddef>
 
-#include "heap.h"
 #include "services.h"
+#include "storage/heap.h"
+#include "storage/pool.h"
 
 struct ZELSharedBuffRecord {
-  alignas(16) std::uint32_t references;
+  std::uint32_t references;  // 0: gone
   std::uint32_t size;
+  void* bytes;
+  ZELSharedBuff nextDead;
+
+  bool IsLive() const noexcept { return references != 0; }
+  ZELSharedBuff& NextDead() noexcept { return nextDead; }
 };
 
 namespace zelhost {
 
 namespace {
 
-Heap heap;
+constinit Pool<ZELSharedBuffRecord> pool;
+constinit Heap heap;  // for the bytes
+
+bool IsHeld(ZELSharedBuff buffer, const char* procedure) noexcept {
+  if (buffer != nullptr && pool.MayRead(buffer) && buffer->references != 0) return true;
+  NoteMisuse(procedure, buffer == nullptr ? "of null" : "of a shared buffer that is gone");
+  return false;
+}
 
 ZELSharedBuff NewBuffer(std::uint32_t size, std::int32_t, std::int32_t, std::int32_t,
                         std::int32_t) noexcept {
   if (Fails(Service::kNewBuffer)) return nullptr;
-  const std::uint64_t bytes = sizeof(ZELSharedBuffRecord) + std::uint64_t{size};
-  if (bytes > SIZE_MAX) return nullptr;
-  void* memory = heap.Allocate(static_cast<std::size_t>(bytes));
-  if (memory == nullptr) return nullptr;
-  auto* buffer = static_cast<ZELSharedBuff>(memory);
-  buffer->references = 1;
-  buffer->size = size;
+  void* bytes = heap.Allocate(size);
+  if (bytes == nullptr) return nullptr;
+  ZELSharedBuff buffer = pool.Take();
+  if (buffer == nullptr) {
+    heap.Free(bytes);
+    return nullptr;
+  }
+  *buffer = {1, size, bytes, nullptr};
   return buffer;
 }
 
 void AddRef(ZELSharedBuff buffer) noexcept {
-  CountCall(Service::kAddRefBuffer);
-  if (buffer != nullptr) ++buffer->references;
+  if (Refuses(Service::kAddRefBuffer)) return;
+  if (IsHeld(buffer, "AddRef")) ++buffer->references;
 }
 
 void Release(ZELSharedBuff buffer) noexcept {
-  CountCall(Service::kReleaseBuffer);
-  if (buffer == nullptr) return;
-  if (!heap.IsLive(buffer)) {
-    NoteMisuse("Release of a shared buffer that is not live");
-  } else if (--buffer->references == 0) {
-    heap.Free(buffer);
-  }
+  if (Refuses(Service::kReleaseBuffer) || !IsHeld(buffer, "Release")) return;
+  if (--buffer->references != 0) return;
+  heap.Free(buffer->bytes);
+  pool.Return(buffer);
 }
 
-void* GetBuffer(ZELSharedBuff buffer) noexcept { return buffer == nullptr ? nullptr : buffer + 1; }
+void* GetBuffer(ZELSharedBuff buffer) noexcept {
+  if (OnForeignThread("GetBuffer") || !IsHeld(buffer, "GetBuffer")) return nullptr;
+  return buffer->bytes;
+}
 
 std::uint32_t GetSize(ZELSharedBuff buffer) noexcept {
-  return buffer == nullptr ? 0 : buffer->size;
+  if (OnForeignThread("GetSize") || !IsHeld(buffer, "GetSize")) return 0;
+  return buffer->size;
 }
 
 constexpr ZELSharedBuffDelUnownedProc DeleteUnowned = Unsupported;
 
-const Procedure kProcedures[] = {ZEL_SHARED_BUFF_METHODS(ZELHOST_PROCEDURE)};
-
 void Open(const HostOptions& options) {
+  pool.Open(options.guardMemory);
   heap.Open(options.guardMemory);
-  OfferProcedures(ZEL_SHARED_BUFF_INTERFACE, kProcedures);
+  const Procedure procedures[] = {ZEL_SHARED_BUFF_METHODS(ZELHOST_PROCEDURE)};
+  OfferProcedures(ZEL_SHARED_BUFF_INTERFACE, procedures);
 }
 
-void Close() noexcept { heap.Close(); }
+void Close() noexcept {
+  pool.Close();
+  heap.Close();
+}
 
 void Count(Counts& counts) {
-  heap.ForEachLive([&](const LiveBlock& block) {
+  pool.ForEachLive([&](const ZELSharedBuffRecord& buffer) {
     ++counts.sharedBuffers;
-    counts.sharedBufferReferences += static_cast<ZELSharedBuff>(block.address)->references;
+    counts.sharedBufferReferences += buffer.references;
   });
 }
 
 void ListLeaks(std::vector<Leak>& leaks) {
-  heap.ForEachLive([&](const LiveBlock& block) {
-    const auto* buffer = static_cast<ZELSharedBuff>(block.address);
-    leaks.push_back({Leak::Kind::kSharedBuffer, "shared buffer of " + Plural(buffer->size, "byte") +
-                                                    ", " +
-                                                    Plural(buffer->references, "reference")});
+  pool.ForEachLive([&](const ZELSharedBuffRecord& buffer) {
+    leaks.push_back({Leak::Kind::kSharedBuffer, "shared buffer of " + Plural(buffer.size, "byte") +
+                                                    ", " + Plural(buffer.references, "reference")});
   });
 }
 
 }  // namespace
 
-const ServiceLife kSharedBufferLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kSharedBufferLife = {Open, Close, Count, ListLeaks};
 
 }  // namespace zelhost

@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* kKindNames[] = {kMemoryStreamName, kFileStreamName, kClientStreamName};
 
-std::array<std::uint32_t, std::size(kKindNames)> containerKinds;
+constinit std::array<std::uint32_t, std::size(kKindNames)> containerKinds{};
 
 void DestroyStream(void* object) noexcept {
   auto* stream = static_cast<Stream*>(object);
@@ -17,14 +17,15 @@ void DestroyStream(void* object) noexcept {
   delete stream;
 }
 
-// What all stream methods begin with: counts the call, and runs the body on the stream.
+// The beginning of all stream methods: counts the call, and runs the body on the stream.
 template <typename Body>
 ZELErrorObject OnStream(ZELInstance instance, Service service, bool argumentsAreThere,
                         Body body) noexcept {
   if (Fails(service)) return InjectedError(service);
   return WithoutExceptions([&] {
-    auto* stream = static_cast<Stream*>(StreamObject(instance));
+    auto* stream = static_cast<Stream*>(StreamObject(instance, ServiceName(service).data()));
     if (stream == nullptr || !argumentsAreThere) {
+      if (!argumentsAreThere) NoteMisuse(ServiceName(service), "of no place or bytes");
       return NewHostError(std::string(ServiceName(service)) +
                           (stream == nullptr ? ": not a stream" : ": an argument is missing"));
     }
@@ -73,16 +74,13 @@ ZELErrorObject Seek(ZELInstance instance, std::uint32_t position, std::uint32_t 
                   [&](Stream& stream) { return stream.Seek(position, second); });
 }
 
-const Procedure kStreamMethods[] = {ZEL_SIMPLE_STREAM_METHODS(ZELHOST_PROCEDURE)
-                                        ZEL_REWINDABLE_STREAM_METHODS(ZELHOST_PROCEDURE)
-                                            ZEL_POSITIONABLE_STREAM_METHODS(ZELHOST_PROCEDURE)};
-
-// What the factory's procedures have in common.
+// The same for the factory's procedures.
 template <typename Make>
 ZELErrorObject MakeStream(ZELInstance* result, Service service, Make make) noexcept {
   if (Fails(service)) return InjectedError(service);
   return WithoutExceptions([&]() -> ZELErrorObject {
     if (result != nullptr) return make();
+    NoteMisuse(ServiceName(service), "of no place for the result");
     return NewHostError(std::string(ServiceName(service)) + ": no place for the result");
   });
 }
@@ -112,14 +110,16 @@ constexpr ZELProc NewPositionableBufferStream = Unsupported;
 constexpr ZELProc NewClientSimpleStream = Unsupported;
 constexpr ZELProc NewClientRewindableStream = Unsupported;
 
-const Procedure kFactoryProcedures[] = {ZEL_STREAM_FACTORY_METHODS(ZELHOST_PROCEDURE)};
-
 void Open(const HostOptions&) {
+  const Procedure methods[] = {ZEL_SIMPLE_STREAM_METHODS(ZELHOST_PROCEDURE)
+                                   ZEL_REWINDABLE_STREAM_METHODS(ZELHOST_PROCEDURE)
+                                       ZEL_POSITIONABLE_STREAM_METHODS(ZELHOST_PROCEDURE)};
+  const Procedure factory[] = {ZEL_STREAM_FACTORY_METHODS(ZELHOST_PROCEDURE)};
   for (std::size_t i = 0; i < std::size(kKindNames); ++i) {
     containerKinds[i] = NewStreamKind(kKindNames[i], DestroyStream);
-    OfferProcedures(kKindNames[i], kStreamMethods);
+    OfferProcedures(kKindNames[i], methods);
   }
-  OfferProcedures(ZEL_STREAM_FACTORY_INTERFACE, kFactoryProcedures);
+  OfferProcedures(ZEL_STREAM_FACTORY_INTERFACE, factory);
 }
 
 void Close() noexcept {}
@@ -128,7 +128,7 @@ void ListLeaks(std::vector<Leak>&) {}
 
 }  // namespace
 
-const ServiceLife kStreamLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kStreamLife = {Open, Close, Count, ListLeaks};
 
 ZELErrorObject NewStream(ZELInstance& result, StreamKind kind, std::unique_ptr<Stream> stream) {
   const std::uint32_t containerKind = containerKinds[static_cast<std::size_t>(kind)];

@@ -7,14 +7,13 @@ namespace {
 
 #define ZELHOST_UNSUPPORTED(method, procedureType) {#method, #procedureType, Unsupported},
 
-const Procedure kCache[] = {ZEL_CACHE_METHODS(ZELHOST_UNSUPPORTED)};
-const Procedure kFilter[] = {ZEL_FILTER_METHODS(ZELHOST_UNSUPPORTED)};
-const Procedure kProgress[] = {ZEL_PROGRESS_METHODS(ZELHOST_UNSUPPORTED)};
-
 void Open(const HostOptions&) {
-  OfferProcedures(ZEL_CACHE_INTERFACE, kCache);
-  OfferProcedures(ZEL_FILTER_INTERFACE, kFilter);
-  OfferProcedures(ZEL_PROGRESS_INTERFACE, kProgress);
+  const Procedure cache[] = {ZEL_CACHE_METHODS(ZELHOST_UNSUPPORTED)};
+  const Procedure filter[] = {ZEL_FILTER_METHODS(ZELHOST_UNSUPPORTED)};
+  const Procedure progress[] = {ZEL_PROGRESS_METHODS(ZELHOST_UNSUPPORTED)};
+  OfferProcedures(ZEL_CACHE_INTERFACE, cache);
+  OfferProcedures(ZEL_FILTER_INTERFACE, filter);
+  OfferProcedures(ZEL_PROGRESS_INTERFACE, progress);
 }
 
 void Close() noexcept {}
@@ -23,6 +22,6 @@ void ListLeaks(std::vector<Leak>&) {}
 
 }  // namespace
 
-const ServiceLife kUnsupportedLife = {Open, Close, Count, ListLeaks};
+constinit const ServiceLife kUnsupportedLife = {Open, Close, Count, ListLeaks};
 
 }  // namespace zelhost

@@ -36,8 +36,12 @@ inline std::string Repeat(std::size_t count, const std::string& text) {
 inline std::vector<std::string> g_messages;
 inline void Collect(const char* message) { g_messages.emplace_back(message); }
 
-// Runs a test's body on a thread with a stack of 1 MiB.
-inline void RunOnSmallStack(const std::function<void()>& body) {
+// Runs a test's body on a thread with a stack of 1 MiB, to which a host moves for that time.
+inline void RunOnSmallStack(const std::function<void()>& test) {
+  const std::function<void()> body = [&test] {
+    zelhost::Host::MoveToThisThread();
+    test();
+  };
   constexpr std::size_t kStackSize = 1 << 20;
   void* argument = const_cast<void*>(static_cast<const void*>(&body));
 #if defined(_WIN32)
@@ -65,6 +69,7 @@ inline void RunOnSmallStack(const std::function<void()>& body) {
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
 #endif
+  zelhost::Host::MoveToThisThread();
 }
 
 struct StartedHost : zelhost::Host {

@@ -13,9 +13,10 @@
 // see: what is still held and by which name, which errors were reported, what happens when a
 // service fails.
 //
-// A host is not thread-safe: it, the library and the clients are called one call at a time. No
-// handle, block or atom outlives its host. The C procedures never throw; the methods of Host throw
-// HostError where they say so, and std::bad_alloc.
+// A host is not thread-safe: it, the library and the clients are called one call at a time, and in
+// the thread that made the host or that it has moved to; a procedure that is called in another one
+// refuses. No handle, block or atom outlives its host. The C procedures never throw; the methods of
+// Host throw HostError where they say so, and std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +33,7 @@
 
 namespace zelhost {
 
-// What a method of Host could not do, and why.
+// The reason why a method of Host failed.
 class HostError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -45,6 +46,8 @@ struct HostOptions {
   // Every block, instance, error and buffer is a malloc of its own, without anything around it, so
   // that a memory checker sees each one. Otherwise small ones are carved from slabs.
   bool guardMemory = GuardMemoryByDefault();
+  // The procedures may be called in any thread, still one call at a time.
+  bool anyThread = false;
   // Where the unregister counter starts; 0: at a value that no earlier host of the process ended
   // at.
   std::uint32_t firstUnregisterCount = 0;
@@ -159,6 +162,9 @@ class Host {
   Host& operator=(const Host&) = delete;
   // Stops the library, then takes back all memory, also what leaked.
   ~Host();
+  // From now on the host belongs to the running thread. The one that it leaves must be done with
+  // it.
+  static void MoveToThisThread() noexcept;
 
   // ---- The library ----
 
@@ -213,9 +219,15 @@ class Host {
   // ---- What is held ----
 
   Counts Live() const;
-  // Names everything that Live counts, and every misuse since the host was made (something released
-  // that was not held, an unsupported procedure called). The interfaces of a started library are
-  // among them.
+  // Names everything that Live counts, and every misuse since the host was made. The interfaces of
+  // a started library are among them.
+  //
+  // Misuse is what no client may do: to use or give back what is gone or was never held, to destroy
+  // what is held, to pass null where the contract forbids it, to call from a foreign thread, to
+  // call what is not supported. Each such call is refused: it changes nothing and answers as a
+  // failure does. Instances, errors, buffers and atoms that are gone are recognised until their
+  // place is used again, which is as late as possible; a block of memory until its address is
+  // handed out again.
   std::vector<Leak> Leaks() const;
   // Takes the place of the default, which prints each leak to standard error.
   void SetLeakSink(std::function<void(const std::vector<Leak>&)> sink);

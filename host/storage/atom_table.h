@@ -1,0 +1,129 @@
+// The texts of string atoms, found by text and by number.
+//
+// An atom is a block in a chunk: what is counted about it and, behind that, its text, which keeps
+// its address until the atom is removed. The number tells chunk and place, so that a text is looked
+// at only to find its atom, and so that a number that is no atom is recognised. Numbers are used
+// again as late as possible.
+//
+// Usable without having been constructed; holds nothing once closed.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "storage/heap.h"
+#include "zelutils/types.h"
+
+namespace zelhost {
+
+class AtomTable {
+ public:
+  // The beginning of an atom's block.
+  struct Entry {
+    std::uint32_t clientReferences;
+    std::uint32_t hostReferences;
+    std::uint32_t length;  // of the text
+    std::uint32_t hash;    // in a free block: the next one
+  };
+  struct Found {
+    ZELStringAtom atom;
+    Entry* entry;
+  };
+
+  // With `separate` each text is an allocation of its own, for memory checkers.
+  void Open(bool separate);
+  void Close() noexcept;
+  bool IsOpen() const noexcept { return slots_ != nullptr; }
+
+  // The atom of a text, made without references if there is none. Throws bad_alloc.
+  Found FindOrAdd(const char* text);
+  // Null for a number that is no atom.
+  Entry* Find(ZELStringAtom atom) const noexcept {
+    const std::uint32_t chunk = atom >> kUnitBits;
+    if (chunk >= chunkCount_ || !chunks_[chunk]->IsLive(atom % kUnits)) return nullptr;
+    return &chunks_[chunk]->units[atom % kUnits];
+  }
+  void Remove(ZELStringAtom atom, Entry& entry) noexcept;
+
+  char* TextOf(Entry& entry) const noexcept {
+    if (IsInline(entry.length)) [[likely]]
+      return Behind(entry);
+    char* text;
+    std::memcpy(&text, Behind(entry), sizeof text);
+    return text;
+  }
+
+  template <typename Visit>
+  void ForEach(Visit visit) const {
+    for (std::uint32_t i = 0; i < chunkCount_; ++i) {
+      for (std::uint32_t unit = 0; unit < kUnits; ++unit) {
+        if (chunks_[i]->IsLive(unit)) visit(chunks_[i]->units[unit]);
+      }
+    }
+  }
+
+ private:
+  static constexpr unsigned kUnitBits = 12;
+  static constexpr std::uint32_t kUnits = 1u << kUnitBits;  // of a chunk, of the size of an entry
+  static constexpr std::uint32_t kMostUnits = 16;           // of a block
+  static constexpr std::size_t kInlineRoom = (kMostUnits - 1) * sizeof(Entry);
+  // Number 0 is no atom: the first unit of the first chunk stays unused.
+  static constexpr std::uint32_t kMostChunks = 0xFFFFFFFFu >> kUnitBits;
+  // Free blocks of a size that are not used again.
+  static constexpr std::uint32_t kFewestFree = 64;
+
+  struct Chunk {
+    std::uint64_t live[kUnits / 64];  // a bit for each unit that an atom begins with
+    Entry units[kUnits];
+
+    bool IsLive(std::uint32_t unit) const noexcept {
+      return (live[unit / 64] >> unit % 64 & 1) != 0;
+    }
+    void FlipLive(std::uint32_t unit) noexcept { live[unit / 64] ^= std::uint64_t{1} << unit % 64; }
+  };
+  struct Slot {
+    ZELStringAtom atom;  // 0: the slot is free
+    std::uint32_t hash;
+  };
+  // The free blocks of one size, the oldest first.
+  struct Free {
+    ZELStringAtom oldest;
+    ZELStringAtom newest;
+    std::uint32_t count;
+  };
+  struct Key;
+
+  Entry& EntryOf(ZELStringAtom atom) const noexcept {
+    return chunks_[atom >> kUnitBits]->units[atom % kUnits];
+  }
+  // Most texts are short and lie right behind their entry; of others there is the address.
+  bool IsInline(std::size_t length) const noexcept { return length < kInlineRoom && !separate_; }
+  static char* Behind(Entry& entry) noexcept { return reinterpret_cast<char*>(&entry + 1); }
+  std::uint32_t UnitsFor(std::size_t length) const noexcept {
+    const std::size_t behind = IsInline(length) ? length + 1 : sizeof(char*);
+    return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
+  }
+
+  bool IsText(Entry& entry, const Key& key) const noexcept;
+  Found Add(const Key& key);
+  ZELStringAtom TakeBlock(std::uint32_t units);
+  void GiveBack(ZELStringAtom atom, std::uint32_t units) noexcept;
+  void AddChunk();
+  static void EnterInto(Slot* slots, std::size_t mask, Slot entered) noexcept;
+  void DoubleSlots();
+  void Forget(ZELStringAtom atom, std::uint32_t hash) noexcept;
+
+  Slot* slots_ = nullptr;
+  std::size_t mask_ = 0;
+  std::size_t used_ = 0;
+  std::uint64_t seed_ = 0;
+  Chunk** chunks_ = nullptr;
+  std::uint32_t chunkCount_ = 0;
+  std::uint32_t fresh_ = 0;  // the first unit of the newest chunk that was never handed out
+  Free free_[kMostUnits + 1] = {};
+  bool separate_ = false;
+  Heap longTexts_;
+};
+
+}  // namespace zelhost
