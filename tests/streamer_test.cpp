@@ -120,6 +120,35 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
   EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#-0 }"), BytesOf(0, "t")));
 }
 
+// Each byte at each place of a text that is looked at by the word, and of one that is not.
+TEST_F(StreamerTest, EveryByteInAStringIsWrittenAsItsRecordSays) {
+  const auto written = [](unsigned char byte) -> std::string {
+    if (byte == '\n') return "\\n";
+    if (byte == '\r') return "\\r";
+    if (byte == '\t') return "\\t";
+    if (byte == '"' || byte == '\\') return {'\\', static_cast<char>(byte)};
+    if (byte >= 0x20 && byte <= 0x7E) return {static_cast<char>(byte)};
+    char octal[5];
+    std::snprintf(octal, sizeof octal, "\\%03o", static_cast<unsigned>(byte));
+    return octal;
+  };
+  for (unsigned byte = 1; byte < 256; ++byte) {
+    for (const std::size_t length : {1u, 2u, 3u, 5u, 7u, 8u, 19u}) {
+      for (std::size_t place = 0; place < length; ++place) {
+        std::string text(length, 'x');
+        text[place] = static_cast<char>(byte);
+        std::string expected = text;
+        expected.replace(place, 1, written(static_cast<unsigned char>(byte)));
+        const ZELInstance string = NewString(text);
+        ASSERT_EQ(Written(string), '"' + expected + '"');
+        ASSERT_EQ(strings.Get(ReadText('"' + expected + "\"[]")), text);
+      }
+    }
+    GiveBack();
+    streamer = Keep(streamers.NewPOSStreamer());
+  }
+}
+
 TEST_F(StreamerTest, ReaderErrors) {
   const char* const noString = "downcast from CPOSObject to CPOSString failed";
   const char* const noNumber = "downcast from CPOSObject to CPOSNumber failed";

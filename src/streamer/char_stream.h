@@ -1,5 +1,5 @@
-// What the writing and the reading character stream have in common: a stream, one buffer for all
-// bytes that go to it or come from it, and the rules that are in force for the current value.
+// The common part of the writing and the reading character stream: a stream, the block of bytes
+// that goes to it or comes from it, and the rules that are in force for the current value.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +13,10 @@ namespace NPOSStreamerImpl::NTypeAImpl {
 
 class CharStream {
  public:
-  // Raises what taking another reference to the stream or making the buffer raises.
-  explicit CharStream(const ZEL_T_NMT::CZELPositionableStream& stream)
-      : stream_(stream), buffer_(kCapacity), cursor_(static_cast<char*>(buffer_.Data())) {}
+  // `outermost` is in force outside of all values. Raises what taking another reference to the
+  // stream or making the block raises.
+  CharStream(const ZEL_T_NMT::CZELPositionableStream& stream, const StreamingParams& outermost)
+      : params_(&outermost), stream_(stream), block_(kBlockSize) {}
   CharStream(const CharStream&) = delete;
   CharStream& operator=(const CharStream&) = delete;
   virtual ~CharStream() = default;
@@ -35,13 +36,11 @@ class CharStream {
   };
 
  protected:
-  static constexpr std::uint32_t kCapacity = 512;
+  static constexpr std::uint32_t kBlockSize = 512;
 
-  const StreamingParams* params_ = &kTopLevelParams;
+  const StreamingParams* params_;
   ZEL_T_NMT::CZELPositionableStream stream_;
-  ZEL_T_NMT::SharedBuffer buffer_;
-  char* cursor_;
-  std::uint32_t count_ = 0;
+  ZEL_T_NMT::SharedBuffer block_;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -28,4 +28,11 @@ inline int HexPairValue(char high, char low) noexcept {
   return highValue < 0 || lowValue < 0 ? -1 : highValue * 16 + lowValue;
 }
 
+// The value of four digits, likewise.
+inline int HexGroupValue(const char* digits) noexcept {
+  const int high = HexPairValue(digits[0], digits[1]);
+  const int low = HexPairValue(digits[2], digits[3]);
+  return high < 0 || low < 0 ? -1 : high * 256 + low;
+}
+
 }  // namespace NPOSStreamerImpl::NTypeAImpl

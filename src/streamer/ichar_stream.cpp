@@ -9,6 +9,10 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
+using ZEL_T_NMT::BytesBefore;
+using ZEL_T_NMT::kHasByteWords;
+using ZEL_T_NMT::kWordSize;
+using ZEL_T_NMT::LoadWord;
 using ZEL_T_NMT::RaisePOSException;
 
 ICharStream::~ICharStream() {
@@ -26,93 +30,163 @@ void ICharStream::Finish() {
 
 void ICharStream::Reposition() {
   const std::uint32_t position = stream_.Mark();
-  if (position < count_) RaisePOSException("stream position before its unread bytes");
-  stream_.Seek(position - count_, 0);
+  if (position < Unread()) RaisePOSException("stream position before its unread bytes");
+  stream_.Seek(position - Unread(), 0);
 }
 
 void ICharStream::ReadBlock() {
-  cursor_ = static_cast<char*>(buffer_.Data());
-  count_ = stream_.Read(cursor_, kCapacity);
-  if (count_ == 0) RaisePOSException("unexpected EOF");
+  cursor_ = end_ = text_;
+  const std::uint32_t count = stream_.Read(block_.Data(), kBlockSize);
+  if (count == 0) RaisePOSException("unexpected EOF");
+  std::memcpy(text_, block_.Data(), count);
+  end_ = text_ + count;
+  std::memset(end_, 0, kWordSize);
 }
 
-char ICharStream::EscapedChar() {
-  const char first = NextRawChar();
-  if (first >= '0' && first <= '9') {
-    // The other two bytes count as octal digits whatever they are.
-    const char second = NextRawChar();
-    const char third = NextRawChar();
-    const int value = (first - '0') * 64 + (second - '0') * 8 + (third - '0');
-    return static_cast<char>(static_cast<unsigned char>(value & 0xFF));
-  }
-  const EscapePair* pair = params_->FindLetter(first);
+namespace {
+
+// The character that three bytes name: the last two count as octal digits whatever they are.
+char OctalChar(char first, char second, char third) noexcept {
+  const int value = (first - '0') * 64 + (second - '0') * 8 + (third - '0');
+  return static_cast<char>(static_cast<unsigned char>(value & 0xFF));
+}
+
+bool IsDigit(char character) noexcept { return character >= '0' && character <= '9'; }
+
+char CharOfLetter(const StreamingParams& params, char letter) {
+  const EscapePair* pair = params.FindLetter(letter);
   if (pair == nullptr) RaisePOSException("Unexpected escape sequence");
   return pair->character;
 }
 
-// Takes the run of bytes in the buffer that stand for themselves.
-inline std::uint32_t ICharStream::CopyContent(char* buffer, std::uint32_t wanted) noexcept {
-  const std::uint32_t limit = std::min(wanted, count_);
-  const char* const bytes = cursor_;
-  const StreamingParams& params = *params_;
-  std::uint32_t length = 0;
-  if constexpr (ZEL_T_NMT::kHasByteWords) {
-    std::uint64_t meant = 0;
-    while (meant == 0 && limit - length >= ZEL_T_NMT::kWordSize) {
-      const std::uint64_t word = ZEL_T_NMT::LoadWord(bytes + length);
-      meant = params.MayBeMeant(word);
-      ZEL_T_NMT::StoreWord(buffer + length, word);  // what is not counted is replaced
-      length += ZEL_T_NMT::BytesBefore(meant);
-    }
-  }
-  for (; length < limit && params.HowToReadByte(bytes[length]) == RawByte::kContent; ++length) {
-    buffer[length] = bytes[length];
-  }
-  cursor_ += length;
-  count_ -= length;
-  return length;
+}  // namespace
+
+char ICharStream::EscapedChar() {
+  const char first = NextRawChar();
+  if (!IsDigit(first)) return CharOfLetter(*params_, first);
+  const char second = NextRawChar();
+  return OctalChar(first, second, NextRawChar());
+}
+
+// As EscapedChar, for an escape that the block holds whole.
+inline char ICharStream::BufferedEscape() {
+  const char first = *cursor_++;
+  if (!IsDigit(first)) return CharOfLetter(*params_, first);
+  cursor_ += 2;
+  return OctalChar(first, cursor_[-2], cursor_[-1]);
 }
 
 std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mustFill,
                                     bool skipWhitespace) {
   std::uint32_t kept = 0;
-  while (kept < wanted) {
-    if (!skipWhitespace) {
-      kept += CopyContent(buffer + kept, wanted - kept);
-      if (kept == wanted) break;
-    }
-    char character;
-    if (!GetChar(&character)) break;
-    if (skipWhitespace && IsWhitespace(character)) continue;
-    buffer[kept++] = character;
+  char character;
+  while (kept < wanted && GetChar(&character)) {
+    if (!skipWhitespace || !IsWhitespace(character)) buffer[kept++] = character;
   }
   if (mustFill && kept < wanted) RaisePOSException("GetChars ran out of input");
   return kept;
 }
 
+std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
+  std::string_view text;
+  if (FindPlainText(&text)) [[likely]]
+    return text;
+  while (!DecodeBlock(buffer)) {
+  }
+  return buffer.Terminated();
+}
+
+// Finds a text that the block holds whole and as it is but for whitespace, which is folded there.
+inline bool ICharStream::FindPlainText(std::string_view* text) noexcept {
+  const StreamingParams& params = *params_;
+  const ByteSet meant = params.meant;
+  char* at = cursor_;
+  for (;;) {
+    if constexpr (kHasByteWords) {
+      std::uint64_t found = meant.Find(LoadWord(at));
+      for (; found == 0; found = meant.Find(LoadWord(at))) at += kWordSize;
+      at += BytesBefore(found);
+    }
+    const RawByte meaning = params.HowToReadByte(*at);
+    if (meaning == RawByte::kClose && at != end_) [[likely]]
+      break;
+    if (*at == '\0' || meaning == RawByte::kEscape) return false;
+    if (meaning == RawByte::kFolded) *at = ' ';
+    ++at;
+  }
+  *at = '\0';
+  *text = {cursor_, static_cast<std::size_t>(at - cursor_)};
+  cursor_ = at + 1;
+  return true;
+}
+
+// Takes the block's part of a text. True when the closing character was there.
+bool ICharStream::DecodeBlock(TextBuffer<char>& buffer) {
+  if (cursor_ == end_) ReadBlock();
+  const StreamingParams& params = *params_;
+  const ByteSet meant = params.meant;
+  char* const place = buffer.Reserve(Unread() + static_cast<std::uint32_t>(kWordSize));
+  char* out = place;
+  bool closed = false;
+  while (cursor_ != end_) {
+    if constexpr (kHasByteWords) {
+      const std::uint64_t word = LoadWord(cursor_);
+      const std::uint64_t found = meant.Find(word);
+      const std::size_t plain = found == 0 ? kWordSize : BytesBefore(found);
+      ZEL_T_NMT::StoreWord(out, word);  // what is not counted is replaced
+      out += plain;
+      cursor_ += plain;
+      if (plain == kWordSize || cursor_ == end_) continue;
+    }
+    const char byte = *cursor_++;
+    const RawByte meaning = params.HowToReadByte(byte);
+    closed = meaning == RawByte::kClose;
+    if (closed) break;
+    if (meaning != RawByte::kEscape) {
+      *out++ = meaning == RawByte::kFolded ? ' ' : byte;
+    } else if (Unread() >= 3) {
+      *out++ = BufferedEscape();
+    } else {
+      // The escape's end may be in the next block, which ends this one's part.
+      *out++ = EscapedChar();
+      break;
+    }
+  }
+  buffer.Advance(static_cast<std::size_t>(out - place));
+  return closed;
+}
+
 std::uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes,
                                                std::uint32_t wanted) noexcept {
-  const std::uint32_t limit = std::min(wanted, count_ / 2);
+  const std::uint32_t limit = std::min(wanted, Unread() / 2);
   std::uint32_t pairs = 0;
   for (; pairs < limit; ++pairs, cursor_ += 2) {
     const int value = HexPairValue(cursor_[0], cursor_[1]);
     if (value < 0) break;
     bytes[pairs] = static_cast<unsigned char>(value);
   }
-  count_ -= 2 * pairs;
   return pairs;
 }
 
+std::uint32_t ICharStream::GetBufferedUnits(std::uint16_t* units, std::uint32_t wanted) noexcept {
+  const std::uint32_t limit = std::min(wanted, Unread() / 4);
+  std::uint32_t count = 0;
+  for (; count < limit; ++count, cursor_ += 4) {
+    const int value = HexGroupValue(cursor_);
+    if (value < 0) break;
+    units[count] = static_cast<std::uint16_t>(value);
+  }
+  return count;
+}
+
 bool ICharStream::GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept {
-  const std::uint32_t limit = std::min(maxLength + 1, count_);
+  const std::uint32_t limit = std::min(maxLength + 1, Unread());
   const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
   if (decimal.length == 0 || decimal.length == limit ||
       params_->HowToReadByte(cursor_[decimal.length]) != RawByte::kClose) {
     return false;
   }
-  const auto used = static_cast<std::uint32_t>(decimal.length) + 1;
-  cursor_ += used;
-  count_ -= used;
+  cursor_ += decimal.length + 1;
   *number = decimal.value;
   return true;
 }

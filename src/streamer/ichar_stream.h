@@ -4,12 +4,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "streamer/char_stream.h"
+#include "streamer/text_buffer.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-// The cursor is the next unread byte, the count how many unread bytes the buffer has.
+// Behind the bytes of a block stands a word of zeros, so that a search for anything that is meant
+// ends there.
 class ICharStream final : public CharStream {
  public:
   using CharStream::CharStream;
@@ -38,20 +41,15 @@ class ICharStream final : public CharStream {
 
   // The next byte as it is. Raises "unexpected EOF".
   char NextRawChar() {
-    if (count_ == 0) [[unlikely]]
+    if (cursor_ == end_) [[unlikely]]
       ReadBlock();
-    --count_;
     return *cursor_++;
   }
 
   // As GetChar until the character is no space. Only for values that whitespace does not close.
   bool GetCharAfterSpaces(char* character) {
     do {
-      char* const end = cursor_ + count_;
-      char* cursor = cursor_;
-      while (cursor != end && IsWhitespace(*cursor)) ++cursor;
-      cursor_ = cursor;
-      count_ = static_cast<std::uint32_t>(end - cursor);
+      while (IsWhitespace(*cursor_)) ++cursor_;
       if (!GetChar(character)) return false;
     } while (*character == ' ');
     return true;
@@ -62,20 +60,31 @@ class ICharStream final : public CharStream {
   // "GetChars ran out of input".
   std::uint32_t GetChars(char* buffer, std::uint32_t wanted, bool mustFill, bool skipWhitespace);
 
-  // Decodes pairs of hexadecimal digits, up to `wanted`, as long as they stand in the buffer side
-  // by side, and returns how many: 0 tells nothing but that GetChars has to take over.
-  std::uint32_t GetBufferedHexPairs(unsigned char* bytes, std::uint32_t wanted) noexcept;
+  // The whole text up to the closing character, which is used up, with a NUL behind it: in `buffer`
+  // or, until the next call, in the block. What follows a NUL in the text is dropped.
+  std::string_view GetText(TextBuffer<char>& buffer);
 
-  // Stores a number that stands in the buffer with its closing character, and uses both up. False,
-  // with nothing used up, when it does not, or takes more than `maxLength` bytes.
+  // The following take what stands in the block as plain digits, side by side, and leave the rest
+  // to GetChars: pairs of hexadecimal digits as bytes, and groups of four as 16-bit units, up to
+  // `wanted`; they return how many.
+  std::uint32_t GetBufferedHexPairs(unsigned char* bytes, std::uint32_t wanted) noexcept;
+  std::uint32_t GetBufferedUnits(std::uint16_t* units, std::uint32_t wanted) noexcept;
+  // A number with its closing character. False, with nothing used up, when the block does not hold
+  // both, or the number takes more than `maxLength` bytes.
   bool GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept;
 
  private:
+  std::uint32_t Unread() const noexcept { return static_cast<std::uint32_t>(end_ - cursor_); }
   void ReadBlock();
   void Reposition();
   char EscapedChar();
-  std::uint32_t CopyContent(char* buffer, std::uint32_t wanted) noexcept;
+  char BufferedEscape();
+  bool FindPlainText(std::string_view* text) noexcept;
+  bool DecodeBlock(TextBuffer<char>& buffer);
 
+  char text_[kBlockSize + ZEL_T_NMT::kWordSize] = {};
+  char* cursor_ = text_;  // the next unread byte
+  char* end_ = text_;
   bool finished_ = false;
 };
 

@@ -9,8 +9,10 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-// The cursor is the start of the buffer, the count how many bytes wait in it. A call that raises
-// the error of a Write has given up the bytes waiting: nothing is ever written behind a gap.
+// A block is written as soon as there is a byte behind it. The bytes are collected in a place with
+// room for a piece of text behind the block, so that a piece is stored whole and only then, if at
+// all, cut. A call that raises the error of a Write has given up the bytes waiting: nothing is ever
+// written behind a gap.
 class OCharStream final : public CharStream {
  public:
   using CharStream::CharStream;
@@ -19,63 +21,52 @@ class OCharStream final : public CharStream {
   ~OCharStream() override;
 
   // Writes what still waits; nothing may be put after it.
-  void Finish() {
-    if (count_ > 0) WriteWaiting();
-  }
+  void Finish();
 
   // Writes a character of a value's content.
-  virtual void PutChar(char character) {
-    const char how = params_->HowToWriteByte(character);
-    if (how == StreamingParams::kPlain) [[likely]] {
-      PutRaw(character);
-    } else {
-      PutEscaped(character, how);
-    }
-  }
+  virtual void PutChar(char character) { Advance(StoreEscaped(*params_, end_, character)); }
+  // As PutChar of each character.
+  void PutText(const char* text, std::size_t length);
 
   // Writes a byte as it is.
   void PutRaw(char byte) {
-    if (count_ == kCapacity) [[unlikely]]
-      WriteWaiting();
-    cursor_[count_++] = byte;
+    *end_ = byte;
+    Advance(1);
   }
-
-  // As PutChar of each character.
-  void PutText(const char* text, std::size_t length);
   // As PutRaw of each byte.
-  void PutRawBytes(const char* bytes, std::size_t length) {
-    if (length > kCapacity - count_) [[unlikely]] {
-      PutAcrossBlocks(bytes, length);
-      return;
-    }
-    // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): Room is null, the cursor never
-    std::memcpy(cursor_ + count_, bytes, length);
-    count_ += static_cast<std::uint32_t>(length);
-  }
-  // The place of the next bytes, where up to `most` may be stored for Advance to put; null where
-  // the block has no room for as many.
-  char* Room(std::uint32_t most) noexcept {
-    return most <= kCapacity - count_ ? cursor_ + count_ : nullptr;
-  }
-  void Advance(std::size_t length) noexcept { count_ += static_cast<std::uint32_t>(length); }
+  void PutRawBytes(const char* bytes, std::size_t length);
   // As PutRaw of LF and of `tabs` TABs.
-  void PutNewLine(std::uint32_t tabs) {
-    constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
-    constexpr std::uint32_t kLength = sizeof kFewTabs - 1;
-    if (tabs < kLength && kLength <= kCapacity - count_) [[likely]] {
-      std::memcpy(cursor_ + count_, kFewTabs, kLength);  // of which what comes next replaces some
-      count_ += 1 + tabs;
-      return;
-    }
-    PutRaw('\n');
-    while (tabs-- > 0) PutRaw('\t');
+  void PutNewLine(std::uint32_t tabs);
+
+  // The place of the next bytes, where up to kRoom may be stored for Advance to put.
+  static constexpr std::size_t kRoom = 64;
+  char* Place() noexcept { return end_; }
+  void Advance(std::size_t length) {
+    end_ += length;
+    if (end_ > text_ + kBlockSize) [[unlikely]]
+      end_ = WriteBlock(end_);
   }
 
  private:
-  std::uint32_t PutPlain(const char* text, std::size_t wanted) noexcept;
-  void PutAcrossBlocks(const char* bytes, std::size_t length);
-  void PutEscaped(char character, char how);
-  void WriteWaiting();
+  // Stores a character of the content, needs room for four bytes, and returns how many it takes.
+  static std::size_t StoreEscaped(const StreamingParams& params, char* place,
+                                  char character) noexcept {
+    const WrittenByte& written = params.HowToWriteByte(character);
+    std::memcpy(place, written.text.data(), sizeof written.text);
+    return written.length;
+  }
+  // The place of the next bytes behind what is stored up to `end`: when that exceeds the block,
+  // the block is written.
+  char* WithinBlock(char* end) {
+    if (end > text_ + kBlockSize) [[unlikely]]
+      return WriteBlock(end);
+    return end;
+  }
+  char* PutEscapes(char* place, const char*& text, const char* end);
+  char* WriteBlock(const char* end);
+
+  char text_[kBlockSize + kRoom];
+  char* end_ = text_;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

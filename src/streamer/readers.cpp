@@ -9,8 +9,7 @@
 #include "frame/base/decimal.h"
 #include "frame/core/client_base.h"
 #include "streamer/hex_digits.h"
-#include "streamer/text_buffer.h"
-#include "streamer/version10.h"
+#include "streamer/type_a_streamer.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 namespace {
@@ -67,34 +66,29 @@ void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
 }
 
 void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
-  TextBuffer<char> text;
-  for (;;) {
-    const std::uint32_t wanted = text.Room();
-    const std::uint32_t count = input.GetChars(text.End(), wanted, false, false);
-    text.Advance(count);
-    if (count < wanted) break;
-  }
-  result = CPOSString::New(text.Terminated());
+  TextBuffer<char> buffer;
+  result = CPOSString::New(input.GetText(buffer).data());
 }
 
 void ReadUnicodeString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+  constexpr std::uint32_t kAtOnce = 128;
   TextBuffer<std::uint16_t> units;
   for (;;) {
+    std::uint16_t* const place = units.Reserve(kAtOnce);
+    units.Advance(input.GetBufferedUnits(place, kAtOnce - 1));
     char digits[4];
     const std::uint32_t count = input.GetChars(digits, 4, false, false);
     if (count == 0) break;
-    if (count < 4) RaisePOSException("malformed Unicode string");
-    const int high = HexPairValue(digits[0], digits[1]);
-    const int low = HexPairValue(digits[2], digits[3]);
-    if (high < 0 || low < 0) RaisePOSException("malformed Unicode string");
-    *units.End() = static_cast<std::uint16_t>(high * 256 + low);
+    const int unit = count == 4 ? HexGroupValue(digits) : -1;
+    if (unit < 0) RaisePOSException("malformed Unicode string");
+    *units.Reserve(1) = static_cast<std::uint16_t>(unit);
     units.Advance(1);
   }
   result = CPOSUnicodeString::New(units.Terminated());
 }
 
 void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::NestingScope scope(streamer, Version10::kBinDataLimit);
+  const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
   CPOSObject part;
   streamer.ReadObject(part, input);
   const CPOSString typeName(std::move(part), false);
@@ -117,7 +111,7 @@ void ReadRawPointer(CPOSObject&, TypeAStreamer&, ICharStream&) {
 }
 
 void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
+  const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSArray array = CPOSArray::New();
   CPOSObject element;
   for (;;) {
@@ -129,7 +123,7 @@ void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) 
 }
 
 void ReadDict(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
-  const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
+  const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSDict dict = CPOSDict::New();
   for (;;) {
     CPOSObject part;

@@ -1,5 +1,4 @@
-// How version 1.0 reads the content of each kind of value, up to and including its closing
-// character. An object is given only when it was read whole.
+// Readers of the content of each kind of value.
 #pragma once
 
 #include "streamer/type_a_streamer.h"

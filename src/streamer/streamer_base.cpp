@@ -7,30 +7,31 @@
 namespace NPOSStreamerImpl {
 namespace {
 
-using Factory = std::unique_ptr<StreamerBase> (*)();
-
-template <typename Version>
-std::unique_ptr<StreamerBase> Make() {
-  return std::unique_ptr<StreamerBase>(new Version);
-}
-
-// A name is looked up from the first to the last; the last is the default.
-constexpr Factory kVersions[] = {
-    &Make<NTypeAImpl::Version10>,
+struct Version {
+  std::string_view name;
+  std::unique_ptr<StreamerBase> (*make)();
 };
+
+template <typename Streamer>
+constexpr Version kRow = {Streamer::kFormat.name,
+                          [] { return std::unique_ptr<StreamerBase>(new Streamer); }};
+
+// A name is looked up from the first to the last.
+constexpr Version kVersions[] = {
+    kRow<NTypeAImpl::Version10>,
+};
+
+// The last version is the default: a new one is appended, and named as the default in the same
+// change.
+static_assert(kVersions[std::size(kVersions) - 1].name == POS_STREAMER_DEFAULT_VERSION);
 
 }  // namespace
 
 std::unique_ptr<StreamerBase> StreamerBase::LookupStreamer(std::string_view name) {
-  for (const Factory make : kVersions) {
-    std::unique_ptr<StreamerBase> streamer = make();
-    if (name == streamer->VersionName()) return streamer;
+  for (const Version& version : kVersions) {
+    if (version.name == name) return version.make();
   }
   ZEL_T_NMT::RaisePOSException("StreamerBase::LookupStreamer unrecognized version");
-}
-
-const char* StreamerBase::DefaultVersionName() {
-  return kVersions[std::size(kVersions) - 1]()->VersionName();
 }
 
 }  // namespace NPOSStreamerImpl

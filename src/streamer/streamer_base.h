@@ -1,4 +1,4 @@
-// The base of all versions of the stream's text, and the table of the versions there are.
+// The base of all versions of the stream's text, and the lookup of a version by its name.
 #pragma once
 
 #include <memory>
@@ -30,7 +30,6 @@ class StreamerBase : public ZEL_T_NMT::CZELClientBase {
   // Returns a streamer of the version with exactly this name; raises "StreamerBase::LookupStreamer
   // unrecognized version".
   static std::unique_ptr<StreamerBase> LookupStreamer(std::string_view name);
-  static const char* DefaultVersionName();
 };
 
 }  // namespace NPOSStreamerImpl

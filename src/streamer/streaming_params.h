@@ -1,11 +1,12 @@
-// How each kind of value is told apart and escaped in the text of a stream.
+// The record of one kind of value: how the text of a stream marks, escapes and ends it.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
-#include "frame/base/byte_words.h"
+#include "streamer/byte_set.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
@@ -14,7 +15,7 @@ struct EscapePair {
   char letter;  // written after a backslash in place of the character
 };
 
-// What a byte of the text means where no backslash precedes it.
+// The meaning of a byte of the text that no backslash precedes.
 enum class RawByte : std::uint8_t {
   kContent,  // stands for itself
   kFolded,   // stands for a space
@@ -26,42 +27,34 @@ constexpr bool IsWhitespace(char character) noexcept {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
-// The record of one kind of value. The two tables are what the fields before them mean for each
-// byte, so that writing and reading look a byte up once.
-struct StreamingParams {
-  // In `writing`; any other entry is the escape letter.
-  static constexpr char kPlain = 0;
-  static constexpr char kOctal = 1;
+// The bytes that stand in the text for one byte of a value.
+struct WrittenByte {
+  std::array<char, 4> text;
+  std::uint8_t length;
+};
 
-  // `escapes` is ended by a pair whose character is 0.
-  constexpr StreamingParams(char openCharacter, char closeCharacter, const EscapePair* escapePairs,
-                            bool fold) noexcept
+// Everything behind the first four fields follows from them, at compile time.
+struct StreamingParams {
+  // `escapePairs` is ended by a pair whose character is 0, and outlives this.
+  consteval StreamingParams(char openCharacter, char closeCharacter, const EscapePair* escapePairs,
+                            bool fold)
       : open(openCharacter), close(closeCharacter), escapes(escapePairs), foldWhitespace(fold) {
     for (std::size_t index = 0; index < 256; ++index) {
       const char byte = static_cast<char>(static_cast<unsigned char>(index));
       writing[index] = HowToWrite(byte);
       reading[index] = HowToRead(byte);
     }
+    escaped = ByteSet(Members([this](std::size_t index) { return writing[index].length != 1; }));
+    meant =
+        ByteSet(Members([this](std::size_t index) { return reading[index] != RawByte::kContent; }));
   }
 
-  char HowToWriteByte(char byte) const noexcept {
+  const WrittenByte& HowToWriteByte(char byte) const noexcept {
     return writing[static_cast<unsigned char>(byte)];
   }
   RawByte HowToReadByte(char byte) const noexcept {
     return reading[static_cast<unsigned char>(byte)];
   }
-
-  // The masks of those of eight bytes that the tables have to be asked about: the others are plain,
-  // or content, in every record.
-  std::uint64_t MayBeEscaped(std::uint64_t word) const noexcept {
-    return MayBeMeant(word) | ZEL_T_NMT::BytesEqual(word, '\x7F') |
-           (word & ZEL_T_NMT::WordOf(0x80));
-  }
-  std::uint64_t MayBeMeant(std::uint64_t word) const noexcept {
-    return ZEL_T_NMT::BytesBelow(word, ' ') | ZEL_T_NMT::BytesEqual(word, '\\') |
-           ZEL_T_NMT::BytesEqual(word, close);
-  }
-
   // The pair with this escape letter, or null.
   constexpr const EscapePair* FindLetter(char letter) const noexcept {
     for (const EscapePair* pair = escapes; pair->character != 0; ++pair) {
@@ -69,39 +62,50 @@ struct StreamingParams {
     }
     return nullptr;
   }
+  // Whether each of the characters is written as it is.
+  constexpr bool KeepsAll(std::string_view characters) const {
+    for (const char character : characters) {
+      if (writing[static_cast<unsigned char>(character)].length != 1) return false;
+    }
+    return true;
+  }
 
   char open;
   char close;
   const EscapePair* escapes;
   bool foldWhitespace;  // TAB, LF and CR are read as a space
-  std::array<char, 256> writing{};
+
+  std::array<WrittenByte, 256> writing{};
   std::array<RawByte, 256> reading{};
+  ByteSet escaped{{}};  // those that writing does not keep as they are
+  ByteSet meant{{}};    // those that do not stand for themselves
 
  private:
-  constexpr char HowToWrite(char byte) const noexcept {
-    if (!IsWhitespace(byte) && (byte < 0x20 || byte > 0x7E)) return kOctal;
-    for (const EscapePair* pair = escapes; pair->character != 0; ++pair) {
-      if (pair->character == byte) return pair->letter;
-    }
-    return kPlain;
+  template <typename Predicate>
+  static consteval std::array<bool, 256> Members(Predicate isMember) {
+    std::array<bool, 256> members{};
+    for (std::size_t index = 0; index < 256; ++index) members[index] = isMember(index);
+    return members;
   }
-  constexpr RawByte HowToRead(char byte) const noexcept {
+
+  consteval WrittenByte HowToWrite(char byte) const {
+    const auto value = static_cast<unsigned char>(byte);
+    if (!IsWhitespace(byte) && (value < 0x20 || value > 0x7E)) {
+      return {{'\\', static_cast<char>('0' + (value >> 6)),
+               static_cast<char>('0' + ((value >> 3) & 7)), static_cast<char>('0' + (value & 7))},
+              4};
+    }
+    for (const EscapePair* pair = escapes; pair->character != 0; ++pair) {
+      if (pair->character == byte && pair->letter != 0) return {{'\\', pair->letter}, 2};
+    }
+    return {{byte}, 1};
+  }
+  consteval RawByte HowToRead(char byte) const {
     if (byte == '\\') return RawByte::kEscape;
     const char character = foldWhitespace && IsWhitespace(byte) ? ' ' : byte;
     if (character == close) return RawByte::kClose;
     return character == byte ? RawByte::kContent : RawByte::kFolded;
   }
 };
-
-// In force outside of all values: no marker, and a NUL byte in place of a closing character.
-extern const StreamingParams kTopLevelParams;
-
-extern const StreamingParams kNumberParams;
-extern const StreamingParams kStringParams;
-extern const StreamingParams kUnicodeStringParams;
-extern const StreamingParams kBinDataParams;
-extern const StreamingParams kRawPointerParams;
-extern const StreamingParams kArrayParams;
-extern const StreamingParams kDictParams;
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

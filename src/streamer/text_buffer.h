@@ -1,45 +1,66 @@
-// Collects a text of unknown length in memory of the host.
+// Collects a text of unknown length: a short one beside the object, a longer one in memory of the
+// host.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <optional>
 
+#include "frame/base/compiler.h"
 #include "frame/core/client_base.h"
 #include "frame/core/error.h"
 
 namespace NPOSStreamerImpl {
 
-// There is always room for one unit more.
 template <typename Unit>
 class TextBuffer {
  public:
-  Unit* End() const noexcept { return block_.Get() + length_; }
-  std::uint32_t Room() const noexcept { return capacity_ - length_; }
+  TextBuffer() noexcept = default;
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
 
-  // Takes in the units that were stored at the end. Raises "Math overflow exception" when the
+  // The place of the next units, with room for `count`. Raises "Math overflow exception" when the
   // buffer's size in bytes would not fit in 32 bits.
-  void Advance(std::uint32_t count) {
-    length_ += count;
-    if (length_ < capacity_) return;
-    if (capacity_ > std::numeric_limits<std::uint32_t>::max() / sizeof(Unit) / 2) {
-      ZEL_T_NMT::RaiseMathOverflow();
-    }
-    block_.Resize(std::size_t{capacity_} * 2);
-    capacity_ *= 2;
+  Unit* Reserve(std::uint32_t count) {
+    if (count > capacity_ - length_) [[unlikely]]
+      Grow(count);
+    return units_ + length_;
   }
+  // Takes in units that were stored in that place.
+  void Advance(std::size_t count) noexcept { length_ += static_cast<std::uint32_t>(count); }
 
-  const Unit* Terminated() noexcept {
-    *End() = 0;
-    return block_.Get();
+  std::uint32_t Length() const noexcept { return length_; }
+  // The text with a 0 unit behind it.
+  Unit* Terminated() {
+    *Reserve(1) = 0;
+    return units_;
   }
 
  private:
-  static constexpr std::uint32_t kFirstCapacity = 32;
+  static constexpr std::uint32_t kLocalCapacity = 256;
 
-  ZEL_T_NMT::BinderBlock<Unit> block_{kFirstCapacity};
+  ZEL_NEVER_INLINE void Grow(std::uint32_t count) {
+    constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max() / sizeof(Unit);
+    if (capacity_ > kMost / 2 || count > kMost - length_) ZEL_T_NMT::RaiseMathOverflow();
+    const std::uint32_t capacity = std::max(capacity_ * 2, length_ + count);
+    if (block_) {
+      block_->Resize(capacity);
+    } else {
+      block_.emplace(capacity);
+      std::memcpy(block_->Get(), local_, length_ * sizeof(Unit));
+    }
+    units_ = block_->Get();
+    capacity_ = capacity;
+  }
+
+  Unit local_[kLocalCapacity];
+  std::optional<ZEL_T_NMT::BinderBlock<Unit>> block_;
+  Unit* units_ = local_;
   std::uint32_t length_ = 0;
-  std::uint32_t capacity_ = kFirstCapacity;
+  std::uint32_t capacity_ = kLocalCapacity;
 };
 
 }  // namespace NPOSStreamerImpl

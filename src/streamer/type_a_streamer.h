@@ -1,46 +1,60 @@
 // The family of texts in which every value begins with a marker of one character and ends with a
-// closing character.
+// closing character. Its versions differ in their data alone.
 #pragma once
 
-#include "streamer/ichar_stream.h"
-#include "streamer/ochar_stream.h"
+#include "frame/core/nesting.h"
+#include "streamer/format.h"
 #include "streamer/streamer_base.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-class TypeAStreamer;
-
-// Writes the content of an object of its kind. The marker is written, and the kind's rules are in
-// force. The object is the same afterwards, unless an error is raised.
-using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
-// Reads the content of an object of its kind up to and including the closing character. The marker
-// is read, and the kind's rules are in force.
-using ReaderProc = void (*)(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
-
-// Both null when a lookup finds nothing.
-struct WritingParams {
-  const StreamingParams* params = nullptr;
-  WriterProc writer = nullptr;
-};
-struct ReadingParams {
-  const StreamingParams* params = nullptr;
-  ReaderProc reader = nullptr;
-};
-
 class TypeAStreamer : public StreamerBase {
  public:
-  void Serialize(CZELPositionableStream& stream, const CPOSObject& object) override;
-  void Deserialize(CPOSObject& result, CZELPositionableStream& stream) override;
+  // The format outlives the streamer.
+  explicit TypeAStreamer(const Format& format) noexcept : format_(format) {}
+
+  const char* VersionName() const noexcept final { return format_.name; }
+  void Serialize(CZELPositionableStream& stream, const CPOSObject& object) final;
+  void Deserialize(CPOSObject& result, CZELPositionableStream& stream) final;
 
   // Writes an object whole. Raises "Cannot determine writing params".
-  virtual void WriteObject(OCharStream& output, CPOSObject object);
+  void WriteObject(OCharStream& output, CPOSObject object);
   // Reads the next object whole; the result is empty when the closing character of the enclosing
   // value comes first. Raises "Cannot determine streaming params".
-  virtual void ReadObject(CPOSObject& result, ICharStream& input);
-  // Finds the kind that a marker stands for.
-  virtual ReadingParams FindStreamingParams(char marker) const = 0;
-  // Finds the kind that an object is of.
-  virtual WritingParams FindWritingParams(const CPOSObject& object) const = 0;
+  void ReadObject(CPOSObject& result, ICharStream& input);
+  // The kind that a marker stands for, and the kind that an object is of; null when there is none.
+  const KindFormat* FindStreamingParams(char marker) const noexcept;
+  const KindFormat* FindWritingParams(const CPOSObject& object) const;
+
+  // Begins a line, indented by the depth.
+  void PutNewLine(OCharStream& output) const {
+    output.PutNewLine(static_cast<std::uint32_t>(depth_));
+  }
+
+  // Arrays and dictionaries inside one another, as everywhere in the library.
+  static constexpr std::int32_t kContainerLimit = std::int32_t{ZEL_T_NMT::kNestingLimit};
+  // Binary data fits into the innermost of them. What it holds in turn is flat, except in a
+  // malformed text, which may go on nesting where the type name or the size should be.
+  static constexpr std::int32_t kBinDataLimit = kContainerLimit + 1;
+
+  // Counts the inside of a value for its own life; raises "nesting too deep" beyond the limit.
+  class NestingScope {
+   public:
+    NestingScope(TypeAStreamer& streamer, std::int32_t limit) : depth_(streamer.depth_) {
+      if (depth_ >= limit) ZEL_T_NMT::RaisePOSException("nesting too deep");
+      ++depth_;
+    }
+    NestingScope(const NestingScope&) = delete;
+    NestingScope& operator=(const NestingScope&) = delete;
+    ~NestingScope() { --depth_; }
+
+   private:
+    std::int32_t& depth_;
+  };
+
+ private:
+  const Format& format_;
+  std::int32_t depth_ = 0;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -1,46 +1,55 @@
-// Version 1.0 of the text: the seven kinds of values, and how deep they are nested.
+// Version 1.0 of the text: its records, and the streamer that goes by them.
 #pragma once
 
-#include <cstdint>
+#include <algorithm>
 
-#include "frame/core/nesting.h"
+#include "streamer/readers.h"
 #include "streamer/type_a_streamer.h"
+#include "streamer/writers.h"
+#include "zelutils/streamer.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
+namespace Version10Data {
+
+inline constexpr EscapePair kNoEscapes[] = {{'\\', '\\'}, {0, 0}};
+inline constexpr EscapePair kSpaceEscapes[] = {{'\\', '\\'}, {' ', ' '}, {0, 0}};
+inline constexpr EscapePair kStringEscapes[] = {{'\\', '\\'}, {'"', '"'},  {'\n', 'n'},
+                                                {'\r', 'r'},  {'\t', 't'}, {0, 0}};
+inline constexpr EscapePair kUnicodeStringEscapes[] = {{'\\', '\\'}, {'`', '`'}, {0, 0}};
+inline constexpr EscapePair kBinDataEscapes[] = {{'\\', '\\'}, {'}', '}'}, {0, 0}};
+inline constexpr EscapePair kArrayEscapes[] = {{'\\', '\\'}, {']', ']'}, {0, 0}};
+inline constexpr EscapePair kDictEscapes[] = {{'\\', '\\'}, {'>', '>'}, {0, 0}};
+
+// No marker, and a NUL byte in place of a closing character.
+inline constexpr StreamingParams kOutermost{0, 0, kNoEscapes, true};
+
+inline constexpr KindFormat kKinds[] = {
+    {{'#', ' ', kSpaceEscapes, true}, &ZEL_T_NMT::CPOSNumber::Is, &WriteNumber, &ReadNumber},
+    {{'"', '"', kStringEscapes, true}, &ZEL_T_NMT::CPOSString::Is, &WriteString, &ReadString},
+    {{'`', '`', kUnicodeStringEscapes, true},
+     &ZEL_T_NMT::CPOSUnicodeString::Is,
+     &WriteUnicodeString,
+     &ReadUnicodeString},
+    {{'{', '}', kBinDataEscapes, true}, &ZEL_T_NMT::CPOSBinData::Is, &WriteBinData, &ReadBinData},
+    {{'$', ' ', kSpaceEscapes, true},
+     &ZEL_T_NMT::CPOSRawPointer::Is,
+     &WriteRawPointer,
+     &ReadRawPointer},
+    {{'[', ']', kArrayEscapes, true}, &ZEL_T_NMT::CPOSArray::Is, &WriteArray, &ReadArray},
+    {{'<', '>', kDictEscapes, true}, &ZEL_T_NMT::CPOSDict::Is, &WriteDict, &ReadDict},
+};
+
+static_assert(std::ranges::all_of(kKinds, KeepsRawBytes));
+
+inline constexpr Format kFormat(POS_STREAMER_TYPE_A_VERSION_1_0, kOutermost, kKinds);
+
+}  // namespace Version10Data
+
 class Version10 final : public TypeAStreamer {
  public:
-  const char* VersionName() const noexcept override;
-  ReadingParams FindStreamingParams(char marker) const override;
-  WritingParams FindWritingParams(const CPOSObject& object) const override;
-
-  // Arrays and dictionaries inside one another, as everywhere in the library.
-  static constexpr std::int32_t kContainerLimit = std::int32_t{ZEL_T_NMT::kNestingLimit};
-  // Binary data fits into the innermost of them. What it holds in turn is flat, except in a
-  // malformed text, which may go on nesting where the type name or the size should be.
-  static constexpr std::int32_t kBinDataLimit = kContainerLimit + 1;
-
-  // Counts the inside of a value for its own life; raises "nesting too deep" beyond the limit.
-  class NestingScope {
-   public:
-    NestingScope(TypeAStreamer& streamer, std::int32_t limit)
-        : depth_(static_cast<Version10&>(streamer).depth_) {
-      if (depth_ >= limit) ZEL_T_NMT::RaisePOSException("nesting too deep");
-      ++depth_;
-    }
-    NestingScope(const NestingScope&) = delete;
-    NestingScope& operator=(const NestingScope&) = delete;
-    ~NestingScope() { --depth_; }
-
-   private:
-    std::int32_t& depth_;
-  };
-
-  // Begins a line, indented by the depth.
-  static void PutNewLine(TypeAStreamer& streamer, OCharStream& output);
-
- private:
-  std::int32_t depth_ = 0;
+  static constexpr const Format& kFormat = Version10Data::kFormat;
+  Version10() noexcept : TypeAStreamer(kFormat) {}
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

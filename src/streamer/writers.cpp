@@ -7,11 +7,9 @@
 
 #include "streamer/hex_digits.h"
 #include "streamer/number_text.h"
-#include "streamer/version10.h"
+#include "streamer/type_a_streamer.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
-
-// Digits and the other characters of numbers are escaped in no record: they are put as raw bytes.
 
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
@@ -56,13 +54,8 @@ void PutHexLine(OCharStream& output, const unsigned char* bytes, std::uint32_t c
 }  // namespace
 
 void WriteNumber(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  const double number = Borrowed<CPOSNumber>(object)->Get();
-  if (char* const place = output.Room(kNumberTextCapacity); place != nullptr) [[likely]] {
-    output.Advance(FormatNumber(number, place));
-    return;
-  }
-  char text[kNumberTextCapacity];
-  output.PutRawBytes(text, FormatNumber(number, text));
+  static_assert(OCharStream::kRoom >= kNumberTextCapacity);
+  output.Advance(FormatNumber(Borrowed<CPOSNumber>(object)->Get(), output.Place()));
 }
 
 void WriteString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
@@ -75,66 +68,69 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& output, CPOSObject& object)
   const Borrowed<CPOSUnicodeString> string(object);
   for (const std::uint16_t* unit = string->Get(); *unit != 0; ++unit) {
     // The high byte in upper case, the low byte in lower case.
-    const char digits[] = {kUpperHexDigits[*unit >> 12], kUpperHexDigits[(*unit >> 8) & 0xF],
-                           kLowerHexDigits[(*unit >> 4) & 0xF], kLowerHexDigits[*unit & 0xF]};
-    output.PutRawBytes(digits, sizeof digits);
+    char* const place = output.Place();
+    place[0] = kUpperHexDigits[*unit >> 12];
+    place[1] = kUpperHexDigits[(*unit >> 8) & 0xF];
+    place[2] = kLowerHexDigits[(*unit >> 4) & 0xF];
+    place[3] = kLowerHexDigits[*unit & 0xF];
+    output.Advance(4);
   }
 }
 
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSBinData> data(object);
   streamer.WriteObject(output, CPOSString::New(data->GetTypeName()));
-  output.PutChar(' ');
+  output.PutRaw(' ');
   const std::uint32_t size = data->GetSize();
   streamer.WriteObject(output, CPOSNumber::New(size));
-  output.PutChar(' ');
+  output.PutRaw(' ');
   {
-    const Version10::NestingScope scope(streamer, Version10::kBinDataLimit);
+    const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
     const auto* bytes = static_cast<const unsigned char*>(data->GetBinData());
     if (bytes == nullptr && size > 0) RaisePOSException("CPOSBinData::GetBinData failed");
     for (std::uint32_t left = size; left > 0;) {
       const std::uint32_t count = std::min(left, kBytesPerLine);
-      Version10::PutNewLine(streamer, output);
+      streamer.PutNewLine(output);
       PutHexLine(output, bytes, count);
       bytes += count;
       left -= count;
     }
   }
-  Version10::PutNewLine(streamer, output);
+  streamer.PutNewLine(output);
 }
 
 void WriteRawPointer(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
   const auto value =
       reinterpret_cast<std::uintptr_t>(Borrowed<CPOSRawPointer>(object)->GetRawPointer());
   for (std::size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
-    output.PutChar(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
+    output.PutRaw(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
   }
 }
 
 void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSArray> array(object);
   {
-    const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
+    const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
     for (std::uint32_t index = 0; index < array->Count(); ++index) {
-      Version10::PutNewLine(streamer, output);
+      streamer.PutNewLine(output);
       streamer.WriteObject(output, array->GetAt(index));
     }
   }
-  Version10::PutNewLine(streamer, output);
+  streamer.PutNewLine(output);
 }
 
 void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
   const Borrowed<CPOSDict> dict(object);
   {
-    const Version10::NestingScope scope(streamer, Version10::kContainerLimit);
+    const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
     for (MemberWalk walk(dict->View()); walk.Key() != nullptr; walk.Next()) {
-      Version10::PutNewLine(streamer, output);
+      streamer.PutNewLine(output);
       streamer.WriteObject(output, CPOSString::New(walk.Key()));
-      output.PutChar(' ');
+      output.PutRaw(' ');
       streamer.WriteObject(output, CPOSObject(walk.Value().Handle()));
     }
   }
-  Version10::PutNewLine(streamer, output);
+  streamer.PutNewLine(output);
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "zelutils/streamer.h"
+
 namespace NPOSStreamerImpl {
 namespace {
 
@@ -37,7 +39,7 @@ std::size_t ReadToken(CZELPositionableStream& stream, char (&token)[kTokenCapaci
 
 void ZELImpl::Serialize(CZELPositionableStream& stream, const CPOSObject& object,
                         const char* version) {
-  if (version == nullptr) version = StreamerBase::DefaultVersionName();
+  if (version == nullptr) version = POS_STREAMER_DEFAULT_VERSION;
   const std::unique_ptr<StreamerBase> streamer = StreamerBase::LookupStreamer(version);
   // The name was found, so its length is that of a version's name.
   stream.Write(version, static_cast<std::uint32_t>(std::strlen(version)));
