@@ -18,7 +18,7 @@ install(
 # ---- development ----
 
 install(
-  DIRECTORY include/zelutils host/zelhost DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  DIRECTORY include/zelutils host/zelhost host/zelutils DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development)
 install(
   EXPORT ZELUtilsTargets NAMESPACE ZELUtils:: DESTINATION ${zel_package_dir}

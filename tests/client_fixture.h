@@ -28,7 +28,16 @@ class ClientTest : public LibraryTest {
     return error.Component() + ": " + error.what() + " (" + std::to_string(error.Id()) + ")";
   }
 
-  zelutils::Client client{zelhost::Host::LookupProc(), [this] { return host.TakeReports(); }};
+  // Reports of what failed while something was given back.
+  void ExpectLateReports(const std::vector<std::string>& reports) {
+    EXPECT_EQ(client.TakeLateReports(), reports);
+  }
+  void TearDown() override {
+    ExpectLateReports({});
+    LibraryTest::TearDown();
+  }
+
+  zelutils::Client client{host};
 };
 
 }  // namespace zeltest

@@ -3,6 +3,9 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <map>
+#include <optional>
+#include <stdexcept>
 
 #include "client_fixture.h"
 
@@ -68,7 +71,7 @@ TEST_F(ClientTest, RangesVisitEntriesInOrder) {
   for (const Value& value : holes) present += value ? 'x' : '-';
   EXPECT_EQ(present, "--x");
   EXPECT_EQ(holes.Count(), 3U);
-  for (const auto& entry : client.NewDict()) FAIL() << entry.key;
+  for (const auto& entry : client.NewDict()) FAIL() << entry.first;
 }
 
 TEST_F(ClientTest, StoresAndReadsBack) {
@@ -87,35 +90,221 @@ TEST_F(ClientTest, StoresAndReadsBack) {
 
 TEST_F(ClientTest, FailuresAreExceptions) {
   Value number = client.NewNumber(0);
-  Dict dict = client.NewDict();
+  Dict dict = client.Parse("<title x pages [<width wide>]>").As<Dict>();
+  const char* const null = nullptr;
+  const char16_t* const nullUnits = nullptr;
+  const Value empty = client.NewArray().GetAt(0);
   const struct {
     const char* message;
     std::function<void()> action;
   } rows[] = {
       {"", [&] { number.As<double>(); }},
-      {"instance was not an POSNumber", [&] { dict.As<double>(); }},
-      {"instance was not an POSString", [&] { number.As<std::string>(); }},
-      {"the value is of another type", [&] { number.As<Dict>(); }},
-      {"instance was not an POSArray", [&] { Array(client, number.Handle()).Append(1); }},
+      {"a number was wanted, this is a dictionary", [&] { dict.As<double>(); }},
+      {"a string was wanted, this is a number", [&] { number.As<std::string>(); }},
+      {"a dictionary was wanted, this is a number", [&] { number.As<Dict>(); }},
+      {"an array was wanted, this is a number", [&] { Array(client, number.Handle()).Append(1); }},
+      {"a dictionary was wanted, this is a number", [&] { number["k"] = 1; }},
+      {"title: a dictionary was wanted, this is a string", [&] { dict["title"]["k"] = 1; }},
+      {"pages: an array of 2 was wanted, this is one of 1",
+       [&] { dict["pages"].As<std::array<Value, 2>>(); }},
+      {"pages[0].width: a number was wanted, this is a string",
+       [&] { dict["pages"][0]["width"].As<int>(); }},
+      {"pages[0].width: a number was wanted, this is a string",
+       [&] { dict.DeepGet("pages[0].width").As<double>(); }},
+      {"pages[0].width: a number was wanted, this is a string",
+       [&] { dict["pages"].As<std::vector<std::map<std::string, double>>>(); }},
+      {"k: nothing there; the value is a dictionary", [&] { Value found = dict["k"]; }},
+      {"pages[7].width.x: nothing there; \"pages\" is an array of 1",
+       [&] { dict["pages"][7]["width"]["x"].As<int>(); }},
+      {"pages[0].width.x: nothing there; \"pages[0].width\" is a string",
+       [&] { dict.DeepGet("pages[0].width.x").As<int>(); }},
+      {"pages[x]: nothing there; the path is malformed",
+       [&] { dict.DeepGet("pages[x]").As<int>(); }},
+      {"k.l: nothing there; the value is a dictionary", [&] { dict["k"]["l"] = 1; }},
+      {"[4294967295]: nothing there; the value is an array of 1",
+       [&] { client.NewArray({1})[4294967295U].As<int>(); }},
+      {"nothing there", [&] { empty.As<double>(); }},
+      {"nothing there", [&] { empty.As<bool>(); }},
+      {"nothing there", [&] { empty.As<Dict>(); }},
       {"invalid container", [&] { dict.Put("k", Value()); }},
-      {"no key \"k\"", [&] { dict["k"]; }},
-      {"nothing at index 4294967295", [&] { client.NewArray({1})[4294967295U]; }},
+      {"k: invalid container", [&] { dict["k"] = Value(); }},
       {"an empty value was used", [&] { Value().Type(); }},
       {"a text must not hold a NUL", [&] { client.NewString(std::string(2, '\0')); }},
       {"a text must not hold a NUL", [&] { client.New(std::u16string_view(u"a\0b", 3)); }},
+      {"a text must not be null", [&] { client.NewString(null); }},
+      {"a text must not be null", [&] { dict.Put(null, 1); }},
+      {"a text must not be null", [&] { dict.Put("k", null); }},
+      {"a text must not be null",
+       [&] {
+         client.NewArray({1, null});
+       }},
+      {"a text must not be null", [&] { client.NewArray({nullUnits}); }},
+      {"a text must not be null", [&] { client.NewUnicodeString(nullUnits); }},
+      {"a text must not be null", [&] { client.NewUnicodeString(null); }},
       {"StreamerBase::LookupStreamer unrecognized version",
        [&] { Streamer(client).Serialize(client.NewMemoryStream(), dict, "other"); }},
       {"getNextChar unexpected EOF",
        [&] { Streamer(client).Deserialize(client.NewMemoryStream()); }},
-      {"parse error at byte 4", [&] { client.Parse("[ 1 ? ]"); }},
   };
   for (const auto& row : rows) EXPECT_EQ(Thrown(row.action), row.message);
+  EXPECT_EQ(dict, client.Parse("<title x pages [<width wide>]>"));
 
   EXPECT_EQ(Caught([&] { number.As<std::string>(); }).Reports(),
             std::vector<std::string>{"instance was not an POSString"});
   const Error error = Caught([&] { client.OpenFile("no/such/file", "rb"); });
   EXPECT_NE(error.Component(), "");
   EXPECT_EQ(error.Id(), ENOENT);
+  try {
+    dict["pages"][0]["width"].As<int>();
+    FAIL();
+  } catch (const TypeError& mismatch) {
+    EXPECT_EQ(mismatch.Path(), "pages[0].width");
+    EXPECT_EQ(mismatch.Wanted() + '/' + mismatch.Found(), "a number/a string");
+  }
+}
+
+TEST_F(ClientTest, ParseErrorsTellLineColumnAndCause) {
+  const struct {
+    const char* text;
+    const char* message;
+    std::size_t position;
+  } rows[] = {
+      {"[ 1 ? ]", "line 1, column 5: unexpected \"?\"", 4},
+      {"<a 1\n b>", "line 2, column 3: unexpected \">\": the key \"b\" has no value", 8},
+      {"<a\n  [1 2", "line 2, column 7: unexpected end of text: the \"[\" at 2:3 is not closed", 9},
+      {"<1 2>", "line 1, column 2: expected a key, which is a string, found a number", 2},
+      {"", "line 1, column 1: unexpected end of text: there is no value", 0},
+      {"\xEF\xBB\xBF[]", "line 1, column 1: unexpected byte order mark", 0},
+  };
+  for (const auto& row : rows) {
+    try {
+      client.Parse(row.text);
+      ADD_FAILURE() << row.text;
+    } catch (const ParseError& error) {
+      EXPECT_STREQ(error.what(), row.message);
+      EXPECT_EQ(error.Position(), row.position) << row.text;
+    }
+  }
+  EXPECT_EQ(Thrown([&] { client.Parse("[}", "book.pos"); }),
+            "book.pos:1:2: unexpected \"}\"; dictionaries stand between < and >");
+}
+
+TEST_F(ClientTest, IndicesHaveAllTheirBits) {
+  Array array = client.NewArray({"first"});
+  constexpr std::uint64_t kBeyond = std::uint64_t{1} << 32;
+  EXPECT_FALSE(array.GetAt(kBeyond));
+  EXPECT_FALSE(array[kBeyond]);
+  array.Remove(kBeyond);
+  EXPECT_EQ(Thrown([&] { array.SetAt(kBeyond, 1); }), "the index 4294967296 has more than 32 bits");
+  EXPECT_NE(Thrown([&] { array[kBeyond] = 1; }), "");
+  EXPECT_NE(Thrown([&] { array[-1]; }), "");
+  EXPECT_NE(Thrown([&] { array.GetAt(std::int64_t{-1}); }), "");
+  EXPECT_FALSE(array.DeepGet("[4294967296]"));
+  EXPECT_FALSE(array.DeepGet("[18446744073709551616]"));
+  EXPECT_EQ(array, client.NewArray({"first"}));
+}
+
+// What was given to a list or an input, and what iterators stand in, may be gone by the time they
+// are used; the address sanitizer watches.
+TEST_F(ClientTest, NothingDangles) {
+  const Input input = std::string("a text that is too long for its object to hold it inside");
+  EXPECT_EQ(client.New(input).As<std::string>().size(), 56U);
+  const std::initializer_list<Input> list = {std::string(100, 'x'), std::u16string(100, u'y')};
+  EXPECT_EQ(client.NewArray(list)[1].As<std::u16string>(), std::u16string(100, u'y'));
+
+  auto entry = client.Parse("<a 1 b 2>").As<Dict>().begin();
+  auto copy = entry;
+  ++entry;
+  EXPECT_EQ((*entry).first, "b");
+  EXPECT_EQ((*copy).first, "a");
+  ++copy;
+  EXPECT_EQ((*copy).second, client.NewNumber(2));
+  EXPECT_TRUE(++copy == Dict::Iterator());
+  auto element = client.Parse("[1 2]").As<Array>().begin();
+  EXPECT_EQ(*++element, client.NewNumber(2));
+  const auto place = client.Parse("<a [1 2]>")["a"][1];
+  EXPECT_EQ(place.As<int>(), 2);
+  const auto text = client.NewString("a text that is too long to be held inside").Get();
+  EXPECT_EQ(text.size(), 41U);
+}
+
+TEST_F(ClientTest, ReportsAreBlamedOnWhatTheyBelongTo) {
+  // A cycle that is cloned reports a line for each level.
+  Array cycle = client.NewArray();
+  cycle.Append(cycle);
+  const Error error = Caught([&] { cycle.Clone(); });
+  EXPECT_EQ(std::string(error.what()), "nesting too deep; CPOSObject::Clone failed (512 times)");
+  EXPECT_EQ(error.Reports().size(), 513U);
+  cycle.Remove(0);
+
+  // A report that comes while something is given back is nobody's failure.
+  {
+    const auto release = [](void* array) {
+      static_cast<decltype(arrays)*>(array)->Append(nullptr, nullptr);
+    };
+    client.NewRawPointer(&arrays, release);
+  }
+  EXPECT_EQ(client.NewNumber(0).Get(), 0);
+  EXPECT_EQ(client.TakeLateReports().size(), 1U);
+  EXPECT_EQ(client.TakeLateReports().size(), 0U);
+
+  EXPECT_EQ(Thrown([] { Client(zelhost::Host::LookupProc(), nullptr); }),
+            "a client needs a source of reports");
+  // Without a place to look at, the source is asked each time.
+  const Client asking(zelhost::Host::LookupProc(), [this] { return host.TakeReports(); });
+  Array array = asking.NewArray();
+  EXPECT_NE(Thrown([&] { array.Append(Value()); }), "");
+  EXPECT_EQ(Thrown([&] { asking.NewNumber(0).As<Array>(); }),
+            "an array was wanted, this is a number");
+}
+
+TEST_F(ClientTest, ValidationsAreWholeOrErrors) {
+  const Value schema = client.Parse(
+      "<Even <category int> List <category array membertype Even> "
+      " Odd <category union set []>>");
+  Validator validator(client, schema);
+  EXPECT_TRUE(Validator::ValidateSchema(client, schema).empty());
+  EXPECT_TRUE(validator.Validate(client.Parse("[1 2]"), "List").empty());
+  validator.SetCheck("Even", [](const Value& value) -> std::optional<std::string> {
+    const int number = value.As<int>();
+    if (number == 13) throw std::domain_error("unlucky");
+    if (number % 2 != 0) return std::to_string(number) + " is odd";
+    return std::nullopt;
+  });
+  EXPECT_EQ(validator.Validate(client.Parse("[1 2 3]"), "List"),
+            (std::vector<std::string>{"[0]: 1 is odd", "[2]: 3 is odd"}));
+  EXPECT_EQ(Thrown([&] { validator.Validate(client.Parse("[13]"), "List"); }), "unlucky");
+  EXPECT_EQ(validator.Validate(client.NewNumber(1), "Odd").size(), 1U);
+
+  // A report beside messages: the schema is no dictionary.
+  try {
+    Validator(client, client.NewNumber(1)).Validate(schema, "List");
+    FAIL();
+  } catch (const ValidationError& error) {
+    EXPECT_EQ(error.Reports(), std::vector<std::string>{"instance was not an POSDict"});
+    EXPECT_EQ(error.Messages().size(), 1U);
+  }
+  EXPECT_TRUE(host.Reports().empty());
+}
+
+// A procedure put over the library's may give an instance that others hold and that refuses to be
+// held once more: it is not the client's to end.
+TEST_F(ClientTest, OnlyWhatWasJustMadeIsEnded) {
+  static ZELInstance given = nullptr;
+  const Array held = client.NewArray();
+  given = held.Handle();
+  const POSObjectCloneProc other = [](ZELInstance) { return given; };
+  const ZELProc clone = host.Lookup(POS_OBJECT_INTERFACE, "Clone", "POSObjectCloneProc");
+  host.Register(POS_OBJECT_INTERFACE, "Clone", "POSObjectCloneProc",
+                reinterpret_cast<ZELProc>(other));
+  host.ChangeUnregisterCount();
+  const Value original = client.NewNumber(1);
+  host.FailAt(Service::kAddRef, 1);
+  EXPECT_EQ(Thrown([&] { original.Clone(); }), "the host refused a reference to an instance");
+  EXPECT_EQ(host.RefCount(held.Handle()), 1U);
+  EXPECT_EQ(held.Count(), 0U);
+  host.Register(POS_OBJECT_INTERFACE, "Clone", "POSObjectCloneProc", clone);
+  host.ChangeUnregisterCount();
 }
 
 TEST_F(ClientTest, CopiesHoldReferencesOfTheirOwn) {
@@ -146,9 +335,24 @@ TEST_F(ClientTest, ProceduresAreLookedUpAgainAfterAWithdrawal) {
   host.ChangeUnregisterCount();
   EXPECT_EQ(number.Get(), 2);
   host.Hide(POS_NUMBER_INTERFACE);
-  EXPECT_EQ(Thrown([&] { number.Get(); }),
-            "missing procedure \"NewPOSNumber\" of \"POSNumberInterface\"");
+  EXPECT_EQ(Thrown([&] { number.Get(); }), "missing procedure \"Get\" of \"POSNumberInterface\"");
   host.Show(POS_NUMBER_INTERFACE);
+}
+
+// The methods of a stream are those that its instance offers now.
+TEST_F(ClientTest, StreamsLookTheirMethodsUpAgain) {
+  Stream stream = client.NewMemoryStream();
+  stream.Write("bytes");
+  host.ResetCalls();
+  stream.Rewind();
+  EXPECT_EQ(host.Calls(Service::kGetMethod), 0U);
+  host.ChangeUnregisterCount();
+  stream.Rewind();
+  EXPECT_EQ(host.Calls(Service::kGetMethod), 7U);
+  host.FailAt(Service::kGetMethod, 1);
+  host.ChangeUnregisterCount();
+  EXPECT_NE(Thrown([&] { stream.Rewind(); }), "");
+  EXPECT_EQ(stream.ReadAll(), "bytes");
 }
 
 }  // namespace

@@ -269,7 +269,7 @@ TEST_F(FileUtilsTest, AFailedStreamLeavesAnEmptyFileOrNone) {
   EXPECT_TRUE(Names().empty());
   ZELInstance stream = nullptr;
   EXPECT_EQ(Failure([&] {
-              client.Check(client.Procedures<TempFileProcedures>().NewTempFileStream(
+              client.Check(client.Procedures<TempFileStreamFactoryInterface>().NewTempFileStream(
                   &stream, nullptr, "ext", "wb"));
             }),
             "DUX: null text (0)");
@@ -298,7 +298,7 @@ TEST_F(FileUtilsTest, AFileThatIsGoneIsNobodys) {
   const fs::path file = folder.path / *Names().begin();
   fs::remove(file);
   owner.reset();
-  ExpectReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
+  ExpectLateReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
 
   // What opening answers is passed on, unless there is another file by now.
   const std::string failure = Failure([&] { reader->CreateIndependent(); });
@@ -328,8 +328,8 @@ struct Forbidding {
 };
 
 TEST_F(FileUtilsTest, WhereTheOwnerCannotDeleteTheLastReaderDoes) {
-  Forbidding::realDelete = client.Procedures<DirProcedures>().Delete;
-  Forbidding::newError = client.Procedures<ErrorProcedures>().NewError;
+  Forbidding::realDelete = client.Procedures<UtilsDirInterface>().Delete;
+  Forbidding::newError = client.Procedures<ErrorInterface>().NewError;
   host.Register(ZEL_UTILS_DIR_INTERFACE, "Delete", "ZELUtilsDirDelete",
                 reinterpret_cast<ZELProc>(&Forbidding::Delete));
   {
@@ -348,9 +348,9 @@ TEST_F(FileUtilsTest, WhereTheOwnerCannotDeleteTheLastReaderDoes) {
   // Whoever is the last and cannot do it either reports it, once.
   Forbidding::forbids = true;
   NewStream();
-  ExpectReports({"forbidden"});
+  ExpectLateReports({"forbidden"});
   NewStream().CreateIndependent();
-  ExpectReports({"forbidden"});
+  ExpectLateReports({"forbidden"});
   EXPECT_EQ(Names().size(), 2u);
 }
 

@@ -244,7 +244,7 @@ TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
                            std::to_string(EACCES) + ")");
   } else {
     EXPECT_EQ(failure, "");
-    ExpectReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
+    ExpectLateReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
   }
 }
 

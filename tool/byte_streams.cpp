@@ -19,7 +19,7 @@ struct Callbacks {
 
 zelutils::Stream NewStream(const zelutils::Client& client, void* self, const Callbacks& callbacks) {
   ZELInstance result = nullptr;
-  client.Check(client.Procedures<zelutils::StreamFactoryProcedures>().NewClientPositionableStream(
+  client.Check(client.Procedures<zelutils::StreamFactoryInterface>().NewClientPositionableStream(
       &result, self, callbacks.read, callbacks.write, nullptr, nullptr, nullptr, callbacks.mark,
       callbacks.seek, [](void*) {}));
   return {client, result, zelutils::Handed::kNew};
@@ -78,7 +78,7 @@ ZELErrorObject ByteSink::Write(void* object, const void* bytes, std::uint32_t co
     return nullptr;
   } catch (...) {
     self.failure_ = std::current_exception();
-    return self.client_->Procedures<zelutils::ErrorProcedures>().GetCoreError(0);
+    return self.client_->Procedures<zelutils::ErrorInterface>().GetCoreError(0);
   }
 }
 

@@ -19,12 +19,13 @@ struct Session {
   // What was reported and taken by nobody, such as a temporary file that cannot be deleted, is told
   // at the end, and what is reported from then on at once.
   ~Session() {
+    for (const std::string& report : client.TakeLateReports()) Tell(report);
     for (const std::string& report : host.TakeReports()) Tell(report);
     host.SetReportSink(Tell);
   }
 
   zelhost::Host host;
-  zelutils::Client client{zelhost::Host::LookupProc(), [this] { return host.TakeReports(); }};
+  zelutils::Client client{host};
 
  private:
   static void Tell(std::string_view report) {

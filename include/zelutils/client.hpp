@@ -1,27 +1,33 @@
 // A typed C++20 client of ZELUtils over the public C headers: values, arrays, dictionaries, streams
-// and what works on them, through the procedures that the library has registered with a binder.
+// and what works on them, through the procedures that the library has registered with a binder. A
+// program without a host of its own begins with zelutils/session.hpp; one that has a host makes a
+// Client:
 //
-//   zelutils::Client client(host.LookupProc(), [&] { return host.TakeReports(); });
+//   zelutils::Client client(host);    // or (lookup procedure, source of reports)
 //   zelutils::Dict page = client.NewDict({{"width", 595}, {"title", u"Caf\u00e9"}});
-//   page.Put("tags", client.NewArray({"draft", 2}));
+//   page["tags"] = {"draft", 2};
 //   double width = page["width"].As<double>();
-//   for (const auto& [key, value] : page) ...
-//   zelutils::Streamer(client).Serialize(client.OpenFile("page.pos", "wb"), page);
+//   for (const auto& [key, value] : page) std::cout << key << " = " << value << '\n';
+//   client.StoreFile("page.zel", page);
 //
 // Ownership. Every object here holds one reference to its instance, takes another when copied and
 // gives it back when destroyed. Arrays and dictionaries are shared by their copies; Clone makes
-// separate ones. No object may outlive the client that it came from, and the client not its host.
-// Views of texts, units and bytes are borrowed from the value that gave them.
+// separate ones. Elements and iterators hold the array or dictionary that they are of. No object
+// may outlive the client that it came from, and the client not its host. Views of texts, units and
+// bytes are borrowed from a value that has a name; of a temporary one the text itself is given.
 //
 // Errors. Whatever a procedure reports, returns as an error object or cannot do is thrown as an
-// Error. A procedure that reports gives its caller only a neutral result, so that the client asks
-// its report source after every such result: what was reported earlier and taken by nobody, it
-// takes for its own. Without a report source, only those failures are noticed that the result
-// shows.
+// Error (client_error.hpp), which tells where in a value, what was wanted and what was found. A
+// procedure that reports gives its caller only a neutral result, so that the client asks its source
+// of reports after every such result: what was reported earlier and taken by nobody, it takes for
+// its own.
 //
 // Texts given are bytes without a NUL inside. All of it is used one call at a time.
 #pragma once
 
 #include "zelutils/client_base.hpp"
+#include "zelutils/client_convert.hpp"
+#include "zelutils/client_files.hpp"
 #include "zelutils/client_streams.hpp"
-#include "zelutils/client_values.hpp"
+#include "zelutils/client_text.hpp"
+#include "zelutils/client_validator.hpp"

@@ -1,110 +1,103 @@
-// The ground of the typed client: errors, arguments, tables of procedures, the client itself, and
-// the holders of references. Programs include zelutils/client.hpp, which says how all of it is
-// used.
+// The ground of the typed client: texts and indices as the procedures take them, the client itself,
+// and the holders of references. Programs include
+// zelutils/client.hpp, which says how all of it is used.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <initializer_list>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
-#include <variant>
 #include <vector>
 
-#include "zelutils/zelutils.h"
+#include "zelutils/client_error.hpp"
+#include "zelutils/table.hpp"
 
 namespace zelutils {
 
-// ---- Errors ---------------------------------------------------------------------------------
+namespace detail {
+// False, but only once T is known.
+template <typename T>
+inline constexpr bool never = false;
+}  // namespace detail
 
-class Error : public std::runtime_error {
- public:
-  explicit Error(const std::string& message, std::vector<std::string> reports = {},
-                 std::string component = {}, std::int32_t id = 0)
-      : std::runtime_error(message),
-        reports_(std::move(reports)),
-        component_(std::move(component)),
-        id_(id) {}
+// ---- Arguments of a call ----------------------------------------------------------------------
 
-  // What was reported through the binder, oldest first; empty for an error object or a finding of
-  // the client's own.
-  const std::vector<std::string>& Reports() const noexcept { return reports_; }
-  // The component and number of an error object; empty and 0 otherwise.
-  const std::string& Component() const noexcept { return component_; }
-  std::int32_t Id() const noexcept { return id_; }
-
- private:
-  std::vector<std::string> reports_;
-  std::string component_;
-  std::int32_t id_;
-};
-
-class ParseError : public Error {
- public:
-  explicit ParseError(std::size_t position)
-      : Error("parse error at byte " + std::to_string(position)), position_(position) {}
-  // Where in the text parsing stopped, in bytes from its start; the text's length at its end.
-  std::size_t Position() const noexcept { return position_; }
-
- private:
-  std::size_t position_;
-};
-
-// ---- What is given to a call ----------------------------------------------------------------
-
-class Value;
-
-// NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
-
-// A text ended by NUL for the time of a call; a view is copied to get one.
+// A text ended by NUL. It borrows what outlives it and owns everything else, and can be neither
+// copied nor moved out of the call that it is made for. Throws for null and for a NUL inside.
 class Text {
  public:
-  Text(const char* text) : borrowed_(text) {}
-  Text(const std::string& text) : borrowed_(text.c_str()) { Refuse(text); }
-  Text(std::string_view text) : owned_(text) { Refuse(text); }
-  Text(std::nullptr_t) = delete;
+  // NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
+  Text(const char* text) : text_(text) {
+    if (text == nullptr) throw Error("a text must not be null");
+  }
+  Text(const std::string& text) : text_(text.c_str()) { Refuse(text); }
+  Text(std::string&& text) : owned_(std::move(text)), text_(owned_.c_str()) { Refuse(owned_); }
+  Text(std::string_view text) : owned_(text), text_(owned_.c_str()) { Refuse(text); }
+  template <std::same_as<std::nullptr_t> T>
+  Text(T /*null*/) {
+    static_assert(detail::never<T>, "nullptr is no text");
+  }
+  // NOLINTEND(google-explicit-constructor)
+  Text(const Text&) = delete;
+  Text& operator=(const Text&) = delete;
 
-  const char* CString() const noexcept { return borrowed_ ? borrowed_ : owned_.c_str(); }
+  const char* CString() const noexcept { return text_; }
 
  private:
   static void Refuse(std::string_view text) {
     if (text.find('\0') != text.npos) throw Error("a text must not hold a NUL");
   }
 
-  const char* borrowed_ = nullptr;
   std::string owned_;
+  const char* text_;
 };
 
-template <typename T>
-concept Numeric = std::is_arithmetic_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, char>;
-template <typename T, typename Target>
-concept ConvertibleTo = std::is_convertible_v<const T&, Target>;
-
-// Anything that a value can be made from: a number, a text, a UTF-16 text, or a value.
-class Input {
+// UTF-16 units for the time of a call, in the same way. Borrows; throws for null and for a 0
+// inside.
+class Units {
  public:
-  template <Numeric T>
-  Input(T number) : content_(static_cast<double>(number)) {}
-  template <ConvertibleTo<Text> T>
-  Input(const T& text) : content_(std::in_place_type<Text>, text) {}
-  template <ConvertibleTo<std::u16string_view> T>
-  Input(const T& units) : content_(std::u16string_view(units)) {}
-  Input(const Value& value) : content_(&value) {}
+  // NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
+  Units(const char16_t* units) {
+    if (units == nullptr) throw Error("a text must not be null");
+    units_ = units;
+  }
+  Units(std::u16string_view units) : units_(units) {
+    if (units.find(u'\0') != units.npos) throw Error("a text must not hold a NUL");
+  }
+  Units(const std::u16string& units) : Units(std::u16string_view(units)) {}
+  template <std::same_as<std::nullptr_t> T>
+  Units(T /*null*/) {
+    static_assert(detail::never<T>, "nullptr is no text");
+  }
+  // NOLINTEND(google-explicit-constructor)
+  Units(const Units&) = delete;
+  Units& operator=(const Units&) = delete;
+
+  std::u16string_view View() const noexcept { return units_; }
 
  private:
-  friend class Client;
-  std::variant<double, Text, std::u16string_view, const Value*> content_;
+  std::u16string_view units_;
 };
 
-// NOLINTEND(google-explicit-constructor)
+// Characters are arithmetic types too, and mean neither numbers nor texts by themselves.
+template <typename T>
+concept Character = std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
+    std::same_as<T, char16_t> || std::same_as<T, char32_t>;
+template <typename T>
+concept Numeric = std::is_arithmetic_v<T> && !std::same_as<T, bool> && !Character<T>;
+template <typename T>
+concept IndexType = Numeric<T> && std::is_integral_v<T>;
 
 // A size as the procedures take it.
 inline std::uint32_t Size(std::size_t size) {
@@ -112,62 +105,24 @@ inline std::uint32_t Size(std::size_t size) {
   return static_cast<std::uint32_t>(size);
 }
 
-// ---- Tables of procedures -------------------------------------------------------------------
-
-inline ZELProc FindProcedure(ZELLookupProc lookup, const char* interfaceName, const char* method,
-                             const char* procType) {
-  if (const ZELProc found = lookup(interfaceName, method, procType)) return found;
-  throw Error(std::string("missing procedure \"") + method + "\" of \"" + interfaceName + '"');
+// An index as the procedures take it, or none where no array reaches that far.
+template <IndexType T>
+std::optional<std::uint32_t> FindableIndex(T index) {
+  if (std::in_range<std::uint32_t>(index)) return static_cast<std::uint32_t>(index);
+  if (std::cmp_less(index, 0)) throw RangeError("an index of " + std::to_string(index));
+  return {};
 }
-
-#define ZELUTILS_SLOT(method, procedureType) procedureType method = nullptr;
-#define ZELUTILS_FIND(method, procedureType)      \
-  found.method = reinterpret_cast<procedureType>( \
-      FindProcedure(lookup, interfaceName, #method, #procedureType));
-// A table has a slot for each procedure of its interface, under the method's name.
-#define ZELUTILS_TABLE(Table, INTERFACE, METHODS)                   \
-  struct Table {                                                    \
-    METHODS(ZELUTILS_SLOT)                                          \
-    std::uint32_t generation = 0; /* the unregister counter then */ \
-    void Import(ZELLookupProc lookup, std::uint32_t now) {          \
-      const char* const interfaceName = INTERFACE;                  \
-      Table found;                                                  \
-      METHODS(ZELUTILS_FIND)                                        \
-      found.generation = now;                                       \
-      *this = found;                                                \
-    }                                                               \
-  };
-
-ZELUTILS_TABLE(ContainerProcedures, ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS)
-ZELUTILS_TABLE(AtomProcedures, ZEL_STRING_INTERFACE, ZEL_STRING_METHODS)
-ZELUTILS_TABLE(ErrorProcedures, ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS)
-ZELUTILS_TABLE(StreamFactoryProcedures, ZEL_STREAM_FACTORY_INTERFACE, ZEL_STREAM_FACTORY_METHODS)
-ZELUTILS_TABLE(ObjectProcedures, POS_OBJECT_INTERFACE, POS_OBJECT_METHODS)
-ZELUTILS_TABLE(StaticsProcedures, POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS)
-ZELUTILS_TABLE(NumberProcedures, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS)
-ZELUTILS_TABLE(StringProcedures, POS_STRING_INTERFACE, POS_STRING_METHODS)
-ZELUTILS_TABLE(UnicodeStringProcedures, POS_UNICODE_STRING_INTERFACE, POS_UNICODE_STRING_METHODS)
-ZELUTILS_TABLE(BinDataProcedures, POS_BIN_DATA_INTERFACE, POS_BIN_DATA_METHODS)
-ZELUTILS_TABLE(RawPointerProcedures, POS_RAW_POINTER_INTERFACE, POS_RAW_POINTER_METHODS)
-ZELUTILS_TABLE(ArrayProcedures, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS)
-ZELUTILS_TABLE(DictProcedures, POS_DICT_INTERFACE, POS_DICT_METHODS)
-ZELUTILS_TABLE(DictIteratorProcedures, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS)
-ZELUTILS_TABLE(StreamerProcedures, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS)
-ZELUTILS_TABLE(StructValidatorProcedures, POS_STRUCT_VALIDATOR_INTERFACE,
-               POS_STRUCT_VALIDATOR_METHODS)
-ZELUTILS_TABLE(ValidatorProcedures, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS)
-ZELUTILS_TABLE(DirProcedures, ZEL_UTILS_DIR_INTERFACE, ZEL_UTILS_DIR_METHODS)
-ZELUTILS_TABLE(TempFileProcedures, ZEL_UTILS_TEMP_FILE_STREAM_FACTORY,
-               ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)
-
-struct StreamMethods {
-  ZEL_SIMPLE_STREAM_METHODS(ZELUTILS_SLOT)
-  ZEL_REWINDABLE_STREAM_METHODS(ZELUTILS_SLOT)
-  ZEL_POSITIONABLE_STREAM_METHODS(ZELUTILS_SLOT)
-};
+// The same for a place that is to be filled.
+template <IndexType T>
+std::uint32_t StorableIndex(T index) {
+  const std::optional<std::uint32_t> found = FindableIndex(index);
+  if (!found) throw RangeError("the index " + std::to_string(index) + " has more than 32 bits");
+  return *found;
+}
 
 // ---- The client -----------------------------------------------------------------------------
 
+class Value;
 class Number;
 class String;
 class UnicodeString;
@@ -176,69 +131,114 @@ class RawPointer;
 class Array;
 class Dict;
 class Stream;
+class Input;
+struct Member;
+
+// A host that lets its reports be seen and taken, such as zelhost::Host.
+template <typename T>
+concept ReportingHost = requires(T& host) {
+  { host.LookupProc() } -> std::convertible_to<ZELLookupProc>;
+  { host.TakeReports() } -> std::convertible_to<std::vector<std::string>>;
+  { host.Reports() } -> std::same_as<const std::vector<std::string>&>;
+};
 
 class Client {
  public:
   // Gives the texts that were reported since it was last asked, oldest first.
   using ReportSource = std::function<std::vector<std::string>()>;
 
-  explicit Client(ZELLookupProc lookup, ReportSource reports = {})
-      : lookup_(lookup), reports_(std::move(reports)) {
-    const ZELProc counter = FindProcedure(lookup, ZEL_BINDER_INTERFACE, "ZELGetUnregisterCountAddr",
-                                          "ZELGetUnregisterCountAddr");
-    unregisterCount_ = reinterpret_cast<ZELGetUnregisterCountAddr>(counter)();
-    // What gives something back must be there, whatever fails later.
-    Procedures<ContainerProcedures>();
-    Procedures<AtomProcedures>();
-    Procedures<ErrorProcedures>();
+  // A client cannot tell failures without the reports. `waiting` is where they wait to be taken, if
+  // there is such a place: then the client need not ask the source only to hear that there is
+  // nothing, and can tell what is reported while something is given back.
+  Client(ZELLookupProc lookup, ReportSource reports,
+         const std::vector<std::string>* waiting = nullptr)
+      : lookup_(lookup), source_(std::move(reports)), waiting_(waiting) {
+    if (!source_) throw Error("a client needs a source of reports");
+    const char* const counter = "ZELGetUnregisterCountAddr";
+    unregisterCount_ = reinterpret_cast<ZELGetUnregisterCountAddr>(
+        Found(lookup(ZEL_BINDER_INTERFACE, counter, counter), ZEL_BINDER_INTERFACE, counter))();
+    // Procedures that give something back must be there, whatever fails later.
+    Procedures<ContainerInterface>();
+    Procedures<AtomInterface>();
+    Procedures<ErrorInterface>();
+  }
+  template <ReportingHost Host>
+  explicit Client(Host& host)
+      : Client(
+            host.LookupProc(), [&host] { return host.TakeReports(); }, &host.Reports()) {}
+  template <std::convertible_to<ZELLookupProc> T>
+  explicit Client(T /*lookup*/) {
+    static_assert(detail::never<T>,
+                  "a client needs a source of reports: without it, failures go unnoticed");
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  // New values. Bytes and texts are copied; NewRawPointer takes what its procedure takes.
-  Value New(const Input& input) const;
+  // New values. New takes everything that client_input.hpp lists; bytes and texts are copied.
+  template <typename T>
+  Value New(const T& object) const;
+  Value New(std::initializer_list<Input> list) const;
   Number NewNumber(double value) const;
   String NewString(const Text& text) const;
-  UnicodeString NewUnicodeString(std::u16string_view units) const;
+  UnicodeString NewUnicodeString(const Units& units) const;
+  // From UTF-8; throws RangeError where it is not.
+  UnicodeString NewUnicodeString(const Text& utf8) const;
   BinData NewBinData(const Text& typeName, std::span<const std::byte> bytes) const;
   RawPointer NewRawPointer(void* pointer, POSRawPointerReleaseProc release) const;
-  Array NewArray(std::initializer_list<Input> elements = {}) const;
-  Dict NewDict(std::initializer_list<std::pair<Text, Input>> members = {}) const;
-  // Makes the value that a text describes. Throws ParseError.
-  Value Parse(const Text& text) const;
+  Array NewArray() const;
+  Array NewArray(std::initializer_list<Input> elements) const;
+  Dict NewDict() const;
+  Dict NewDict(std::initializer_list<Member> members) const;
+  // Makes the value that a text describes. Throws ParseError; `name` is then that of the text.
+  Value Parse(const Text& text, const std::string& name = {}) const;
+
+  // Files. Each Error names the file. ParseFile reads the text syntax, LoadFile the stream format;
+  // StoreFile writes the latter, to a neighbour of the file that takes its place when complete.
+  Value ParseFile(const std::filesystem::path& file) const;
+  Value LoadFile(const std::filesystem::path& file) const;
+  void StoreFile(const std::filesystem::path& file, const Value& value) const;
 
   // New positionable streams.
   Stream NewMemoryStream() const;
   Stream OpenFile(const Text& path, const Text& mode) const;
   Stream NewTempFileStream(const Text& prefix, const Text& extension, const Text& mode) const;
 
-  // The rest serves the classes below and calls that they do not have.
+  // Reports that came while something was given back, such as a temporary file that cannot be
+  // deleted: failures of no operation, and blamed on none. Only with a place of waiting reports.
+  std::vector<std::string> TakeLateReports() const noexcept { return std::exchange(late_, {}); }
 
-  // The table of an interface, imported when first asked for and whenever an interface has been
-  // withdrawn since. Throws when a procedure is missing.
-  template <typename Table>
-  const Table& Procedures() const {
-    Table& table = std::get<Table>(tables_);
-    if (table.generation != *unregisterCount_) [[unlikely]] {
-      table.Import(lookup_, *unregisterCount_);
+  // The rest serves the classes of the client and calls that they do not have.
+
+  // The procedures of an interface, looked up when first asked for and whenever an interface has
+  // been withdrawn since. Throws when one is missing.
+  template <typename Interface>
+  const Table<Interface>& Procedures() const {
+    auto& table = std::get<Table<Interface>>(tables_);
+    if (!table.IsOf(*unregisterCount_)) [[unlikely]] {
+      const Method* const missing = table.Refresh(*unregisterCount_, lookup_);
+      if (missing != nullptr) Found(nullptr, Interface::kName, missing->name);
     }
     return table;
   }
-  // The same, but never throws and takes what was imported last; for giving back.
-  template <typename Table>
-  const Table& KeptProcedures() const noexcept {
-    return std::get<Table>(tables_);
+  // The same, but never throws and takes what was looked up last; for giving back.
+  template <typename Interface>
+  const Table<Interface>& KeptProcedures() const noexcept {
+    return std::get<Table<Interface>>(tables_);
   }
+  ZELLookupProc Lookup() const noexcept { return lookup_; }
+  // Changes when addresses of procedures have to be looked up again.
+  std::uint32_t Generation() const noexcept { return *unregisterCount_; }
 
   // Throws what an error object says, and releases it; null is success.
   void Check(ZELErrorObject error) const {
     if (error != nullptr) Throw(error);
   }
+  // Whether it shows at a glance that nothing is waiting to be taken.
+  bool NothingReported() const noexcept { return waiting_ != nullptr && waiting_->empty(); }
   // Throws what was reported; for procedures whose result does not tell.
   void Check() const {
-    if (!reports_) return;
-    std::vector<std::string> reports = reports_();
-    if (!reports.empty()) Throw(std::move(reports));
+    if (NothingReported()) return;
+    if (std::vector<std::string> reports = source_(); !reports.empty()) Throw(std::move(reports));
   }
   // Passes a result on; a neutral one is looked into.
   template <typename Result>
@@ -251,36 +251,55 @@ class Client {
     Check();
     throw Error(message);
   }
+  std::vector<std::string> TakeReports() const { return source_(); }
+
+  // Gives back by `giveBack` and keeps what is reported meanwhile apart.
+  template <typename GiveBack>
+  void Release(GiveBack giveBack) const noexcept {
+    const bool silent = NothingReported();
+    giveBack();
+    if (silent && !waiting_->empty()) [[unlikely]] {
+      try {
+        for (std::string& report : source_()) late_.push_back(std::move(report));
+      } catch (...) {
+        return;  // there is no memory to tell it with
+      }
+    }
+  }
 
  private:
+  static ZELProc Found(ZELProc procedure, const char* interfaceName, const char* method) {
+    if (procedure != nullptr) return procedure;
+    throw Error(std::string("missing procedure \"") + method + "\" of \"" + interfaceName + '"');
+  }
   [[noreturn]] static void Throw(std::vector<std::string> reports) {
-    std::string message = reports.front();
-    for (std::size_t i = 1; i < reports.size(); ++i) message += "; " + reports[i];
+    const std::string message = JoinReports(reports);
     throw Error(message, std::move(reports));
   }
   [[noreturn]] void Throw(ZELErrorObject error) const {
     const auto release = [this](ZELErrorObject held) {
-      KeptProcedures<ErrorProcedures>().Release(held);
+      KeptProcedures<ErrorInterface>().Release(held);
     };
     const std::unique_ptr<ZELErrorRecord, decltype(release)> held(error, release);
-    const auto& errors = Procedures<ErrorProcedures>();
+    const auto& errors = Procedures<ErrorInterface>();
     const auto text = [this](ZELStringAtom atom) -> std::string {
-      return atom == 0 ? "" : Procedures<AtomProcedures>().GetCString(atom);
+      return atom == 0 ? "" : Procedures<AtomInterface>().GetCString(atom);
     };
     throw Error(text(errors.GetErrorMessage(error)), {}, text(errors.GetComponent(error)),
                 errors.GetID(error));
   }
 
   ZELLookupProc lookup_;
-  ReportSource reports_;
+  ReportSource source_;
+  const std::vector<std::string>* waiting_;
   const std::uint32_t* unregisterCount_ = nullptr;
-  mutable std::tuple<ContainerProcedures, AtomProcedures, ErrorProcedures, StreamFactoryProcedures,
-                     ObjectProcedures, StaticsProcedures, NumberProcedures, StringProcedures,
-                     UnicodeStringProcedures, BinDataProcedures, RawPointerProcedures,
-                     ArrayProcedures, DictProcedures, DictIteratorProcedures, StreamerProcedures,
-                     StructValidatorProcedures, ValidatorProcedures, DirProcedures,
-                     TempFileProcedures>
+  mutable std::vector<std::string> late_;
+#define ZELUTILS_CLIENT_TABLE(Name, interfaceName, METHODS) Table<Name##Interface>,
+  mutable std::tuple<ZEL_LIBRARY_INTERFACES(ZELUTILS_CLIENT_TABLE) Table<ContainerInterface>,
+                     Table<AtomInterface>, Table<ErrorInterface>, Table<SharedBuffInterface>,
+                     Table<StreamFactoryInterface>>
       tables_;
+#undef ZELUTILS_CLIENT_TABLE
 };
 
 // ---- Holders --------------------------------------------------------------------------------
@@ -289,11 +308,18 @@ class Client {
 class Atom {
  public:
   Atom(const Client& client, const Text& text)
-      : Atom(client, client.Procedures<AtomProcedures>().NewStringAtom(text.CString())) {
+      : Atom(client, client.Procedures<AtomInterface>().NewStringAtom(text.CString())) {
     if (atom_ == 0) client.Fail("bad allocation");
   }
+  // None.
+  explicit Atom(const Client& client) noexcept : client_(&client), atom_(0) {}
   // Takes over the reference that came with an atom.
   Atom(const Client& client, ZELStringAtom atom) noexcept : client_(&client), atom_(atom) {}
+  Atom(const Atom& other) : client_(other.client_), atom_(0) {
+    if (other.atom_ == 0) return;
+    client_->Procedures<AtomInterface>().AddRef(other.atom_);
+    atom_ = other.atom_;
+  }
   Atom(Atom&& other) noexcept : client_(other.client_), atom_(std::exchange(other.atom_, 0)) {}
   Atom& operator=(Atom other) noexcept {
     std::swap(client_, other.client_);
@@ -301,38 +327,45 @@ class Atom {
     return *this;
   }
   ~Atom() {
-    if (atom_ != 0) client_->KeptProcedures<AtomProcedures>().DeleteStringAtom(atom_);
+    if (atom_ != 0) client_->KeptProcedures<AtomInterface>().DeleteStringAtom(atom_);
   }
 
   ZELStringAtom Handle() const noexcept { return atom_; }
-  const char* CString() const { return client_->Procedures<AtomProcedures>().GetCString(atom_); }
+  // Valid while the atom is held; a temporary gives a text of its own.
+  const char* CString() const& { return client_->Procedures<AtomInterface>().GetCString(atom_); }
+  std::string CString() const&& { return client_->Procedures<AtomInterface>().GetCString(atom_); }
 
  private:
   const Client* client_;
   ZELStringAtom atom_;
 };
 
-// How a handle comes: others hold the instance as well, or it was just made and nobody does.
-enum class Handed { kHeld, kNew };
+// How a handle comes: others hold the instance as well (null is none), it was just made and nobody
+// holds it, or one was asked for and may or may not be new.
+enum class Handed { kHeld, kNew, kAsked };
 
 // One reference to an instance, or empty.
 class Instance {
  public:
   Instance() noexcept = default;
-  // Takes a reference. Null makes an empty holder when handed as held; when handed as new, it is
-  // the failure of whoever should have made it.
+  // Takes a reference. Null makes an empty holder when handed as held; else it is the failure of
+  // whoever should have given one. Only what was just made is ended when its reference is refused.
   Instance(const Client& client, ZELInstance handle, Handed handed = Handed::kHeld)
       : client_(&client) {
     if (handle == nullptr) {
-      if (handed == Handed::kNew) client.Fail("no instance was made");
+      if (handed != Handed::kHeld) client.Fail("no instance was made");
       return;
     }
     const auto giveUp = [&] {
-      if (handed == Handed::kHeld) return;
-      client.KeptProcedures<ContainerProcedures>().DeleteUnownedContainer(handle);
+      const auto& containers = client.KeptProcedures<ContainerInterface>();
+      if (handed == Handed::kNew) {
+        containers.DeleteUnownedContainer(handle);
+      } else if (handed == Handed::kAsked && containers.AddRef(handle) != 0) {
+        containers.Release(handle);  // ends it if it is new, and changes nothing if it is not
+      }
     };
     try {
-      if (client.Procedures<ContainerProcedures>().AddRef(handle) != 0) {
+      if (client.Procedures<ContainerInterface>().AddRef(handle) != 0) {
         handle_ = handle;
         return;
       }
@@ -355,29 +388,27 @@ class Instance {
     return *this;
   }
   ~Instance() {
-    if (handle_ != nullptr) client_->KeptProcedures<ContainerProcedures>().Release(handle_);
+    if (handle_ == nullptr) return;
+    client_->Release([this] { client_->KeptProcedures<ContainerInterface>().Release(handle_); });
   }
 
   explicit operator bool() const noexcept { return handle_ != nullptr; }
   ZELInstance Handle() const noexcept { return handle_; }
-
- protected:
+  // The client that the instance came from. Throws when there is none.
   const Client& Owner() const {
     if (client_ == nullptr) throw Error("an empty value was used");
     return *client_;
   }
-  template <typename Table>
-  const Table& Procedures() const {
-    return Owner().template Procedures<Table>();
+
+ protected:
+  template <typename Interface>
+  const Table<Interface>& Procedures() const {
+    return Owner().template Procedures<Interface>();
   }
 
  private:
   const Client* client_ = nullptr;
   ZELInstance handle_ = nullptr;
 };
-
-#undef ZELUTILS_TABLE
-#undef ZELUTILS_FIND
-#undef ZELUTILS_SLOT
 
 }  // namespace zelutils

@@ -1,20 +1,68 @@
-// POS objects as typed values. Programs include zelutils/client.hpp, which says how they are used.
+// POS objects as typed values: any value, and the five kinds that hold no others. Programs include
+// zelutils/client.hpp, which says how they are used.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iterator>
+#include <iosfwd>
 #include <span>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "zelutils/client_base.hpp"
+#include "zelutils/client_utf.hpp"
 
 namespace zelutils {
+
+class Element;
+
+namespace detail {
+
+// An object as a C++ type; `handle` is borrowed, null for nothing. In client_convert.hpp.
+template <typename T>
+T Read(const Client& client, ZELInstance handle);
+template <typename T>
+inline constexpr bool isView = std::is_same_v<T, std::string_view> || std::is_pointer_v<T>;
+template <typename T>
+inline constexpr bool isOptional = false;
+template <typename T>
+inline constexpr bool isOptional<std::optional<T>> = true;
+
+// Throws when something has been reported about an object that was used as of the wanted type.
+inline void CheckType(const Client& client, ZELInstance handle, POSObjectType wanted) {
+  if (client.NothingReported()) return;
+  std::vector<std::string> reports = client.TakeReports();
+  if (reports.empty()) return;
+  if (handle == nullptr) throw NotFoundError("nothing there", std::move(reports));
+  const auto found =
+      static_cast<POSObjectType>(client.Procedures<ObjectInterface>().GetType(handle));
+  if (found == 0) client.TakeReports();
+  if (found != wanted) throw TypeError(KindName(wanted), KindName(found), std::move(reports));
+  const std::string message = JoinReports(reports);
+  throw Error(message, std::move(reports));
+}
+
+// Passes a result on; a neutral one is looked into.
+template <typename Result>
+Result OfType(const Client& client, ZELInstance handle, POSObjectType wanted, Result result) {
+  if (result == Result()) CheckType(client, handle, wanted);
+  return result;
+}
+
+// The same for a result that must be there.
+template <typename Result>
+Result* NotNull(const Client& client, ZELInstance handle, POSObjectType wanted, Result* result) {
+  if (result == nullptr) {
+    CheckType(client, handle, wanted);
+    throw Error("a procedure gave nothing");
+  }
+  return result;
+}
+
+}  // namespace detail
 
 // Any POS object, or empty: what is found under an absent key, or in an empty array slot.
 class Value : public Instance {
@@ -23,340 +71,202 @@ class Value : public Instance {
 
   POSObjectType Type() const {
     return static_cast<POSObjectType>(
-        Owner().Checked(Procedures<ObjectProcedures>().GetType(Handle())));
+        Owner().Checked(Procedures<ObjectInterface>().GetType(Handle())));
   }
-  // Whether it is of a class below; false when empty.
+  // Whether it is of a class below (Number, Array, ...); false when empty.
   template <typename T>
   bool Is() const {
+    static_assert(std::is_base_of_v<Value, T> && !std::is_same_v<T, Value>,
+                  "Is<T> asks for a class of values: Number, String, UnicodeString, BinData, "
+                  "RawPointer, Array or Dict");
     return *this && Owner().Checked(T::IsType(Owner(), Handle()));
   }
-  // The value as one of the classes below, or as double, std::string or std::u16string. Throws when
-  // it is of another type or empty.
+
+  // The value as a C++ type; client_convert.hpp lists them. Throws TypeError when it is of another
+  // type, RangeError when it does not fit, NotFoundError when it is empty.
   template <typename T>
-  T As() const;
+  T As() const& {
+    return detail::Read<T>(Owner(), Handle());
+  }
+  template <typename T>
+  T As() const&& {
+    static_assert(!detail::isView<T>,
+                  "a view of a temporary value would outlive it: keep the value in a variable, or "
+                  "ask for std::string");
+    return detail::Read<T>(Owner(), Handle());
+  }
+  // The same, or `fallback` when empty; a text as std::string. A value of another type is an error.
+  template <typename T>
+  auto ValueOr(const T& fallback) const;
+
+  // Members. The result can be read, looked into further, and assigned to; what is not there is an
+  // error when it is read. A path is one such as "pages[2].size.width", or "[2].size" for an array.
+  Element operator[](const Text& key) const;
+  template <IndexType T>
+  Element operator[](T index) const;
+  Element DeepGet(const Text& path) const;
+  // Makes the dictionaries and arrays that are missing on the way. An index may be the next one.
+  template <typename T>
+  void DeepPut(const Text& path, const T& value);
+  void DeepPut(const Text& path, std::initializer_list<Input> list);
+  // Closes the gap in an array; a path that leads nowhere is no error.
+  void DeepRemove(const Text& path);
+
   // A deep copy; what cannot change is shared with the original.
   Value Clone() const {
-    const ZELInstance clone = Procedures<ObjectProcedures>().Clone(Handle());
-    return Value(Owner(), clone, clone == Handle() && *this ? Handed::kHeld : Handed::kNew);
+    return Value(Owner(), Procedures<ObjectInterface>().Clone(Handle()), Handed::kAsked);
   }
   // Deep equality; an empty value equals an empty one only.
   friend bool operator==(const Value& left, const Value& right) {
     if (!left || !right) return !left && !right;
     return left.Owner().Checked(
-        left.Procedures<ObjectProcedures>().IsEqual(left.Handle(), right.Handle()));
+        left.Procedures<ObjectInterface>().IsEqual(left.Handle(), right.Handle()));
   }
+
+  // As a text that Parse reads back: on one line, or each member that is too long for one on lines
+  // of its own, indented by so many blanks. Throws for what the text syntax cannot say.
+  std::string ToText(std::size_t indentation = 0) const;
+  // As JSON, in the same layouts. An empty slot is null; strings must be UTF-8. Throws for what
+  // JSON cannot say.
+  std::string ToJson(std::size_t indentation = 0) const;
+  // The text on one line, with words in braces for what the text syntax cannot say.
+  friend std::ostream& operator<<(std::ostream& stream, const Value& value);
+
+ private:
+  friend class Element;
+  void PutAt(const std::string& path, Value value);
 };
 
 class Number : public Value {
  public:
   using Value::Value;
+  static constexpr POSObjectType kType = POSTypeNumber;
   static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<NumberProcedures>().IsPOSNumber(handle);
+    return client.Procedures<NumberInterface>().IsPOSNumber(handle);
   }
-  double Get() const { return As<double>(); }
+  static double Get(const Client& client, ZELInstance handle) {
+    return detail::OfType(client, handle, kType, client.Procedures<NumberInterface>().Get(handle));
+  }
+  double Get() const { return Get(Owner(), Handle()); }
 };
+
+// What Get and its like give is borrowed from a value that has a name, and a copy from a temporary.
 
 class String : public Value {
  public:
   using Value::Value;
+  static constexpr POSObjectType kType = POSTypeString;
   static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<StringProcedures>().IsPOSString(handle);
+    return client.Procedures<StringInterface>().IsPOSString(handle);
   }
-  std::string_view Get() const { return Get(Owner(), Handle()); }
-
- private:
-  friend class Value;
-  static std::string_view Get(const Client& client, ZELInstance handle) {
-    const char* text = client.Procedures<StringProcedures>().Get(handle);
-    if (text == nullptr) client.Fail("no text");
-    return text;
+  static const char* Get(const Client& client, ZELInstance handle) {
+    return detail::NotNull(client, handle, kType, client.Procedures<StringInterface>().Get(handle));
   }
+  std::string_view Get() const& { return Get(Owner(), Handle()); }
+  std::string Get() const&& { return Get(Owner(), Handle()); }
 };
 
 class UnicodeString : public Value {
  public:
   using Value::Value;
+  static constexpr POSObjectType kType = POSTypeUnicodeString;
   static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<UnicodeStringProcedures>().IsPOSUnicodeString(handle);
+    return client.Procedures<UnicodeStringInterface>().IsPOSUnicodeString(handle);
   }
-  // The 16-bit code units, without the 0 that ends them.
-  std::span<const std::uint16_t> Get() const { return Get(Owner(), Handle()); }
-  // Half of a surrogate pair alone becomes the replacement character, U+FFFD.
-  std::string ToUtf8() const;
-
- private:
-  friend class Value;
   static std::span<const std::uint16_t> Get(const Client& client, ZELInstance handle) {
-    const std::uint16_t* units = client.Procedures<UnicodeStringProcedures>().Get(handle);
-    if (units == nullptr) client.Fail("no units");
+    const std::uint16_t* units = detail::NotNull(
+        client, handle, kType, client.Procedures<UnicodeStringInterface>().Get(handle));
     std::size_t count = 0;
     while (units[count] != 0) ++count;
     return {units, count};
   }
+  // The 16-bit code units, without the 0 that ends them.
+  std::span<const std::uint16_t> Get() const& { return Get(Owner(), Handle()); }
+  std::vector<std::uint16_t> Get() const&& {
+    const auto units = Get(Owner(), Handle());
+    return {units.begin(), units.end()};
+  }
+  static std::u16string Units(const Client& client, ZELInstance handle) {
+    const auto units = Get(client, handle);
+    return {units.begin(), units.end()};
+  }
+  // Half of a surrogate pair alone becomes the replacement character, U+FFFD.
+  std::string ToUtf8() const { return Utf8Of(Units(Owner(), Handle())); }
 };
 
 class BinData : public Value {
  public:
   using Value::Value;
+  static constexpr POSObjectType kType = POSTypeBinData;
   static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<BinDataProcedures>().IsPOSBinData(handle);
+    return client.Procedures<BinDataInterface>().IsPOSBinData(handle);
   }
-  std::string_view TypeName() const {
-    const char* name = Procedures<BinDataProcedures>().GetTypeName(Handle());
-    if (name == nullptr) Owner().Fail("no type name");
-    return name;
+  std::string_view TypeName() const& {
+    return detail::NotNull(Owner(), Handle(), kType,
+                           Procedures<BinDataInterface>().GetTypeName(Handle()));
   }
-  std::span<const std::byte> Bytes() const {
-    const auto& procedures = Procedures<BinDataProcedures>();
-    const std::uint32_t size = Owner().Checked(procedures.GetSize(Handle()));
-    const void* bytes = Owner().Checked(procedures.GetBinData(Handle()));
+  std::string TypeName() const&& { return std::string(TypeName()); }
+  std::span<const std::byte> Bytes() const& {
+    const auto& procedures = Procedures<BinDataInterface>();
+    const std::uint32_t size =
+        detail::OfType(Owner(), Handle(), kType, procedures.GetSize(Handle()));
+    const void* bytes = detail::OfType(Owner(), Handle(), kType, procedures.GetBinData(Handle()));
     return {static_cast<const std::byte*>(bytes), bytes == nullptr ? 0 : size};
+  }
+  std::vector<std::byte> Bytes() const&& {
+    const auto bytes = Bytes();
+    return {bytes.begin(), bytes.end()};
   }
 };
 
 class RawPointer : public Value {
  public:
   using Value::Value;
+  static constexpr POSObjectType kType = POSTypeRawPointer;
   static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<RawPointerProcedures>().IsPOSRawPointer(handle);
+    return client.Procedures<RawPointerInterface>().IsPOSRawPointer(handle);
   }
   void* Get() const {
-    return Owner().Checked(Procedures<RawPointerProcedures>().GetRawPointer(Handle()));
+    return detail::OfType(Owner(), Handle(), kType,
+                          Procedures<RawPointerInterface>().GetRawPointer(Handle()));
   }
   POSRawPointerReleaseProc ReleaseProc() const {
-    return Owner().Checked(Procedures<RawPointerProcedures>().GetReleaseProc(Handle()));
+    return detail::OfType(Owner(), Handle(), kType,
+                          Procedures<RawPointerInterface>().GetReleaseProc(Handle()));
   }
 };
 
-class Array : public Value {
- public:
-  using Value::Value;
-  static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<ArrayProcedures>().IsPOSArray(handle);
-  }
-
-  std::uint32_t Count() const {
-    return Owner().Checked(Procedures<ArrayProcedures>().Count(Handle()));
-  }
-  // Empty beyond the end and for an empty slot.
-  Value GetAt(std::uint32_t index) const {
-    return {Owner(), Owner().Checked(Procedures<ArrayProcedures>().GetAt(Handle(), index))};
-  }
-  // Throws for those.
-  Value operator[](std::uint32_t index) const {
-    Value found = GetAt(index);
-    if (!found) throw Error("nothing at index " + std::to_string(index));
-    return found;
-  }
-  void SetAt(std::uint32_t index, const Value& value) {
-    Procedures<ArrayProcedures>().SetAt(Handle(), index, value.Handle());
-    Owner().Check();
-  }
-  void SetAt(std::uint32_t index, const Input& input) { SetAt(index, Owner().New(input)); }
-  void Append(const Value& value) {
-    Procedures<ArrayProcedures>().Append(Handle(), value.Handle());
-    Owner().Check();
-  }
-  void Append(const Input& input) { Append(Owner().New(input)); }
-  // Closes the gap; does nothing beyond the end.
-  void Remove(std::uint32_t index) {
-    Procedures<ArrayProcedures>().Remove(Handle(), index);
-    Owner().Check();
-  }
-
-  // Range-for over the elements by index; those appended meanwhile are visited too.
-  class Iterator {
-   public:
-    explicit Iterator(const Array& array) : array_(&array) {}
-    Value operator*() const { return array_->GetAt(index_); }
-    Iterator& operator++() {
-      ++index_;
-      return *this;
-    }
-    bool operator==(std::default_sentinel_t) const { return index_ >= array_->Count(); }
-
-   private:
-    const Array* array_;
-    std::uint32_t index_ = 0;
-  };
-  Iterator begin() const { return Iterator(*this); }
-  std::default_sentinel_t end() const { return {}; }
-};
-
-class Dict : public Value {
- public:
-  using Value::Value;
-  static bool IsType(const Client& client, ZELInstance handle) {
-    return client.Procedures<DictProcedures>().IsPOSDict(handle);
-  }
-
-  // Empty when the key is absent.
-  Value Get(const Atom& key) const {
-    return {Owner(), Owner().Checked(Procedures<DictProcedures>().Get(Handle(), key.Handle()))};
-  }
-  Value Get(const Text& key) const { return Get(Atom(Owner(), key)); }
-  // Throws when the key is absent.
-  Value operator[](const Text& key) const {
-    Value found = Get(key);
-    if (!found) throw Error(std::string("no key \"") + key.CString() + '"');
-    return found;
-  }
-  bool Contains(const Text& key) const { return static_cast<bool>(Get(key)); }
-  // What a path such as "pages[2].size.width" leads to; empty when it leads nowhere.
-  Value DeepGet(const Text& path) const {
-    const Atom atom(Owner(), path);
-    return {Owner(),
-            Owner().Checked(Procedures<DictProcedures>().DeepGet(Handle(), atom.Handle()))};
-  }
-  void Put(const Atom& key, const Value& value) {
-    Procedures<DictProcedures>().Put(Handle(), key.Handle(), value.Handle());
-    Owner().Check();
-  }
-  void Put(const Atom& key, const Input& input) { Put(key, Owner().New(input)); }
-  void Put(const Text& key, const Value& value) { Put(Atom(Owner(), key), value); }
-  void Put(const Text& key, const Input& input) { Put(key, Owner().New(input)); }
-  // An absent key is no error.
-  void Remove(const Text& key) {
-    Procedures<DictProcedures>().Remove(Handle(), Atom(Owner(), key).Handle());
-    Owner().Check();
-  }
-
-  struct Entry {
-    std::string_view key;  // valid until the iterator moves
-    Value value;
-  };
-  // Range-for over the entries, keys in ascending order of their bytes.
-  class Iterator {
-   public:
-    explicit Iterator(const Dict& dict)
-        : dict_(&dict),
-          iterator_(dict.Owner(),
-                    dict.Procedures<DictIteratorProcedures>().NewPOSDictIterator(dict.Handle()),
-                    Handed::kNew) {}
-    Entry operator*() const {
-      const char* key = Procedures().CurKey(iterator_.Handle());
-      if (key == nullptr) dict_->Owner().Fail("no current key");
-      return {key, dict_->Get(key)};
-    }
-    Iterator& operator++() {
-      Procedures().Next(iterator_.Handle());
-      dict_->Owner().Check();
-      return *this;
-    }
-    bool operator==(std::default_sentinel_t) const {
-      return dict_->Owner().Checked(Procedures().IsDone(iterator_.Handle()), true);
-    }
-
-   private:
-    const DictIteratorProcedures& Procedures() const {
-      return dict_->Procedures<DictIteratorProcedures>();
-    }
-    const Dict* dict_;
-    Instance iterator_;
-  };
-  Iterator begin() const { return Iterator(*this); }
-  std::default_sentinel_t end() const { return {}; }
-};
-
-template <typename T>
-T Value::As() const {
-  if constexpr (std::is_same_v<T, double>) {
-    return Owner().Checked(Procedures<NumberProcedures>().Get(Handle()));
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return std::string(String::Get(Owner(), Handle()));
-  } else if constexpr (std::is_same_v<T, std::u16string>) {
-    const auto units = UnicodeString::Get(Owner(), Handle());
-    return std::u16string(units.begin(), units.end());
-  } else {
-    if (!Is<T>()) throw Error("the value is of another type");
-    return T(Owner(), Handle());
-  }
-}
-
-inline std::string UnicodeString::ToUtf8() const {
-  const auto units = Get();
-  std::string text;
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    char32_t codePoint = units[i];
-    if (codePoint >= 0xD800 && codePoint < 0xE000) {
-      const char32_t next = i + 1 < units.size() ? units[i + 1] : 0;
-      const bool isPair = codePoint < 0xDC00 && next >= 0xDC00 && next < 0xE000;
-      codePoint = isPair ? 0x10000 + ((codePoint - 0xD800) << 10) + (next - 0xDC00) : 0xFFFD;
-      if (isPair) ++i;
-    }
-    if (codePoint < 0x80) {
-      text += static_cast<char>(codePoint);
-      continue;
-    }
-    const unsigned trailing = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
-    text += static_cast<char>((0xFF00U >> (trailing + 1) & 0xFF) | codePoint >> (6 * trailing));
-    for (unsigned left = trailing; left-- > 0;) {
-      text += static_cast<char>(0x80 | (codePoint >> (6 * left) & 0x3F));
-    }
-  }
-  return text;
-}
-
-// ---- What the client makes of them ------------------------------------------------------------
+// ---- Made by the client -----------------------------------------------------------------------
 
 inline Number Client::NewNumber(double value) const {
-  return {*this, Procedures<NumberProcedures>().NewPOSNumber(value), Handed::kNew};
+  return {*this, Procedures<NumberInterface>().NewPOSNumber(value), Handed::kNew};
 }
 
 inline String Client::NewString(const Text& text) const {
-  return {*this, Procedures<StringProcedures>().NewPOSString(text.CString()), Handed::kNew};
+  return {*this, Procedures<StringInterface>().NewPOSString(text.CString()), Handed::kNew};
 }
 
-inline UnicodeString Client::NewUnicodeString(std::u16string_view units) const {
-  if (units.find(u'\0') != units.npos) throw Error("a text must not hold a NUL");
-  std::vector<std::uint16_t> ended(units.begin(), units.end());
+inline UnicodeString Client::NewUnicodeString(const Units& units) const {
+  std::vector<std::uint16_t> ended(units.View().begin(), units.View().end());
   ended.push_back(0);
-  return {*this, Procedures<UnicodeStringProcedures>().NewPOSUnicodeString(ended.data()),
+  return {*this, Procedures<UnicodeStringInterface>().NewPOSUnicodeString(ended.data()),
           Handed::kNew};
+}
+
+inline UnicodeString Client::NewUnicodeString(const Text& utf8) const {
+  return NewUnicodeString(UnitsOf(utf8.CString()));
 }
 
 inline BinData Client::NewBinData(const Text& typeName, std::span<const std::byte> bytes) const {
   return {*this,
-          Procedures<BinDataProcedures>().NewPOSBinData(typeName.CString(), bytes.data(),
-                                                        Size(bytes.size())),
+          Procedures<BinDataInterface>().NewPOSBinData(typeName.CString(), bytes.data(),
+                                                       Size(bytes.size())),
           Handed::kNew};
 }
 
 inline RawPointer Client::NewRawPointer(void* pointer, POSRawPointerReleaseProc release) const {
-  return {*this, Procedures<RawPointerProcedures>().NewPOSRawPointer(pointer, release),
+  return {*this, Procedures<RawPointerInterface>().NewPOSRawPointer(pointer, release),
           Handed::kNew};
-}
-
-inline Array Client::NewArray(std::initializer_list<Input> elements) const {
-  Array array(*this, Procedures<ArrayProcedures>().NewPOSArray(), Handed::kNew);
-  for (const Input& element : elements) array.Append(element);
-  return array;
-}
-
-inline Dict Client::NewDict(std::initializer_list<std::pair<Text, Input>> members) const {
-  Dict dict(*this, Procedures<DictProcedures>().NewPOSDict(), Handed::kNew);
-  for (const auto& [key, value] : members) dict.Put(key, value);
-  return dict;
-}
-
-inline Value Client::New(const Input& input) const {
-  const auto& content = input.content_;
-  if (const auto* number = std::get_if<double>(&content)) return NewNumber(*number);
-  if (const auto* text = std::get_if<Text>(&content)) return NewString(*text);
-  if (const auto* units = std::get_if<std::u16string_view>(&content)) {
-    return NewUnicodeString(*units);
-  }
-  return *std::get<const Value*>(content);
-}
-
-inline Value Client::Parse(const Text& text) const {
-  const char* position = nullptr;
-  const ZELInstance handle =
-      Procedures<StaticsProcedures>().CreateFromText(text.CString(), &position);
-  if (handle == nullptr && position != nullptr) {
-    throw ParseError(static_cast<std::size_t>(position - text.CString()));
-  }
-  return {*this, handle, Handed::kNew};
 }
 
 }  // namespace zelutils
