@@ -24,9 +24,14 @@ void* PretendToRealloc(void* block, std::size_t size) {
 template <typename Unit>
 std::size_t GrowUntilItOverflows() {
   NPOSStreamerImpl::TextBuffer<Unit> buffer;
-  g_sizes = {32 * sizeof(Unit)};
+  std::uint32_t count = 256;
+  g_sizes = {2 * count * sizeof(Unit)};  // of the first block, which is not pretended
   try {
-    while (g_sizes.size() < 100) buffer.Advance(buffer.Room());
+    buffer.Advance(count);
+    for (; g_sizes.size() < 100; count *= 2) {
+      buffer.Reserve(count);
+      buffer.Advance(count);
+    }
     ADD_FAILURE() << "no end";
   } catch (const ZEL_T_NMT::DUXException& overflow) {
     EXPECT_STREQ(overflow.what(), "Math overflow exception");
