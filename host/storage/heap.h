@@ -90,7 +90,7 @@ class Heap {
 
   static std::size_t ClassOf(std::size_t size) noexcept { return (size + kGrain - 1) / kGrain; }
   static Facts FactsFor(std::size_t size, Facts number) noexcept {
-    return number | (static_cast<Facts>(0 - size) & (kGrain - 1)) << 1 | kLive;
+    return static_cast<Facts>(number | (static_cast<Facts>(0 - size) & (kGrain - 1)) << 1 | kLive);
   }
 
   // The chunk that an address lies in, or null. Blocks of one size are often given back in a row.

@@ -20,6 +20,10 @@ class TypeAStreamer;
 // Writes the content of an object of its kind. The marker is written, and the kind's rules are in
 // force. The object is the same afterwards, unless an error is raised.
 using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+struct Writer {
+  WriterProc write;
+  const char* raw;  // the bytes that it puts without asking the record
+};
 // Reads the content of an object of its kind up to and including the closing character. The marker
 // is read, and the kind's rules are in force. An object is given only when it was read whole.
 using ReaderProc = void (*)(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
@@ -27,7 +31,7 @@ using ReaderProc = void (*)(CPOSObject& result, TypeAStreamer& streamer, ICharSt
 struct KindFormat {
   StreamingParams params;
   bool (*is)(ZELInstance object);
-  WriterProc writer;
+  Writer writer;
   ReaderProc reader;
 };
 
@@ -38,6 +42,7 @@ struct Format {
                    const KindFormat (&kindFormats)[Count])
       : name(versionName), outermost(outermostParams), kinds(kindFormats) {
     for (std::size_t index = Count; index-- > 0;) {
+      if (!kinds[index].params.KeepsAll(kinds[index].writer.raw)) throw "escapes raw bytes";
       kindOfMarker[static_cast<unsigned char>(kinds[index].params.open)] =
           static_cast<std::uint8_t>(index + 1);
     }

@@ -21,7 +21,7 @@ void TypeAStreamer::WriteObject(OCharStream& output, CPOSObject object) {
   if (kind == nullptr) RaisePOSException("Cannot determine writing params");
   output.PutChar(kind->params.open);
   const CharStream::ParamsInForce inForce(output, kind->params);
-  kind->writer(*this, output, object);
+  kind->writer.write(*this, output, object);
   output.PutRaw(kind->params.close);
 }
 

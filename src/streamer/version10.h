@@ -25,22 +25,20 @@ inline constexpr EscapePair kDictEscapes[] = {{'\\', '\\'}, {'>', '>'}, {0, 0}};
 inline constexpr StreamingParams kOutermost{0, 0, kNoEscapes, true};
 
 inline constexpr KindFormat kKinds[] = {
-    {{'#', ' ', kSpaceEscapes, true}, &ZEL_T_NMT::CPOSNumber::Is, &WriteNumber, &ReadNumber},
-    {{'"', '"', kStringEscapes, true}, &ZEL_T_NMT::CPOSString::Is, &WriteString, &ReadString},
+    {{'#', ' ', kSpaceEscapes, true}, &ZEL_T_NMT::CPOSNumber::Is, kNumberWriter, &ReadNumber},
+    {{'"', '"', kStringEscapes, true}, &ZEL_T_NMT::CPOSString::Is, kStringWriter, &ReadString},
     {{'`', '`', kUnicodeStringEscapes, true},
      &ZEL_T_NMT::CPOSUnicodeString::Is,
-     &WriteUnicodeString,
+     kUnicodeStringWriter,
      &ReadUnicodeString},
-    {{'{', '}', kBinDataEscapes, true}, &ZEL_T_NMT::CPOSBinData::Is, &WriteBinData, &ReadBinData},
+    {{'{', '}', kBinDataEscapes, true}, &ZEL_T_NMT::CPOSBinData::Is, kBinDataWriter, &ReadBinData},
     {{'$', ' ', kSpaceEscapes, true},
      &ZEL_T_NMT::CPOSRawPointer::Is,
-     &WriteRawPointer,
+     kRawPointerWriter,
      &ReadRawPointer},
-    {{'[', ']', kArrayEscapes, true}, &ZEL_T_NMT::CPOSArray::Is, &WriteArray, &ReadArray},
-    {{'<', '>', kDictEscapes, true}, &ZEL_T_NMT::CPOSDict::Is, &WriteDict, &ReadDict},
+    {{'[', ']', kArrayEscapes, true}, &ZEL_T_NMT::CPOSArray::Is, kArrayWriter, &ReadArray},
+    {{'<', '>', kDictEscapes, true}, &ZEL_T_NMT::CPOSDict::Is, kDictWriter, &ReadDict},
 };
-
-static_assert(std::ranges::all_of(kKinds, KeepsRawBytes));
 
 inline constexpr Format kFormat(POS_STREAMER_TYPE_A_VERSION_1_0, kOutermost, kKinds);
 

@@ -6,22 +6,20 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 void WriteNumber(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kNumberWriter = {&WriteNumber, "+-.0123456789aefin"};
 void WriteString(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kStringWriter = {&WriteString, ""};
 void WriteUnicodeString(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kUnicodeStringWriter = {&WriteUnicodeString, "0123456789ABCDEFabcdef"};
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kBinDataWriter = {&WriteBinData, "0123456789ABCDEF\n\t "};
 // The text shows where the pointer points, for debugging; nothing reads it back.
 void WriteRawPointer(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kRawPointerWriter = {&WriteRawPointer, "0123456789ABCDEF"};
 // Raises "CPOSArray::GetAt subscript failed" at an empty slot.
 void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+inline constexpr Writer kArrayWriter = {&WriteArray, "\n\t"};
 void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
-
-// Whether a kind's record keeps as they are the bytes that its writer puts without asking: those of
-// numbers and digits, and the layout of the kinds that hold others.
-constexpr bool KeepsRawBytes(const KindFormat& kind) {
-  const bool hasLayout =
-      kind.writer == &WriteBinData || kind.writer == &WriteArray || kind.writer == &WriteDict;
-  return kind.params.KeepsAll("+-.0123456789ABCDEFabcdefin") &&
-         (!hasLayout || kind.params.KeepsAll("\n\t "));
-}
+inline constexpr Writer kDictWriter = {&WriteDict, "\n\t "};
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl
