@@ -52,7 +52,7 @@ endforeach()
 
 # ---- tools ----
 
-if(ZEL_TOOL)
+if(TARGET zelpos)
   install(TARGETS zelpos COMPONENT tools)
 endif()
 

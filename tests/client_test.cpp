@@ -174,7 +174,8 @@ TEST_F(ClientTest, ParseErrorsTellLineColumnAndCause) {
       {"<a\n  [1 2", "line 2, column 7: unexpected end of text: the \"[\" at 2:3 is not closed", 9},
       {"<1 2>", "line 1, column 2: expected a key, which is a string, found a number", 2},
       {"", "line 1, column 1: unexpected end of text: there is no value", 0},
-      {"\xEF\xBB\xBF[]", "line 1, column 1: unexpected byte order mark", 0},
+      {"\xEF\xBB\xBF[]",
+       "line 1, column 1: unexpected byte order mark; save the text as UTF-8 without one", 0},
   };
   for (const auto& row : rows) {
     try {

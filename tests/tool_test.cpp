@@ -1,62 +1,10 @@
-// zelpos as its callers see it: exit status, standard output, standard error, and files.
-#include <algorithm>
-
-#include "support.h"
-
-#if !defined(_WIN32)
-#include <sys/wait.h>
-#endif
+// The commands of zelpos: what each prints, changes and answers.
+#include "tool_fixture.h"
 
 namespace {
 
+using zeltest::ToolTest;
 namespace fs = std::filesystem;
-
-class ToolTest : public ::testing::Test {
- protected:
-  struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-  };
-
-  std::string Path(const std::string& name) const { return folder_ / name; }
-  static std::string Contents(const std::string& path) { return zeltest::Folder::Contents(path); }
-  std::string File(const std::string& name, const std::string& bytes) const {
-    std::ofstream(Path(name), std::ios::binary) << bytes;
-    return Path(name);
-  }
-
-  // Runs the tool with what is given on standard input and, where there is a POSIX shell, what is
-  // to be done before. Temporary files go to the folder as well.
-  Outcome Run(const std::vector<std::string>& arguments, const std::string& input = "",
-              [[maybe_unused]] const std::string& before = "") const {
-#if defined(_WIN32)
-    const auto quoted = [](const std::string& text) { return '"' + text + '"'; };
-    std::string command;
-#else
-    const auto quoted = [](const std::string& text) { return '\'' + text + '\''; };
-    std::string command = before + "TMPDIR=" + quoted(folder_.path.string()) + ' ';
-#endif
-    command += quoted(ZEL_TOOL_PATH);
-    for (const std::string& argument : arguments) command += ' ' + quoted(argument);
-    command += " <" + quoted(File(".in", input)) + " >" + quoted(Path(".out")) + " 2>" +
-               quoted(Path(".err"));
-#if defined(_WIN32)
-    command = '"' + command + '"';  // the shell there takes a pair of quotes off
-#endif
-    const int status = std::system(command.c_str());
-    Outcome outcome = {status, Contents(Path(".out")), Contents(Path(".err"))};
-#if defined(_WIN32)
-    std::erase(outcome.out, '\r');
-    std::erase(outcome.err, '\r');
-#else
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    return outcome;
-  }
-
-  const zeltest::Folder folder_;
-};
 
 TEST_F(ToolTest, GetPrintsWhatIsThere) {
   const std::string text =
@@ -72,10 +20,10 @@ TEST_F(ToolTest, GetPrintsWhatIsThere) {
       {"tiny", "0.0000000015\n"},
       {"big", "999999999999999983222784\n"},
       {"list[1]", "-2.5\n"},
-      {"s", "a)b\\\n"},
-      {"u", "\u00e9\u4e2d\U0001F600\uFFFD\n"},
+      {"s", "(a\\)b\\\\)\n"},
+      {"u", "`00E94E2DD83DDE00D83D`\n"},
       {"list", "[1 -2.5 (x y) (a\\)) word () [] <>]\n"},
-      {"list[2]", "x y\n"},
+      {"list[2]", "(x y)\n"},
       {".odd key", "<k `0041`>\n"},
       {"long",
        "[\n  aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\n  bbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbb\n"
@@ -86,6 +34,8 @@ TEST_F(ToolTest, GetPrintsWhatIsThere) {
     EXPECT_EQ(outcome.out, row.printed) << row.path;
     EXPECT_EQ(outcome.status, 0) << outcome.err;
   }
+  EXPECT_EQ(Run({"get", "--raw", "-", "s", "u", "n"}, text).out,
+            "a)b\\\n\u00e9\u4e2d\U0001F600\uFFFD\n100000\n");
   // What an array or dictionary is printed as can be read again, and gives the same.
   const std::string printed = Run({"get", "-", "all"}, "<all " + text + ">").out;
   EXPECT_EQ(Run({"get", "-", "all"}, "<all " + printed + ">").out, printed);
@@ -101,8 +51,15 @@ TEST_F(ToolTest, GetPrintsWhatIsThere) {
 TEST_F(ToolTest, GetPrintsBinaryData) {
   const std::string stored =
       File("stored", "POSStreamerTypeA_Version1.0 <\"b\" {\"raw\" #2  01fF}\"e\"{\"\" #0  }>\n");
-  EXPECT_EQ(Run({"get", stored, "b"}).out, "type: raw\nsize: 2 bytes\n01FF\n");
-  EXPECT_EQ(Run({"get", stored, "e"}).out, "type: \nsize: 0 bytes\n");
+  const Outcome outcome = Run({"get", stored, "b", "e"});
+  EXPECT_EQ(outcome.out, "{binary data raw 2 bytes}\n{binary data () 0 bytes}\n");
+  EXPECT_EQ(outcome.err.find("zelpos: 1 value has no form in the text syntax"), 0u);
+  EXPECT_EQ(Run({"get", "--raw", stored, "b"}).out, "\x01\xFF");
+  EXPECT_EQ(Run({"get", "--json", "-c", stored, "b"}).out, "{\"$binary\": [\"raw\", \"01FF\"]}\n");
+  const Outcome refused = Run({"convert", stored, "--to", "text"});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(refused.err,
+            "<stdout>: b: a text has no form for binary data; JSON and streams have\n");
 }
 
 TEST_F(ToolTest, ConvertWritesTheStreamFormat) {
@@ -176,14 +133,17 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
     std::string out = "";  // all of standard output
   } rows[] = {
       {{}, "", 2, "zelpos: a command is missing"},
-      {{"frobnicate"}, "", 2, "there is no command \"frobnicate\""},
-      {{"convert"}, "", 2, "convert needs a file"},
-      {{"convert", "-x", "-"}, "", 2, "convert has no option -x"},
-      {{"convert", "-", "-"}, "", 2, "convert takes one file"},
-      {{"convert", "-", "-o"}, "", 2, "-o needs a file"},
+      {{"frobnicate"}, "", 2, "there is no command \"frobnicate\"; see"},
+      {{"pirnt"}, "", 2, "there is no command \"pirnt\"; did you mean \"print\"?"},
+      {{"get", "--rwa", "-", "a"}, "", 2, "there is no option --rwa; did you mean \"--raw\"?"},
+      {{"convert"}, "", 2, "FILE is required; see 'zelpos convert --help'"},
+      {{"convert", "-", "--to", "txt"}, "", 2, "--to knows no \"txt\"; did you mean \"text\"?"},
+      {{"convert", "-", "-"}, "", 2, "not expected"},
+      {{"convert", "-", "-o"}, "", 2, "required"},
       {{"convert", "-"}, "POSStreamerTypeA_Version1.0 [#x ]", 2, "<stdin>: before byte 32: malf"},
       {{"convert", "-"}, "POSStreamerTypeA_Version1.0 #1 #2 ", 2, "byte 31: something follows"},
-      {{"get", "-"}, "", 2, "get takes a file and a path"},
+      {{"get", "-"}, "", 2, "PATH is required"},
+      {{"get", "-", "a", "[1]", "b"}, "<a 1>", 1, "<stdin>: nothing at \"[1]\"\n", "1\n"},
       {{"get", Path("none"), "a"}, "", 2, "none: No such file or directory"},
       {{"get", "-", "a.b[3]"}, "<a <b [1]>>", 1, "<stdin>: nothing at \"a.b[3]\""},
       {{"get", "-", "a"}, "[1]", 1, "<stdin>: nothing at \"a\""},
@@ -192,13 +152,31 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {{"get", "-", "a]b"}, "<(a]b) 7>", 0, "", "7\n"},
       {{"get", "-", "a[x]"}, "<a [1]>", 2, "\"a[x]\" is no path"},
       {{"get", "-", "a"}, nul, 2, "<stdin>:1:4: the text holds a NUL"},
-      {{"check-schema"}, "", 2, "check-schema takes a schema"},
+      {{"check-schema"}, "", 2, "SCHEMA is required"},
       {{"check-schema", schema}, "", 0, ""},
-      {{"check-schema", "-"}, "[]", 1, "", "<stdin>:1:1: Dict object expected\n"},
-      {{"validate", "-", "T"}, "", 2, "validate takes a schema, a type and a file"},
+      {{"check-schema", "-"}, "[]", 1, "1 finding in 1", "<stdin>:1:1: Dict object expected\n"},
+      {{"check-schema", "-"},
+       "<T <category itn>>",
+       1,
+       "1 finding in 1",
+       "<stdin>:1:14: T.category: no category \"itn\"; did you mean \"int\"?\n"},
+      {{"check-schema", "-"},
+       "<T <category int mni 2>>",
+       1,
+       "1 finding in 1",
+       "<stdin>:1:18: T.mni: Not a valid union type: Trying IntDefn: Unknown member mni\n"},
+      {{"check-schema", "-"},
+       "<T 1>",
+       1,
+       "1 finding in 1",
+       "<stdin>:1:4: T: Not a valid union type: Dict object expected\n"},
+      {{"validate", "-", "T"}, "", 2, "FILE is required"},
       {{"validate", "-", "T", "-"}, "", 2, "cannot hold both the schema and the value"},
       {{"validate", "-", "T", one}, "<T <category objref>>", 2, "one: Unknown category in schema"},
-      {{"validate", "-", "U", one}, "<T <category int>>", 2, "<stdin>: no type \"U\""},
+      {{"validate", "-", "U", one},
+       "<T <category int>>",
+       2,
+       "<stdin>: no type \"U\"; did you mean \"T\"?\n"},
       {{"validate", "-", "int", one}, "<T <category int>>", 0, ""},
       {{"validate", "-", "T", one}, "[]", 2, "<stdin>:1:1: Dict object expected"},
       {{"validate", "-", "T", one},
@@ -207,8 +185,68 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
        "<stdin>:2:6: T.min: Not a valid union type: Trying IntDefn"},
       {{"validate", schema, "Document", document}, "", 0, ""},
       {{"validate", schema, "Document", "-"}, Run({"convert", document}).out, 0, ""},
-      {{"validate", schema, "Permissions", "-"}, "<(a\nb) 1 copy 2>", 1, "", twoMessages},
-      {{"validate", "-", "T", one}, "<T <category union set []>>", 1, "", noMessage},
+      {{"validate", schema, "Permissions", "-"}, "<(a\nb) 1 copy 2>", 1, "2 find", twoMessages},
+      {{"validate", "-", "T", one}, "<T <category union set []>>", 1, "1 find", noMessage},
+      {{"validate", "-q", schema, "Permissions", "-"}, "<(a\nb) 1 copy 2>", 1, ""},
+      {{"validate", schema, "Documnt", document}, "", 2, "did you mean \"Document\"?"},
+      {{"validate", "-", "T", one, Path("none"), one}, "<T real>", 2, "Dict object expected"},
+      {{"validate", "-", "T", one, Path("none"), one},
+       "<T <category real>>",
+       2,
+       "no findings in 3"},
+      {{"print", "--compact", "-"}, "[1\n\n2]", 0, "", "[1 2]\n"},
+      {{"print", "-"}, "[1,\"a\"]", 2, "(for JSON, say --from json)"},
+      {{"print", "-c", "--from=json", "-"},
+       "[1,\"a b\",null,true]",
+       0,
+       "",
+       "[1 (a b) null true]\n"},
+      {{"print", "-"}, "{\"a\": [1, nul]}", 2, "<stdin>:1:14: no JSON: "},
+      {{"print", "-"}, "{\"a\": {\"$bytes\": \"x\"}}", 2, "<stdin>: a.$bytes: "},
+      {{"print", "-"}, "{\"a\": \"\\u0000\"}", 2, "<stdin>: a: a string cannot hold a NUL"},
+      {{"set", "-", "a", "-5"}, "<a 1 b 2>", 0, "", "<a -5 b 2>"},
+      {{"set", "-", "a", "-.5"}, "<a 1 b 2>", 0, "", "<a -.5 b 2>"},
+      {{"set", "-", "c", "[1 2]"}, "<a 1\n  b 2>", 0, "", "<a 1\n  b 2\n  c [1 2]>"},
+      {{"set", "-", "c d", "1"}, "<a 1 b 2>", 0, "", "<a 1 b 2 (c d) 1>"},
+      {{"set", "-", "[1]", "x"}, "[1 2 3]", 0, "", "[1 x 3]"},
+      {{"set", "-", "[3]", "x"}, "[1 2 3]", 0, "", "[1 2 3 x]"},
+      {{"set", "-", "[0]", "x"}, "[]", 0, "", "[x]"},
+      {{"set", "-", "[4]", "x"}, "[1 2 3]", 2, "\"[4]\" leads nowhere"},
+      {{"set", "-", "a", "("}, "<a 1>", 2, "VALUE:1:2: unexpected end of text"},
+      {{"set", "-s", "-", "a", "("}, "<a 1>", 0, "", "<a (()>"},
+      {{"set", "-", "", "[7]"}, "<a 1>", 0, "", "[7]\n"},
+      {{"delete", "-", "[0]", "[2]"}, "[1 2 3]", 0, "", "[2]"},
+      {{"delete", "-", "a"}, "<a 1 b 2 a 3>", 0, "", "<b 2>"},
+      {{"delete", "-", "b[0].x"}, "<b [<x 1\r\n y 2>]>", 0, "", "<b [<y 2>]>"},
+      {{"delete", "-", "b", "c"}, "<b 1>", 1, "<stdin>: nothing at \"c\""},
+      {{"delete", "-", ""}, "<b 1>", 2, "the whole value cannot be deleted"},
+      {{"delete", "--to", "json", "-", "b"}, "<b 1 c 2>", 0, "", "{\n  \"c\": 2\n}\n"},
+      {{"format", "-"}, "<b   [1\n+2.50]a(x)>", 0, "", "<b [1 +2.50] a (x)>\n"},
+      {{"format", "--check", "-"}, "<b 1 a 2>\n", 0, ""},
+      {{"format", "--check", "-"}, "<b  1 a 2>\n", 1, "", "<stdin>\n"},
+      {{"diff", "-", one}, "1", 0, ""},
+      {{"diff", "-", one}, "2", 1, "", "~ 2 -> 1\n"},
+      {{"diff", "--stat", "-", one}, "2", 1, "", "1 changed, 0 removed, 0 added\n"},
+      {{"stats", "-"},
+       "<a [1 (xyz)]>",
+       0,
+       "",
+       "kind                  values        size     largest\n"
+       "number                     1\n"
+       "string                     1           3           3 bytes\n"
+       "array                      1           2           2 elements\n"
+       "dictionary                 1           1           1 members\n"
+       "all                        4\n"
+       "depth 2, 1 bytes of keys\n"},
+      {{"tree", "-"},
+       "<a [1 <>] b `0041`>",
+       0,
+       "",
+       "<stdin>: dictionary, 2 members\n"
+       "├─ a: array, 2 elements\n"
+       "│  ├─ [0]: 1\n"
+       "│  └─ [1]: dictionary, 0 members\n"
+       "└─ b: `A`\n"},
   };
   for (const auto& row : rows) {
     const Outcome outcome = Run(row.arguments, row.input);
@@ -251,7 +289,9 @@ TEST_F(ToolTest, ParseErrorsAreShownWhereTheyAre) {
       {"\t<k (\u00e9\u4e2d) `0041` 1>",
        "1:13: expected a key, which is a string, found a Unicode string\n"
        "  \t<k (\u00e9\u4e2d) `0041` 1>\n  \t        ^\n"},
-      {"[1,2]", "1:3: unexpected \",\"; values are separated by blanks\n  [1,2]\n    ^\n"},
+      {"[1,2]",
+       "1:3: unexpected \",\"; values are separated by blanks (for JSON, say --from json)\n  "
+       "[1,2]\n    ^\n"},
       {"[(a(b)c)]", "1:8: unexpected \")\"; inside a string"},
       {"[1\n\u00e9]", "2:1: unexpected \"\u00e9\"\n  \u00e9]\n  ^\n"},
       {"[\x80\x07]", "1:2: unexpected byte 0x80"},
@@ -307,8 +347,8 @@ TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
   const std::string file =
       File("hostile", "<key (\x1B]0;title\x07\x9B\xE2\x80\xAE) (\x1B[2J) 1 n 2>");
   const auto shown = [this](const std::string& arguments) {
-    const std::string command = "script -qec '" ZEL_TOOL_PATH " " + arguments + "' /dev/null >" +
-                                Path(".out") + " 2>&1 </dev/null";
+    const std::string command = "NO_COLOR=1 script -qec '" ZEL_TOOL_PATH " " + arguments +
+                                "' /dev/null >" + Path(".out") + " 2>&1 </dev/null";
     EXPECT_NE(std::system(command.c_str()), -1);
     return Contents(Path(".out"));
   };
@@ -323,7 +363,7 @@ TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
       EXPECT_TRUE(c == '\r' || c == '\n' || static_cast<unsigned char>(c) >= ' ') << arguments;
     }
   }
-  EXPECT_EQ(shown("get " + file + " key"), "\\x1B]0;title\\x07\\x9B\\u{202E}\r\n");
+  EXPECT_EQ(shown("get " + file + " key"), "(\\x1B]0;title\\x07\\x9B\\u{202E})\r\n");
 }
 #endif
 

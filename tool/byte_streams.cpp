@@ -39,6 +39,10 @@ zelutils::Stream ByteSource::Open(const zelutils::Client& client) {
     if (count != 0) std::memcpy(buffer, self.bytes_.data() + self.position_, count);
     self.position_ += count;
     *delivered = static_cast<std::uint32_t>(count);
+    if (self.position_ - self.told_ >= kBlock) {
+      self.told_ = self.position_;
+      self.tell_(static_cast<double>(self.position_) / static_cast<double>(self.bytes_.size()));
+    }
     return nullptr;
   };
   callbacks.mark = [](void* object, std::uint32_t* position) -> ZELErrorObject {

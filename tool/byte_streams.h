@@ -17,7 +17,9 @@ inline constexpr std::uint64_t kLongestStream = 0xFFFFFFFF;
 // A positionable stream that reads bytes where they are. It and the bytes outlive the stream.
 class ByteSource {
  public:
-  explicit ByteSource(std::string_view bytes) : bytes_(bytes) {}
+  // `tell` is told from time to time how much has been read, from 0 to 1.
+  ByteSource(std::string_view bytes, std::function<void(double)> tell)
+      : bytes_(bytes), tell_(std::move(tell)) {}
   ByteSource(const ByteSource&) = delete;
   ByteSource& operator=(const ByteSource&) = delete;
 
@@ -26,7 +28,9 @@ class ByteSource {
 
  private:
   std::string_view bytes_;
+  std::function<void(double)> tell_;
   std::size_t position_ = 0;
+  std::size_t told_ = 0;
 };
 
 // A stream that hands what is written to it to a procedure, in large blocks.

@@ -1,5 +1,6 @@
 #include "document.h"
 
+#include <chrono>
 #include <string_view>
 #include <zelutils/text_errors.hpp>
 
@@ -7,7 +8,12 @@
 #include "commands.h"
 #include "excerpt.h"
 #include "files.h"
+#include "held_signals.h"
+#include "json_reader.h"
+#include "json_writer.h"
 #include "printable.h"
+#include "progress.h"
+#include "replacement.h"
 
 namespace zelpos {
 namespace {
@@ -26,17 +32,38 @@ std::string_view StreamVersion(std::string_view bytes) {
   return isAlone && version != kVersion ? std::string_view() : version;
 }
 
+// How long a long text will take, by a sample from its front.
+double ExpectedSeconds(const zelutils::Client& client, std::string_view text) {
+  constexpr std::size_t kSample = std::size_t{1} << 20;
+  if (text.size() < 8 * kSample) return 0;
+  const std::string sample(text.substr(0, kSample));
+  const auto start = std::chrono::steady_clock::now();
+  try {
+    client.Parse(sample.c_str());
+  } catch (const zelutils::ParseError&) {
+    // It ends in the middle.
+  }
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+  return passed.count() * static_cast<double>(text.size()) / kSample;
+}
+
 zelutils::Value ParseText(const zelutils::Client& client, const std::string& name,
                           const Content& content) {
   const std::string_view text = content.View();
   if (const std::size_t position = text.find('\0'); position != text.npos) {
     throw FileError(ShowPosition(name, text, position, "the text holds a NUL"));
   }
+  Progress progress("reading " + Printable(name));
   try {
+    if (Progress::IsShown()) progress.Expect(ExpectedSeconds(client, text));
     return client.Parse(content.CString());
   } catch (const zelutils::ParseError& error) {
     const auto finding = zelutils::ExplainTextError(text, error.Position());
-    throw FileError(ShowPosition(name, text, finding.position, Printable(finding.message)));
+    const std::string_view stopped = text.substr(finding.position);
+    const bool maybeJson = stopped.starts_with(',') && text.starts_with('[');
+    throw FileError(ShowPosition(
+        name, text, finding.position,
+        Printable(finding.message) + (maybeJson ? " (for JSON, say --from json)" : "")));
   }
 }
 
@@ -47,7 +74,8 @@ zelutils::Value ReadStream(const zelutils::Client& client, const std::string& na
     throw FileError(name + ": unknown stream version \"" + Printable(version.substr(0, 64)) +
                     "\"; this is " + std::string(kVersion));
   }
-  ByteSource source(bytes);
+  Progress progress("reading " + Printable(name));
+  ByteSource source(bytes, [&](double fraction) { progress.Set(fraction); });
   try {
     zelutils::Stream stream = source.Open(client);
     zelutils::Value value = zelutils::Streamer(client).Deserialize(stream);
@@ -56,19 +84,107 @@ zelutils::Value ReadStream(const zelutils::Client& client, const std::string& na
     throw FileError(name + ": byte " + std::to_string(rest) + ": something follows the value");
   } catch (const zelutils::Error& error) {
     throw FileError(name + ": before byte " + std::to_string(source.Position()) + ": " +
-                    error.what());
+                    Printable(error.what()));
   }
+}
+
+Format FormatOf(const std::string& file, std::string_view bytes) {
+  if (!StreamVersion(bytes).empty()) return Format::kStream;
+  if (const auto format = FormatByExtension(file)) return *format;
+  const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+  const bool isJson = first != bytes.npos && (bytes[first] == '{' || bytes[first] == '"');
+  return isJson ? Format::kJson : Format::kText;
+}
+
+// Writes the value to where `take` puts bytes.
+void Serialize(const zelutils::Client& client, const zelutils::Value& value,
+               const std::string& name, const TakeText& take) {
+  ByteSink sink(take);
+  const zelutils::Stream stream = sink.Open(client);
+  try {
+    zelutils::Streamer(client).Serialize(stream, value);
+  } catch (const zelutils::Error& error) {
+    sink.Rethrow();
+    throw FileError(name + ": " + Printable(error.what()));
+  }
+  sink.Flush();
 }
 
 }  // namespace
 
-Document ReadDocument(const zelutils::Client& client, const std::string& file) {
+Document ReadDocument(const zelutils::Client& client, const std::string& file,
+                      std::optional<Format> format) {
   Document document{DisplayName(file), Content(file), Format::kText, {}};
-  if (!StreamVersion(document.content.View()).empty()) document.format = Format::kStream;
-  document.value = document.format == Format::kStream
-                       ? ReadStream(client, document.name, document.content.View())
-                       : ParseText(client, document.name, document.content);
+  const std::string_view bytes = document.content.View();
+  document.format = format ? *format : FormatOf(file, bytes);
+  switch (document.format) {
+    case Format::kStream:
+      document.value = ReadStream(client, document.name, bytes);
+      break;
+    case Format::kJson: {
+      const Progress progress("reading " + Printable(document.name));
+      document.value = ReadJson(client, document.name, bytes);
+      break;
+    }
+    case Format::kText:
+      document.value = ParseText(client, document.name, document.content);
+  }
+  document.content.Relax();
   return document;
+}
+
+zelutils::Value ParseArgument(const zelutils::Client& client, const std::string& text) {
+  try {
+    return client.Parse(text.c_str());
+  } catch (const zelutils::ParseError& error) {
+    const auto finding = zelutils::ExplainTextError(text, error.Position());
+    throw UsageError(ShowPosition("VALUE", text, finding.position, Printable(finding.message)));
+  }
+}
+
+std::optional<Format> FormatByExtension(const std::string& file) {
+  if (file.ends_with(".pos")) return Format::kText;
+  if (file.ends_with(".json")) return Format::kJson;
+  return {};
+}
+
+std::size_t WriteValue(const zelutils::Client& client, const zelutils::Value& value, Format format,
+                       const std::string& name, const TextOptions& options, const TakeText& take) {
+  const Progress progress("writing " + Printable(name));
+  if (format == Format::kStream) {
+    Serialize(client, value, name, take);
+    return 0;
+  }
+  const Values values(client);
+  try {
+    if (format == Format::kJson) {
+      JsonWriter(values, options, take).Write(value.Handle());
+      return 0;
+    }
+    TextWriter writer(values, options, take);
+    writer.Write(value.Handle());
+    return writer.Unsaid();
+  } catch (const Unsayable& unsayable) {
+    const std::string path = unsayable.Path();
+    const char* const notation = format == Format::kJson ? "JSON" : "a text";
+    throw FileError(name + ": " + (path.empty() ? "" : Printable(path) + ": ") + notation +
+                    " has no form for " + Printable(unsayable.what()) +
+                    (format == Format::kText ? "; JSON and streams have" : ""));
+  }
+}
+
+void WriteOutput(const std::string& file, const std::function<void(const TakeText&)>& write) {
+  if (file.empty() || file == "-") {
+    write(WriteStandardOutput);
+    return;
+  }
+  const HeldSignals signals;
+  Replacement output(file);
+  write([&output](std::string_view bytes) {
+    HeldSignals::Check();
+    output.Write(bytes);
+  });
+  output.Commit();
 }
 
 }  // namespace zelpos

@@ -11,12 +11,6 @@ constexpr std::size_t kShownAfter = 50;
 
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
-// How many columns a printable text takes, wide characters aside.
-std::size_t Width(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
-}
-
 }  // namespace
 
 std::string Excerpt(const zelutils::TextLines& lines, const zelutils::LineColumn& place) {
@@ -34,7 +28,7 @@ std::string Excerpt(const zelutils::TextLines& lines, const zelutils::LineColumn
     const std::size_t tab = std::min(line.find('\t', i), caret);
     const std::string part = Printable(line.substr(i, tab - i));
     shown += part;
-    below.append(Width(part), ' ');
+    below.append(CharacterCount(part), ' ');
     if (tab < caret) {
       shown += '\t';
       below += '\t';

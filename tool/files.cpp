@@ -11,6 +11,7 @@ namespace zelpos {
 std::string DisplayName(const std::string& file) { return file == "-" ? "<stdin>" : file; }
 
 void Fail(const std::string& file, const std::error_code& reason) {
+  if (reason == std::errc::broken_pipe) throw ClosedPipe(file + ": " + reason.message());
   throw FileError(file + ": " + reason.message());
 }
 

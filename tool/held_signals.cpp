@@ -8,9 +8,10 @@ volatile std::sig_atomic_t g_held = 0;
 }  // namespace
 
 extern "C" {
+// On some systems a handler serves once.
 static void Hold(int signal) {
   g_held = signal;
-  std::signal(signal, SIG_DFL);
+  std::signal(signal, Hold);
 }
 }
 

@@ -7,8 +7,8 @@
 
 namespace zelpos {
 
-// While it lives, the first signal of a kind is held back, and given to the program again at its
-// end; the second of that kind ends the program at once. There is one at a time.
+// While it lives, signals are held back; the last one is given to the program again at its end.
+// There is one at a time.
 class HeldSignals {
  public:
   HeldSignals();

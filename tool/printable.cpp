@@ -1,22 +1,12 @@
 #include "printable.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
 
 namespace zelpos {
 namespace {
-
-// Decodes a character whose length is known.
-std::uint32_t CodePoint(std::string_view character) {
-  const auto first = static_cast<unsigned char>(character.front());
-  if (character.size() == 1) return first;
-  std::uint32_t codePoint = first & (0xFFU >> (character.size() + 1));
-  for (const char c : character.substr(1)) {
-    codePoint = codePoint << 6 | (static_cast<unsigned char>(c) & 0x3F);
-  }
-  return codePoint;
-}
 
 // Those that move the cursor, end a line, change the direction of writing, or cannot be seen.
 bool IsSafe(std::uint32_t c) {
@@ -49,7 +39,7 @@ std::string Filter(std::string_view text, Keep keep) {
     const std::size_t length = CharacterLength(text);
     const std::string_view character = text.substr(0, length == 0 ? 1 : length);
     text.remove_prefix(character.size());
-    const std::uint32_t codePoint = length == 0 ? 0 : CodePoint(character);
+    const std::uint32_t codePoint = length == 0 ? 0 : DecodeCharacter(character);
     if (length != 0 && (keep(codePoint) || IsSafe(codePoint))) {
       shown += character;
     } else if (character.size() == 1) {
@@ -64,6 +54,16 @@ std::string Filter(std::string_view text, Keep keep) {
 }
 
 }  // namespace
+
+std::uint32_t DecodeCharacter(std::string_view character) {
+  const auto first = static_cast<unsigned char>(character.front());
+  if (character.size() == 1) return first;
+  std::uint32_t codePoint = first & (0xFFU >> (character.size() + 1));
+  for (const char c : character.substr(1)) {
+    codePoint = codePoint << 6 | (static_cast<unsigned char>(c) & 0x3F);
+  }
+  return codePoint;
+}
 
 std::size_t CharacterLength(std::string_view text) {
   if (text.empty()) return 0;
@@ -85,6 +85,12 @@ std::size_t CharacterLength(std::string_view text) {
     return 0;
   }
   return length;
+}
+
+std::size_t CharacterCount(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
 }
 
 bool IsUtf8(std::string_view text) {

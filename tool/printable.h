@@ -1,6 +1,8 @@
 // Bytes of files as a terminal may get them.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -15,6 +17,10 @@ std::string PrintableLines(std::string_view text);
 
 // The length of the well-formed UTF-8 character that the text begins with; 0 where there is none.
 std::size_t CharacterLength(std::string_view text);
+// The code point of one well-formed character.
+std::uint32_t DecodeCharacter(std::string_view character);
+// How many characters a text has, where it is UTF-8.
+std::size_t CharacterCount(std::string_view text);
 bool IsUtf8(std::string_view text);
 
 }  // namespace zelpos

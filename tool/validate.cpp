@@ -1,45 +1,23 @@
 // zelpos validate and zelpos check-schema: what is wrong with a value or a schema.
-#include <cstdio>
+#include <algorithm>
 
 #include "commands.h"
-#include "document.h"
 #include "files.h"
-#include "finding.h"
 #include "path.h"
 #include "printable.h"
+#include "progress.h"
+#include "report.h"
 #include "session.h"
+#include "suggestion.h"
 
 namespace zelpos {
 namespace {
 
-// Lines "file:line:column: path: message" for what a check found in a document; without line and
-// column where it is no text.
-std::string Lines(const Document& document, const std::vector<std::string>& messages) {
-  zelutils::TextPlaces places;
-  std::vector<Finding> findings;
-  for (const std::string& message : messages) {
-    findings.push_back(Understand(document.value, message));
-    places.Add(findings.back().path);
-  }
-  const std::string_view text = document.content.View();
-  if (document.format == Format::kText) places.Find(text);
-  const zelutils::TextLines lines(text);
+const std::vector<std::string> kBuiltInTypes = {
+    "any",     "bool",   "int",       "real",         "string",        "unicodestring",
+    "bindata", "rawptr", "zelobjref", "qxbaseobjref", "zelerrorobjref"};
 
-  std::string shown;
-  for (std::size_t i = 0; i < findings.size(); ++i) {
-    shown += document.name + ':';
-    if (const auto& place = places[i]) {
-      const bool atKey = findings[i].isAboutKey && place->key;
-      shown += lines.Locate(atKey ? *place->key : place->begin).ToString() + ':';
-    }
-    const std::string path = ShowPath(findings[i].path);
-    shown += (path.empty() ? "" : ' ' + Printable(path) + ':') + ' ' +
-             Printable(findings[i].message) + '\n';
-  }
-  return shown;
-}
-
-std::vector<std::string> CheckedSchema(const zelutils::Client& client, const Document& schema) {
+std::vector<std::string> FaultsOf(const zelutils::Client& client, const Document& schema) {
   try {
     return zelutils::Validator::ValidateSchema(client, schema.value);
   } catch (const zelutils::Error& error) {
@@ -47,57 +25,56 @@ std::vector<std::string> CheckedSchema(const zelutils::Client& client, const Doc
   }
 }
 
-bool IsBuiltIn(const std::string& type) {
-  for (const char* name : {"any", "bool", "int", "real", "string", "unicodestring", "bindata",
-                           "rawptr", "zelobjref", "qxbaseobjref", "zelerrorobjref"}) {
-    if (type == name) return true;
-  }
-  return false;
-}
-
 // A schema with faults accepts what it should not: it is no schema to check anything with.
 void Require(const zelutils::Client& client, const Document& schema, const std::string& type) {
-  const std::vector<std::string> faults = CheckedSchema(client, schema);
-  if (!faults.empty()) {
-    std::string lines = Lines(schema, faults);
-    lines.pop_back();
-    throw FileError(lines);
-  }
-  if (!IsBuiltIn(type) && !schema.value.As<zelutils::Dict>().Contains(type)) {
-    throw FileError(schema.name + ": no type \"" + Printable(type) + '"');
-  }
-}
-
-int Report(const std::string& lines) {
-  WriteStandardOutput(lines);
-  return lines.empty() ? kDone : kNotValid;
+  const std::vector<std::string> faults = FaultsOf(client, schema);
+  if (!faults.empty()) throw FileError(SchemaFaultLines(schema, faults));
+  std::vector<std::string> types = kBuiltInTypes;
+  for (const auto& [key, definition] : schema.value.As<zelutils::Dict>()) types.emplace_back(key);
+  if (std::find(types.begin(), types.end(), type) != types.end()) return;
+  throw FileError(schema.name + ": no type \"" + Printable(type) + '"' + DidYouMean(type, types));
 }
 
 }  // namespace
 
-int CheckSchema(const Arguments& arguments) {
-  if (arguments.size() != 1) throw UsageError("check-schema takes a schema");
+int CheckSchema(const Options& options) {
   const Session session;
-  const Document schema = ReadDocument(session.client, arguments[0]);
-  return Report(Lines(schema, CheckedSchema(session.client, schema)));
+  Report report(options, Detail::kSchema);
+  for (const std::string& file : options.files) {
+    try {
+      const Document schema = ReadDocument(session.client, file, options.from);
+      report.Add(schema, FaultsOf(session.client, schema));
+    } catch (const FileError& error) {
+      report.AddTrouble(error.what());
+    }
+  }
+  return report.Finish();
 }
 
-int Validate(const Arguments& arguments) {
-  if (arguments.size() != 3) throw UsageError("validate takes a schema, a type and a file");
-  const std::string& type = arguments[1];
-  if (arguments[0] == "-" && arguments[2] == "-") {
+int Validate(const Options& options) {
+  const auto inputs = std::count(options.files.begin(), options.files.end(), "-");
+  if (inputs + (options.schema == "-" ? 1 : 0) > 1) {
     throw UsageError("standard input cannot hold both the schema and the value");
   }
   const Session session;
-  const Document schema = ReadDocument(session.client, arguments[0]);
-  Require(session.client, schema, type);
-  const Document document = ReadDocument(session.client, arguments[2]);
-  try {
-    const zelutils::Validator validator(session.client, schema.value);
-    return Report(Lines(document, validator.Validate(document.value, type)));
-  } catch (const zelutils::Error& error) {
-    throw FileError(document.name + ": " + Printable(error.what()));
+  const Document schema = ReadDocument(session.client, options.schema);
+  Require(session.client, schema, options.type);
+  const zelutils::Validator validator(session.client, schema.value);
+  Report report(options, Detail::kEssential);
+  for (const std::string& file : options.files) {
+    try {
+      const Document document = ReadDocument(session.client, file, options.from);
+      const Progress progress("validating " + Printable(document.name));
+      try {
+        report.Add(document, validator.Validate(document.value, options.type));
+      } catch (const zelutils::Error& error) {
+        throw FileError(document.name + ": " + Printable(error.what()));
+      }
+    } catch (const FileError& error) {
+      report.AddTrouble(error.what());
+    }
   }
+  return report.Finish();
 }
 
 }  // namespace zelpos

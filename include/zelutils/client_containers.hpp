@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "zelutils/client_input.hpp"
-#include "zelutils/client_parse_error.hpp"
+#include "zelutils/text_errors.hpp"
 
 namespace zelutils {
 
@@ -347,8 +347,8 @@ inline Value Client::Parse(const Text& text, const std::string& name) const {
       Procedures<ObjectStaticsInterface>().CreateFromText(text.CString(), &position);
   if (handle == nullptr && position != nullptr) {
     const auto stop = static_cast<std::size_t>(position - text.CString());
-    const TextFault fault = ExplainParseError(text.CString(), stop);
-    const LineAndColumn place = Locate(text.CString(), fault.position);
+    const TextFinding fault = ExplainTextError(text.CString(), stop);
+    const LineColumn place = TextLines(text.CString()).Locate(fault.position);
     throw ParseError(name, place.line, place.column, fault.message, stop);
   }
   return {*this, handle, Handed::kNew};

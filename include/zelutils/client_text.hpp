@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "zelutils/client_convert.hpp"
+#include "zelutils/text_lexer.hpp"
 
 namespace zelutils::detail {
 
@@ -45,7 +46,7 @@ struct TextSyntax {
   void AppendNumber(std::string& out, double number) const {
     if (std::isfinite(number)) {
       const std::string plain = DigitsOf(number, std::chars_format::fixed);
-      if (plain.size() <= kLongestWord) {
+      if (plain.size() <= kLongestTextNumber) {
         out += plain;
         return;
       }
@@ -55,8 +56,7 @@ struct TextSyntax {
   }
 
   void AppendString(std::string& out, std::string_view text) const {
-    const bool isWord = !text.empty() && text.size() <= kLongestWord && BeginsWord(text.front()) &&
-                        text.find_first_not_of(kWordCharacters) == text.npos;
+    const bool isWord = text.size() <= kLongestTextString && TextLexer::IsWord(text);
     if (isWord) {
       out += text;
       return;
@@ -67,10 +67,10 @@ struct TextSyntax {
       quoted += c;
     }
     quoted += ')';
-    if (quoted.size() - 2 <= kLongestWord) {
+    if (quoted.size() - 2 <= kLongestTextString) {
       out += quoted;
     } else {
-      Unsayable(out, "a string of more than " + std::to_string(kLongestWord) + " characters",
+      Unsayable(out, "a string of more than " + std::to_string(kLongestTextString) + " characters",
                 "string " + quoted);
     }
   }
@@ -80,12 +80,13 @@ struct TextSyntax {
     std::string digits = "`";
     for (const char16_t unit : units) AppendHex(digits, unit);
     digits += '`';
-    if (digits.size() - 2 <= kLongestUnicode) {
+    if (digits.size() - 2 <= kLongestTextUnicode) {
       out += digits;
     } else {
-      Unsayable(out,
-                "a Unicode string of more than " + std::to_string(kLongestUnicode / 4) + " units",
-                "Unicode string " + digits);
+      Unsayable(
+          out,
+          "a Unicode string of more than " + std::to_string(kLongestTextUnicode / 4) + " units",
+          "Unicode string " + digits);
     }
   }
 

@@ -46,9 +46,6 @@ class TextErrorFinder {
  private:
   using Kind = TextToken::Kind;
 
-  static constexpr std::size_t kLongestWord = 100;
-  static constexpr std::size_t kLongestUnicode = 401;
-
   // An array or dictionary that is not closed yet.
   struct Open {
     std::size_t position;
@@ -151,7 +148,9 @@ class TextErrorFinder {
 
   std::optional<TextFinding> TakeScalar(const TextToken& token, std::string_view content) {
     const bool isUnicode = token.kind == Kind::kUnicode;
-    const std::size_t longest = isUnicode ? kLongestUnicode : kLongestWord;
+    const std::size_t longest = isUnicode          ? kLongestTextUnicode
+                                : token.IsString() ? kLongestTextString
+                                                   : kLongestTextNumber;
     const char* const kind = isUnicode ? "Unicode string" : token.IsString() ? "string" : "number";
     if (content.size() > longest) {
       std::string message = std::string(kind) + " too long: " + std::to_string(content.size()) +

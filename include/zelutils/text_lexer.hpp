@@ -12,6 +12,12 @@
 
 namespace zelutils {
 
+// The most bytes that the text syntax takes: of a word, or between the parentheses of a string; of
+// a number; between the backquotes of a Unicode string.
+inline constexpr std::size_t kLongestTextString = 100;
+inline constexpr std::size_t kLongestTextNumber = 100;
+inline constexpr std::size_t kLongestTextUnicode = 401;
+
 struct TextToken {
   enum class Kind : std::uint8_t {
     kEnd,  // of the text; empty
