@@ -112,7 +112,7 @@ std::string BashCompletion(const CommandLine& line) {
 }
 
 std::string ZshCompletion(const CommandLine& line) {
-  // Where a specification ends or a description begins, zsh has characters of its own.
+  // Zsh has characters of its own for the end of an option and the start of its description.
   const auto plain = [](std::string text) {
     for (const char c : {':', '[', ']'}) {
       for (std::size_t i = 0; (i = text.find(c, i)) != text.npos; i += 2) text.insert(i, 1, '\\');
