@@ -49,12 +49,8 @@ extern constinit OwnOperations g_own;
 inline OwnValue* OwnValueOf(ZELInstance instance) noexcept {
   if (instance == nullptr || g_implementations == nullptr) [[unlikely]]
     return nullptr;
-  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
-  const Implementation& implementation =
-      g_implementations[static_cast<std::uint32_t>(ImplementationId::kPOSObject)];
-  if (primary.implementationName != implementation.name.Text()) [[unlikely]]
-    return nullptr;
-  return static_cast<OwnValue*>(primary.object);
+  return OwnObject<OwnValue>(
+      instance, g_implementations[static_cast<std::uint32_t>(ImplementationId::kPOSObject)]);
 }
 
 // A POS interface as its clients import it.

@@ -67,7 +67,7 @@ ZELProc* ZELVTabListGeneric::Search(ZELInstance instance, ImportMethodsFunction 
     node->Refresh(instance, import, methodCount_);
   } catch (...) {
     // A node that got no signature would never be found again.
-    if (node->HasSignature(nullptr)) node->Destroy();
+    if (!node->HasAnySignature()) node->Destroy();
     throw;
   }
   return node->Slots();

@@ -28,7 +28,10 @@ class ZELVTabGeneric : public double_linked_list_element<ZELVTabGeneric>, public
   static ZELVTabGeneric* Create(std::uint32_t methodCount);
   void Destroy() noexcept;
 
-  bool HasSignature(const char* signature) const noexcept { return signature_.Text() == signature; }
+  bool HasSignature(const char* signature) const noexcept {
+    return IsSameText(signature_.Text(), signature);
+  }
+  bool HasAnySignature() const noexcept { return signature_.Text() != nullptr; }
   // Only while linked.
   bool IsCurrent() const noexcept { return generation_ == *g_link.unregisterCount; }
   // The slots, or null when the last import failed.

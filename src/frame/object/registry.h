@@ -49,7 +49,7 @@ void* ResolveForeign(ZELInstance instance, const Implementation& implementation)
 template <typename T>
 T* OwnObject(ZELInstance instance, const Implementation& implementation) noexcept {
   const ZELPrimaryInstance& primary = PrimaryInstance(instance);
-  if (primary.implementationName != implementation.name.Text()) [[unlikely]]
+  if (!IsSameText(primary.implementationName, implementation.name.Text())) [[unlikely]]
     return nullptr;
   return static_cast<T*>(primary.object);
 }
