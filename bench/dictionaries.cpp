@@ -1,5 +1,6 @@
 // Dictionaries under every mixture of operations, and with keys of many kinds.
 #include "key_families.h"
+#include "random.h"
 #include "zel.h"
 
 namespace zelbench {
@@ -150,7 +151,7 @@ class KeyFamilyCase final : public Case {
 }  // namespace
 
 void AddDictionaryCases() {
-  for (const std::size_t count : {1000, 10000, 100000, 1000000}) {
+  for (const std::size_t count : {1000u, 10000u, 100000u, 1000000u}) {
     const std::string size = "/" + std::to_string(count);
     for (const Mixture& mixture : kMixtures) {
       AddCase(

@@ -12,12 +12,16 @@
 #include "streamer/ichar_stream.h"
 #include "streamer/number_text.h"
 #include "streamer/ochar_stream.h"
+#include "streamer/version10.h"
 #include "zelhost/host.h"
 
 namespace {
 
 using namespace ZEL_T_NMT;  // NOLINT(google-build-using-namespace): what is measured
 using namespace NPOSStreamerImpl::NTypeAImpl;  // NOLINT(google-build-using-namespace)
+
+// The record of strings.
+const StreamingParams& kString = Version10::kFormat.kinds[1].params;
 
 struct StartedHost : zelhost::Host {
   StartedHost() { Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
@@ -78,8 +82,8 @@ void PutCharacters(benchmark::State& state) {
   CZELPositionableStream stream = NewStream();
   for (auto _ : state) {
     stream.Seek(0, 0);
-    OCharStream output(stream);
-    const OCharStream::ParamsInForce inForce(output, kStringParams);
+    OCharStream output(stream, Version10::kFormat.outermost);
+    const OCharStream::ParamsInForce inForce(output, kString);
     for (std::size_t i = 0; i < kTextLength; ++i) output.PutChar('a');
     output.Finish();
   }
@@ -92,8 +96,8 @@ void PutTexts(benchmark::State& state) {
   const std::string text(64, 'a');
   for (auto _ : state) {
     stream.Seek(0, 0);
-    OCharStream output(stream);
-    const OCharStream::ParamsInForce inForce(output, kStringParams);
+    OCharStream output(stream, Version10::kFormat.outermost);
+    const OCharStream::ParamsInForce inForce(output, kString);
     for (std::size_t i = 0; i < kTextLength; i += text.size())
       output.PutText(text.data(), text.size());
     output.Finish();
@@ -108,8 +112,8 @@ void GetCharacters(benchmark::State& state) {
   stream.Write(text.data(), static_cast<std::uint32_t>(text.size()));
   for (auto _ : state) {
     stream.Seek(0, 0);
-    ICharStream input(stream);
-    const ICharStream::ParamsInForce inForce(input, kStringParams);
+    ICharStream input(stream, Version10::kFormat.outermost);
+    const ICharStream::ParamsInForce inForce(input, kString);
     char character;
     while (input.GetChar(&character)) benchmark::DoNotOptimize(character);
     input.Finish();
@@ -124,8 +128,8 @@ void GetTexts(benchmark::State& state) {
   stream.Write(text.data(), static_cast<std::uint32_t>(text.size()));
   for (auto _ : state) {
     stream.Seek(0, 0);
-    ICharStream input(stream);
-    const ICharStream::ParamsInForce inForce(input, kStringParams);
+    ICharStream input(stream, Version10::kFormat.outermost);
+    const ICharStream::ParamsInForce inForce(input, kString);
     char part[64];
     while (input.GetChars(part, sizeof part, false, false) == sizeof part) {
       benchmark::DoNotOptimize(part);
@@ -135,7 +139,7 @@ void GetTexts(benchmark::State& state) {
   state.counters["items"] = kTextLength;
 }
 
-void Format(benchmark::State& state, double number) {
+void FormatNumber(benchmark::State& state, double number) {
   for (auto _ : state) {
     char text[kNumberTextCapacity];
     benchmark::DoNotOptimize(number);
@@ -163,9 +167,9 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("inside/PutText, per byte", PutTexts);
   benchmark::RegisterBenchmark("inside/GetChar, per byte", GetCharacters);
   benchmark::RegisterBenchmark("inside/GetChars, per byte", GetTexts);
-  benchmark::RegisterBenchmark("inside/format a whole number", Format, 48151623.0);
-  benchmark::RegisterBenchmark("inside/format two decimals", Format, 1234.56);
-  benchmark::RegisterBenchmark("inside/format 17 digits", Format, 3.1415926535897931);
+  benchmark::RegisterBenchmark("inside/format a whole number", FormatNumber, 48151623.0);
+  benchmark::RegisterBenchmark("inside/format two decimals", FormatNumber, 1234.56);
+  benchmark::RegisterBenchmark("inside/format 17 digits", FormatNumber, 3.1415926535897931);
   benchmark::RegisterBenchmark("inside/parse a whole number", ParseNumber, "48151623");
   benchmark::RegisterBenchmark("inside/parse two decimals", ParseNumber, "1234.56");
   benchmark::RegisterBenchmark("inside/parse 17 digits", ParseNumber, "3.1415926535897931");
