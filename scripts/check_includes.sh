@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Fails on an include that points the wrong way. Each folder may include itself and those listed
 # for it; the subsystems pos, streamer, validator and fileutils never include one another and meet
-# through the binder alone. Headers of an operating system stay in files of that system.
+# through the binder alone. No circle of includes leads through the frame, pos or fileutils, and the
+# floors of the frame include downwards only. Headers of an operating system stay in its own files.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -31,6 +32,11 @@ find "${folders[@]}" -type f \
       split("frame pos streamer validator fileutils", names, " ")
       for (i in names) folder_of_prefix[names[i]] = names[i]
 
+      split("frame pos fileutils", names, " ")
+      for (i in names) acyclic[names[i]] = 1
+      count = split("base link core object client", names, " ")
+      for (i = 1; i <= count; ++i) floor[names[i]] = i
+
       system_headers = "^(windows|winsock2|dlfcn|unistd|fcntl|dirent|pthread|process|io|direct|" \
         "sys/.*|linux/.*)(\\.h)?$"
     }
@@ -45,6 +51,41 @@ find "${folders[@]}" -type f \
     function complain(text) {
       printf "%s:%d: %s\n", path, line_number, text
       ++complaints
+    }
+
+    # A unit is a header with the source file of its name. Within the folders of `acyclic` no unit
+    # may reach itself, and in the frame none includes one of a floor above its own.
+    function unit_of(name) {
+      sub(/\.[a-z]+$/, "", name)
+      return name
+    }
+
+    function floor_of(unit,    parts) {
+      split(unit, parts, "/")
+      return parts[1] == "frame" ? floor[parts[2]] : 0
+    }
+
+    function note_unit(included, target,    from, to) {
+      if (!(target in acyclic) || path !~ /^src\//) return
+      from = unit_of(substr(path, 5))
+      to = unit_of(included)
+      if (from == to) return
+      if (floor_of(to) > floor_of(from) && floor_of(from) > 0)
+        complain("\"" included "\" stands on a floor above this one")
+      includes[from] = includes[from] " " to
+    }
+
+    function visit(unit, way,    next_units, count, i) {
+      if (state[unit] == "done") return
+      if (state[unit] == "open") {
+        print "a circle of includes:" way " " unit
+        ++complaints
+        return
+      }
+      state[unit] = "open"
+      count = split(includes[unit], next_units, " ")
+      for (i = 1; i <= count; ++i) visit(next_units[i], way " " unit)
+      state[unit] = "done"
     }
 
     function check(included, quoted,    prefix, target) {
@@ -66,6 +107,7 @@ find "${folders[@]}" -type f \
       } else {
         target = folder
       }
+      note_unit(included, target)
       if (target == folder || index(" " allowed[folder] " ", " " target " ")) return
       if (folder == "src" && included ~ /^[a-z]+\/subsystem\.h$/) return
       complain(folder "/ may not include \"" included "\"")
@@ -87,5 +129,8 @@ find "${folders[@]}" -type f \
       close(path)
     }
 
-    END { exit complaints > 0 }
+    END {
+      for (unit in includes) visit(unit, "")
+      exit complaints > 0
+    }
   '
