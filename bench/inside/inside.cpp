@@ -139,7 +139,7 @@ void GetTexts(benchmark::State& state) {
   state.counters["items"] = kTextLength;
 }
 
-void FormatNumber(benchmark::State& state, double number) {
+void FormatCase(benchmark::State& state, double number) {
   for (auto _ : state) {
     char text[kNumberTextCapacity];
     benchmark::DoNotOptimize(number);
@@ -167,9 +167,9 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("inside/PutText, per byte", PutTexts);
   benchmark::RegisterBenchmark("inside/GetChar, per byte", GetCharacters);
   benchmark::RegisterBenchmark("inside/GetChars, per byte", GetTexts);
-  benchmark::RegisterBenchmark("inside/format a whole number", FormatNumber, 48151623.0);
-  benchmark::RegisterBenchmark("inside/format two decimals", FormatNumber, 1234.56);
-  benchmark::RegisterBenchmark("inside/format 17 digits", FormatNumber, 3.1415926535897931);
+  benchmark::RegisterBenchmark("inside/format a whole number", FormatCase, 48151623.0);
+  benchmark::RegisterBenchmark("inside/format two decimals", FormatCase, 1234.56);
+  benchmark::RegisterBenchmark("inside/format 17 digits", FormatCase, 3.1415926535897931);
   benchmark::RegisterBenchmark("inside/parse a whole number", ParseNumber, "48151623");
   benchmark::RegisterBenchmark("inside/parse two decimals", ParseNumber, "1234.56");
   benchmark::RegisterBenchmark("inside/parse 17 digits", ParseNumber, "3.1415926535897931");
