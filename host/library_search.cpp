@@ -11,7 +11,7 @@ namespace {
 
 // From a folder that holds a program to one that an installation puts libraries in.
 constexpr const char* kFromProgram[] = {".", ZELHOST_FROM_BIN_TO_LIB, "../lib", "../lib64",
-                                       ZELHOST_FROM_BIN_TO_MULTIARCH};
+                                        ZELHOST_FROM_BIN_TO_MULTIARCH};
 
 std::string InFolderOf(const std::string& file, const char* folder) {
   const std::filesystem::path found =

@@ -154,7 +154,7 @@ void DictOrder::SortAll(const DictStore& store, std::uint32_t sorted,
     std::sort(numbers_, end, precedes);
     return;
   }
-  std::uint32_t* const moved = numbers_ + leafLimit_ * kLeafSize - added;
+  std::uint32_t* const moved = numbers_ + std::size_t{leafLimit_} * kLeafSize - added;
   std::copy(tail, end, moved);
   std::uint32_t* target = end;
   std::uint32_t* old = tail;

@@ -84,6 +84,8 @@ class DictOrder {
   }
   bool HasLinks() const noexcept { return leaves_ != nullptr; }
   std::uint32_t& Count(std::uint32_t leaf) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): other leaves than the head are
+    // there
     return leaf == kHead ? headCount_ : leaves_[leaf].count;
   }
   std::uint32_t Count(std::uint32_t leaf) const noexcept {
@@ -92,7 +94,9 @@ class DictOrder {
   std::uint32_t Next(std::uint32_t leaf) const noexcept {
     return HasLinks() ? leaves_[leaf].next[0] : kNone;
   }
-  std::uint32_t* Numbers(std::uint32_t leaf) const noexcept { return numbers_ + leaf * kLeafSize; }
+  std::uint32_t* Numbers(std::uint32_t leaf) const noexcept {
+    return numbers_ + std::size_t{leaf} * kLeafSize;
+  }
   static constexpr Place FirstOf(std::uint32_t leaf) noexcept {
     return leaf == kNone ? kEnd : leaf * kLeafSize;
   }

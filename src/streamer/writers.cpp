@@ -14,11 +14,11 @@ namespace NPOSStreamerImpl::NTypeAImpl {
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
 using ZEL_T_NMT::CPOSDict;
-using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSRawPointer;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::RaisePOSException;
 
 namespace {

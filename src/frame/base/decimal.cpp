@@ -146,6 +146,7 @@ bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& 
 // ends.
 double Nearest(std::uint64_t significand, bool more, std::int64_t exponent) noexcept {
   const int cut = 11 - std::countl_zero(significand);
+  if (cut <= 0) return 0;  // never: there are at least 54 bits
   const std::uint64_t half = std::uint64_t{1} << (cut - 1);
   const std::uint64_t below = significand & (2 * half - 1);
   significand >>= cut;
