@@ -84,8 +84,8 @@ class DictOrder {
   }
   bool HasLinks() const noexcept { return leaves_ != nullptr; }
   std::uint32_t& Count(std::uint32_t leaf) noexcept {
-    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): other leaves than the head are
-    // there
+    // Leaves other than the head are there.
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn)
     return leaf == kHead ? headCount_ : leaves_[leaf].count;
   }
   std::uint32_t Count(std::uint32_t leaf) const noexcept {
