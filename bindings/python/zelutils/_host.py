@@ -13,7 +13,7 @@ _COUNTED = ("blocks", "bytes", "atoms", "atom_references", "errors", "error_refe
             "instance_references", "shared_buffers", "shared_buffer_references", "interfaces")
 
 
-# A value may be collected in any thread, under the interpreter's lock.
+# A session keeps to one thread by itself, and says so in an exception.
 _ANY_THREAD = 2
 
 
