@@ -39,14 +39,17 @@ struct StreamingParams {
   consteval StreamingParams(char openCharacter, char closeCharacter, const EscapePair* escapePairs,
                             bool fold)
       : open(openCharacter), close(closeCharacter), escapes(escapePairs), foldWhitespace(fold) {
+    std::array<bool, 256> isEscaped{};
+    std::array<bool, 256> isMeant{};
     for (std::size_t index = 0; index < 256; ++index) {
       const char byte = static_cast<char>(static_cast<unsigned char>(index));
       writing[index] = HowToWrite(byte);
       reading[index] = HowToRead(byte);
+      isEscaped[index] = writing[index].length != 1;
+      isMeant[index] = reading[index] != RawByte::kContent;
     }
-    escaped = ByteSet(Members([this](std::size_t index) { return writing[index].length != 1; }));
-    meant =
-        ByteSet(Members([this](std::size_t index) { return reading[index] != RawByte::kContent; }));
+    escaped = ByteSet(isEscaped);
+    meant = ByteSet(isMeant);
   }
 
   const WrittenByte& HowToWriteByte(char byte) const noexcept {
@@ -81,13 +84,6 @@ struct StreamingParams {
   ByteSet meant{{}};    // those that do not stand for themselves
 
  private:
-  template <typename Predicate>
-  static consteval std::array<bool, 256> Members(Predicate isMember) {
-    std::array<bool, 256> members{};
-    for (std::size_t index = 0; index < 256; ++index) members[index] = isMember(index);
-    return members;
-  }
-
   consteval WrittenByte HowToWrite(char byte) const {
     const auto value = static_cast<unsigned char>(byte);
     if (!IsWhitespace(byte) && (value < 0x20 || value > 0x7E)) {
