@@ -63,7 +63,7 @@ ZELErrorObject WithReference(ZELErrorObject error) noexcept {
   return error;
 }
 
-// Where memory is exhausted, that is the error: null would read as success.
+// Exhausted memory is the error then: null would read as success.
 ZELErrorObject NewError(const char* message, const char* component, std::int32_t id, std::int32_t,
                         std::int32_t) noexcept {
   if (Fails(Service::kNewError)) return nullptr;
@@ -81,7 +81,7 @@ ZELErrorObject GetCoreError(std::int32_t number) noexcept {
   return index < coreErrors.size() ? WithReference(coreErrors[index]) : nullptr;
 }
 
-// What is refused is answered with another error, since null would read as success.
+// A refusal is answered with another error, since null would read as success.
 ZELErrorObject AddRef(ZELErrorObject error) noexcept {
   if (Refuses(Service::kAddRefError)) return &foreignThreadError;
   return WithReference(IsHeld(error, "AddRef") ? error : coreErrors[kUnknown]);

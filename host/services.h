@@ -1,4 +1,4 @@
-// What the services of the host share: their place in the host's life, the counting and failing of
+// Common ground of the host's services: their place in the host's life, the counting and failing of
 // calls, and the few things that one service asks of another.
 //
 // The procedures of the boundary are plain C functions without a context, so that each service

@@ -1,5 +1,5 @@
-// What a stream of the host is to the boundary: one object behind an instance, whose methods
-// streams.cpp offers as C procedures.
+// Streams of the host: each is one object behind an instance, whose methods streams.cpp offers as C
+// procedures.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace zelhost {
 
-// Where a stream's positions end.
+// The last position of a stream.
 inline constexpr std::uint64_t kLargestPosition = 0xFFFFFFFFu;
 
 // Each operation returns an error object with a reference for the caller, or null. They may throw

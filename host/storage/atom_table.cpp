@@ -28,7 +28,7 @@ struct Ends {
   bool operator==(const Ends&) const = default;
 };
 
-Ends EndsOf(const char* text, std::size_t length) noexcept {
+[[gnu::always_inline]] inline Ends EndsOf(const char* text, std::size_t length) noexcept {
   if (length >= 8) {
     return {Load<std::uint64_t>(text), Load<std::uint64_t>(text + length - 8)};
   }
@@ -38,6 +38,21 @@ Ends EndsOf(const char* text, std::size_t length) noexcept {
   const auto byte = [&](std::size_t i) { return Load<unsigned char>(text + i); };
   if (length == 0) return {0, 0};
   return {byte(0) | byte(length / 2) << 8 | byte(length - 1) << 16, 0};
+}
+
+constexpr std::size_t kShort = 16;
+constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
+
+[[gnu::always_inline]] inline std::uint64_t Mix(std::uint64_t hash, std::uint64_t word) noexcept {
+  hash = (hash ^ word) * kMultiplier;
+  return hash ^ hash >> 32;
+}
+
+[[gnu::noinline]] std::uint64_t MixLongText(std::uint64_t hash, const char* text,
+                                            std::size_t length) noexcept {
+  for (; length > kShort; length -= 8, text += 8) hash = Mix(hash, Load<std::uint64_t>(text));
+  const Ends ends = EndsOf(text, length);
+  return Mix(Mix(hash, ends.first), ends.last);
 }
 
 // From the system, so that a document cannot bring along keys that all collide.
@@ -55,32 +70,6 @@ std::uint64_t NewSeed(const void* address) {
 
 }  // namespace
 
-// A text with what is computed of it.
-struct AtomTable::Key {
-  static constexpr std::size_t kShort = 16;
-
-  Key(const char* ofText, std::uint64_t seed) noexcept : text(ofText), length(std::strlen(ofText)) {
-    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
-    std::uint64_t mixed = seed ^ (length * kMultiplier);
-    const auto mix = [&](std::uint64_t word) {
-      mixed = (mixed ^ word) * kMultiplier;
-      mixed ^= mixed >> 32;
-    };
-    const char* rest = text;
-    std::size_t left = length;
-    for (; left > kShort; left -= 8, rest += 8) mix(Load<std::uint64_t>(rest));
-    ends = EndsOf(rest, left);
-    mix(ends.first);
-    mix(ends.last);
-    hash = static_cast<std::uint32_t>(mixed);
-  }
-
-  const char* text;
-  std::size_t length;
-  Ends ends;  // of the last sixteen bytes
-  std::uint32_t hash;
-};
-
 void AtomTable::Open(bool separate) {
   longTexts_.Open(separate);
   separate_ = separate;
@@ -97,42 +86,51 @@ void AtomTable::Close() noexcept {
   *this = AtomTable();
 }
 
-inline bool AtomTable::IsText(Entry& entry, const Key& key) const noexcept {
-  if (entry.length != key.length) return false;
-  const char* text = TextOf(entry);
-  if (key.length <= Key::kShort) [[likely]]
-    return EndsOf(text, key.length) == key.ends;
-  return std::memcmp(text, key.text, key.length) == 0;
+template <typename IsEqual>
+[[gnu::always_inline]] inline AtomTable::Found AtomTable::FindOrAdd(const char* text,
+                                                                    std::size_t length,
+                                                                    std::uint32_t hash,
+                                                                    IsEqual isEqual) {
+  for (std::size_t place = hash & mask_; slots_[place].atom != 0; place = (place + 1) & mask_) {
+    if (slots_[place].hash != hash) continue;
+    Entry& entry = EntryOf(slots_[place].atom);
+    if (entry.length == length && isEqual(TextOf(entry))) return {slots_[place].atom, &entry};
+  }
+  return Add(text, length, hash);
 }
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text) {
-  const Key key(text, seed_);
-  for (std::size_t place = key.hash & mask_; slots_[place].atom != 0; place = (place + 1) & mask_) {
-    if (slots_[place].hash != key.hash) continue;
-    Entry& entry = EntryOf(slots_[place].atom);
-    if (IsText(entry, key)) return {slots_[place].atom, &entry};
+  const std::size_t length = std::strlen(text);
+  const std::uint64_t start = seed_ ^ (length * kMultiplier);
+  if (length > kShort) [[unlikely]] {
+    const auto hash = static_cast<std::uint32_t>(MixLongText(start, text, length));
+    return FindOrAdd(text, length, hash,
+                     [&](const char* other) { return std::memcmp(other, text, length) == 0; });
   }
-  return Add(key);
+  const Ends ends = EndsOf(text, length);
+  const auto hash = static_cast<std::uint32_t>(Mix(Mix(start, ends.first), ends.last));
+  return FindOrAdd(text, length, hash,
+                   [&](const char* other) { return EndsOf(other, length) == ends; });
 }
 
-AtomTable::Found AtomTable::Add(const Key& key) {
-  if (key.length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) {
+  if (length > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (used_ >= mask_ / 2) DoubleSlots();
-  const ZELStringAtom atom = TakeBlock(UnitsFor(key.length));
+  const ZELStringAtom atom = TakeBlock(UnitsFor(length));
   Entry& entry = EntryOf(atom);
   char* copy = Behind(entry);
-  if (!IsInline(key.length)) {
-    copy = static_cast<char*>(longTexts_.Allocate(key.length + 1));
+  if (!IsInline(length)) {
+    copy = static_cast<char*>(longTexts_.Allocate(length + 1));
     if (copy == nullptr) {
-      GiveBack(atom, UnitsFor(key.length));
+      GiveBack(atom, UnitsFor(length));
       throw std::bad_alloc();
     }
     std::memcpy(Behind(entry), &copy, sizeof copy);
   }
-  entry = {0, 0, static_cast<std::uint32_t>(key.length), key.hash};
-  std::memcpy(copy, key.text, key.length + 1);
+  entry = {0, 0, static_cast<std::uint32_t>(length), hash};
+  std::memcpy(copy, text, length + 1);
   chunks_[atom >> kUnitBits]->FlipLive(atom % kUnits);
-  EnterInto(slots_, mask_, {atom, key.hash});
+  EnterInto(slots_, mask_, {atom, hash});
   ++used_;
   return {atom, &entry};
 }
@@ -179,7 +177,7 @@ void AtomTable::AddChunk() {
   auto* chunk = static_cast<Chunk*>(std::malloc(sizeof(Chunk)));
   if (chunk == nullptr) throw std::bad_alloc();
   std::memset(chunk->live, 0, sizeof chunk->live);
-  // What is left of the newest chunk is too little for one block and enough for a smaller one.
+  // The rest of the newest chunk is too little for one block and enough for a smaller one.
   const std::uint32_t left = chunkCount_ == 0 ? 0 : kUnits - fresh_;
   if (left > 1) GiveBack(((chunkCount_ - 1) << kUnitBits) + fresh_, left);
   chunks_[chunkCount_++] = chunk;

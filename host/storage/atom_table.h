@@ -92,7 +92,6 @@ class AtomTable {
     ZELStringAtom newest;
     std::uint32_t count;
   };
-  struct Key;
 
   Entry& EntryOf(ZELStringAtom atom) const noexcept {
     return chunks_[atom >> kUnitBits]->units[atom % kUnits];
@@ -105,8 +104,9 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  bool IsText(Entry& entry, const Key& key) const noexcept;
-  Found Add(const Key& key);
+  template <typename IsEqual>
+  Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash, IsEqual isEqual);
+  [[gnu::noinline]] Found Add(const char* text, std::size_t length, std::uint32_t hash);
   ZELStringAtom TakeBlock(std::uint32_t units);
   void GiveBack(ZELStringAtom atom, std::uint32_t units) noexcept;
   void AddChunk();

@@ -82,7 +82,7 @@ class Heap {
       return largestSize - (facts >> 1 & (kGrain - 1));
     }
   };
-  // What chunks are cut from.
+  // A stretch of memory that chunks are cut from.
   struct Area {
     Area* next;
     void* memory;

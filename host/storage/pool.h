@@ -48,11 +48,7 @@ class Pool {
   }
 
   // Null when there is no memory, and when closed. The record's content is undefined.
-  Record* Take() noexcept {
-    if (waiting_ <= kFewest || guarded_) [[unlikely]]
-      return TakeFresh();
-    return TakeOldest();
-  }
+  Record* Take() noexcept { return waiting_ > kFewest && !guarded_ ? TakeOldest() : TakeFresh(); }
 
   // The record must no longer answer IsLive.
   void Return(Record* record) noexcept {
@@ -67,9 +63,7 @@ class Pool {
 
   // False for the address of what was freed, so that reading it would be an error; told in guard
   // mode alone, since without it no record is freed before the pool is closed.
-  bool MayRead(const Record* record) const noexcept {
-    return !guarded_ || guard_.Find(record) != nullptr;
-  }
+  bool MayRead(const Record* record) const noexcept { return !guarded_ || IsInGuard(record); }
 
   template <typename Visit>
   void ForEachLive(Visit visit) const {
@@ -94,7 +88,12 @@ class Pool {
     return record;
   }
 
-  Record* TakeFresh() noexcept {
+  // Out of line, as is what guard mode needs: the others stay short.
+  [[gnu::noinline]] bool IsInGuard(const Record* record) const noexcept {
+    return guard_.Find(record) != nullptr;
+  }
+
+  [[gnu::noinline]] Record* TakeFresh() noexcept {
     if (!open_) return nullptr;
     if (guarded_) return TakeGuarded();
     if (fresh_ == freshEnd_) {
