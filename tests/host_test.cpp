@@ -131,7 +131,7 @@ TEST_P(HostTest, BinderKeepsTriples) {
 }
 
 TEST_P(HostTest, MemoryKeepsItsContent) {
-  constexpr std::size_t kSizes[] = {0, 1, 8, 9, 24, 25, 504, 520, 521, 4096, 1 << 17};
+  constexpr std::size_t kSizes[] = {0, 1, 8, 9, 24, 25, 504, 520, 521, 4096, 1 << 13};
   constexpr std::size_t kEach = 40;
   for (const std::size_t size : kSizes) {
     for (const std::size_t newSize : kSizes) {
