@@ -37,9 +37,10 @@ if(ZEL_PYTHON_DIR)
 endif()
 
 set(zel_debian_version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
-set(zel_about "ZELUtils gives a document-processing host typed values (POS objects) with a \
-text syntax, a stream format that stores them, schemas that they are validated against, \
-directories and temporary files, all behind the host's interface binder.")
+set(zel_about "ZELUtils gives a document-processing host typed values (POS objects)
+with a text syntax, a stream format that stores them, schemas that they
+are validated against, directories and temporary files, all behind the
+host's interface binder.")
 
 # zel_debian(COMPONENT PACKAGE SUMMARY CONTENT [VARIABLE VALUE]...)
 function(zel_debian component package summary content)
@@ -58,12 +59,14 @@ zel_debian(runtime libzelutils${PROJECT_VERSION_MAJOR}
   CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers)
 zel_debian(development libzelutils-dev
   "typed values, streams and schemas (development files)"
-  "This package has the headers, the reference host as a static library, and what CMake and pkg-config need."
+  "This package has the headers, the reference host as a static library,
+and what CMake and pkg-config need."
   SECTION libdevel
   DEPENDS "libzelutils${PROJECT_VERSION_MAJOR} (= ${zel_debian_version})")
 zel_debian(tools zelutils-tools
   "typed values, streams and schemas (command line)"
-  "This package has zelpos, which prints, changes, compares, converts and validates such values."
+  "This package has zelpos, which prints, changes, compares, converts and
+validates such values."
   SECTION utils
   DEPENDS "libzelutils${PROJECT_VERSION_MAJOR} (= ${zel_debian_version})")
 zel_debian(documentation zelutils-doc

@@ -14,11 +14,13 @@ def block_comments(text):
     text = re.sub(r"^typedef ZELProc \w+;\n", "", text, flags=re.M)
     text = re.sub(r"^( *)/\*( |\n)", r"\1/**\2", text, flags=re.M)
     text = re.sub(r"(\S +)/\* ", r"\1/**< ", text)
+    text = re.sub(r"#(method|procedureType)\b", r"\\#\1", text) if "ZEL_COUNT_METHOD" in text else text
     return text
 
 
 def line_comments(text):
     text = re.sub(r"^( *)// -{4}[^\n]*$", "", text, flags=re.M)
+    text = re.sub(r"(?:^ *//[^\n]*\n)*^(?:template <> *\n?)?inline constexpr bool std::[^;]*;\n", "", text, flags=re.M)
     text = re.sub(r"^( *)// ?", r"\1/// ", text, flags=re.M)
     return re.sub(r"(\S) +// ", r"\1  ///< ", text)
 
