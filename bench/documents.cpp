@@ -201,8 +201,6 @@ void Append(std::string& out, const Node& node, Syntax syntax) {
   switch (node.kind) {
     case Kind::kWhole:
     case Kind::kReal:
-      out += node.text;
-      break;
     case Kind::kWord:
       out += node.text;
       break;

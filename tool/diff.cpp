@@ -97,7 +97,7 @@ class Differences {
       for (std::size_t column = columns; column-- > 0;) {
         const bool same = EqualAt(left, begin + static_cast<std::uint32_t>(row), right,
                                   begin + static_cast<std::uint32_t>(column));
-        equal[row * columns + column] = same;
+        equal[row * columns + column] = static_cast<char>(same);
         length(row, column) = same ? length(row + 1, column + 1) + 1
                                    : std::max(length(row + 1, column), length(row, column + 1));
       }

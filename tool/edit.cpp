@@ -110,7 +110,7 @@ std::string DeleteFromText(std::string text, const PathSteps& path) {
 
 // The array or dictionary that a path's last step goes on from.
 Value OuterOf(const Document& document, const PathSteps& path) {
-  const Value outer = Follow(document.value, path, path.size() - 1);
+  Value outer = Follow(document.value, path, path.size() - 1);
   const PathStep& last = path.back();
   const bool fits =
       std::holds_alternative<std::string>(last)

@@ -170,7 +170,7 @@ void AppendUnion(std::span<const Finding> findings, std::size_t level, Findings&
     if (essential.size() != before) return;
   }
   for (const auto& alternative : open) AppendEssential(alternative, level + 1, essential);
-  if (!open.empty()) return;
+  if (!open.empty() || excluding == nullptr) return;
   essential.push_back(*excluding);
   essential.back().message = "Not a valid union type: this value fits none of " + types;
 }

@@ -17,6 +17,7 @@ template <typename Take>
 void ForEachFinding(const Document& document, const zelutils::TextLines& lines,
                     const std::vector<std::string>& messages, Detail detail, Take take) {
   std::vector<Finding> findings;
+  findings.reserve(messages.size());
   for (const std::string& message : messages) {
     findings.push_back(Understand(document.value, message));
   }

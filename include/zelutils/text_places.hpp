@@ -62,7 +62,7 @@ class TextPlaces {
       place.reset();
       for (auto& [step, node] : members) node->Forget();
     }
-    Node* Find(PathStep step) const {
+    Node* Find(const PathStep& step) const {
       const auto found = members.find(step);
       return found == members.end() ? nullptr : found->second.get();
     }
