@@ -26,7 +26,7 @@ endif()
 # Programs at a random address; tables of the loader read-only before the first own instruction.
 check_pie_supported(LANGUAGES C CXX)
 if(WIN32)
-  add_link_options(-Wl,--dynamicbase,--nxcompat)
+  add_link_options(-fstack-protector-strong -Wl,--dynamicbase,--nxcompat)
 else()
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
 endif()

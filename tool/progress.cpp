@@ -1,6 +1,5 @@
 #include "progress.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -43,7 +42,8 @@ void Progress::Show() {
   const std::chrono::duration<double> passed = Clock::now() - start_;
   const double expected = seconds_.load(std::memory_order_relaxed);
   double fraction = fraction_.load(std::memory_order_relaxed);
-  if (fraction == 0 && expected > 0) fraction = std::min(passed.count() / expected, 0.99);
+  // An estimate that was too low is no longer told.
+  if (fraction == 0 && passed.count() < expected) fraction = passed.count() / expected;
   std::array<char, 64> rest{};
   if (fraction > 0) {
     std::snprintf(rest.data(), rest.size(), "%3.0f %%, about %.0f s left", 100 * fraction,

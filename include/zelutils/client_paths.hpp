@@ -103,6 +103,10 @@ void Value::DeepPut(const Text& path, const T& value) {
   PutAt(path.CString(), Owner().New(value));
 }
 
+inline void Value::DeepPut(const Text& path, std::initializer_list<Input> list) {
+  PutAt(path.CString(), Owner().New(list));
+}
+
 inline void Value::PutAt(const std::string& path, Value value) {
   const auto steps = detail::ParsePath(path, Is<Array>());
   if (!steps) throw Error("malformed path \"" + path + '"');
@@ -231,7 +235,9 @@ inline void Element::StoreNext(const Value& value) {
   if (step_ == Step::kIndex && container_.Is<Array>()) {
     const std::uint32_t count = Owner().Procedures<ArrayInterface>().Count(container_.Handle());
     if (!index_ || *index_ > count) {
-      throw RangeError("beyond the end of an array of " + std::to_string(count));
+      RangeError error("beyond the end of an array of " + std::to_string(count));
+      error.PutUnder(Path());
+      throw error;
     }
   }
   Store(value);

@@ -9,6 +9,7 @@
 
 namespace NPOSObjectImpl {
 
+using ZEL_T_NMT::BorrowArgument;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::HoldArgument;
@@ -53,13 +54,13 @@ ZELInstance DictInterface::NewPOSDict() { return PublishObject(std::make_unique<
 bool DictInterface::IsPOSDict(ZELInstance object) { return QuietCheck<Dict>(object) != nullptr; }
 
 ZELInstance DictInterface::Get(ZELInstance dict, ZELStringAtom key) {
-  const CZELStringAtom held = HoldArgument(key);
-  return RaisingCheck<Dict>(dict).Get(held.Text());
+  const char* const text = BorrowArgument(key);
+  return RaisingCheck<Dict>(dict).Get(text);
 }
 
 ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
-  const CZELStringAtom held = HoldArgument(path);
-  return NPOSObjectImpl::DeepGet(RaisingCheck<Dict>(dict), held.Text());
+  const char* const text = BorrowArgument(path);
+  return NPOSObjectImpl::DeepGet(RaisingCheck<Dict>(dict), text);
 }
 
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
@@ -69,6 +70,7 @@ void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) 
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {
+  // Held: what is released may give back the client's reference.
   const CZELStringAtom held = HoldArgument(key);
   RaisingCheck<Dict>(dict).Remove(held.Text());
 }

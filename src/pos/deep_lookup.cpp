@@ -9,7 +9,6 @@ namespace NPOSObjectImpl {
 namespace {
 
 using ZEL_T_NMT::BinderBlock;
-using ZEL_T_NMT::CZELStringAtom;
 
 // Takes the steps of a path, each of which leads from one object to a member of it.
 class Walk {
@@ -43,9 +42,9 @@ class Walk {
     rest_ = key + std::strcspn(key, ".[");
     const char after = *rest_;
     *rest_ = '\0';
-    const CZELStringAtom atom(key);
+    const ZELInstance member = dict.Get(key);
     *rest_ = after;
-    return dict.Get(atom.Text());
+    return member;
   }
 
   // The path goes on with "[", digits and "]". An index beyond 32 bits is beyond any array's end.

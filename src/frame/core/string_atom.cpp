@@ -47,6 +47,12 @@ CZELStringAtom CZELStringAtom::Join(const CZELStringAtom& first, const CZELStrin
   return CZELStringAtom(joined.Get());
 }
 
+const char* BorrowArgument(ZELStringAtom atom) {
+  const char* const text = atom == 0 ? nullptr : Strings().GetCString(atom);
+  if (text == nullptr) RaisePOSException("null string atom");
+  return text;
+}
+
 CZELStringAtom HoldArgument(ZELStringAtom atom) {
   if (atom == 0) RaisePOSException("null string atom");
   CZELStringAtom argument(atom, CZELStringAtom::Reference::kRetain);

@@ -61,6 +61,10 @@ class CZELStringAtom {
   ZELStringAtom atom_ = 0;
 };
 
+// The text of a key or path that a client passes in, for the duration of the call, which holds no
+// reference: the client has one. Raises "null string atom" for 0 and for an atom without text.
+const char* BorrowArgument(ZELStringAtom atom);
+
 // A key or path that a client passes in, with a reference for the duration of the call. Raises
 // "null string atom" for 0 and for an atom without text.
 CZELStringAtom HoldArgument(ZELStringAtom atom);
