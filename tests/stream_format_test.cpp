@@ -207,7 +207,10 @@ TEST_F(StreamFormatTest, AReaderMadeFromThePageAgreesWithTheLibrary) {
   std::size_t count = 0;
   for (; std::getline(output, line); ++count) {
     const std::string name = line.substr(0, line.find('\t'));
-    EXPECT_EQ(line.substr(name.size() + 1), ReadByLibrary(cases[name])) << cases[name];
+    const std::string read = ReadByLibrary(cases[name]);
+    // Four gigabytes are not to be had in 32 bits.
+    if (sizeof(void*) == 4 && read == "bad allocation") continue;
+    EXPECT_EQ(line.substr(name.size() + 1), read) << cases[name];
     GiveBack();
     streamer = Keep(streamers.NewPOSStreamer());
   }

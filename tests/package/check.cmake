@@ -36,21 +36,20 @@ function(build folder)
     COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
+# The address sanitizer's own dlopen does not look where the program's run path says.
+if(SANITIZE)
+  file(GLOB_RECURSE library ${prefix}/*/libZELUtils.so)
+  set(ENV{ZELUTILS_LIBRARY} ${library})
+endif()
+
 build(${consumer} check)
 
 set(examples ${BUILD}/package/examples)
 file(GLOB installed ${prefix}/share/doc/*/examples)
 file(COPY ${installed}/ DESTINATION ${examples})
 build(${examples})
-# The address sanitizer's own dlopen does not look where the program's run path says.
-set(environment "")
-if(SANITIZE)
-  file(GLOB_RECURSE library ${prefix}/*/libZELUtils.so)
-  set(environment ZELUTILS_LIBRARY=${library})
-endif()
 execute_process(
-  COMMAND ${CMAKE_COMMAND} -E env ${environment}
-    ${CMAKE_CTEST_COMMAND} --test-dir ${examples}/build --output-on-failure --no-tests=error
+  COMMAND ${CMAKE_CTEST_COMMAND} --test-dir ${examples}/build --output-on-failure --no-tests=error
   COMMAND_ERROR_IS_FATAL ANY)
 
 execute_process(
