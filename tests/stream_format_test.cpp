@@ -207,10 +207,12 @@ TEST_F(StreamFormatTest, AReaderMadeFromThePageAgreesWithTheLibrary) {
   std::size_t count = 0;
   for (; std::getline(output, line); ++count) {
     const std::string name = line.substr(0, line.find('\t'));
-    const std::string read = ReadByLibrary(cases[name]);
     // Four gigabytes are not to be had in 32 bits.
-    if (sizeof(void*) == 4 && read == "bad allocation") continue;
-    EXPECT_EQ(line.substr(name.size() + 1), read) << cases[name];
+    const bool tooLarge =
+        sizeof(void*) == 4 && cases[name].find("#4294967295 ") != std::string::npos;
+    EXPECT_EQ(tooLarge ? "bad allocation" : line.substr(name.size() + 1),
+              ReadByLibrary(cases[name]))
+        << cases[name];
     GiveBack();
     streamer = Keep(streamers.NewPOSStreamer());
   }
