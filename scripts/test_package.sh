@@ -83,7 +83,7 @@ add_executable(consumer main.cpp)
 target_link_libraries(consumer PRIVATE ZELUtils::host)
 add_custom_target(check COMMAND consumer $<TARGET_FILE:ZELUtils::ZELUtils>)
 END
-  quietly cmake -S "$folder" -B "$folder/build" -DCMAKE_PREFIX_PATH="$prefix" \
+  quietly cmake -S "$folder" -B "$folder/build" -DZELUtils_DIR="$prefix/$libdir/cmake/ZELUtils" \
     -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_BUILD_TYPE="$type"
   quietly cmake --build "$folder/build" --target consumer check
   echo "find_package: $(grep -v '^\[' "$work/log" | tail -1)"
@@ -105,7 +105,7 @@ END
 
   # The installed examples are a project with tests.
   quietly cmake -S "$prefix/share/doc/zelutils/examples" -B "$folder/examples" \
-    -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+    -DZELUtils_DIR="$prefix/$libdir/cmake/ZELUtils" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_BUILD_TYPE="$type"
   quietly cmake --build "$folder/examples" -j "$jobs"
   quietly ctest --test-dir "$folder/examples" --no-tests=error
