@@ -4,6 +4,25 @@
 namespace zelfuzz {
 namespace {
 
+// Work grows with the text alone: so many calls of the host's procedures at most are made for each
+// byte of it, and so many besides.
+class WorkBound {
+ public:
+  explicit WorkBound(const Session& session)
+      : session_(session), before_(session.host.TotalCalls()) {}
+  void Check(std::size_t bytes, const std::string& what) const {
+    constexpr std::uint64_t kCallsPerByte = 8;
+    constexpr std::uint64_t kCallsBesides = 150;
+    const std::uint64_t calls = session_.host.TotalCalls() - before_;
+    Expect(calls <= kCallsBesides + kCallsPerByte * bytes,
+           what + ' ' + std::to_string(bytes) + " bytes took " + std::to_string(calls) + " calls");
+  }
+
+ private:
+  const Session& session_;
+  std::uint64_t before_;
+};
+
 class Reader {
  public:
   Reader(Session& session, std::uint32_t mostPerRead)
@@ -11,10 +30,13 @@ class Reader {
         mostPerRead_(mostPerRead),
         streamer_(session, session.procs.streamers.NewPOSStreamer()) {}
 
-  // Reads one value from the client's stream. Whatever fails is reported, just once.
-  Held Read(const Held& stream) {
+  // Reads one value from the client's stream, which has so many bytes left. Whatever fails is
+  // reported, just once.
+  Held Read(const Held& stream, std::size_t bytes) {
     session_.host.TakeReports();
+    const WorkBound bound(session_);
     Held object(session_, session_.procs.streamers.Deserialize(streamer_.Get(), stream.Get()));
+    bound.Check(bytes, "reading");
     Expect(session_.host.Reports().size() == (object ? 0 : 1), "a report too many or too few");
     return object;
   }
@@ -22,15 +44,17 @@ class Reader {
   // Reads the one value that the bytes hold.
   Held ReadBytes(const std::string& bytes) {
     MemoryClient client{bytes, 0, mostPerRead_};
-    return Read(client.NewStream(session_));
+    return Read(client.NewStream(session_), bytes.size());
   }
 
   std::string Write(const Held& object) {
     MemoryClient client;
     const Held stream = client.NewStream(session_);
+    const WorkBound bound(session_);
     Expect(session_.procs.streamers.Serialize(streamer_.Get(), stream.Get(), object.Get(),
                                               nullptr) == 1,
            "what was read cannot be written");
+    bound.Check(client.bytes.size(), "writing");
     return client.bytes;
   }
 
@@ -57,7 +81,7 @@ void FuzzStream(Session& session, Bytes input) {
   const Held stream = client.NewStream(session);
   for (int count = 0; count < 4; ++count) {
     const std::uint32_t begin = client.position;
-    const Held object = reader.Read(stream);
+    const Held object = reader.Read(stream, client.bytes.size() - begin);
     if (!object) return;
     Expect(client.position > begin && client.position <= client.bytes.size(),
            "the stream stands where it cannot");
