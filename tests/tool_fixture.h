@@ -21,8 +21,9 @@ class ToolTest : public ::testing::Test {
  protected:
   struct Outcome {
     int status;
-    std::string out;
+    std::string out;  // as text: without the carriage returns of Windows
     std::string err;
+    std::string bytes;  // standard output as it is
   };
 
   std::string Path(const std::string& name) const { return folder_ / name; }
@@ -51,7 +52,8 @@ class ToolTest : public ::testing::Test {
     command = '"' + command + '"';  // the shell there takes a pair of quotes off
 #endif
     const int status = std::system(command.c_str());
-    Outcome outcome = {status, Contents(Path(".out")), Contents(Path(".err"))};
+    const std::string bytes = Contents(Path(".out"));
+    Outcome outcome = {status, bytes, Contents(Path(".err")), bytes};
 #if defined(_WIN32)
     std::erase(outcome.out, '\r');
     std::erase(outcome.err, '\r');

@@ -289,7 +289,7 @@ TEST_F(ToolValuesTest, EqualThroughTexts) {
   const std::string stored = Converted(given, "stored", {});
   const std::string text = Converted(stored, "a.pos", {});
   EXPECT_TRUE(Contents(Converted(text, "back", {})) == Contents(stored));
-  EXPECT_TRUE(Run({"print", stored}).out == Contents(text));
+  EXPECT_TRUE(Run({"print", stored}).bytes == Contents(text));
   EXPECT_EQ(Run({"format", "--check", text}).status, 0) << "one layout";
   const std::string compact = Converted(stored, "b.pos", {"--compact"});
   EXPECT_TRUE(Contents(Converted(compact, "back", {})) == Contents(stored));
