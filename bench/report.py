@@ -173,8 +173,8 @@ def services(times):
 
 
 def instructions(counted):
-    """Of the library itself, beside those of an older build and of a 32-bit one."""
-    columns = [column for column in ("before", "32 bits")
+    """Of the library itself, beside those of other builds."""
+    columns = [column for column in ("before", "32 bits", "not hardened")
                if any(name.endswith("/" + column) for name in counted)]
     table = Table("Instructions per value", ["operation", "zel"] + columns)
     for name, result in counted.items():
@@ -183,6 +183,16 @@ def instructions(counted):
             table.add([" ".join(name.split("/")[:2]), number(result["per_item"])]
                       + [number(other.get("per_item")) for other in others])
     return table
+
+
+def hardening(counted):
+    """By how many per cent hardening adds to the instructions of all operations counted, or None."""
+    pairs = [(result["per_item"], counted[name[:-len("zel")] + "not hardened"]["per_item"])
+             for name, result in counted.items()
+             if name.endswith("/zel") and name[:-len("zel")] + "not hardened" in counted]
+    if not pairs:
+        return None
+    return 100 * (sum(hardened / plain for hardened, plain in pairs) / len(pairs) - 1)
 
 
 def shortfalls(figures):
@@ -205,6 +215,9 @@ def shortfalls(figures):
         if name.endswith("/zel") and narrow and narrow > limit * result["per_item"]:
             lines.append("%-24s %6.2f times as many instructions on 32 bits, wanted %g" % (
                 " ".join(name.split("/")[:2]), narrow / result["per_item"], limit))
+    cost, limit = hardening(counted), goals["hardening"]
+    if cost is not None and cost > limit:
+        lines.append("hardening %31.1f %% more instructions, wanted %g %%" % (cost, limit))
     return lines or ["All goals that were measured are met."]
 
 
@@ -228,6 +241,9 @@ def text(figures, markdown=False, with_profiles=False):
     if with_profiles:
         tables += profiles(counted)
     lines = [line for table in tables for line in table.lines(markdown)]
+    cost = hardening(counted)
+    if cost is not None:
+        lines.append("hardening: %.1f %% more instructions, on average over the operations" % cost)
     errors = ["not measured: %s: %s" % (name, result["error"])
               for part in (times, counted) for name, result in part.items() if "error" in result]
     return "\n".join(lines + errors)

@@ -30,7 +30,7 @@ PLANS = {
               "services": (1, 0)},
 }
 INSTRUCTIONS = re.compile(r"^(parse|write|read|clone|equality|lookup|lookup_by_atom|path|build|"
-                          r"release|validate)/[^/]*/(zel|before|32 bits)$")
+                          r"release|validate)/[^/]*/(zel|before|32 bits|not hardened)$")
 # Figures whose quartiles lie farther apart are taken again, with as many rounds, so often.
 WIDE, REPEATS = 0.25, 2
 MARKS = re.compile(r"/(manual_time|iterations:\d+)")
@@ -74,7 +74,7 @@ def run_rounds(benchmarks, plan, show):
     for name in benchmarks:
         group = name.split("/")[0]
         is_operation = group in report.OPERATIONS and group != "memory"
-        if name.endswith("/32 bits"):
+        if name.endswith(("/32 bits", "/not hardened")):
             continue
         rounds[name] = plan.get("compare" if is_operation else group, (0, 0))
 
@@ -199,6 +199,8 @@ def main():
     parser.add_argument("--before", metavar="DIR", help="an older build to measure beside this one")
     parser.add_argument("--bits32", metavar="DIR",
                         help="a 32-bit build whose instructions are counted as well")
+    parser.add_argument("--not-hardened", metavar="DIR", dest="not_hardened",
+                        help="a build without hardening whose instructions are counted as well")
     parser.add_argument("--goals", action="store_true",
                         help="print what misses a goal of goals.json behind the tables")
     parser.add_argument("--json", metavar="FILE", help="write all figures there")
@@ -212,11 +214,11 @@ def main():
         for name, found in list_benchmarks(arguments.before, ["zel"]).items():
             if name.endswith("/zel"):
                 benchmarks[name[:-len("zel")] + "before"] = found
-    if arguments.bits32:
-        program = os.path.join(arguments.bits32, "bench_zel")
+    for folder, column in ((arguments.bits32, "32 bits"), (arguments.not_hardened, "not hardened")):
+        program = os.path.join(folder or "", "bench_zel")
         for name, (_, full_name) in list(benchmarks.items()):
-            if name.endswith("/zel") and INSTRUCTIONS.match(name):
-                benchmarks[name[:-len("zel")] + "32 bits"] = (program, full_name)
+            if folder and name.endswith("/zel") and INSTRUCTIONS.match(name):
+                benchmarks[name[:-len("zel")] + column] = (program, full_name)
     if arguments.only:
         benchmarks = {name: found for name, found in benchmarks.items()
                       if re.search(arguments.only, name)}

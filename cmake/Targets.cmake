@@ -1,4 +1,4 @@
-# What all targets of the project have in common: the language, warnings, sanitizers, and where the
+# Settings that all targets of the project share: the language, warnings, sanitizers, and where the
 # results go. Include it once, before any target is made.
 
 set(CMAKE_CXX_STANDARD 20)

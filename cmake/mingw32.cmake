@@ -9,7 +9,7 @@ set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 
-# What is built here runs under Wine, where that is installed.
+# Programs built here run under Wine, where that is installed.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine.sh)
 
 set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)

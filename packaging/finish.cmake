@@ -29,7 +29,7 @@ else()
     # The licence is in the file copyright.
     file(REMOVE ${folder}${CPACK_PACKAGING_INSTALL_PREFIX}/share/doc/zelutils/LICENSE)
 
-    # What the compiler notes in a static library is of no use to a linker.
+    # The compiler's notes in a static library are of no use to a linker.
     file(GLOB_RECURSE archives ${folder}/*.a)
     foreach(archive IN LISTS archives)
       execute_process(

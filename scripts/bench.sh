@@ -6,7 +6,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 usage() {
   cat <<'END_OF_USAGE'
 usage: ./dev bench [--quick] [--rounds N] [--only REGEX] [--instructions | --no-times]
-                   [--before DIR] [--32] [--goals] [--json FILE] [--svg FILE]
+                   [--before DIR] [--32] [--hardening] [--goals] [--json FILE]
+                   [--svg FILE]
 
 Measures the library beside Jansson, json-c, RapidJSON and nlohmann/json and prints tables; about
 eight minutes on a quiet machine, with --quick under two. What was measured is also left in
@@ -18,6 +19,7 @@ build/bench/results.json.
   --instructions  count instructions with callgrind as well; --no-times: nothing else
   --before DIR    an older build of the benchmarks, measured in the same rounds
   --32            count the instructions of a 32-bit build too; takes g++-multilib
+  --hardening     count the instructions of a build without hardening too, and compare
   --goals         list what misses a goal of bench/goals.json
   --json FILE     the figures as JSON
   --svg FILE      a chart of the comparison
@@ -28,6 +30,7 @@ build=build/bench
 results=$build/results.json
 chart=
 bits32=
+plain=
 arguments=()
 while [ $# -gt 0 ]; do
   case "$1" in
@@ -44,6 +47,7 @@ while [ $# -gt 0 ]; do
       shift
       ;;
     --32) bits32=build/bench32 ;;
+    --hardening) plain=build/bench-not-hardened ;;
     *) arguments+=("$1") ;;
   esac
   shift
@@ -56,6 +60,12 @@ if [ -n "$bits32" ]; then
   cmake --preset linux32 -B "$bits32" -DZEL_BENCH=ON -DZEL_BENCH_ONCE=ON -DBUILD_TESTING=OFF >/dev/null
   cmake --build "$bits32" -j "$(nproc)" --target bench_zel
   arguments+=(--instructions --bits32 "$bits32")
+fi
+if [ -n "$plain" ]; then
+  cmake --preset release -B "$plain" -DZEL_HARDENING=OFF -DZEL_BENCH=ON -DZEL_BENCH_ONCE=ON \
+    -DBUILD_TESTING=OFF >/dev/null
+  cmake --build "$plain" -j "$(nproc)" --target bench_zel
+  arguments+=(--instructions --not-hardened "$plain")
 fi
 
 echo "== Measuring"

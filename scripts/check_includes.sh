@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Fails on an include that points the wrong way. Each folder may include itself and those listed
 # for it; the subsystems pos, streamer, validator and fileutils never include one another and meet
-# through the binder alone. No circle of includes leads through the frame, pos or fileutils, and the
-# floors of the frame include downwards only. Headers of an operating system stay in its own files.
+# through the binder alone. No circle of includes leads through the folders listed as acyclic, and
+# the floors of the frame include downwards only. Headers of an operating system stay in its own
+# files.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -32,7 +33,7 @@ find "${folders[@]}" -type f \
       split("frame pos streamer validator fileutils", names, " ")
       for (i in names) folder_of_prefix[names[i]] = names[i]
 
-      split("frame pos fileutils", names, " ")
+      split("frame pos fileutils host tool", names, " ")
       for (i in names) acyclic[names[i]] = 1
       count = split("base link core object client", names, " ")
       for (i = 1; i <= count; ++i) floor[names[i]] = i
@@ -65,10 +66,19 @@ find "${folders[@]}" -type f \
       return parts[1] == "frame" ? floor[parts[2]] : 0
     }
 
-    function note_unit(included, target,    from, to) {
-      if (!(target in acyclic) || path !~ /^src\//) return
-      from = unit_of(substr(path, 5))
+    function note_unit(included, target,    from, to, folder_path) {
+      if (!(folder in acyclic) || !(target in acyclic)) return
+      from = path
+      sub(/^src\//, "", from)
+      from = unit_of(from)
       to = unit_of(included)
+      if (included !~ /\//) {  # a neighbour in the same folder
+        folder_path = from
+        sub(/[^\/]*$/, "", folder_path)
+        to = folder_path to
+      } else if (target == "host") {
+        to = "host/" to
+      }
       if (from == to) return
       if (floor_of(to) > floor_of(from) && floor_of(from) > 0)
         complain("\"" included "\" stands on a floor above this one")

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "commands.h"
+#include "failures.h"
 
 namespace zelpos {
 namespace {

@@ -11,7 +11,7 @@
 
 namespace zelpos {
 
-// What a stream of the host can address.
+// Bytes that a stream of the host can address.
 inline constexpr std::uint64_t kLongestStream = 0xFFFFFFFF;
 
 // A positionable stream that reads bytes where they are. It and the bytes outlive the stream.

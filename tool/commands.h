@@ -2,11 +2,11 @@
 #pragma once
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "document.h"
+#include "failures.h"
 #include "style.h"
 
 namespace zelpos {
@@ -18,27 +18,9 @@ inline constexpr int kDiffers = 1;   // diff, format --check
 inline constexpr int kNotValid = 1;  // validate, check-schema
 inline constexpr int kTrouble = 2;
 
-// A command line that cannot be carried out; the message says why.
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// What is wrong with an input or an output, in full lines that name the file.
-class FileError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// Nobody reads what is written any more.
-class ClosedPipe : public FileError {
- public:
-  using FileError::FileError;
-};
-
 enum class FindingsFormat { kText, kJson, kSarif };
 
-// What a command line says. Each command looks at what concerns it.
+// Contents of a command line. Each command looks at the fields that concern it.
 struct Options {
   ColorMode color = ColorMode::kAuto;
   bool quiet = false;

@@ -5,8 +5,8 @@
 #include <zelutils/text_errors.hpp>
 
 #include "byte_streams.h"
-#include "commands.h"
 #include "excerpt.h"
+#include "failures.h"
 #include "files.h"
 #include "held_signals.h"
 #include "json_reader.h"
@@ -32,7 +32,7 @@ std::string_view StreamVersion(std::string_view bytes) {
   return isAlone && version != kVersion ? std::string_view() : version;
 }
 
-// How long a long text will take, by a sample from its front.
+// Estimated duration of reading a long text, from a sample of its front.
 double ExpectedSeconds(const zelutils::Client& client, std::string_view text) {
   constexpr std::size_t kSample = std::size_t{1} << 20;
   if (text.size() < 8 * kSample) return 0;

@@ -42,7 +42,8 @@ std::string_view SpaceBefore(std::string_view text, std::size_t place) {
   return space.substr(line - (line > 0 && space[line - 1] == '\r' ? 1 : 0));
 }
 
-// Where the members of an array or dictionary begin (keys, in a dictionary) and the last one ends.
+// Offsets at which the members of an array or dictionary begin (keys, in a dictionary) and the last
+// one ends.
 struct Members {
   std::vector<std::size_t> begins;
   std::size_t end = 0;
@@ -122,7 +123,7 @@ Value OuterOf(const Document& document, const PathSteps& path) {
   return outer;
 }
 
-// Where the result goes: in place, unless an output is named.
+// Destination of the result: the file itself, unless an output is named.
 std::string OutputOf(const Options& options) {
   return options.output.empty() ? options.file : options.output;
 }

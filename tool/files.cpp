@@ -3,7 +3,7 @@
 #include <array>
 #include <cerrno>
 
-#include "commands.h"
+#include "failures.h"
 #include "platform.h"
 
 namespace zelpos {

@@ -14,7 +14,7 @@ struct CloseFile {
 };
 using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
-// How a file is named in messages.
+// Name of a file in messages.
 std::string DisplayName(const std::string& file);
 
 // All functions below throw FileError.

@@ -107,7 +107,7 @@ std::string CategoryOf(std::string_view definition) {
   return category;
 }
 
-// Whether an alternative fails because a member of the value has not one of the values it lists.
+// True if an alternative fails because a member of the value has not one of the values it lists.
 bool IsRuledOut(const Finding& finding, std::size_t level) {
   return finding.tried.size() == level + 1 &&
          finding.path.size() == finding.tried[level].depth + 1 && !finding.isAboutKey &&

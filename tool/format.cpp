@@ -78,7 +78,7 @@ class Formatter {
     out_ += Spelling(next_++);
   }
 
-  // Whether a blank stands between a token and the one before.
+  // True if a blank stands between a token and the one before.
   bool HasSpace(std::size_t index) const {
     return index > 0 && !tokens_[index - 1].token.IsOpening() && !tokens_[index].token.IsClosing();
   }

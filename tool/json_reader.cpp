@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "commands.h"
 #include "excerpt.h"
+#include "failures.h"
 #include "json_writer.h"
 #include "path.h"
 #include "printable.h"
@@ -163,7 +163,7 @@ class Builder : public nlohmann::json_sax<nlohmann::json> {
     return true;
   }
 
-  // What an object of one reserved member stands for.
+  // The value that an object of one reserved member stands for.
   Value Convert(const std::string& reserved, const Value& content) const {
     const bool isText = content.Is<zelutils::String>();
     if (reserved == kJsonUnicode && isText) {

@@ -10,7 +10,7 @@
 
 namespace zelpos {
 
-// What JSON lacks is an object of one member, whose name begins with "$":
+// A value that JSON lacks is written as an object of one member, whose name begins with "$":
 //   a Unicode string            {"$unicode": "text"}, or the list of its units where it is not
 //                               well-formed
 //   a string of other bytes     {"$bytes": "hexadecimal digits"}, as a key "$bytes:digits"

@@ -1,4 +1,4 @@
-// What differs from system to system: how files are named, made and written through to the disk.
+// Services that differ between systems: naming, making and flushing files.
 #pragma once
 
 #include <cstddef>

@@ -19,7 +19,7 @@ std::string PrintableLines(std::string_view text);
 std::size_t CharacterLength(std::string_view text);
 // The code point of one well-formed character.
 std::uint32_t DecodeCharacter(std::string_view character);
-// How many characters a text has, where it is UTF-8.
+// Number of characters of a text, where it is UTF-8.
 std::size_t CharacterCount(std::string_view text);
 bool IsUtf8(std::string_view text);
 

@@ -19,7 +19,7 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
-  // How much is done, from 0 to 1.
+  // The part that is done, from 0 to 1.
   void Set(double fraction) noexcept { fraction_.store(fraction, std::memory_order_relaxed); }
   // For work that cannot tell how far it is.
   void Expect(double seconds) noexcept { seconds_.store(seconds, std::memory_order_relaxed); }

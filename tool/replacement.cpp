@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What writing to a path reaches, be it there or not.
+// The file that writing to a path reaches, be it there or not.
 fs::path BehindLinks(fs::path path) {
   constexpr int kMostLinks = 40;  // links in a circle have been refused before
   std::error_code error;

@@ -8,7 +8,7 @@
 namespace zelpos {
 
 struct Session {
-  // What was reported and taken by nobody, such as a stream that cannot be closed, is told at the
+  // A report that nobody has taken, such as a stream that cannot be closed, is told at the
   // end.
   zelutils::Session client{{{}, [](std::string_view line) {
                               std::fprintf(stderr, "zelpos: %.*s\n", static_cast<int>(line.size()),

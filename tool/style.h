@@ -10,7 +10,7 @@ enum class ColorMode { kAuto, kAlways, kNever };
 
 enum class Ink { kPlain, kKey, kString, kNumber, kOther, kError, kPlace, kAdded, kRemoved, kFaint };
 
-// How text goes to one of the standard files.
+// Output of text to one of the standard files.
 class Style {
  public:
   Style() = default;

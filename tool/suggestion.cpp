@@ -6,7 +6,7 @@
 namespace zelpos {
 namespace {
 
-// How many characters must be put in, left out, changed, or swapped with the next one.
+// Number of characters to put in, leave out, change, or swap with the next one.
 std::size_t Distance(std::string_view from, std::string_view to) {
   std::vector<std::size_t> before;
   std::vector<std::size_t> row(to.size() + 1);

@@ -31,8 +31,8 @@ struct TextForm {
 
 struct TextOptions {
   bool compact = false;  // all on one line
-  // What the syntax has no form for (long strings, numbers of more than 100 digits, binary data) is
-  // an Unsayable; otherwise it stands in braces, for people to read.
+  // A value that the syntax has no form for (long strings, numbers of more than 100 digits, binary
+  // data) is an Unsayable; otherwise it stands in braces, for people to read.
   bool strict = true;
   Style style{};
 };
@@ -47,7 +47,7 @@ class TextWriter {
 
   // Writes the whole value and a line end. May be called again for further values.
   void Write(Handle value);
-  // How many values stood in braces.
+  // Number of values that stood in braces.
   std::size_t Unsaid() const noexcept { return unsaid_; }
 
  private:

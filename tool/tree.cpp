@@ -69,7 +69,7 @@ class TreePrinter {
     }
   }
 
-  // What follows a label, and the line's end.
+  // The text after a label, and the end of the line.
   void AppendContent(Handle value) {
     out_ += ": ";
     const int type = values_.Type(value);
@@ -98,7 +98,7 @@ class TreePrinter {
   std::string out_;
 };
 
-// What a value is made of.
+// Counts and sizes of the parts of a value.
 class Survey {
  public:
   explicit Survey(const Values& values) : values_(values) {}

@@ -1,6 +1,6 @@
 # Installs the build in BUILD to a prefix of its own, and there builds and runs projects that use the
-# installation: the C++ example of the README, and the installed examples with their tests. Then it
-# uninstalls, and nothing may be left.
+# installation: the C++ example of the README, the installed examples with their tests, and what the
+# tutorial says. Then it uninstalls, and nothing may be left.
 set(prefix ${BUILD}/package/prefix)
 set(consumer ${BUILD}/package/consumer)
 file(REMOVE_RECURSE ${BUILD}/package)
@@ -51,6 +51,22 @@ build(${examples})
 execute_process(
   COMMAND ${CMAKE_CTEST_COMMAND} --test-dir ${examples}/build --output-on-failure --no-tests=error
   COMMAND_ERROR_IS_FATAL ANY)
+
+# The tutorial. This system's Python cannot load a sanitized library or one for another system.
+if(PYTHON)
+  set(ENV{CC} ${C_COMPILER})
+  set(ENV{CXX} ${CXX_COMPILER})
+  set(ENV{CFLAGS} "${C_FLAGS}")
+  set(ENV{CXXFLAGS} "${CXX_FLAGS}")
+  set(options "")
+  if(SANITIZE OR C_FLAGS MATCHES "-m32")
+    set(options --without-python)
+  endif()
+  execute_process(
+    COMMAND ${PYTHON} ${SOURCE}/tests/docs/tutorial.py ${SOURCE}/docs/tutorial.md
+      ${BUILD}/package/tutorial ${prefix} ${options}
+    COMMAND_ERROR_IS_FATAL ANY)
+endif()
 
 execute_process(
   COMMAND ${EMULATOR} ${prefix}/bin/${TOOL} --version
