@@ -235,9 +235,7 @@ inline void Element::StoreNext(const Value& value) {
   if (step_ == Step::kIndex && container_.Is<Array>()) {
     const std::uint32_t count = Owner().Procedures<ArrayInterface>().Count(container_.Handle());
     if (!index_ || *index_ > count) {
-      RangeError error("beyond the end of an array of " + std::to_string(count));
-      error.PutUnder(Path());
-      throw error;
+      Told([&] { throw RangeError("beyond the end of an array of " + std::to_string(count)); });
     }
   }
   Store(value);
