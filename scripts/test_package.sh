@@ -31,6 +31,9 @@ done
 
 work=$source/build/test-package
 jobs=$(nproc)
+if ! command -v make >/dev/null; then
+  export CMAKE_GENERATOR=Ninja
+fi
 
 say() {
   printf '\n== %s\n' "$*"

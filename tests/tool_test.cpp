@@ -1,6 +1,12 @@
 // The commands of zelpos: what each prints, changes and answers.
 #include "tool_fixture.h"
 
+#if !defined(_WIN32)
+#include <unistd.h>
+
+#include <csignal>
+#endif
+
 namespace {
 
 using zeltest::ToolTest;
@@ -114,6 +120,40 @@ TEST_F(ToolTest, AnOutputIsReplacedAsAWholeOrNotAtAll) {
 #endif
   EXPECT_EQ(folder_.Names().size(), 6u) << "out, new, folder, and the three of Run";
 }
+
+#if !defined(_WIN32)
+// A signal in the middle of writing. Where one comes too late, a larger value is written.
+TEST_F(ToolTest, AnInterruptionLeavesTheOldFile) {
+  const std::string input = Path("in"), output = Path("out");
+  const auto isWriting = [this] { return folder_.Names().size() > 2; };
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    bool isInterrupted = false;
+    for (std::size_t size = 1u << 16; !isInterrupted && size < 1u << 26; size *= 4) {
+      std::string values = "[";
+      for (std::size_t i = 0; i < size; ++i) values += "1.5 ";
+      File("in", values + ']');
+      File("out", "old");
+      const pid_t tool = fork();
+      if (tool == 0) {
+        execl(ZEL_TOOL_PATH, "zelpos", "convert", input.c_str(), "-o", output.c_str(), nullptr);
+        _exit(127);
+      }
+      int status = 0;
+      pid_t ended = 0;
+      while ((ended = waitpid(tool, &status, WNOHANG)) == 0 && !isWriting()) {
+      }
+      if (ended == 0) {
+        kill(tool, signal);
+        waitpid(tool, &status, 0);
+      }
+      EXPECT_FALSE(isWriting()) << "something is left";
+      isInterrupted = WIFSIGNALED(status) && WTERMSIG(status) == signal;
+      EXPECT_TRUE(!isInterrupted || Contents(output) == "old") << signal;
+    }
+    EXPECT_TRUE(isInterrupted) << signal;
+  }
+}
+#endif
 
 TEST_F(ToolTest, StatusOutputAndMessages) {
   const std::string nul("[1 \0 2]", 7);
@@ -264,7 +304,7 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
   }
 #endif
   EXPECT_EQ(Run({"--help"}).status, 0);
-  EXPECT_EQ(Run({"--version"}).out, "zelpos 1.1.1, ZELUtils library 1.1.1\n");
+  EXPECT_EQ(Run({"--version"}).out, "zelpos " ZEL_VERSION ", contract of the library: 1.1.1\n");
 }
 
 TEST_F(ToolTest, ParseErrorsAreShownWhereTheyAre) {

@@ -77,15 +77,15 @@ CLI::Option* AddOne(CLI::App& parser, const std::string& name, std::string& targ
   return parser.add_option(name, target, purpose)->required()->type_name("");
 }
 
-std::string VersionText(std::uint32_t version) {
+std::string ContractText(std::uint32_t version) {
   return std::to_string(version >> 16) + '.' + std::to_string(version >> 8 & 0xFF) + '.' +
          std::to_string(version & 0xFF);
 }
 
 void PrintVersion() {
   Session session;
-  WriteStandardOutput("zelpos " + VersionText(ZELUTILS_VERSION) + ", ZELUtils library " +
-                      VersionText(session.client.Host().LibraryVersion()) + '\n');
+  WriteStandardOutput("zelpos " ZEL_VERSION ", contract of the library: " +
+                      ContractText(session.client.Host().LibraryVersion()) + '\n');
 }
 
 // In lines of at most 80 characters.

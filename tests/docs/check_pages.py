@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks the pages: links and their anchors, folders and commands that are named, the version.
+"""Checks the pages: links and their anchors, folders and commands that are named, blocks that no
+test runs, the version.
 
 usage: check_pages.py VERSION          the project's version
 """
@@ -12,6 +13,22 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PAGES = [ROOT / name for name in ("README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md",
                                   "examples/README.md", "bindings/python/README.md")]
 PAGES += sorted((ROOT / "docs").glob("*.md"))
+# The tests that carry out the blocks of the pages, by the languages that they take.
+RUN_BY = {
+    "docs/text-syntax.md": ("DocsTest", "pos pos-same pos-error"),
+    "docs/schema-language.md": ("DocsTest", "schema wrong-schema schema-messages-include value "
+                                            "messages report"),
+    "docs/stream-format.md": ("StreamFormatTest", "stream json stream-cases"),
+    "docs/zelpos.md": ("ToolDocsTest", "console"),
+    "docs/c.md": ("page_c", "c output"),
+    "docs/cpp.md": ("page_cpp", "cpp output"),
+    "docs/python.md": ("test-python", "python"),
+    "docs/tutorial.md": ("package", "pos console cpp cmake c sh python"),
+    "README.md": ("package", "cpp"),
+}
+# Commands and fragments are named, not carried out; check_names looks at them.
+READ_ONLY = {"sh", "cmake"}
+SHOWN = {("docs/host-contract.md", "c"), ("bindings/python/README.md", "python")}
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 
 
@@ -56,6 +73,17 @@ def check_names(page, faults):
             faults.append(f"{page.relative_to(ROOT)}: there is no {path}")
 
 
+def check_blocks(page, faults):
+    """Every block is carried out by a test. Returns how many are."""
+    name = str(page.relative_to(ROOT))
+    languages = re.findall(r"^ *```([\w-]+)", page.read_text(encoding="utf-8"), re.M)
+    run = RUN_BY.get(name, ("", ""))[1].split()
+    for language in languages:
+        if language not in run and language not in READ_ONLY and (name, language) not in SHOWN:
+            faults.append(f"{name}: no test runs the block of {language}")
+    return sum(language in run for language in languages)
+
+
 def check_version(version, faults):
     changelog = (ROOT / "CHANGELOG.md").read_text(encoding="utf-8")
     newest = re.search(r"^## ([\d.]+)", changelog, re.M).group(1)
@@ -67,13 +95,14 @@ def check_version(version, faults):
 
 
 def main():
-    faults, links = [], 0
+    faults, links, blocks = [], 0, 0
     for page in PAGES:
         links += check_links(page, faults)
         check_names(page, faults)
+        blocks += check_blocks(page, faults)
     check_version(sys.argv[1], faults)
     print("\n".join(faults))
-    print(f"{len(PAGES)} pages, {links} links, {len(faults)} faults")
+    print(f"{len(PAGES)} pages, {links} links, {blocks} blocks run by tests, {len(faults)} faults")
     return 1 if faults or links < 20 else 0
 
 
