@@ -38,7 +38,7 @@ def check(command, expected=None):
 
 text = page.read_text(encoding="utf-8").partition("\n## A document")[2]
 if "--without-python" in sys.argv:
-    text = text.partition("\n## In Python")[0]
+    text = text.partition("\n## The same in Python")[0]
 for before, language, block in re.findall(r"([^\n]*)\n\n```(\w+)\n(.*?)\n```", text, re.S):
     if language == "sh":
         check("set -e\n" + block)
