@@ -390,10 +390,12 @@ class Sequence {
     const ZELInstance streamer = Any();
     Make(procs_.streamers.Deserialize, streamer, Any());
   }
-  // A method of a stream, found by its name; of another instance it is not there.
+  // A method of a stream, found by its name; another instance does not have it, and the host may not
+  // be asked about none.
   template <typename Procedure, typename... Arguments>
   void CallMethod(const char* method, const char* procType, ZELInstance instance,
                   Arguments... arguments) {
+    if (instance == nullptr) return;
     Undisturbed quiet(*this);
     const ZELStringAtom name = procs_.atoms.NewStringAtom(method);
     const ZELStringAtom type = procs_.atoms.NewStringAtom(procType);
