@@ -8,7 +8,15 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 site=build/site
 rm -rf "$site"
 mkdir -p "$site/html"
+# The words of the drawing; the places depend on the fonts of the machine.
+words() {
+  sed -n 's:.*<text[^>]*>\(.*\)</text>.*:\1:p' "$1" | sort
+}
 dot -Tsvg docs/architecture.dot -o "$site/architecture.svg"
+if [ "$(words "$site/architecture.svg")" != "$(words docs/architecture.svg)" ]; then
+  echo "docs/architecture.svg is older than docs/architecture.dot: cp $site/architecture.svg docs"
+  exit 1
+fi
 version=$(sed -n 's/^  VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
 {
   cat docs/Doxyfile

@@ -14,6 +14,8 @@ def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         text = file.read()
     page = os.path.splitext(os.path.basename(sys.argv[1]))[0].lower()
+    # Doxygen 1.9.4 loses its way in a link whose text goes over the end of a line.
+    text = re.sub(r"\[([^\[\]\n]*)\n *([^\[\]\n]*)\]\(", r"[\1 \2](", text)
     linked = re.sub(r"\[([^\]]*)\]\((?:\.\./)?(?:examples/README\.md|LICENSE|examples/[\w.]+)\)", r"\1", text)
     linked = re.sub(r"\]\(#([\w-]+)\)", rf"](#{page}-\1)", linked)
     linked = re.sub(r"\]\((?:docs/)?([\w-]+)\.md#([\w-]+)\)", r"](#\1-\2)", linked)
