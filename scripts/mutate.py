@@ -134,6 +134,15 @@ def build(preset):
     return run("cmake", "--build", "--preset", preset) == 0
 
 
+def quick_test(preset):
+    """The cases that are quick, in one process each, up to the first that fails."""
+    folder = COPY / "build" / preset
+    return all(
+        run(str(folder / program), "--gtest_fail_fast", "--gtest_brief=1", "--gtest_filter=-*Tool*:*FaultSweep*:*Docs*",
+            timeout=120) == 0
+        for program in ("zel_inside_tests", "zel_tests"))
+
+
 def test(preset, jobs, timeout):
     return run("ctest", "--preset", preset, "-j", str(jobs), "--stop-on-failure", "-E", "^(package|docs)", timeout=timeout) == 0
 
@@ -142,7 +151,7 @@ def prepare(jobs):
     for preset in PRESETS:
         if run("cmake", "--preset", preset, "-DZEL_WERROR=OFF", "-DCMAKE_EXPORT_COMPILE_COMMANDS=OFF") != 0 or not build(preset):
             sys.exit(f"mutate: the unchanged sources do not build ({preset}); see {WORK / 'last.log'}")
-        if not test(preset, jobs, 900):
+        if not quick_test(preset) or not test(preset, jobs, 900):
             sys.exit(f"mutate: a test fails on the unchanged sources ({preset}); see {WORK / 'last.log'}")
 
 
@@ -156,7 +165,7 @@ def outcome_of(mutant, jobs):
         for preset in PRESETS:
             if not build(preset):
                 return "does not compile"
-            if not test(preset, jobs, 300):
+            if not quick_test(preset) or not test(preset, jobs, 300):
                 return f"noticed ({preset})"
         return "survived"
     finally:
