@@ -62,8 +62,11 @@ void Array::SetAt(std::uint32_t index, ContainerReference value) {
     std::swap(slots_[index], value);
     return;
   }
-  while (count_ < index) AddSlot(ContainerReference());
-  AddSlot(std::move(value));
+  while (count_ < index) {
+    ContainerReference hole;
+    AppendInPlace(hole);
+  }
+  AppendInPlace(value);
 }
 
 void Array::Remove(std::uint32_t index) {

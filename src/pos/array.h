@@ -1,8 +1,6 @@
 // The POS array: a block of references to other POS objects.
 #pragma once
 
-#include <new>
-
 #include "pos/base_object.h"
 
 namespace NPOSObjectImpl {
@@ -23,17 +21,14 @@ class Array final : public ZEL_T_NMT::OwnArray {
   // Raises the allocation failure for an index whose storage does not fit in 32 bits.
   void SetAt(std::uint32_t index, ZEL_T_NMT::ContainerReference value);
   void Append(ZEL_T_NMT::ContainerReference value) {
-    if (count_ == capacity_) Grow(count_ + 1);  // capacities stay far below 32 bits
-    AddSlot(std::move(value));
+    if (AppendInPlace(value)) return;
+    Grow(count_ + 1);  // capacities stay far below 32 bits
+    AppendInPlace(value);
   }
   void Remove(std::uint32_t index);
 
  private:
   void Grow(std::uint32_t need);
-  void AddSlot(ZEL_T_NMT::ContainerReference value) noexcept {
-    new (static_cast<void*>(&slots_[count_])) ZEL_T_NMT::ContainerReference(std::move(value));
-    ++count_;
-  }
 };
 
 }  // namespace NPOSObjectImpl

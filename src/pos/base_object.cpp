@@ -39,18 +39,13 @@ namespace {
 
 constinit DestructionQueue g_destructions;
 
+}  // namespace
+
 void DestroyPublished(void* object) noexcept {
   g_destructions.Destroy(static_cast<BaseObject*>(object));
 }
 
-}  // namespace
-
 constinit std::uint32_t g_cloneDepth = 0;
 constinit std::uint32_t g_equalDepth = 0;
-
-ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object) {
-  return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
-                            &DestroyPublished);
-}
 
 }  // namespace NPOSObjectImpl

@@ -45,15 +45,21 @@ inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
 extern constinit std::uint32_t g_cloneDepth;
 extern constinit std::uint32_t g_equalDepth;
 
+// The destroy procedure of values.
+void DestroyPublished(void* object) noexcept;
+
 // Publishes a new object; returns its handle, without reference.
-ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object);
+inline ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object) {
+  return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
+                            &DestroyPublished);
+}
 template <typename T>
 ZELInstance PublishObject(std::unique_ptr<T> object) {
   return PublishValue(ZEL_T_NMT::OwnedValue(object.release()));
 }
 
 // Raises the host's error for null and for a handle that is no POS object.
-inline BaseObject& ResolveObject(ZELInstance handle) {
+ZEL_ALWAYS_INLINE BaseObject& ResolveObject(ZELInstance handle) {
   return *ZEL_T_NMT::Resolve<BaseObject>(handle, ZEL_T_NMT::ImplementationId::kPOSObject);
 }
 

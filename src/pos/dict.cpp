@@ -58,14 +58,15 @@ ZELInstance Dict::Get(const char* key) const noexcept {
   return number == kNone ? nullptr : entries_.At(number).value.Get();
 }
 
-void Dict::Put(CZELStringAtom key, ContainerReference value) {
+void Dict::Put(CZELStringAtom&& key, ContainerReference&& value) {
   const std::uint32_t hash = HashKey(key.Text());
   const std::uint32_t number = entries_.Find(key.Text(), hash);
   if (number != kNone) {
-    std::swap(entries_.At(number).value, value);
+    // The old value is released when the dictionary has the new one.
+    const ContainerReference old = std::exchange(entries_.At(number).value, std::move(value));
     return;
   }
-  entries_.Insert({std::move(key), hash}, std::move(value));
+  entries_.Insert(DictKey(std::move(key), hash), std::move(value));
 }
 
 void Dict::Remove(const char* key) {

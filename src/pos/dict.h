@@ -22,7 +22,7 @@ class Dict final : public ZEL_T_NMT::OwnDict {
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept;
-  void Put(ZEL_T_NMT::CZELStringAtom key, ZEL_T_NMT::ContainerReference value);
+  void Put(ZEL_T_NMT::CZELStringAtom&& key, ZEL_T_NMT::ContainerReference&& value);
   void Remove(const char* key);
 
  private:

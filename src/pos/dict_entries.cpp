@@ -72,7 +72,7 @@ void DictEntries::Reserve(std::uint32_t count) {
   if (count > store_.Capacity()) MoveTo(CapacityFor(count));
 }
 
-void DictEntries::Insert(DictKey key, ZEL_T_NMT::ContainerReference value) {
+void DictEntries::Insert(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) {
   if (store_.IsFull()) MoveTo(CapacityAfter(store_.Capacity()));
   const std::uint32_t hash = key.hash;
   const std::uint32_t number = store_.Add(std::move(key), std::move(value));

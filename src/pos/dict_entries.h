@@ -38,7 +38,7 @@ class DictEntries {
   // everything as it was.
   void Reserve(std::uint32_t count);
   // Adds an entry under a key that is not there; raises as Reserve does.
-  void Insert(DictKey key, ZEL_T_NMT::ContainerReference value);
+  void Insert(DictKey&& key, ZEL_T_NMT::ContainerReference&& value);
   // Takes an entry out and returns what it held, for the caller to let go of.
   DictEntry Remove(std::uint32_t number) noexcept;
 

@@ -16,7 +16,7 @@ void DictStore::Clear() noexcept {
   firstTombstone_ = kNone;
 }
 
-std::uint32_t DictStore::Add(DictKey key, ZEL_T_NMT::ContainerReference value) noexcept {
+std::uint32_t DictStore::Add(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) noexcept {
   ++live_;
   if (firstTombstone_ == kNone) [[likely]] {
     new (static_cast<void*>(&entries_[end_])) DictEntry{std::move(key), std::move(value)};

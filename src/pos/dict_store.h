@@ -18,7 +18,7 @@ inline constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
 struct DictKey : ZEL_T_NMT::CZELStringAtom {
   DictKey() noexcept = default;
-  DictKey(ZEL_T_NMT::CZELStringAtom key, std::uint32_t keyHash) noexcept
+  DictKey(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t keyHash) noexcept
       : CZELStringAtom(std::move(key)), hash(keyHash) {}
   std::uint32_t hash = 0;
 };
@@ -58,7 +58,7 @@ class DictStore {
   bool IsLive(std::uint32_t number) const noexcept { return Text(number) != nullptr; }
 
   // Adds an entry, for which there must be room, and returns its number.
-  std::uint32_t Add(DictKey key, ZEL_T_NMT::ContainerReference value) noexcept;
+  std::uint32_t Add(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) noexcept;
   // Leaves a tombstone and returns what the entry held.
   DictEntry Remove(std::uint32_t number) noexcept;
 

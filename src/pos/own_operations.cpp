@@ -2,8 +2,10 @@
 
 #include <new>
 
+#include "frame/object/guard.h"
 #include "pos/array.h"
 #include "pos/dict.h"
+#include "pos/scalars.h"
 
 namespace NPOSObjectImpl {
 namespace {
@@ -24,9 +26,25 @@ const ConstDictIterator& IteratorOf(const OwnWalk& walk) noexcept {
   return *std::launder(reinterpret_cast<const ConstDictIterator*>(walk.state));
 }
 
+template <typename T, typename... Arguments>
+ContainerReference NewValue(Arguments... arguments) {
+  ZELInstance made = nullptr;
+  try {
+    made = PublishObject(std::make_unique<T>(arguments...));
+  } catch (...) {
+    ZEL_T_NMT::ReportCurrentException();
+  }
+  return ContainerReference::Adopt(made);
+}
+
 }  // namespace
 
 constinit const ZEL_T_NMT::OwnOperations kOwnOperations = {
+    .newNumber = &NewValue<Number, double>,
+    .newString = &NewValue<String, const char*>,
+    .newUnicodeString = &NewValue<UnicodeString, const std::uint16_t*>,
+    .newArray = &NewValue<Array>,
+    .newDict = &NewValue<Dict>,
     .append =
         [](OwnArray& array, ContainerReference&& value) {
           static_cast<Array&>(array).Append(std::move(value));

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "frame/base/byte_words.h"
 #include "frame/base/decimal.h"
+#include "frame/client/key_atoms.h"
 #include "frame/core/nesting.h"
 
 namespace NPOSObjectImpl {
@@ -17,6 +19,7 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::CZELStringAtom;
 
 constexpr std::size_t kMaxString = 100;         // bytes between the parentheses, or of a bare word
 constexpr std::size_t kMaxNumber = 100;         // bytes
@@ -58,6 +61,12 @@ int HexValue(char c) noexcept {
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   return -1;
 }
+
+// The text of a bare word or quoted string, ended by a NUL, with room for whole words.
+struct Text {
+  char bytes[kMaxString + 1 + ZEL_T_NMT::kWordSize];
+  std::size_t length;
+};
 
 // Recursive descent over a cursor into the text. Containers are the only thing that recurses.
 class Parser {
@@ -107,8 +116,7 @@ class Parser {
   CPOSObject ReadObject() {
     const char first = *cursor_;
     if (IsOneOf(first, kDigit | kSign | kPoint)) return ReadNumber();
-    if (IsOneOf(first, kLetter)) return ReadBareWord();
-    if (first == '(') return ReadQuotedString();
+    if (IsOneOf(first, kLetter) || first == '(') return ReadString(first);
     if (first == '[') return ReadArray();
     if (first == '<') return ReadDict();
     if (first == '`') return ReadUnicodeString();
@@ -146,22 +154,56 @@ class Parser {
       const char next = NextToken();
       if (next == '>') break;
       if (next == ']') FailAtClosing("Unexpected ]");
-      const CPOSString key(ReadObject(), true);
-      if (key.IsEmpty()) Fail("Expected dictionary key string");
-      dict.Put(key.Get(), ParseObject());
+      ReadMember(dict, next);
     }
     LeaveContainer();
     return dict;
   }
 
-  CPOSObject ReadBareWord() {
+  // A key, whose first character is at the cursor, and its value. The key is made a String only
+  // where somebody else's procedures are to see it.
+  void ReadMember(const CPOSDict& dict, char first) {
+    CPOSObject made;
+    if (first == '(' || IsOneOf(first, kLetter)) {
+      Text text;
+      ReadText(first, text);
+      if (ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
+        if (!keys_) keys_.emplace();
+        CZELStringAtom key = keys_->Get(text.bytes, text.length);
+        dict.Put(std::move(key), ParseObject());
+        return;
+      }
+      made = CPOSString::New(text.bytes);
+    } else {
+      made = ReadObject();
+    }
+    const CPOSString key(std::move(made), true);
+    if (key.IsEmpty()) Fail("Expected dictionary key string");
+    dict.Put(key.Get(), ParseObject());
+  }
+
+  CPOSObject ReadString(char first) {
+    Text text;
+    ReadText(first, text);
+    return CPOSString::New(text.bytes);
+  }
+
+  void ReadText(char first, Text& text) {
+    if (first == '(') {
+      ReadQuotedString(text);
+    } else {
+      ReadBareWord(text);
+    }
+  }
+
+  void ReadBareWord(Text& text) {
     const char* const start = cursor_;
     while (IsOneOf(*cursor_, kLetter | kDigit)) ++cursor_;
-    return MakeString(start, cursor_, false);
+    TakeText(start, cursor_, false, text);
   }
 
   // A backslash takes the next character as it is; parentheses are not counted.
-  CPOSObject ReadQuotedString() {
+  void ReadQuotedString(Text& text) {
     const char* const start = ++cursor_;
     bool escapes = false;
     for (;;) {
@@ -175,7 +217,7 @@ class Parser {
       ++cursor_;
     }
     const char* const end = cursor_++;
-    return MakeString(start, end, escapes);
+    TakeText(start, end, escapes, text);
   }
 
   // Goes to the next parenthesis or backslash, or to less than a word before the text's end.
@@ -190,23 +232,33 @@ class Parser {
     }
   }
 
-  // From the raw characters of a bare word or quoted string; the cursor is behind the token.
-  CPOSObject MakeString(const char* start, const char* end, bool escapes) {
+  // The raw characters of a bare word or quoted string; the cursor is behind the token.
+  void TakeText(const char* start, const char* end, bool escapes, Text& text) const {
     const auto length = static_cast<std::size_t>(end - start);
     if (length > kMaxString) Fail("Exceeded max string length");
-    char text[kMaxString + 1];
-    char* out = text;
+    char* out = text.bytes;
     if (escapes) {
       while (start != end) {
         if (*start == '\\') ++start;
         *out++ = *start++;
       }
     } else {
-      std::memcpy(text, start, length);
+      CopyText(out, start, length);
       out += length;
     }
     *out = '\0';
-    return CPOSString::New(text);
+    text.length = static_cast<std::size_t>(out - text.bytes);
+  }
+
+  // Whole words at a time where the text goes on behind them.
+  void CopyText(char* target, const char* start, std::size_t length) const noexcept {
+    if (static_cast<std::size_t>(end_ - start) < sizeof Text::bytes) {
+      std::memcpy(target, start, length);
+      return;
+    }
+    for (std::size_t i = 0; i < length; i += ZEL_T_NMT::kWordSize) {
+      ZEL_T_NMT::StoreWord(target + i, ZEL_T_NMT::LoadWord(start + i));
+    }
   }
 
   CPOSObject ReadNumber() {
@@ -255,6 +307,7 @@ class Parser {
   const char* cursor_;
   const char* const end_;  // the terminating NUL
   std::uint32_t depth_ = 0;
+  std::optional<ZEL_T_NMT::KeyAtoms> keys_;
 };
 
 }  // namespace

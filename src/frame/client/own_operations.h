@@ -22,9 +22,17 @@ struct OwnWalk {
   alignas(std::max_align_t) std::byte state[18 * sizeof(void*)];
 };
 
-// Operations on composites of the library's own. Those that may fail raise; nothing has changed
-// then. A text of the object model is valid until the dictionary changes or the walk moves.
+// Operations on values of the library's own. Those that may fail raise; nothing has changed then. A
+// text of the object model is valid until the dictionary changes or the walk moves.
 struct OwnOperations {
+  // New values, published, each with the one reference that is returned. They fail as the
+  // procedures do: with a report, and then by raising "invalid container".
+  ContainerReference (*newNumber)(double value);
+  ContainerReference (*newString)(const char* text);
+  ContainerReference (*newUnicodeString)(const std::uint16_t* units);
+  ContainerReference (*newArray)();
+  ContainerReference (*newDict)();
+
   void (*append)(OwnArray& array, ContainerReference&& value);
   // Null for an absent key; borrowed.
   ZELInstance (*find)(const OwnDict& dict, const char* key) noexcept;
@@ -47,10 +55,10 @@ extern constinit OwnOperations g_own;
 // The library's own value behind a handle, whatever procedures the binder has; null for every other
 // instance, for null, and while there is no link.
 inline OwnValue* OwnValueOf(ZELInstance instance) noexcept {
-  if (instance == nullptr || g_implementations == nullptr) [[unlikely]]
-    return nullptr;
-  return OwnObject<OwnValue>(
-      instance, g_implementations[static_cast<std::uint32_t>(ImplementationId::kPOSObject)]);
+  void* object = KnownObject(instance, ImplementationId::kPOSObject);
+  if (object == nullptr) [[unlikely]]
+    object = PrimaryObject(instance, ImplementationId::kPOSObject);
+  return static_cast<OwnValue*>(object);
 }
 
 // A POS interface as its clients import it.

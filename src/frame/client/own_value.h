@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include "frame/core/client_base.h"
 #include "frame/core/container_reference.h"
@@ -137,6 +139,14 @@ class OwnArray : public OwnComposite {
   // Null beyond the end and for an empty slot.
   ZELInstance GetAt(std::uint32_t index) const noexcept {
     return index < count_ ? slots_[index].Get() : nullptr;
+  }
+  // Appends the value where nothing can fail; false, and the value stays with the caller, when the
+  // array has to grow for it.
+  bool AppendInPlace(ContainerReference& value) noexcept {
+    if (count_ == capacity_) return false;
+    new (static_cast<void*>(&slots_[count_])) ContainerReference(std::move(value));
+    ++count_;
+    return true;
   }
 
  protected:

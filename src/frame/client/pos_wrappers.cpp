@@ -32,6 +32,8 @@ CPOSNumber::CPOSNumber(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 CPOSObject CPOSNumber::New(double value) {
+  if (g_pos.numbers.IsOwn()) [[likely]]
+    return Adopt(g_own.newNumber(value));
   return Adopt(Require(g_pos.numbers.Get())->NewPOSNumber(value));
 }
 
@@ -40,6 +42,8 @@ CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 CPOSObject CPOSString::New(const char* text) {
+  if (g_pos.strings.IsOwn()) [[likely]]
+    return Adopt(g_own.newString(text));
   return Adopt(Require(g_pos.strings.Get())->NewPOSString(text));
 }
 
@@ -49,6 +53,8 @@ CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
 }
 
 CPOSObject CPOSUnicodeString::New(const std::uint16_t* units) {
+  if (g_pos.unicodeStrings.IsOwn()) [[likely]]
+    return Adopt(g_own.newUnicodeString(units));
   return Adopt(Require(g_pos.unicodeStrings.Get())->NewPOSUnicodeString(units));
 }
 
@@ -69,12 +75,12 @@ CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(sourc
 }
 
 CPOSArray CPOSArray::New() {
-  CPOSObject made = Adopt(Require(g_pos.arrays.Get())->NewPOSArray());
-  if (ArrayView(made.View()).Directly() != nullptr) return CPOSArray(std::move(made));
-  return {std::move(made), false};
+  if (g_pos.arrays.IsOwn()) [[likely]]
+    return CPOSArray(Adopt(g_own.newArray()));
+  return {Adopt(Require(g_pos.arrays.Get())->NewPOSArray()), false};
 }
 
-void CPOSArray::Append(CPOSObject value) const {
+void CPOSArray::AppendElsewhere(CPOSObject&& value) const {
   if (OwnArray* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
     ChangeDirectly("CPOSArray::Append failed", [&] { g_own.append(*own, value.TakeReference()); });
     return;
@@ -89,9 +95,9 @@ CPOSDict::CPOSDict(CPOSObject source, bool quiet) : CPOSObject(std::move(source)
 }
 
 CPOSDict CPOSDict::New() {
-  CPOSObject made = Adopt(Require(g_pos.dicts.Get())->NewPOSDict());
-  if (DictView(made.View()).Directly() != nullptr) return CPOSDict(std::move(made));
-  return {std::move(made), false};
+  if (g_pos.dicts.IsOwn()) [[likely]]
+    return CPOSDict(Adopt(g_own.newDict()));
+  return {Adopt(Require(g_pos.dicts.Get())->NewPOSDict()), false};
 }
 
 CPOSObject CPOSDict::Get(const CZELStringAtom& key, bool quiet) const {
@@ -112,11 +118,7 @@ CPOSString CPOSDict::GetString(const char* key, bool quiet) const {
   return {Get(key, quiet), quiet};
 }
 
-void CPOSDict::Put(const char* key, CPOSObject value) const {
-  Put(CZELStringAtom(key), std::move(value));
-}
-
-void CPOSDict::Put(CZELStringAtom key, CPOSObject value) const {
+void CPOSDict::Put(CZELStringAtom&& key, CPOSObject&& value) const {
   if (OwnDict* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
     ChangeDirectly("CPOSDict::Put failed",
                    [&] { g_own.put(*own, std::move(key), value.TakeReference()); });

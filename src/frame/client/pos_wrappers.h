@@ -23,6 +23,8 @@ class CPOSObject {
   static CPOSObject Adopt(ZELInstance handle) {
     return CPOSObject(ContainerReference::Adopt(handle));
   }
+  // Takes over a reference; raises what POSObjectMethods raises.
+  static CPOSObject Adopt(ContainerReference reference) { return CPOSObject(std::move(reference)); }
 
   bool IsEmpty() const noexcept { return reference_.Get() == nullptr; }
   ZELInstance Handle() const noexcept { return reference_.Get(); }
@@ -30,6 +32,8 @@ class CPOSObject {
   ZELInstance HandOut() noexcept { return reference_.HandOut(); }
   // Gives the reference away and leaves this empty.
   ContainerReference TakeReference() noexcept { return std::move(reference_); }
+  // Gives the reference to an array that has room for it, or keeps it.
+  bool MoveTo(OwnArray& array) noexcept { return array.AppendInPlace(reference_); }
 
   // The object's own procedures; must not be empty. Clone returns a handle without reference, null
   // after a report.
@@ -124,9 +128,15 @@ class CPOSArray : public CPOSObject {
   CPOSObject GetAt(std::uint32_t index) const { return CPOSObject(View().GetAt(index).Handle()); }
   // Raises "CPOSArray::Append failed". The array takes over the reference of a value that is given
   // up.
-  void Append(CPOSObject value) const;
+  void Append(CPOSObject&& value) const {
+    OwnArray* const own = View().Directly();
+    if (own == nullptr || value.IsEmpty() || !value.MoveTo(*own)) [[unlikely]]
+      AppendElsewhere(std::move(value));
+  }
+  void Append(const CPOSObject& value) const { Append(CPOSObject(value)); }
 
  private:
+  void AppendElsewhere(CPOSObject&& value) const;
   explicit CPOSArray(CPOSObject made) noexcept : CPOSObject(std::move(made)) {}
 };
 
@@ -144,8 +154,8 @@ class CPOSDict : public CPOSObject {
   CPOSString GetString(const char* key, bool quiet) const;
   // Raises "CPOSDict::Put failed". The dictionary takes over the reference of a value that is given
   // up.
-  void Put(const char* key, CPOSObject value) const;
-  void Put(CZELStringAtom key, CPOSObject value) const;
+  void Put(const char* key, CPOSObject value) const { Put(CZELStringAtom(key), std::move(value)); }
+  void Put(CZELStringAtom&& key, CPOSObject&& value) const;
 
  private:
   explicit CPOSDict(CPOSObject made) noexcept : CPOSObject(std::move(made)) {}

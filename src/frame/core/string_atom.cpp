@@ -20,6 +20,10 @@ std::size_t LengthOf(const char* text) noexcept { return text == nullptr ? 0 : s
 
 }  // namespace
 
+bool HasSameBytes(const char* left, const char* right) noexcept {
+  return left != nullptr && right != nullptr && std::strcmp(left, right) == 0;
+}
+
 CZELStringAtom::CZELStringAtom(const char* text) : atom_(Strings().NewStringAtom(text)) {
   if (atom_ == 0) RaiseAllocationFailure();
   text_ = Strings().GetCString(atom_);
@@ -45,12 +49,6 @@ CZELStringAtom CZELStringAtom::Join(const CZELStringAtom& first, const CZELStrin
   }
   joined.Get()[size - 1] = '\0';
   return CZELStringAtom(joined.Get());
-}
-
-const char* BorrowArgument(ZELStringAtom atom) {
-  const char* const text = atom == 0 ? nullptr : Strings().GetCString(atom);
-  if (text == nullptr) RaisePOSException("null string atom");
-  return text;
 }
 
 CZELStringAtom HoldArgument(ZELStringAtom atom) {

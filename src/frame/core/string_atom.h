@@ -4,16 +4,19 @@
 // need not see to that, so where they differ the bytes decide.
 #pragma once
 
-#include <cstring>
 #include <utility>
 
 #include "frame/core/core_interfaces.h"
+#include "frame/core/raise.h"
 
 namespace ZEL_T_NMT {
 
+// The same for texts at two addresses, out of line: most texts that are equal are one.
+bool HasSameBytes(const char* left, const char* right) noexcept;
+
 // Whether two texts are equal; a null one equals no other text.
 inline bool IsSameText(const char* left, const char* right) noexcept {
-  return left == right || (left != nullptr && right != nullptr && std::strcmp(left, right) == 0);
+  return left == right || HasSameBytes(left, right);
 }
 
 class CZELStringAtom {
@@ -63,7 +66,12 @@ class CZELStringAtom {
 
 // The text of a key or path that a client passes in, for the duration of the call, which holds no
 // reference: the client has one. Raises "null string atom" for 0 and for an atom without text.
-const char* BorrowArgument(ZELStringAtom atom);
+inline const char* BorrowArgument(ZELStringAtom atom) {
+  const char* const text = atom == 0 ? nullptr : Strings().GetCString(atom);
+  if (text == nullptr) [[unlikely]]
+    RaisePOSException("null string atom");
+  return text;
+}
 
 // A key or path that a client passes in, with a reference for the duration of the call. Raises
 // "null string atom" for 0 and for an atom without text.

@@ -37,8 +37,18 @@ void DestroyImplementationRegistry() noexcept {
   g_registry = nullptr;
 }
 
-void* ResolveForeign(ZELInstance instance, const Implementation& implementation) {
-  void* object = nullptr;
+void* PrimaryObject(ZELInstance instance, ImplementationId id) noexcept {
+  if (instance == nullptr || g_implementations == nullptr) return nullptr;
+  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
+  const Implementation& implementation = g_implementations[static_cast<std::uint32_t>(id)];
+  return IsSameText(primary.implementationName, implementation.name.Text()) ? primary.object
+                                                                            : nullptr;
+}
+
+void* ResolveElsewhere(ZELInstance instance, ImplementationId id) {
+  const Implementation& implementation = ImplementationOf(id);
+  void* object = PrimaryObject(instance, id);
+  if (object != nullptr) return object;
   ZELCheck(Containers().NGetInstance(&object, instance, implementation.name.Atom()));
   if (object == nullptr) RaiseInvalidContainer();
   return object;

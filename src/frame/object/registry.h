@@ -41,29 +41,32 @@ inline const Implementation& ImplementationOf(ImplementationId id) {
   return g_implementations[static_cast<std::uint32_t>(id)];
 }
 
-// Asks the host for the object of an implementation that is not an instance's primary one.
-void* ResolveForeign(ZELInstance instance, const Implementation& implementation);
-
-// The object of an instance that is primarily one of this implementation, or null. `T` must be the
-// type that the object was published as.
-template <typename T>
-T* OwnObject(ZELInstance instance, const Implementation& implementation) noexcept {
-  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
-  if (!IsSameText(primary.implementationName, implementation.name.Text())) [[unlikely]]
+// The object of an instance that is primarily one of this implementation, found by the name's
+// address; null for every other and while there is no registry, and where a host that does not
+// intern its texts has the name at another address. `instance` may be null.
+inline void* KnownObject(ZELInstance instance, ImplementationId id) noexcept {
+  if (instance == nullptr || g_implementations == nullptr) [[unlikely]]
     return nullptr;
-  return static_cast<T*>(primary.object);
+  const ZELPrimaryInstance& primary = PrimaryInstance(instance);
+  const Implementation& implementation = g_implementations[static_cast<std::uint32_t>(id)];
+  return primary.implementationName == implementation.name.Text() ? primary.object : nullptr;
 }
 
+// The same, with the names compared by their bytes.
+void* PrimaryObject(ZELInstance instance, ImplementationId id) noexcept;
+
+// The object of an instance that KnownObject does not find, which may be one of several that the
+// instance has: the host is asked.
+void* ResolveElsewhere(ZELInstance instance, ImplementationId id);
+
 // Returns the library object behind a handle; raises the host's error for null and for an instance
-// of another implementation.
+// of another implementation. `T` must be the type that the object was published as.
 template <typename T>
 T* Resolve(ZELInstance instance, ImplementationId id) {
-  const Implementation& implementation = ImplementationOf(id);
-  T* const object = instance == nullptr ? nullptr : OwnObject<T>(instance, implementation);
-  if (object != nullptr) [[likely]] {
-    return object;
-  }
-  return static_cast<T*>(ResolveForeign(instance, implementation));
+  void* const object = KnownObject(instance, id);
+  if (object != nullptr) [[likely]]
+    return static_cast<T*>(object);
+  return static_cast<T*>(ResolveElsewhere(instance, id));
 }
 
 // The destroy procedure of objects that need no more than their destructor.
