@@ -167,7 +167,7 @@ class Parser {
     if (first == '(' || IsOneOf(first, kLetter)) {
       Text text;
       ReadText(first, text);
-      if (ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
+      if (ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn()) [[likely]] {
         if (!keys_) keys_.emplace();
         CZELStringAtom key = keys_->Get(text.bytes, text.length);
         dict.Put(std::move(key), ParseObject());

@@ -72,7 +72,9 @@ class POSInterface : public ImportedInterface<Interface> {
       return true;
     return Settle();
   }
-  // The same, but imports nothing: false where it would have to.
+  // The same at any time: false while there is no link.
+  bool IsLinkedAndOwn() { return g_link.unregisterCount != nullptr && IsOwn(); }
+  // As IsOwn, but imports nothing: false where it would have to.
   bool IsKnownToBeOwn() const noexcept { return ownGeneration_ == g_link.Generation(); }
 
   void Know(std::span<const ExportedInterface> exported);

@@ -32,7 +32,7 @@ CPOSNumber::CPOSNumber(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 CPOSObject CPOSNumber::New(double value) {
-  if (g_pos.numbers.IsOwn()) [[likely]]
+  if (g_pos.numbers.IsLinkedAndOwn()) [[likely]]
     return Adopt(g_own.newNumber(value));
   return Adopt(Require(g_pos.numbers.Get())->NewPOSNumber(value));
 }
@@ -42,7 +42,7 @@ CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 }
 
 CPOSObject CPOSString::New(const char* text) {
-  if (g_pos.strings.IsOwn()) [[likely]]
+  if (g_pos.strings.IsLinkedAndOwn()) [[likely]]
     return Adopt(g_own.newString(text));
   return Adopt(Require(g_pos.strings.Get())->NewPOSString(text));
 }
@@ -53,7 +53,7 @@ CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
 }
 
 CPOSObject CPOSUnicodeString::New(const std::uint16_t* units) {
-  if (g_pos.unicodeStrings.IsOwn()) [[likely]]
+  if (g_pos.unicodeStrings.IsLinkedAndOwn()) [[likely]]
     return Adopt(g_own.newUnicodeString(units));
   return Adopt(Require(g_pos.unicodeStrings.Get())->NewPOSUnicodeString(units));
 }
@@ -75,7 +75,7 @@ CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(sourc
 }
 
 CPOSArray CPOSArray::New() {
-  if (g_pos.arrays.IsOwn()) [[likely]]
+  if (g_pos.arrays.IsLinkedAndOwn()) [[likely]]
     return CPOSArray(Adopt(g_own.newArray()));
   return {Adopt(Require(g_pos.arrays.Get())->NewPOSArray()), false};
 }
@@ -95,7 +95,7 @@ CPOSDict::CPOSDict(CPOSObject source, bool quiet) : CPOSObject(std::move(source)
 }
 
 CPOSDict CPOSDict::New() {
-  if (g_pos.dicts.IsOwn()) [[likely]]
+  if (g_pos.dicts.IsLinkedAndOwn()) [[likely]]
     return CPOSDict(Adopt(g_own.newDict()));
   return {Adopt(Require(g_pos.dicts.Get())->NewPOSDict()), false};
 }
