@@ -1,7 +1,6 @@
 #include "pos/text_parser.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <optional>
 
@@ -9,6 +8,7 @@
 #include "frame/base/decimal.h"
 #include "frame/client/key_atoms.h"
 #include "frame/core/nesting.h"
+#include "pos/text_characters.h"
 
 namespace NPOSObjectImpl {
 namespace {
@@ -25,42 +25,6 @@ constexpr std::size_t kMaxString = 100;         // bytes between the parentheses
 constexpr std::size_t kMaxNumber = 100;         // bytes
 constexpr std::size_t kMaxUnicodeDigits = 401;  // bytes between the backquotes
 constexpr std::size_t kDigitsPerUnit = 4;
-
-// What a character may be.
-enum CharacterClass : std::uint8_t {
-  kWhitespace = 1,
-  kDigit = 2,
-  kPoint = 4,
-  kSign = 8,
-  kLetter = 16
-};
-
-constexpr std::array<std::uint8_t, 256> kClasses = [] {
-  std::array<std::uint8_t, 256> classes{};
-  const auto assign = [&classes](char first, char last, CharacterClass to) {
-    for (char c = first; c <= last; ++c) classes[static_cast<unsigned char>(c)] = to;
-  };
-  for (const char c : {' ', '\t', '\r', '\n'}) assign(c, c, kWhitespace);
-  assign('0', '9', kDigit);
-  assign('.', '.', kPoint);
-  for (const char c : {'-', '+'}) assign(c, c, kSign);
-  assign('A', 'Z', kLetter);
-  assign('a', 'z', kLetter);
-  assign('_', '_', kLetter);
-  return classes;
-}();
-
-bool IsOneOf(char c, int classes) noexcept {
-  return (kClasses[static_cast<unsigned char>(c)] & classes) != 0;
-}
-
-// The value of a hexadecimal digit, or -1.
-int HexValue(char c) noexcept {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
 
 // The text of a bare word or quoted string, ended by a NUL, with room for whole words.
 struct Text {
