@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks the pages: links and their anchors, folders and commands that are named, blocks that no
-test runs, the version.
+test runs, the options of the build, the version.
 
 usage: check_pages.py VERSION          the project's version
 """
@@ -84,6 +84,15 @@ def check_blocks(page, faults):
     return sum(language in run for language in languages)
 
 
+def check_options(faults):
+    """The README lists each option of the build, and no other."""
+    listed = re.findall(r"^\| `(ZEL_\w+)`", (ROOT / "README.md").read_text(encoding="utf-8"), re.M)
+    options = re.findall(r"^(?:option|set)\((ZEL_\w+) .*(?:OFF|LEVEL}|STRING|PATH)",
+                         (ROOT / "cmake/Options.cmake").read_text(encoding="utf-8"), re.M)
+    for name in set(options) ^ set(listed):
+        faults.append(f"README.md and cmake/Options.cmake do not agree about {name}")
+
+
 def check_version(version, faults):
     changelog = (ROOT / "CHANGELOG.md").read_text(encoding="utf-8")
     newest = re.search(r"^## ([\d.]+)", changelog, re.M).group(1)
@@ -100,6 +109,7 @@ def main():
         links += check_links(page, faults)
         check_names(page, faults)
         blocks += check_blocks(page, faults)
+    check_options(faults)
     check_version(sys.argv[1], faults)
     print("\n".join(faults))
     print(f"{len(PAGES)} pages, {links} links, {blocks} blocks run by tests, {len(faults)} faults")
