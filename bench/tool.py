@@ -9,10 +9,14 @@ The document is the same for all: written as a POS text, as JSON and as a proper
 import argparse
 import os
 import pathlib
+import re
+import resource
 import shutil
+import signal
 import subprocess
 import sys
 
+LONGEST = 120
 COLOURS = ["red", "green", "blue", "grey", "black"]
 SCHEMA = """<
   Catalog <category array membertype Item>
@@ -74,11 +78,16 @@ def write_documents(folder, size):
 
 
 def measure(command, folder):
-    """Seconds of the processor and MB at the most; the exit status must be 0."""
-    child = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    """Seconds of the processor and MB at the most, or None where LONGEST seconds are not enough; the
+    exit status must be 0."""
+    child = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CPU,
+                                                                   (LONGEST, LONGEST)))
     error = child.stderr.read()
     _, status, usage = os.wait4(child.pid, 0)
     child.returncode = os.waitstatus_to_exitcode(status)
+    if -child.returncode in (signal.SIGXCPU, signal.SIGKILL):
+        return None
     if child.returncode != 0:
         sys.exit("%s: status %d\n%s" % (" ".join(command), child.returncode, error.decode()))
     return usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
@@ -120,6 +129,7 @@ def main():
     parser.add_argument("zelpos", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path)
     parser.add_argument("--size", type=int, default=200, metavar="MB", help="of the POS text")
+    parser.add_argument("--only", default="", metavar="REGEX", help="rows whose command matches")
     options = parser.parse_args()
     options.folder.mkdir(parents=True, exist_ok=True)
     count = write_documents(options.folder, options.size * 1000000)
@@ -130,9 +140,11 @@ def main():
     print("%d items: %d MB of POS text, %d MB of JSON, %d MB of property list\n" % (count, *sizes))
     print("| work | command | seconds | MB |\n| --- | --- | --: | --: |")
     for work, name, command in rows(str(options.zelpos.resolve()), count):
-        if shutil.which(command[0]):
-            seconds, megabytes = measure(command, options.folder)
-            print("| %s | `%s` | %.1f | %.0f |" % (work, name, seconds, megabytes), flush=True)
+        if not shutil.which(command[0]) or not re.search(options.only, name):
+            continue
+        found = measure(command, options.folder)
+        figures = "%.1f | %.0f" % found if found else "over %d | " % LONGEST
+        print("| %s | `%s` | %s |" % (work, name, figures), flush=True)
 
 
 if __name__ == "__main__":

@@ -71,8 +71,9 @@ install(
   DESTINATION ${zel_doc_dir} COMPONENT documentation)
 install(
   DIRECTORY docs examples DESTINATION ${zel_doc_dir} COMPONENT documentation
-  PATTERN site EXCLUDE PATTERN __pycache__ EXCLUDE)
-# The pages as a site, where './dev docs' has built them.
+  PATTERN ".*" EXCLUDE PATTERN __pycache__ EXCLUDE
+  PATTERN Doxyfile EXCLUDE PATTERN site.css EXCLUDE PATTERN architecture.dot EXCLUDE)
+# The pages as a site, where scripts/package.sh has put it.
 install(
   DIRECTORY ${PROJECT_BINARY_DIR}/site/html DESTINATION ${zel_doc_dir} COMPONENT documentation
   OPTIONAL)

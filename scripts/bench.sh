@@ -8,6 +8,7 @@ usage() {
 usage: ./dev bench [--quick] [--rounds N] [--only REGEX] [--instructions | --no-times]
                    [--before DIR] [--32] [--hardening] [--goals] [--json FILE]
                    [--svg FILE]
+       ./dev bench --tool [--size MB]
 
 Measures the library beside Jansson, json-c, RapidJSON and nlohmann/json and prints tables; about
 eight minutes on a quiet machine, with --quick under two. What was measured is also left in
@@ -20,11 +21,19 @@ build/bench/results.json.
   --before DIR    an older build of the benchmarks, measured in the same rounds
   --32            count the instructions of a 32-bit build too; takes g++-multilib
   --hardening     count the instructions of a build without hardening too, and compare
+  --tool          measure zelpos beside jq, Python and others on a document of 200 MB, or of --size;
+                  takes up to 8 GB of memory and 2 GB in build/bench-tool
   --goals         list what misses a goal of bench/goals.json
   --json FILE     the figures as JSON
   --svg FILE      a chart of the comparison
 END_OF_USAGE
 }
+
+if [ "${1:-}" = --tool ]; then
+  cmake --preset release -B build/bench-tool -DBUILD_TESTING=OFF >/dev/null
+  cmake --build build/bench-tool -j "$(nproc)" --target zelpos
+  exec bench/tool.py build/bench-tool/zelpos build/bench-tool/documents "${@:2}"
+fi
 
 build=build/bench
 results=$build/results.json

@@ -18,7 +18,8 @@ def main():
     text = re.sub(r"\[([^\[\]\n]*)\n *([^\[\]\n]*)\]\(", r"[\1 \2](", text)
     linked = re.sub(r"\[([^\]]*)\]\((?:\.\./)?(?:examples/README\.md|LICENSE|examples/[\w.]+)\)", r"\1", text)
     linked = re.sub(r"\]\(#([\w-]+)\)", rf"](#{page}-\1)", linked)
-    linked = re.sub(r"\]\((?:docs/)?([\w-]+)\.md#([\w-]+)\)", r"](#\1-\2)", linked)
+    linked = re.sub(r"\]\((?:docs/|\.\./)?([\w-]+)\.md#([\w-]+)\)", lambda link: f"](#{link[1].lower()}-{link[2]})",
+                    linked)
     inside, lines = False, []
     for line in linked.splitlines():
         inside ^= line.lstrip().startswith("```")

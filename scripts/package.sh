@@ -20,16 +20,20 @@ pack() {
   cmake --preset "$preset" -B "$build" -DZEL_TESTS=OFF -DZEL_EXAMPLES=OFF -DCMAKE_INSTALL_PREFIX=/usr "$@" \
     >"$build.configure.log"
   cmake --build "$build" -j "$(nproc)" >"$build.build.log"
-  if [ -d build/site/html ]; then
-    mkdir -p "$build/site"
-    cp -R build/site/html "$build/site/"
-  fi
+  rm -rf "$build/site"
+  mkdir -p "$build/site"
+  cp -R build/site/html "$build/site/"
   (cd "$build" && cpack -G "$generators" -B "$out" >"$out.log") || {
     cat "$out.log"
     return 1
   }
 }
 
+mkdir -p build
+scripts/docs.sh >"$out.docs.log" || {
+  cat "$out.docs.log"
+  exit 1
+}
 rm -rf "$out"
 mkdir -p "$out"
 if [ "${1:-}" = --windows ]; then

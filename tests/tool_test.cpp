@@ -275,9 +275,9 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
        "number                     1\n"
        "string                     1           3           3 bytes\n"
        "array                      1           2           2 elements\n"
-       "dictionary                 1           1           1 members\n"
+       "dictionary                 1           1           1 member\n"
        "all                        4\n"
-       "depth 2, 1 bytes of keys\n"},
+       "depth 2, 1 byte of keys\n"},
       {{"tree", "-"},
        "<a [1 <>] b `0041`>",
        0,
@@ -394,13 +394,15 @@ TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
   };
   for (const std::string arguments :
        {"get hostile key", "get hostile \"\"", "get hostile n[0]", "validate hostile int hostile",
-        "validate hostile (a hostile"}) {
+        "validate hostile (a hostile", "convert hostile", "convert --to text hostile",
+        "format hostile -o -", "set hostile n[0] 3 -o -"}) {
     std::string command = arguments;
     for (std::size_t i = 0; (i = command.find("hostile", i)) != command.npos; i += file.size()) {
       command.replace(i, 7, file);
     }
     for (const char c : shown(command)) {
-      EXPECT_TRUE(c == '\r' || c == '\n' || static_cast<unsigned char>(c) >= ' ') << arguments;
+      EXPECT_TRUE(c == '\r' || c == '\n' || c == '\t' || static_cast<unsigned char>(c) >= ' ')
+          << arguments;
     }
   }
   EXPECT_EQ(shown("get " + file + " key"), "(\\x1B]0;title\\x07\\x9B\\u{202E})\r\n");

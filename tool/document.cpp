@@ -11,6 +11,7 @@
 #include "held_signals.h"
 #include "json_reader.h"
 #include "json_writer.h"
+#include "platform.h"
 #include "printable.h"
 #include "progress.h"
 #include "replacement.h"
@@ -175,7 +176,10 @@ std::size_t WriteValue(const zelutils::Client& client, const zelutils::Value& va
 
 void WriteOutput(const std::string& file, const std::function<void(const TakeText&)>& write) {
   if (file.empty() || file == "-") {
-    write(WriteStandardOutput);
+    write([isTerminal = IsTerminal(stdout)](std::string_view bytes) {
+      if (isTerminal) return WriteStandardOutput(PrintableLines(bytes));
+      WriteStandardOutput(bytes);
+    });
     return;
   }
   const HeldSignals signals;

@@ -137,15 +137,16 @@ class Survey {
       const Kind& kind = kinds_[type];
       if (kind.count == 0) continue;
       values += kind.count;
-      const std::string unit = Unit(static_cast<int>(type));
+      std::string unit = Unit(static_cast<int>(type));
       const bool hasSize = !unit.empty();
+      if (hasSize && kind.largest == 1) unit.pop_back();
       table += Row({KindName(static_cast<int>(type)), std::to_string(kind.count),
                     hasSize ? std::to_string(kind.size) : "",
                     hasSize ? std::to_string(kind.largest) : "", unit});
     }
     table += Row({"all", std::to_string(values), "", "", ""});
-    return table + "depth " + std::to_string(deepest_) + ", " + std::to_string(keyBytes_) +
-           " bytes of keys\n";
+    return table + "depth " + std::to_string(deepest_) + ", " + Counted(keyBytes_, "byte") +
+           " of keys\n";
   }
 
  private:

@@ -68,7 +68,7 @@ def check_names(page, faults):
         if command not in commands:
             faults.append(f"{page.relative_to(ROOT)}: ./dev has no command {command}")
     for path in re.findall(r"`((?:src|tests|host|tool|fuzz|bench|docs|examples|include|scripts|cmake|"
-                           r"packaging|bindings)/[\w./-]*)`", text):
+                           r"packaging|bindings|check)/[\w./-]*)`", text):
         if not (ROOT / path).exists():
             faults.append(f"{page.relative_to(ROOT)}: there is no {path}")
 
