@@ -45,12 +45,15 @@ Array* Array::Clone() const {
 bool Array::IsEqual(const Array& other) const {
   if (other.count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
+  OwnScalars scalars;
   for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance left = GetAt(i);
     const ZELInstance right = other.GetAt(i);
+    if (scalars.AreEqual(left, right)) continue;
     const bool equal =
         left == nullptr ? right == nullptr : right != nullptr && MembersAreEqual(left, right);
     if (!equal) return false;
+    scalars = OwnScalars();
   }
   return true;
 }
@@ -62,11 +65,8 @@ void Array::SetAt(std::uint32_t index, ContainerReference value) {
     std::swap(slots_[index], value);
     return;
   }
-  while (count_ < index) {
-    ContainerReference hole;
-    AppendInPlace(hole);
-  }
-  AppendInPlace(value);
+  while (count_ < index) AppendInPlace(ContainerReference());
+  AppendInPlace(std::move(value));
 }
 
 void Array::Remove(std::uint32_t index) {

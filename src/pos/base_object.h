@@ -60,7 +60,11 @@ ZELInstance PublishObject(std::unique_ptr<T> object) {
 
 // Raises the host's error for null and for a handle that is no POS object.
 ZEL_ALWAYS_INLINE BaseObject& ResolveObject(ZELInstance handle) {
-  return *ZEL_T_NMT::Resolve<BaseObject>(handle, ZEL_T_NMT::ImplementationId::kPOSObject);
+  using ZEL_T_NMT::ImplementationId;
+  void* object = ZEL_T_NMT::KnownObject(handle, ImplementationId::kPOSObject);
+  if (object == nullptr) [[unlikely]]
+    object = ZEL_T_NMT::ResolveElsewhere(handle, ImplementationId::kPOSObject);
+  return *static_cast<BaseObject*>(object);
 }
 
 // Every procedure begins with one of these checks: they are inlined against the compiler's

@@ -65,8 +65,8 @@ ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
 
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
   CPOSObject held(value);
-  CZELStringAtom heldKey = HoldArgument(key);
-  RaisingCheck<Dict>(dict).Put(std::move(heldKey), held.TakeReference());
+  const char* const text = BorrowArgument(key);
+  RaisingCheck<Dict>(dict).Put(key, text, held.TakeReference());
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {

@@ -1,6 +1,5 @@
 #include "pos/deep_lookup.h"
 
-#include <cstring>
 #include <limits>
 
 #include "pos/array.h"
@@ -8,16 +7,15 @@
 namespace NPOSObjectImpl {
 namespace {
 
-using ZEL_T_NMT::BinderBlock;
-
 // Takes the steps of a path, each of which leads from one object to a member of it.
 class Walk {
  public:
-  // The walk cuts keys out of the path's text by writing to it.
-  explicit Walk(char* path) noexcept : rest_(path) {}
+  explicit Walk(const char* path) noexcept : rest_(path) {}
 
   // The handle of the member that the path leads to, or null.
-  ZELInstance From(Dict& dict) {
+  ZELInstance From(const Dict& dict) {
+    // The first key may have a "." before it, as all others do.
+    if (*rest_ == '.') ++rest_;
     ZELInstance reached = TakeKey(dict);
     while (reached != nullptr && *rest_ != '\0') reached = Step(reached);
     return reached;
@@ -27,6 +25,7 @@ class Walk {
   ZELInstance Step(ZELInstance from) {
     if (*rest_ == '.') {
       const Dict* dict = QuietCheck<Dict>(from);
+      ++rest_;
       return dict == nullptr ? nullptr : TakeKey(*dict);
     }
     if (*rest_ == '[') {
@@ -36,15 +35,13 @@ class Walk {
     return nullptr;  // text right after a "]"
   }
 
-  // The path goes on with "." and a key, which ends at the next "." or "[".
-  ZELInstance TakeKey(const Dict& dict) {
-    char* const key = rest_ + 1;
-    rest_ = key + std::strcspn(key, ".[");
-    const char after = *rest_;
-    *rest_ = '\0';
-    const ZELInstance member = dict.Get(key);
-    *rest_ = after;
-    return member;
+  // The path goes on with a key, which ends at the next "." or "[".
+  ZELInstance TakeKey(const Dict& dict) noexcept {
+    const char* const key = rest_;
+    const char* end = key;
+    while (*end != '\0' && *end != '.' && *end != '[') ++end;
+    rest_ = end;
+    return dict.Get(SoughtKey{key, static_cast<std::size_t>(end - key)});
   }
 
   // The path goes on with "[", digits and "]". An index beyond 32 bits is beyond any array's end.
@@ -61,19 +58,14 @@ class Walk {
     return array.GetAt(static_cast<std::uint32_t>(index));
   }
 
-  char* rest_;
+  const char* rest_;
 };
 
 }  // namespace
 
-ZELInstance DeepGet(Dict& dict, const char* path) {
-  const std::size_t length = std::strlen(path);
-  const std::size_t lead = *path == '.' ? 0 : 1;
-  const BinderBlock<char> buffer(length + lead + 1);
-  buffer.Get()[0] = '.';
-  std::memcpy(buffer.Get() + lead, path, length + 1);
+ZELInstance DeepGet(const Dict& dict, const char* path) noexcept {
   try {
-    return Walk(buffer.Get()).From(dict);
+    return Walk(path).From(dict);
   } catch (...) {
     return nullptr;
   }

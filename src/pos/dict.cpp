@@ -1,7 +1,6 @@
 #include "pos/dict.h"
 
 #include "frame/core/nesting.h"
-#include "pos/key_hash.h"
 #include "pos/members.h"
 
 namespace NPOSObjectImpl {
@@ -26,10 +25,33 @@ Dict* Dict::Clone() {
   auto copy = std::make_unique<Dict>();
   copy->entries_.Reserve(entries_.Count());
   for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    DictKey key = it.Key();
-    copy->entries_.Insert(std::move(key), CloneMember(it.Value()));
+    CZELStringAtom key = it.Key();
+    const std::uint32_t hash = it.Key().hash;
+    copy->entries_.Insert(std::move(key), hash, CloneMember(it.Value()));
   }
   return copy.release();
+}
+
+// Moves two walks over members with one atom as their key and equal scalars of the library's own.
+void Dict::SkipEqual(ConstDictIterator& walk, ConstDictIterator& beside) noexcept {
+  if (walk.IsDone() || beside.IsDone()) return;
+  const OwnScalars scalars;
+  const DictEntries& entries = walk.Entries();
+  const DictEntries& otherEntries = beside.Entries();
+  DictEntries::Place place = walk.CurPlace();
+  DictEntries::Place otherPlace = beside.CurPlace();
+  while (place != DictEntries::kEnd && otherPlace != DictEntries::kEnd) {
+    const DictEntry& entry = entries.At(entries.NumberAt(place));
+    const DictEntry& other = otherEntries.At(otherEntries.NumberAt(otherPlace));
+    if (entry.key.Text() != other.key.Text()) break;
+    if (!scalars.AreEqual(entry.value.Get(), other.value.Get())) break;
+    place = entries.After(place);
+    otherPlace = otherEntries.After(otherPlace);
+    if (place != DictEntries::kEnd) entries.PrefetchAfter(place);
+    if (otherPlace != DictEntries::kEnd) otherEntries.PrefetchAfter(otherPlace);
+  }
+  walk.GoTo(place);
+  beside.GoTo(otherPlace);
 }
 
 bool Dict::IsEqual(Dict& other) {
@@ -37,9 +59,12 @@ bool Dict::IsEqual(Dict& other) {
   ConstDictIterator it(*this);
   ConstDictIterator beside(other);
   // Equal dictionaries have the same keys at each step.
-  for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey());
-       it.Next(), beside.Next()) {
+  for (;;) {
+    SkipEqual(it, beside);
+    if (it.IsDone() || !ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey())) break;
     if (!MembersAreEqual(it.Value(), beside.Value())) return false;
+    it.Next();
+    beside.Next();
   }
   if (it.IsDone() && beside.IsDone()) return true;
 
@@ -53,20 +78,26 @@ bool Dict::IsEqual(Dict& other) {
   return true;
 }
 
-ZELInstance Dict::Get(const char* key) const noexcept {
-  const std::uint32_t number = entries_.Find(key);
-  return number == kNone ? nullptr : entries_.At(number).value.Get();
+ZELInstance Dict::Get(SoughtKey key) const noexcept { return ValueAt(entries_.Find(key)); }
+
+template <typename MakeKey>
+void Dict::PutUnder(const char* text, ContainerReference&& value, MakeKey makeKey) {
+  std::uint32_t hash;
+  const std::uint32_t number = entries_.Find(text, &hash);
+  if (number == kNone) {
+    entries_.Insert(makeKey(), hash, std::move(value));
+    return;
+  }
+  // The old value is released when the dictionary has the new one.
+  const ContainerReference old = std::exchange(entries_.At(number).value, std::move(value));
+}
+
+void Dict::Put(ZELStringAtom key, const char* text, ContainerReference&& value) {
+  PutUnder(text, std::move(value), [key, text] { return CZELStringAtom(key, text); });
 }
 
 void Dict::Put(CZELStringAtom&& key, ContainerReference&& value) {
-  const std::uint32_t hash = HashKey(key.Text());
-  const std::uint32_t number = entries_.Find(key.Text(), hash);
-  if (number != kNone) {
-    // The old value is released when the dictionary has the new one.
-    const ContainerReference old = std::exchange(entries_.At(number).value, std::move(value));
-    return;
-  }
-  entries_.Insert(DictKey(std::move(key), hash), std::move(value));
+  PutUnder(key.Text(), std::move(value), [&key]() -> CZELStringAtom&& { return std::move(key); });
 }
 
 void Dict::Remove(const char* key) {

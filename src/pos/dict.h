@@ -8,6 +8,7 @@
 namespace NPOSObjectImpl {
 
 class DictIterator;
+class ConstDictIterator;
 
 class Dict final : public ZEL_T_NMT::OwnDict {
  public:
@@ -21,12 +22,23 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   bool IsEqual(Dict& other);
 
   // Null for an absent key.
-  ZELInstance Get(const char* key) const noexcept;
+  ZELInstance Get(const char* key) const noexcept { return ValueAt(entries_.Find(key)); }
+  ZELInstance Get(SoughtKey key) const noexcept;
+  // Under a key whose text is at hand. The dictionary takes a reference to the key, or takes over
+  // that of its holder, when it does not have the key yet.
+  void Put(ZELStringAtom key, const char* text, ZEL_T_NMT::ContainerReference&& value);
   void Put(ZEL_T_NMT::CZELStringAtom&& key, ZEL_T_NMT::ContainerReference&& value);
   void Remove(const char* key);
 
  private:
   friend class DictIterator;
+
+  ZELInstance ValueAt(std::uint32_t number) const noexcept {
+    return number == kNone ? nullptr : entries_.At(number).value.Get();
+  }
+  static void SkipEqual(ConstDictIterator& walk, ConstDictIterator& beside) noexcept;
+  template <typename MakeKey>
+  void PutUnder(const char* text, ZEL_T_NMT::ContainerReference&& value, MakeKey makeKey);
 
   DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
@@ -55,13 +67,17 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   // The value of the current key, whatever has been done to the dictionary; null when it has none.
   ZELInstance ValueNow() const noexcept;
 
+  // For a walk that takes several steps while nothing is done to the dictionary.
+  const DictEntries& Entries() const noexcept { return dict_->entries_; }
+  DictEntries::Place CurPlace() const noexcept { return place_; }
+  void GoTo(DictEntries::Place place) noexcept;
+
  private:
   friend class Dict;
   // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
   enum class State { kAtEntry, kAtKey, kDone };
 
   DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
-  void GoTo(DictEntries::Place place) noexcept;
   void HoldKey();
 
   Dict* dict_;
@@ -79,6 +95,9 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 class ConstDictIterator final : public DictIterator {
  public:
   explicit ConstDictIterator(Dict& dict) noexcept : DictIterator(dict) {}
+  using DictIterator::CurPlace;
+  using DictIterator::Entries;
+  using DictIterator::GoTo;
   using DictIterator::Key;
   using DictIterator::Value;
   using DictIterator::ValueNow;

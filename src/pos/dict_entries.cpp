@@ -1,5 +1,6 @@
 #include "pos/dict_entries.h"
 
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -7,6 +8,9 @@
 #include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
+
+using ZEL_T_NMT::CZELStringAtom;
+
 namespace {
 
 constexpr std::uint32_t kFirstCapacity = 4;
@@ -44,6 +48,20 @@ struct Block {
   std::uint32_t* index;
 };
 
+// Of a few keys, their first bytes tell more cheaply than a hash which one it may be.
+template <typename IsKey>
+std::uint32_t FindAmongFew(const DictStore& store, char first, IsKey isKey) noexcept {
+  for (std::uint32_t number = 0; number < store.End(); ++number) {
+    const char* const text = store.Text(number);
+    if (text != nullptr && *text == first && isKey(text)) return number;
+  }
+  return kNone;
+}
+
+std::uint32_t HashOf(const CZELStringAtom& key) noexcept {
+  return HashKey(key.Text(), std::strlen(key.Text()));
+}
+
 }  // namespace
 
 DictEntries::DictEntries(DictEntries&& other) noexcept
@@ -57,25 +75,39 @@ DictEntries::~DictEntries() {
   ZEL_T_NMT::Memory().Free(store_.Begin());
 }
 
-std::uint32_t DictEntries::Find(const char* key) const noexcept {
+std::uint32_t DictEntries::FindByBytes(const char* key) const noexcept {
+  std::uint32_t hash;
+  return Find(key, &hash);
+}
+
+std::uint32_t DictEntries::Find(const char* key, std::uint32_t* hash) const noexcept {
+  *hash = 0;
   if (!index_.IsThere()) {
-    // Texts of atoms are mostly the same when they are equal.
-    for (std::uint32_t number = 0; number < store_.End(); ++number) {
-      if (store_.Text(number) == key) return number;
-    }
-    if (IsEmpty()) return kNone;
+    return FindAmongFew(store_, *key,
+                        [key](const char* text) { return ZEL_T_NMT::IsSameText(text, key); });
   }
-  return Find(key, HashKey(key));
+  const SoughtKey sought{key, std::strlen(key)};
+  *hash = HashKey(sought.text, sought.length);
+  return index_.Find(store_, sought, *hash);
+}
+
+std::uint32_t DictEntries::Find(SoughtKey key) const noexcept {
+  if (!index_.IsThere()) {
+    return FindAmongFew(store_, key.length == 0 ? '\0' : *key.text,
+                        [key](const char* text) { return IsSameKey(text, key); });
+  }
+  return index_.Find(store_, key, HashKey(key.text, key.length));
 }
 
 void DictEntries::Reserve(std::uint32_t count) {
   if (count > store_.Capacity()) MoveTo(CapacityFor(count));
 }
 
-void DictEntries::Insert(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) {
+void DictEntries::Insert(CZELStringAtom&& key, std::uint32_t hash,
+                         ZEL_T_NMT::ContainerReference&& value) {
   if (store_.IsFull()) MoveTo(CapacityAfter(store_.Capacity()));
-  const std::uint32_t hash = key.hash;
-  const std::uint32_t number = store_.Add(std::move(key), std::move(value));
+  if (index_.IsThere() && hash == 0) hash = HashOf(key);
+  const std::uint32_t number = store_.Add(std::move(key), hash, std::move(value));
   index_.Add(number, hash);
   order_.Add(store_, number);
 }
@@ -112,8 +144,12 @@ void DictEntries::MoveTo(std::uint32_t capacity) {
   }
   store_.MoveTo(store);
   order_.MoveTo(order, store_);
-  for (std::uint32_t number = 0; number < store.End(); ++number) {
-    index.Add(number, store[number].key.hash);
+  if (index.IsThere()) {
+    for (std::uint32_t number = 0; number < store.End(); ++number) {
+      DictKey& key = store[number].key;
+      if (key.hash == 0) key.hash = HashOf(key);
+      index.Add(number, key.hash);
+    }
   }
   if (store_.Begin() != nullptr) ZEL_T_NMT::Memory().Free(store_.Begin());
   store_ = store;

@@ -27,18 +27,27 @@ class DictEntries {
   std::uint32_t Count() const noexcept { return store_.Live(); }
 
   // The number of the entry with this key, or kNone. Only ShrinkIfSparse changes numbers.
-  std::uint32_t Find(const char* key) const noexcept;
-  // The same with the key's hash at hand.
-  std::uint32_t Find(const char* key, std::uint32_t hash) const noexcept {
-    return index_.Find(store_, key, hash);
+  std::uint32_t Find(const char* key) const noexcept {
+    if (!index_.IsThere()) {
+      // Texts of atoms are mostly the same when they are equal.
+      for (std::uint32_t number = 0; number < store_.End(); ++number) {
+        if (store_.Text(number) == key) return number;
+      }
+    }
+    return FindByBytes(key);
   }
+  // The same for a key that is new, as most are. Stores its hash where that was needed, else 0.
+  std::uint32_t Find(const char* key, std::uint32_t* hash) const noexcept;
+  // The same for a key that is part of a longer text.
+  std::uint32_t Find(SoughtKey key) const noexcept;
   DictEntry& At(std::uint32_t number) const noexcept { return store_[number]; }
 
   // Makes room for so many entries at once. Raises the allocation failure, and then leaves
   // everything as it was.
   void Reserve(std::uint32_t count);
-  // Adds an entry under a key that is not there; raises as Reserve does.
-  void Insert(DictKey&& key, ZEL_T_NMT::ContainerReference&& value);
+  // Adds an entry under a key that is not there, whose hash may be 0; raises as Reserve does.
+  void Insert(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t hash,
+              ZEL_T_NMT::ContainerReference&& value);
   // Takes an entry out and returns what it held, for the caller to let go of.
   DictEntry Remove(std::uint32_t number) noexcept;
 
@@ -62,12 +71,15 @@ class DictEntries {
 
   // Has the processor fetch what a walk over a large dictionary will need next.
   void PrefetchAfter(Place place) const noexcept {
-    if (index_.IsThere()) PrefetchInOrder(place);
+    if (store_.Capacity() > kLargestInCache) PrefetchInOrder(place);
   }
 
  private:
+  std::uint32_t FindByBytes(const char* key) const noexcept;
   void MoveTo(std::uint32_t capacity);
   void PrefetchInOrder(Place place) const noexcept;
+
+  static constexpr std::uint32_t kLargestInCache = 64;
 
   DictStore store_;
   DictIndex index_;

@@ -11,18 +11,6 @@ namespace {
 // No slot has it: there are more slots than entries, so that no number has all bits of the mask.
 constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;
 
-bool HasKey(const DictEntry& entry, const char* key, std::uint32_t hash) noexcept {
-  return entry.key.hash == hash && entry.key.Text() != nullptr &&
-         (entry.key.Text() == key || std::strcmp(entry.key.Text(), key) == 0);
-}
-
-std::uint32_t FindByWalk(const DictStore& store, const char* key, std::uint32_t hash) noexcept {
-  for (std::uint32_t number = 0; number < store.End(); ++number) {
-    if (HasKey(store[number], key, hash)) return number;
-  }
-  return kNone;
-}
-
 }  // namespace
 
 DictIndex::DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept {
@@ -33,14 +21,14 @@ DictIndex::DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept {
   std::fill_n(slots_, static_cast<std::size_t>(slots), kFreeSlot);
 }
 
-std::uint32_t DictIndex::Find(const DictStore& store, const char* key,
+std::uint32_t DictIndex::Find(const DictStore& store, SoughtKey key,
                               std::uint32_t hash) const noexcept {
-  if (slots_ == nullptr) return FindByWalk(store, key, hash);
   for (std::uint32_t slot = hash & mask_; slots_[slot] != kFreeSlot; slot = After(slot)) {
     CountProbe();
     const std::uint32_t number = slots_[slot] & mask_;
     const bool mayMatch = (slots_[slot] ^ number) == (hash & ~mask_);
-    if (mayMatch && HasKey(store[number], key, hash)) return number;
+    if (!mayMatch || store[number].key.hash != hash) continue;
+    if (IsSameKey(store.Text(number), key)) return number;
   }
   return kNone;
 }

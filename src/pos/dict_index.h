@@ -31,8 +31,9 @@ class DictIndex {
 
   bool IsThere() const noexcept { return slots_ != nullptr; }
 
-  // The number of the entry with this key, or kNone.
-  std::uint32_t Find(const DictStore& store, const char* key, std::uint32_t hash) const noexcept;
+  // The number of the entry with this key, or kNone; the index must be there.
+  std::uint32_t Find(const DictStore& store, SoughtKey key, std::uint32_t hash) const noexcept;
+  // These two do nothing without an index.
   void Add(std::uint32_t number, std::uint32_t hash) noexcept;
   // Of an entry that is still in the store.
   void Remove(const DictStore& store, std::uint32_t number) noexcept;

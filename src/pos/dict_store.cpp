@@ -16,15 +16,11 @@ void DictStore::Clear() noexcept {
   firstTombstone_ = kNone;
 }
 
-std::uint32_t DictStore::Add(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) noexcept {
-  ++live_;
-  if (firstTombstone_ == kNone) [[likely]] {
-    new (static_cast<void*>(&entries_[end_])) DictEntry{std::move(key), std::move(value)};
-    return end_++;
-  }
+std::uint32_t DictStore::Replace(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t hash,
+                                 ZEL_T_NMT::ContainerReference&& value) noexcept {
   const std::uint32_t number = firstTombstone_;
   firstTombstone_ = entries_[number].key.hash;
-  entries_[number] = {std::move(key), std::move(value)};
+  entries_[number] = {DictKey(std::move(key), hash), std::move(value)};
   return number;
 }
 

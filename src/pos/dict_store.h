@@ -6,6 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <new>
+#include <utility>
 
 #include "frame/base/compiler.h"
 #include "frame/core/container_reference.h"
@@ -18,10 +21,21 @@ inline constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
 struct DictKey : ZEL_T_NMT::CZELStringAtom {
   DictKey() noexcept = default;
-  DictKey(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t keyHash) noexcept
+  explicit DictKey(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t keyHash = 0) noexcept
       : CZELStringAtom(std::move(key)), hash(keyHash) {}
-  std::uint32_t hash = 0;
+  std::uint32_t hash = 0;  // 0 as well while there is no index that needs it
 };
+
+// A key that is looked for: not ended by a NUL where it is part of a path.
+struct SoughtKey {
+  const char* text;
+  std::size_t length;
+};
+
+inline bool IsSameKey(const char* text, SoughtKey key) noexcept {
+  return text == key.text ||
+         (std::strncmp(text, key.text, key.length) == 0 && text[key.length] == '\0');
+}
 
 struct DictEntry {
   // In a tombstone without text, and the hash is the number of the next tombstone.
@@ -58,7 +72,15 @@ class DictStore {
   bool IsLive(std::uint32_t number) const noexcept { return Text(number) != nullptr; }
 
   // Adds an entry, for which there must be room, and returns its number.
-  std::uint32_t Add(DictKey&& key, ZEL_T_NMT::ContainerReference&& value) noexcept;
+  std::uint32_t Add(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t hash,
+                    ZEL_T_NMT::ContainerReference&& value) noexcept {
+    ++live_;
+    if (firstTombstone_ != kNone) [[unlikely]]
+      return Replace(std::move(key), hash, std::move(value));
+    new (static_cast<void*>(&entries_[end_]))
+        DictEntry{DictKey(std::move(key), hash), std::move(value)};
+    return end_++;
+  }
   // Leaves a tombstone and returns what the entry held.
   DictEntry Remove(std::uint32_t number) noexcept;
 
@@ -80,6 +102,10 @@ class DictStore {
   void PrefetchEntry(std::uint32_t number) const noexcept { ZEL_PREFETCH(&entries_[number]); }
 
  private:
+  // Puts a new entry into the place of a tombstone.
+  std::uint32_t Replace(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t hash,
+                        ZEL_T_NMT::ContainerReference&& value) noexcept;
+
   DictEntry* entries_ = nullptr;  // those below end_ are constructed
   std::uint32_t capacity_ = 0;
   std::uint32_t end_ = 0;

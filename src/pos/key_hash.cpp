@@ -67,11 +67,10 @@ std::uint64_t Byte(char byte) noexcept { return static_cast<unsigned char>(byte)
 
 }  // namespace
 
-std::uint32_t HashKey(const char* key) noexcept {
+std::uint32_t HashKey(const char* key, std::size_t length) noexcept {
   if (!g_secret.isDrawn) [[unlikely]] {
     DrawSecret();
   }
-  const std::size_t length = std::strlen(key);
   const char* const end = key + length;
 
   // Head and tail of what one product takes in; they overlap where the key is shorter.

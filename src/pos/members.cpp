@@ -10,7 +10,7 @@ using ZEL_T_NMT::ContainerReference;
 
 // The object behind a member when its procedures are the library's own; otherwise null. Raises what
 // POSObjectMethods raises.
-BaseObject* OwnMember(ZELInstance member) {
+inline BaseObject* OwnMember(ZELInstance member) {
   return ZEL_T_NMT::HasOwnMethods(member) ? ZEL_T_NMT::OwnValueOf(member) : nullptr;
 }
 

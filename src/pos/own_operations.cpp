@@ -27,14 +27,14 @@ const ConstDictIterator& IteratorOf(const OwnWalk& walk) noexcept {
 }
 
 template <typename T, typename... Arguments>
-ContainerReference NewValue(Arguments... arguments) {
+ZELInstance NewValue(Arguments... arguments) {
   ZELInstance made = nullptr;
   try {
     made = PublishObject(std::make_unique<T>(arguments...));
   } catch (...) {
     ZEL_T_NMT::ReportCurrentException();
   }
-  return ContainerReference::Adopt(made);
+  return ContainerReference::Adopt(made).Detach();
 }
 
 }  // namespace

@@ -55,11 +55,11 @@ class Beside {
 
   void Put(const std::string& key) {
     ++operations_;
-    const std::uint32_t hash = HashKey(key.c_str());
-    const std::uint32_t number = entries_.Find(key.c_str(), hash);
+    std::uint32_t hash;
+    const std::uint32_t number = entries_.Find(key.c_str(), &hash);
     ASSERT_EQ(number == kNone, model_.count(key) == 0) << key;
     if (number != kNone) return;
-    entries_.Insert({ZEL_T_NMT::CZELStringAtom(key.c_str()), hash}, {});
+    entries_.Insert(ZEL_T_NMT::CZELStringAtom(key.c_str()), hash, {});
     model_[key] = 0;
   }
   void Remove(const std::string& key) {
@@ -210,7 +210,7 @@ TEST(KeyHashTest, NoFamilyOfKeysClusters) {
     std::vector<bool> low(kSlots);
     std::vector<bool> high(kSlots);
     for (std::uint32_t number = 0; number < kKeys; ++number) {
-      const std::uint32_t hash = HashKey(family.key(number).c_str());
+      const std::uint32_t hash = HashKey(family.key(number).c_str(), family.key(number).size());
       hashes.push_back(hash);
       low[hash % kSlots] = true;
       high[hash >> 15] = true;

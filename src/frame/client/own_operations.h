@@ -25,13 +25,13 @@ struct OwnWalk {
 // Operations on values of the library's own. Those that may fail raise; nothing has changed then. A
 // text of the object model is valid until the dictionary changes or the walk moves.
 struct OwnOperations {
-  // New values, published, each with the one reference that is returned. They fail as the
+  // New values, published, each with one reference that is the caller's. They fail as the
   // procedures do: with a report, and then by raising "invalid container".
-  ContainerReference (*newNumber)(double value);
-  ContainerReference (*newString)(const char* text);
-  ContainerReference (*newUnicodeString)(const std::uint16_t* units);
-  ContainerReference (*newArray)();
-  ContainerReference (*newDict)();
+  ZELInstance (*newNumber)(double value);
+  ZELInstance (*newString)(const char* text);
+  ZELInstance (*newUnicodeString)(const std::uint16_t* units);
+  ZELInstance (*newArray)();
+  ZELInstance (*newDict)();
 
   void (*append)(OwnArray& array, ContainerReference&& value);
   // Null for an absent key; borrowed.

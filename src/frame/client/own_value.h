@@ -142,7 +142,7 @@ class OwnArray : public OwnComposite {
   }
   // Appends the value where nothing can fail; false, and the value stays with the caller, when the
   // array has to grow for it.
-  bool AppendInPlace(ContainerReference& value) noexcept {
+  bool AppendInPlace(ContainerReference&& value) noexcept {
     if (count_ == capacity_) return false;
     new (static_cast<void*>(&slots_[count_])) ContainerReference(std::move(value));
     ++count_;

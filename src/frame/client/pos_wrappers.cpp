@@ -6,16 +6,10 @@
 namespace ZEL_T_NMT {
 namespace {
 
-// Changes a composite of the library's own as its procedure would: a failure is reported, and
-// raised again by the operation's text.
-template <typename Change>
-void ChangeDirectly(const char* message, Change change) {
-  try {
-    change();
-    return;
-  } catch (...) {
-    ReportCurrentException();
-  }
+// A composite of the library's own fails as its procedure would: with a report, and then by raising
+// the operation's text.
+[[noreturn]] void ReportAndRaise(const char* message) {
+  ReportCurrentException();
   RaisePOSException(message);
 }
 
@@ -33,7 +27,7 @@ CPOSNumber::CPOSNumber(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 
 CPOSObject CPOSNumber::New(double value) {
   if (g_pos.numbers.IsLinkedAndOwn()) [[likely]]
-    return Adopt(g_own.newNumber(value));
+    return TakeOver(g_own.newNumber(value));
   return Adopt(Require(g_pos.numbers.Get())->NewPOSNumber(value));
 }
 
@@ -43,7 +37,7 @@ CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(sou
 
 CPOSObject CPOSString::New(const char* text) {
   if (g_pos.strings.IsLinkedAndOwn()) [[likely]]
-    return Adopt(g_own.newString(text));
+    return TakeOver(g_own.newString(text));
   return Adopt(Require(g_pos.strings.Get())->NewPOSString(text));
 }
 
@@ -54,7 +48,7 @@ CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
 
 CPOSObject CPOSUnicodeString::New(const std::uint16_t* units) {
   if (g_pos.unicodeStrings.IsLinkedAndOwn()) [[likely]]
-    return Adopt(g_own.newUnicodeString(units));
+    return TakeOver(g_own.newUnicodeString(units));
   return Adopt(Require(g_pos.unicodeStrings.Get())->NewPOSUnicodeString(units));
 }
 
@@ -76,14 +70,18 @@ CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(sourc
 
 CPOSArray CPOSArray::New() {
   if (g_pos.arrays.IsLinkedAndOwn()) [[likely]]
-    return CPOSArray(Adopt(g_own.newArray()));
+    return CPOSArray(TakeOver(g_own.newArray()));
   return {Adopt(Require(g_pos.arrays.Get())->NewPOSArray()), false};
 }
 
 void CPOSArray::AppendElsewhere(CPOSObject&& value) const {
   if (OwnArray* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
-    ChangeDirectly("CPOSArray::Append failed", [&] { g_own.append(*own, value.TakeReference()); });
-    return;
+    try {
+      g_own.append(*own, value.TakeReference());
+      return;
+    } catch (...) {
+      ReportAndRaise("CPOSArray::Append failed");
+    }
   }
   const ReportWatch watch;
   Require(g_pos.arrays.Get())->Append(Handle(), value.Handle());
@@ -96,7 +94,7 @@ CPOSDict::CPOSDict(CPOSObject source, bool quiet) : CPOSObject(std::move(source)
 
 CPOSDict CPOSDict::New() {
   if (g_pos.dicts.IsLinkedAndOwn()) [[likely]]
-    return CPOSDict(Adopt(g_own.newDict()));
+    return CPOSDict(TakeOver(g_own.newDict()));
   return {Adopt(Require(g_pos.dicts.Get())->NewPOSDict()), false};
 }
 
@@ -120,9 +118,12 @@ CPOSString CPOSDict::GetString(const char* key, bool quiet) const {
 
 void CPOSDict::Put(CZELStringAtom&& key, CPOSObject&& value) const {
   if (OwnDict* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
-    ChangeDirectly("CPOSDict::Put failed",
-                   [&] { g_own.put(*own, std::move(key), value.TakeReference()); });
-    return;
+    try {
+      g_own.put(*own, std::move(key), value.TakeReference());
+      return;
+    } catch (...) {
+      ReportAndRaise("CPOSDict::Put failed");
+    }
   }
   const ReportWatch watch;
   Require(g_pos.dicts.Get())->Put(Handle(), key.Atom(), value.Handle());

@@ -23,17 +23,17 @@ class CPOSObject {
   static CPOSObject Adopt(ZELInstance handle) {
     return CPOSObject(ContainerReference::Adopt(handle));
   }
-  // Takes over a reference; raises what POSObjectMethods raises.
-  static CPOSObject Adopt(ContainerReference reference) { return CPOSObject(std::move(reference)); }
+  // Takes over a reference that the caller holds; raises what POSObjectMethods raises.
+  static CPOSObject TakeOver(ZELInstance referenced) {
+    return CPOSObject(ContainerReference::TakeOver(referenced));
+  }
 
   bool IsEmpty() const noexcept { return reference_.Get() == nullptr; }
   ZELInstance Handle() const noexcept { return reference_.Get(); }
   POSView View() const noexcept { return POSView(Handle()); }
   ZELInstance HandOut() noexcept { return reference_.HandOut(); }
-  // Gives the reference away and leaves this empty.
-  ContainerReference TakeReference() noexcept { return std::move(reference_); }
-  // Gives the reference to an array that has room for it, or keeps it.
-  bool MoveTo(OwnArray& array) noexcept { return array.AppendInPlace(reference_); }
+  // The reference, for somebody who takes it and leaves this empty.
+  ContainerReference&& TakeReference() noexcept { return std::move(reference_); }
 
   // The object's own procedures; must not be empty. Clone returns a handle without reference, null
   // after a report.
@@ -130,7 +130,8 @@ class CPOSArray : public CPOSObject {
   // up.
   void Append(CPOSObject&& value) const {
     OwnArray* const own = View().Directly();
-    if (own == nullptr || value.IsEmpty() || !value.MoveTo(*own)) [[unlikely]]
+    if (own == nullptr || value.IsEmpty() || !own->AppendInPlace(value.TakeReference()))
+        [[unlikely]]
       AppendElsewhere(std::move(value));
   }
   void Append(const CPOSObject& value) const { Append(CPOSObject(value)); }

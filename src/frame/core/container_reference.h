@@ -44,6 +44,15 @@ class ContainerReference {
     return taken;
   }
 
+  // Takes over a reference that the caller holds.
+  static ContainerReference TakeOver(ZELInstance referenced) noexcept {
+    ContainerReference taken;
+    taken.instance_ = referenced;
+    return taken;
+  }
+  // Gives the reference to the caller and leaves the holder empty.
+  ZELInstance Detach() noexcept { return std::exchange(instance_, nullptr); }
+
   // Hands the instance to a caller of the library, without reference.
   ZELInstance HandOut() noexcept {
     if (instance_ != nullptr) Containers().DecrementWithoutDelete(instance_);

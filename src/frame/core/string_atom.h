@@ -28,9 +28,11 @@ class CZELStringAtom {
   explicit CZELStringAtom(const char* text);
   // From an atom whose reference the caller hands over, or keeps. 0 makes an empty holder.
   CZELStringAtom(ZELStringAtom atom, Reference reference);
-  CZELStringAtom(const CZELStringAtom& other) : text_(other.text_), atom_(other.atom_) {
+  // From an atom that somebody else holds, and whose text is at hand.
+  CZELStringAtom(ZELStringAtom atom, const char* text) : text_(text), atom_(atom) {
     if (atom_ != 0) Strings().AddRef(atom_);
   }
+  CZELStringAtom(const CZELStringAtom& other) : CZELStringAtom(other.atom_, other.text_) {}
   CZELStringAtom(CZELStringAtom&& other) noexcept
       : text_(std::exchange(other.text_, nullptr)), atom_(std::exchange(other.atom_, 0)) {}
   CZELStringAtom& operator=(CZELStringAtom other) noexcept {
