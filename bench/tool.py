@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Measures zelpos beside its neighbours on one large document: seconds of the processor and the
-most memory of each command, one run each. A neighbour that is not installed has no row.
+most memory of each command, one run each. A neighbour that is not installed has no row. Fails where
+zelpos takes longer than the faster one of jq and
+Python.
 
 usage: tool.py ZELPOS FOLDER [--size MB]
 
@@ -139,12 +141,21 @@ def main():
              for name in ("pos", "json", "plist")]
     print("%d items: %d MB of POS text, %d MB of JSON, %d MB of property list\n" % (count, *sizes))
     print("| work | command | seconds | MB |\n| --- | --- | --: | --: |")
+    ours, fastest = {}, {}
     for work, name, command in rows(str(options.zelpos.resolve()), count):
         if not shutil.which(command[0]) or not re.search(options.only, name):
             continue
         found = measure(command, options.folder)
         figures = "%.1f | %.0f" % found if found else "over %d | " % LONGEST
         print("| %s | `%s` | %s |" % (work, name, figures), flush=True)
+        seconds = found[0] if found else LONGEST
+        if name.startswith("zelpos"):
+            ours.setdefault(work, seconds)
+        elif name.startswith(("jq", "python3")):
+            fastest[work] = min(seconds, fastest.get(work, seconds))
+    slower = [work for work in ours if ours[work] > fastest.get(work, ours[work])]
+    if slower:
+        sys.exit("slower than the faster one of jq and Python: " + ", ".join(slower))
 
 
 if __name__ == "__main__":

@@ -34,11 +34,12 @@ scripts/docs.sh >"$out.docs.log" || {
   cat "$out.docs.log"
   exit 1
 }
-rm -rf "$out"
 mkdir -p "$out"
 if [ "${1:-}" = --windows ]; then
+  rm -f "$out"/*.zip*
   pack win32 ZIP
 else
+  rm -f "$out"/*.deb* "$out"/*.tar.gz*
   pack release "TGZ;DEB" -DZEL_PYTHON_DIR=lib/python3/dist-packages
 fi
 rm -rf "$out/_CPack_Packages"
