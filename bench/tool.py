@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Measures zelpos beside its neighbours on one large document: seconds of the processor and the
 most memory of each command, one run each. A neighbour that is not installed has no row. Fails where
-zelpos takes longer than the faster one of jq and
-Python.
+zelpos takes longer than the faster one of jq and Python.
 
 usage: tool.py ZELPOS FOLDER [--size MB]
 
