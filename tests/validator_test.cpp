@@ -575,11 +575,7 @@ TEST_F(ValidatorTest, AConformingElementMakesNothing) {
                                       host.Calls(Service::kNewFullContainer),
                                       host.Calls(Service::kNewStringAtom)};
   };
-  const std::vector<std::uint64_t> few = made(10), many = made(60);
-  EXPECT_EQ(few[0], many[0]);
-  EXPECT_EQ(few[1], many[1]);
-  // For each member its key, which it is fetched by, and the name that the set gives.
-  EXPECT_LE(many[2] - few[2], 2u * 50);
+  EXPECT_EQ(made(10), made(60));
 }
 
 POSObjectCreateFromTextProc g_createFromText;

@@ -3,34 +3,35 @@
 #include <cmath>
 #include <cstring>
 
-#include "validator/attributes.h"
-
 namespace NPOSValidatorImpl {
 
-using ZEL_T_NMT::CPOSBinData;
-using ZEL_T_NMT::CPOSNumber;
-using ZEL_T_NMT::CPOSRawPointer;
-using ZEL_T_NMT::CPOSString;
-using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::BinDataView;
+using ZEL_T_NMT::NumberView;
+using ZEL_T_NMT::POSView;
+using ZEL_T_NMT::RawPointerView;
+using ZEL_T_NMT::StringView;
+using ZEL_T_NMT::UnicodeStringView;
 
 namespace {
 
-bool IsAnything(ZELInstance) { return true; }
+bool IsAnything(const POSView&) { return true; }
 
-bool IsNumberOrString(ZELInstance value) { return CPOSNumber::Is(value) || CPOSString::Is(value); }
+bool IsNumberOrString(const POSView& value) {
+  return NumberView::Is(value) || StringView::Is(value);
+}
 
-const char* BoolMismatch(ZELInstance value) {
-  if (CPOSNumber::Is(value)) {
-    const double number = NumberOf(value);
+const char* BoolMismatch(const POSView& value) {
+  if (NumberView::Is(value)) {
+    const double number = NumberView(value).Get();
     return number == 0.0 || number == 1.0 ? nullptr : "BOOL was a number unequal to zero or one";
   }
-  const char* text = TextOf(value);
+  const char* text = StringView(value).Get();
   const bool isWord = std::strcmp(text, TextOf(Keyword::kTrue)) == 0 ||
                       std::strcmp(text, TextOf(Keyword::kFalse)) == 0;
   return isWord ? nullptr : "BOOL was not a valid string (true/false)";
 }
 
-const char* IntMismatch(ZELInstance value) { return FindIntMismatch(NumberOf(value)); }
+const char* IntMismatch(const POSView& value) { return FindIntMismatch(NumberView(value).Get()); }
 
 constexpr const char* kNoReference = "Expected OBJREF was of invalid type";
 
@@ -39,16 +40,16 @@ constexpr const char* kNoReference = "Expected OBJREF was of invalid type";
 constexpr BuiltinType kBuiltinTypes[] = {
     {Keyword::kAny, &IsAnything, nullptr, nullptr},
     {Keyword::kBool, &IsNumberOrString, "Expected BOOL was of invalid type", &BoolMismatch},
-    {Keyword::kInt, &CPOSNumber::Is, "Expected INT was of invalid type", &IntMismatch},
-    {Keyword::kReal, &CPOSNumber::Is, "Expected REAL was of invalid type", nullptr},
-    {Keyword::kString, &CPOSString::Is, "Expected STRING was of invalid type", nullptr},
-    {Keyword::kUnicodeString, &CPOSUnicodeString::Is, "Expected UNICODESTRING was of invalid type",
+    {Keyword::kInt, &NumberView::Is, "Expected INT was of invalid type", &IntMismatch},
+    {Keyword::kReal, &NumberView::Is, "Expected REAL was of invalid type", nullptr},
+    {Keyword::kString, &StringView::Is, "Expected STRING was of invalid type", nullptr},
+    {Keyword::kUnicodeString, &UnicodeStringView::Is, "Expected UNICODESTRING was of invalid type",
      nullptr},
-    {Keyword::kBinData, &CPOSBinData::Is, "Expected BINDATA was of invalid type", nullptr},
-    {Keyword::kRawPtr, &CPOSRawPointer::Is, "Expected RAWPTR was of invalid type", nullptr},
-    {Keyword::kZELObjRef, &CPOSRawPointer::Is, kNoReference, nullptr},
-    {Keyword::kQXBaseObjRef, &CPOSRawPointer::Is, kNoReference, nullptr},
-    {Keyword::kZELErrorObjRef, &CPOSRawPointer::Is, kNoReference, nullptr},
+    {Keyword::kBinData, &BinDataView::Is, "Expected BINDATA was of invalid type", nullptr},
+    {Keyword::kRawPtr, &RawPointerView::Is, "Expected RAWPTR was of invalid type", nullptr},
+    {Keyword::kZELObjRef, &RawPointerView::Is, kNoReference, nullptr},
+    {Keyword::kQXBaseObjRef, &RawPointerView::Is, kNoReference, nullptr},
+    {Keyword::kZELErrorObjRef, &RawPointerView::Is, kNoReference, nullptr},
 };
 
 const char* FindIntMismatch(double number) noexcept {

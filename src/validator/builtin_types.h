@@ -1,9 +1,8 @@
 // The types that every schema has.
 #pragma once
 
+#include "frame/client/pos_views.h"
 #include "validator/keywords.h"
-#include "validator/messages.h"
-#include "zelutils/types.h"
 
 namespace NPOSValidatorImpl {
 
@@ -11,9 +10,9 @@ namespace NPOSValidatorImpl {
 // not be acceptable, which `mismatch` tells with a message of its own.
 struct BuiltinType {
   Keyword word;
-  bool (*isOfKind)(ZELInstance value);
+  bool (*isOfKind)(const ZEL_T_NMT::POSView& value);
   const char* wrongKind;
-  const char* (*mismatch)(ZELInstance value);
+  const char* (*mismatch)(const ZEL_T_NMT::POSView& value);
 };
 
 // In the order in which the schema language lists them.
@@ -27,7 +26,7 @@ const BuiltinType* FindBuiltinType(Keyword word) noexcept;
 const char* FindIntMismatch(double number) noexcept;
 
 // The message about a value that the type does not accept; else null.
-inline const char* FindMismatch(const BuiltinType& type, ZELInstance value) {
+inline const char* FindMismatch(const BuiltinType& type, const ZEL_T_NMT::POSView& value) {
   if (!type.isOfKind(value)) return type.wrongKind;
   return type.mismatch == nullptr ? nullptr : type.mismatch(value);
 }

@@ -1,8 +1,8 @@
 // The categories of type definitions.
 #pragma once
 
+#include "frame/client/pos_views.h"
 #include "validator/keywords.h"
-#include "zelutils/types.h"
 
 namespace NPOSValidatorImpl {
 
@@ -12,7 +12,7 @@ class Run;
 struct Category {
   Keyword word;
   // Appends one message per finding and returns their number.
-  std::int32_t (*check)(Run& run, Definition& definition, ZELInstance value);
+  std::int32_t (*check)(Run& run, Definition& definition, ZEL_T_NMT::POSView value);
   // Whether the check goes on into parts of the value or to other types.
   bool leadsOn;
 };

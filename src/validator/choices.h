@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-#include "validator/attributes.h"
+#include "validator/held_text.h"
 #include "validator/text_order.h"
 
 namespace NPOSValidatorImpl {

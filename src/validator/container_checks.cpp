@@ -1,13 +1,13 @@
 // The checks of categories whose values hold others.
-#include <cstring>
-
 #include "validator/checks.h"
 
 namespace NPOSValidatorImpl {
 
-using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::ArrayView;
 using ZEL_T_NMT::CPOSString;
-using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::DictView;
+using ZEL_T_NMT::MemberWalk;
+using ZEL_T_NMT::POSView;
 
 namespace {
 
@@ -17,18 +17,11 @@ bool AcceptsEveryKey(const TypeName& type) noexcept {
          (type.Builtin()->word == Keyword::kAny || type.Builtin()->word == Keyword::kString);
 }
 
-ZELInstance GetValue(ZELInstance dict, const CZELStringAtom& key) {
-  const ZELInstance value = GetMember(dict, key);
-  if (value == nullptr) ZEL_T_NMT::RaisePOSException("CPOSDict::Get failed");
-  return value;
-}
-
 // One member of a dictionary, by what its definition says of keys and values; `rule` is null for a
 // member that it does not list.
-std::int32_t ValidateMember(Run& run, const DictRules& rules, const CZELStringAtom& key,
-                            const MemberRule* rule, ZELInstance value) {
+std::int32_t ValidateMember(Run& run, const DictRules& rules, const char* name,
+                            const MemberRule* rule, const POSView& value) {
   const auto held = run.Hold(value);
-  const char* name = key.Text();
   std::int32_t findings = 0;
   bool isKnown = false;
   if (const auto& type = rules.KeyType()) {
@@ -36,7 +29,7 @@ std::int32_t ValidateMember(Run& run, const DictRules& rules, const CZELStringAt
     if (!AcceptsEveryKey(*type)) {
       const ZEL_T_NMT::CPOSObject keyValue = CPOSString::New(name);
       AddFindings(findings,
-                  run.ValidatePart(*type, keyValue.Handle(), "%s (key, type != %s):", name));
+                  run.ValidatePart(*type, keyValue.View(), "%s (key, type != %s):", name));
     }
   }
   Attempts attempts(run);
@@ -58,20 +51,15 @@ std::int32_t ValidateMember(Run& run, const DictRules& rules, const CZELStringAt
   return findings;
 }
 
-std::int32_t ValidateOtherMember(Run& run, const DictRules& rules, ZELInstance dict,
-                                 const char* keyText) {
-  const CZELStringAtom key(keyText);
-  return ValidateMember(run, rules, key, nullptr, GetValue(dict, key));
-}
-
 }  // namespace
 
-std::int32_t ValidateArray(Run& run, Definition& definition, ZELInstance array) {
-  if (!ZEL_T_NMT::CPOSArray::Is(array)) {
+std::int32_t ValidateArray(Run& run, Definition& definition, POSView value) {
+  if (!ArrayView::Is(value)) {
     run.Messages().AppendText("Array object expected");
     return 1;
   }
-  const std::uint32_t count = CountElements(array);
+  const ArrayView array(value);
+  const std::uint32_t count = array.Count();
   TypeNames& types = definition.Types(Keyword::kMemberType);
   std::int32_t findings =
       CheckLength(definition, static_cast<double>(count), "Array length below mininum value %d",
@@ -83,18 +71,19 @@ std::int32_t ValidateArray(Run& run, Definition& definition, ZELInstance array) 
   if (!types.AreOne() && !types.AreArray()) return findings;
   for (std::uint32_t i = 0; i < count; ++i) {
     const TypeName& type = types.At(i);
-    const ZELInstance element = GetElement(array, i);
+    const POSView element = array.GetAt(i);
     const auto held = run.Hold(element);
     AddFindings(findings, run.ValidatePart(type, element, "[%d]:", static_cast<std::int32_t>(i)));
   }
   return findings;
 }
 
-std::int32_t ValidateDict(Run& run, Definition& definition, ZELInstance dict) {
-  if (!CPOSDict::Is(dict)) {
+std::int32_t ValidateDict(Run& run, Definition& definition, POSView value) {
+  if (!DictView::Is(value)) {
     run.Messages().AppendText("Dict object expected");
     return 1;
   }
+  const DictView dict(value);
   DictRules& rules = definition.Members();
   RequiredMembers required(run);
   std::int32_t findings = required.Fetch(rules, dict);
@@ -102,24 +91,25 @@ std::int32_t ValidateDict(Run& run, Definition& definition, ZELInstance dict) {
   // Both the required members and those of the dictionary come in the order of their keys.
   std::size_t place = 0;
   const std::size_t count = rules.Required().size();
-  for (const MemberWalk members(dict); const char* text = members.Key(); members.Next()) {
+  for (MemberWalk members(dict); const char* key = members.Key(); members.Next()) {
     int order = 1;
-    while (place < count && (order = CompareTexts(rules.Required()[place].key.Text(), text)) < 0) {
+    while (place < count && (order = CompareTexts(rules.Required()[place].key.Text(), key)) < 0) {
       ++place;
     }
-    const MemberRule* rule = order == 0 ? &rules.Required()[place] : rules.FindOptional(text);
-    ZELInstance value = order == 0 ? required.At(place) : nullptr;
-    if (rule == nullptr) {
-      AddFindings(findings, ValidateOtherMember(run, rules, dict, text));
+    if (order != 0) {
+      const MemberRule* rule = rules.FindOptional(key);
+      AddFindings(findings, ValidateMember(run, rules, key, rule, members.Value()));
       continue;
     }
-    if (value == nullptr) value = GetValue(dict, rule->key);
-    AddFindings(findings, ValidateMember(run, rules, rule->key, rule, value));
+    const MemberRule* rule = &rules.Required()[place];
+    const POSView member = required.AreOutdated() ? members.Value() : required.At(place);
+    ++place;
+    AddFindings(findings, ValidateMember(run, rules, key, rule, member));
   }
   return findings;
 }
 
-std::int32_t ValidateUnion(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateUnion(Run& run, Definition& definition, POSView value) {
   TypeNames& set = definition.Types(Keyword::kSet);
   const MessageList::Mark mark = run.Messages().End();
   Attempts attempts(run);
@@ -150,7 +140,7 @@ std::int32_t ValidateUnion(Run& run, Definition& definition, ZELInstance value) 
   return 1;
 }
 
-std::int32_t ValidateIntersection(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateIntersection(Run& run, Definition& definition, POSView value) {
   TypeNames& set = definition.Types(Keyword::kSet);
   std::int32_t findings = 0;
   Attempts attempts(run);

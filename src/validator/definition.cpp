@@ -7,14 +7,41 @@
 namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::CPOSArray;
+using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::DictView;
+using ZEL_T_NMT::MemberWalk;
+using ZEL_T_NMT::NumberView;
+using ZEL_T_NMT::POSView;
+using ZEL_T_NMT::StringView;
 
 namespace {
 
 // Room for so many elements is made at once.
 constexpr std::uint32_t kUsualCount = 8;
 
-const Category& ReadCategory(const Keywords& keywords, const TypeName& name, ZELInstance dict) {
+// Attributes: one that is absent and one of the wrong kind are the same, as if it were not there.
+
+const char* GetText(const DictView& dict, const CZELStringAtom& key) {
+  const POSView string = dict.Find(key);
+  return StringView::Is(string) ? StringView(string).Get() : nullptr;
+}
+
+std::optional<TypeName> GetTypeName(const DictView& dict, const CZELStringAtom& key) {
+  const char* name = GetText(dict, key);
+  if (name == nullptr) return std::nullopt;
+  return TypeName(name);
+}
+
+// Held; empty when there is none.
+template <typename Holder>
+Holder GetHeld(const DictView& dict, const CZELStringAtom& key) {
+  const POSView value = dict.Find(key);
+  return value.IsEmpty() ? Holder() : Holder(CPOSObject(value.Handle()), true);
+}
+
+const Category& ReadCategory(const Keywords& keywords, const TypeName& name, const DictView& dict) {
   const char* text = GetText(dict, keywords[Keyword::kCategory]);
   if (text == nullptr) throw MalformedSchemaException(name.Atom());
   const Category* category = FindCategory(text);
@@ -24,29 +51,31 @@ const Category& ReadCategory(const Keywords& keywords, const TypeName& name, ZEL
 
 }  // namespace
 
-TypeNames::TypeNames(const Keywords& keywords, ZELInstance definition, Keyword attribute) {
+TypeNames::TypeNames(const Keywords& keywords, const DictView& definition, Keyword attribute) {
   if (attribute == Keyword::kMemberType) {
     one_ = GetTypeName(definition, keywords[attribute]);
   }
-  if (!one_) array_ = GetArray(definition, keywords[attribute]);
+  if (!one_) array_ = GetHeld<CPOSArray>(definition, keywords[attribute]);
   count_ = array_.IsEmpty() ? 0 : array_.Count();
 }
 
 void TypeNames::ReadNext() {
   const auto index = static_cast<std::uint32_t>(names_.size());
-  names_.push_back(std::make_unique<TypeName>(GetTextAt(array_, index).text));
+  const StringView name = StringView::Of(array_.View().GetAt(index));
+  names_.push_back(std::make_unique<TypeName>(name.Get()));
 }
 
-DictRules::DictRules(const Keywords& keywords, ZELInstance definition)
+DictRules::DictRules(const Keywords& keywords, const DictView& definition)
     : keyType_(GetTypeName(definition, keywords[Keyword::kKeyType])),
       valueType_(GetTypeName(definition, keywords[Keyword::kValueType])),
-      optional_(GetDict(definition, keywords[Keyword::kOptional])) {
-  const ZELInstance required = GetMember(definition, keywords[Keyword::kRequired]);
-  if (required == nullptr || !ZEL_T_NMT::CPOSDict::Is(required)) return;
+      optional_(GetHeld<CPOSDict>(definition, keywords[Keyword::kOptional])) {
+  const POSView required = definition.Find(keywords[Keyword::kRequired]);
+  if (!DictView::Is(required)) return;
   required_.reserve(kUsualCount);
-  for (const MemberWalk walk(required); const char* text = walk.Key(); walk.Next()) {
-    CZELStringAtom key(text);
-    std::optional<TypeName> type = GetTypeName(required, key);
+  const DictView types(required);
+  for (MemberWalk walk(types); walk.Key() != nullptr; walk.Next()) {
+    CZELStringAtom key(walk.Key());
+    std::optional<TypeName> type = GetTypeName(types, key);
     std::optional<TypeName> optionalType = OptionalType(key);
     required_.push_back({std::move(key), std::move(type), std::move(optionalType)});
   }
@@ -66,45 +95,44 @@ const MemberRule* DictRules::FindOptional(const char* key) {
 
 std::optional<TypeName> DictRules::OptionalType(const CZELStringAtom& key) const {
   if (optional_.IsEmpty()) return std::nullopt;
-  return GetTypeName(optional_.Handle(), key);
+  return GetTypeName(optional_.View(), key);
 }
 
-Definition::Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict)
+Definition::Definition(const Keywords& keywords, const TypeName& name, const DictView& dict)
     : keywords_(keywords),
+      held_(dict.Handle()),
       dict_(dict),
       category_(&ReadCategory(keywords, name, dict)),
       kindOfValues_(FindBuiltinType(category_->word)) {}
 
-void Definition::ReadBound(std::uint32_t index) {
-  bounds_[index] = GetNumber(dict_.Get(), keywords_[kBoundWords[index]])
-                       .value_or(std::numeric_limits<double>::quiet_NaN());
-  boundsRead_ |= 1u << index;
+double Definition::ReadBound(Keyword attribute) const {
+  const POSView number = dict_.Find(keywords_[attribute]);
+  return NumberView::Is(number) ? NumberView(number).Get()
+                                : std::numeric_limits<double>::quiet_NaN();
 }
 
-const char* Definition::IllegalChars() {
-  if (!illegalChars_) {
-    illegalChars_ = GetHeldText(dict_.Get(), keywords_[Keyword::kIllegalChars]);
+void Definition::ReadNumberBounds() {
+  numberBounds_ = {ReadBound(Keyword::kMin), ReadBound(Keyword::kMax), ReadBound(Keyword::kMinExcl),
+                   ReadBound(Keyword::kMaxExcl)};
+}
+
+void Definition::ReadLengthBounds() {
+  lengthBounds_ = {ReadBound(Keyword::kMinLen), ReadBound(Keyword::kMaxLen)};
+}
+
+void Definition::ReadIllegalChars() {
+  const POSView string = dict_.Find(keywords_[Keyword::kIllegalChars]);
+  if (string.IsEmpty()) {
+    illegalChars_.emplace();
+  } else {
+    illegalChars_.emplace(string, true);
   }
-  return illegalChars_->text;
 }
 
-bool Definition::Admits(const char* text) {
-  if (!choicesRead_) {
-    CPOSArray array = GetArray(dict_.Get(), keywords_[Keyword::kOneOf]);
-    if (!array.IsEmpty()) choices_.emplace(std::move(array));
-    choicesRead_ = true;
-  }
-  return !choices_ || choices_->Have(text);
-}
-
-TypeNames& Definition::Types(Keyword attribute) {
-  if (types_ == nullptr) types_ = std::make_unique<TypeNames>(keywords_, dict_.Get(), attribute);
-  return *types_;
-}
-
-DictRules& Definition::Members() {
-  if (members_ == nullptr) members_ = std::make_unique<DictRules>(keywords_, dict_.Get());
-  return *members_;
+void Definition::ReadChoices() {
+  CPOSArray array = GetHeld<CPOSArray>(dict_, keywords_[Keyword::kOneOf]);
+  if (!array.IsEmpty()) choices_.emplace(std::move(array));
+  choicesAreRead_ = true;
 }
 
 }  // namespace NPOSValidatorImpl

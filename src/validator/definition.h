@@ -10,10 +10,11 @@
 #include <optional>
 #include <vector>
 
+#include "frame/client/pos_wrappers.h"
 #include "frame/core/client_base.h"
-#include "validator/attributes.h"
 #include "validator/category.h"
 #include "validator/choices.h"
+#include "validator/held_text.h"
 #include "validator/text_order.h"
 #include "validator/type_name.h"
 
@@ -23,7 +24,7 @@ namespace NPOSValidatorImpl {
 class TypeNames : public ZEL_T_NMT::CZELClientBase {
  public:
   // From "membertype", which may be either, or "set", which is an array.
-  TypeNames(const Keywords& keywords, ZELInstance definition, Keyword attribute);
+  TypeNames(const Keywords& keywords, const ZEL_T_NMT::DictView& definition, Keyword attribute);
 
   bool AreOne() const noexcept { return one_.has_value(); }
   bool AreArray() const noexcept { return !array_.IsEmpty(); }
@@ -60,7 +61,7 @@ class DictRules : public ZEL_T_NMT::CZELClientBase {
  public:
   using Rules = std::vector<MemberRule, ZEL_T_NMT::BinderAllocator<MemberRule>>;
 
-  DictRules(const Keywords& keywords, ZELInstance definition);
+  DictRules(const Keywords& keywords, const ZEL_T_NMT::DictView& definition);
 
   const std::optional<TypeName>& KeyType() const noexcept { return keyType_; }
   const std::optional<TypeName>& ValueType() const noexcept { return valueType_; }
@@ -83,13 +84,18 @@ class DictRules : public ZEL_T_NMT::CZELClientBase {
   OptionalRules foundOptional_;  // under the texts of their keys
 };
 
-// A bound of a number, or of a length.
-enum class Bound : std::uint8_t { kMin, kMax, kMinExcl, kMaxExcl, kMinLen, kMaxLen };
+// Bounds of a number and of a length. One that is absent is NaN: no comparison with it is true.
+struct NumberBounds {
+  double min, max, minExcl, maxExcl;
+};
+struct LengthBounds {
+  double min, max;
+};
 
 class Definition {
  public:
   // Raises for a dictionary without category, and for one whose category there is not.
-  Definition(const Keywords& keywords, const TypeName& name, ZELInstance dict);
+  Definition(const Keywords& keywords, const TypeName& name, const ZEL_T_NMT::DictView& dict);
   Definition(const Definition&) = delete;
   Definition& operator=(const Definition&) = delete;
 
@@ -97,36 +103,57 @@ class Definition {
   // The built-in type of the category's name; there must be one.
   const BuiltinType& KindOfValues() const noexcept { return *kindOfValues_; }
 
-  // NaN when there is none: no comparison with it is true.
-  double GetBound(Bound bound) {
-    const auto index = static_cast<std::uint32_t>(bound);
-    if ((boundsRead_ >> index & 1u) == 0) ReadBound(index);
-    return bounds_[index];
+  const NumberBounds& OfNumber() {
+    if (!numberBounds_) [[unlikely]]
+      ReadNumberBounds();
+    return *numberBounds_;
+  }
+  const LengthBounds& OfLength() {
+    if (!lengthBounds_) [[unlikely]]
+      ReadLengthBounds();
+    return *lengthBounds_;
   }
   // Null when there are none.
-  const char* IllegalChars();
+  const char* IllegalChars() {
+    if (!illegalChars_) [[unlikely]]
+      ReadIllegalChars();
+    return illegalChars_->text;
+  }
   // Whether the definition enumerates no texts, or this one among them; raises at an element before
   // it that is not a String.
-  bool Admits(const char* text);
+  bool Admits(const char* text) {
+    if (!choicesAreRead_) [[unlikely]]
+      ReadChoices();
+    return !choices_ || choices_->Have(text);
+  }
   // The types under "set" or "membertype", whichever it is that the category has.
-  TypeNames& Types(Keyword attribute);
-  DictRules& Members();
+  TypeNames& Types(Keyword attribute) {
+    if (types_ == nullptr) [[unlikely]]
+      types_ = std::make_unique<TypeNames>(keywords_, dict_, attribute);
+    return *types_;
+  }
+  DictRules& Members() {
+    if (members_ == nullptr) [[unlikely]]
+      members_ = std::make_unique<DictRules>(keywords_, dict_);
+    return *members_;
+  }
 
  private:
-  static constexpr Keyword kBoundWords[] = {Keyword::kMin,     Keyword::kMax,    Keyword::kMinExcl,
-                                            Keyword::kMaxExcl, Keyword::kMinLen, Keyword::kMaxLen};
-  static_assert(std::size(kBoundWords) == static_cast<std::size_t>(Bound::kMaxLen) + 1);
-
-  void ReadBound(std::uint32_t index);
+  double ReadBound(Keyword attribute) const;
+  void ReadNumberBounds();
+  void ReadLengthBounds();
+  void ReadIllegalChars();
+  void ReadChoices();
 
   const Keywords& keywords_;
-  ZEL_T_NMT::ContainerReference dict_;
+  const ZEL_T_NMT::ContainerReference held_;
+  const ZEL_T_NMT::DictView dict_;
   const Category* category_;
   const BuiltinType* kindOfValues_;
-  std::uint32_t boundsRead_ = 0;  // a bit for each
-  double bounds_[std::size(kBoundWords)];
+  std::optional<NumberBounds> numberBounds_;
+  std::optional<LengthBounds> lengthBounds_;
   std::optional<HeldText> illegalChars_;
-  bool choicesRead_ = false;
+  bool choicesAreRead_ = false;
   std::optional<Choices> choices_;
   std::unique_ptr<TypeNames> types_;
   std::unique_ptr<DictRules> members_;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "validator/attributes.h"
+#include "validator/held_text.h"
 
 namespace NPOSValidatorImpl {
 
@@ -23,20 +23,13 @@ class FormattedText {
  public:
   FormattedText(const char* format, FormatArguments arguments) {
     const FormatArgument* argument = arguments.begin();
-    for (const char* next = format; *next != '\0'; ++next) {
-      if (*next != '%') {
-        Add({next, 1});
-        continue;
-      }
-      ++next;
-      if (*next == 'd') {
-        Advance(std::to_chars(end_, Last(), argument->Integer()));
-      } else if (*next == 'f') {
-        AddReal(argument->Real());
-      } else {
-        Add(argument->Text());
-      }
-      ++argument;
+    for (const char* next = format;;) {
+      const std::size_t literal = std::strcspn(next, "%");
+      Add({next, literal});
+      next += literal;
+      if (*next == '\0') return;
+      AddArgument(next[1], *argument++);
+      next += 2;
     }
   }
   FormattedText(const FormattedText&) = delete;
@@ -45,6 +38,15 @@ class FormattedText {
   std::string_view Get() const noexcept { return {text_, static_cast<std::size_t>(end_ - text_)}; }
 
  private:
+  void AddArgument(char placeholder, const FormatArgument& argument) {
+    if (placeholder == 'd') {
+      Advance(std::to_chars(end_, Last(), argument.Integer()));
+    } else if (placeholder == 'f') {
+      AddReal(argument.Real());
+    } else {
+      Add(argument.Text());
+    }
+  }
   void Add(std::string_view text) {
     if (text.size() > static_cast<std::size_t>(Last() - end_)) RaiseTooLong();
     std::memcpy(end_, text.data(), text.size());
@@ -121,7 +123,7 @@ void MessageList::Report(POSValidatorMessageProc report) const {
   std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> texts;
   const std::uint32_t count = list.Count();
   texts.reserve(count);
-  for (std::uint32_t i = 0; i < count; ++i) texts.push_back(GetTextAt(list, i));
+  for (std::uint32_t i = 0; i < count; ++i) texts.emplace_back(list.View().GetAt(i), false);
   for (const HeldText& message : texts) report(message.text);
 }
 

@@ -8,10 +8,12 @@
 
 namespace NPOSValidatorImpl {
 
+using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::kNestingLimit;
+using ZEL_T_NMT::POSView;
 using ZEL_T_NMT::SharedBuffer;
 
-std::int32_t Run::ValidateValue(const TypeName& typeName, ZELInstance value) {
+std::int32_t Run::ValidateValue(const TypeName& typeName, POSView value) {
   switch (CheckBuiltinType(typeName, value)) {
     case BuiltinCheckResult::kBuiltinValid:
       return 0;
@@ -25,15 +27,7 @@ std::int32_t Run::ValidateValue(const TypeName& typeName, ZELInstance value) {
   return AskCallback(typeName, value);
 }
 
-std::int32_t Run::ValidatePart(const TypeName& typeName, ZELInstance part, const char* prefixFormat,
-                               FormatArgument first) {
-  const MessageList::Mark mark = messages_.End();
-  const std::int32_t findings = ValidateValue(typeName, part);
-  if (findings > 0) messages_.AppendPrefix(mark, prefixFormat, {first, typeName.Text()});
-  return findings;
-}
-
-BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName, ZELInstance value) {
+BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName, POSView value) {
   if (typeName.Builtin() == nullptr) return BuiltinCheckResult::kNotBuiltin;
   const char* mismatch = FindMismatch(*typeName.Builtin(), value);
   if (mismatch == nullptr) return BuiltinCheckResult::kBuiltinValid;
@@ -41,7 +35,7 @@ BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName, ZELInstance v
   return BuiltinCheckResult::kBuiltinInvalid;
 }
 
-std::int32_t Run::ValidateDefinedType(const TypeName& typeName, ZELInstance value) {
+std::int32_t Run::ValidateDefinedType(const TypeName& typeName, POSView value) {
   const ZEL_T_NMT::NestingLevel level(depth_);
   Definition* definition = typeName.Found(foreignCalls_);
   if (definition == nullptr) definition = FindDefinition(typeName);
@@ -55,11 +49,11 @@ std::int32_t Run::ValidateDefinedType(const TypeName& typeName, ZELInstance valu
                           : category.check(*this, *definition, value);
 }
 
-std::int32_t Run::ValidateOnce(Definition& definition, ZELInstance value) {
+std::int32_t Run::ValidateOnce(Definition& definition, POSView value) {
   ++checksThatLeadOn_;
   const Category& category = definition.GetCategory();
   if (!verdicts_.AreEmpty()) {
-    const Verdict* verdict = verdicts_.Find(value, definition);
+    const Verdict* verdict = verdicts_.Find(value.Handle(), definition);
     if (verdict != nullptr && verdict->height <= kNestingLimit - depth_) {
       deepest_ = std::max(deepest_, depth_ + verdict->height);
       return verdict->findings;
@@ -72,20 +66,20 @@ std::int32_t Run::ValidateOnce(Definition& definition, ZELInstance value) {
   const std::int32_t findings = category.check(*this, definition, value);
   // A client's callback is called as often as there are ways to what it is for.
   if (foreignCalls_ == foreignCallsBefore && messages_.IsEmptyBehind(mark)) {
-    verdicts_.Note(value, definition, {findings, deepest_ - depth_});
+    verdicts_.Note(value.Handle(), definition, {findings, deepest_ - depth_});
   }
   deepest_ = std::max(deepest_, deepestBefore);
   return findings;
 }
 
-std::int32_t Run::AskCallback(const TypeName& typeName, ZELInstance value) {
+std::int32_t Run::AskCallback(const TypeName& typeName, POSView value) {
   const Callback* entry = setup_.callbacks.Find(typeName.Text());
   if (entry == nullptr || entry->procedure == nullptr) return 0;
   const SharedBuffer buffer(kMessageBytes);
   char* text = static_cast<char*>(buffer.Data());
   text[0] = '\0';
   const std::int32_t accepted =
-      entry->procedure(value, typeName.Atom().Atom(), buffer.Handle(), entry->clientData);
+      entry->procedure(value.Handle(), typeName.Atom().Atom(), buffer.Handle(), entry->clientData);
   if (setup_.hasForeignCallbacks) ++foreignCalls_;
   if (accepted != 0) return 0;
   const auto* end = static_cast<const char*>(std::memchr(text, '\0', kMessageBytes));
@@ -95,19 +89,21 @@ std::int32_t Run::AskCallback(const TypeName& typeName, ZELInstance value) {
 }
 
 Definition* Run::FindDefinition(const TypeName& typeName) {
-  const ZELInstance dict = GetMember(setup_.schema.Handle(), typeName.Atom());
-  if (dict == nullptr || !ZEL_T_NMT::CPOSDict::Is(dict)) return nullptr;
-  const auto [entry, isNew] = definitions_.try_emplace(dict, setup_.keywords, typeName, dict);
+  // A schema that is no dictionary has no definitions.
+  const POSView found = DictView(setup_.schema.View()).FindOrReport(typeName.Atom());
+  if (!DictView::Is(found)) return nullptr;
+  const auto [entry, isNew] =
+      definitions_.try_emplace(found.Handle(), setup_.keywords, typeName, DictView(found));
   typeName.SetFound(entry->second, foreignCalls_);
   return &entry->second;
 }
 
-std::int32_t RequiredMembers::Fetch(const DictRules& rules, ZELInstance dict) {
+std::int32_t RequiredMembers::Fetch(const DictRules& rules, const DictView& dict) {
   std::int32_t findings = 0;
   for (const MemberRule& rule : rules.Required()) {
-    const ZELInstance value = FindMember(dict, rule.key);
+    const POSView value = dict.Find(rule.key);
     run_.required_.push_back(value);
-    if (value != nullptr) continue;
+    if (!value.IsEmpty()) continue;
     run_.messages_.Append("Missing required member %s", {rule.key.Text()});
     AddFindings(findings, 1);
   }

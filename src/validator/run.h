@@ -46,16 +46,22 @@ class Run {
   Run& operator=(const Run&) = delete;
 
   // The caller holds the value throughout where a callback may take it out of where it was.
-  std::int32_t ValidateValue(const TypeName& typeName, ZELInstance value);
+  std::int32_t ValidateValue(const TypeName& typeName, ZEL_T_NMT::POSView value);
   // The same for a part of a value, whose messages get the prefix that is made of `first` and the
   // type's name.
-  std::int32_t ValidatePart(const TypeName& typeName, ZELInstance part, const char* prefixFormat,
-                            FormatArgument first);
+  std::int32_t ValidatePart(const TypeName& typeName, ZEL_T_NMT::POSView part,
+                            const char* prefixFormat, FormatArgument first) {
+    const MessageList::Mark mark = messages_.End();
+    const std::int32_t findings = ValidateValue(typeName, part);
+    if (findings > 0) [[unlikely]]
+      messages_.AppendPrefix(mark, prefixFormat, {first, typeName.Text()});
+    return findings;
+  }
 
   MessageList& Messages() noexcept { return messages_; }
   // A reference to a part of a value where one is needed.
-  ZEL_T_NMT::ContainerReference Hold(ZELInstance part) const {
-    return setup_.hasForeignCallbacks ? ZEL_T_NMT::ContainerReference(part)
+  ZEL_T_NMT::ContainerReference Hold(const ZEL_T_NMT::POSView& part) const {
+    return setup_.hasForeignCallbacks ? ZEL_T_NMT::ContainerReference(part.Handle())
                                       : ZEL_T_NMT::ContainerReference();
   }
 
@@ -67,10 +73,10 @@ class Run {
       std::map<ZELInstance, Definition, std::less<>,
                ZEL_T_NMT::BinderAllocator<std::pair<const ZELInstance, Definition>>>;
 
-  BuiltinCheckResult CheckBuiltinType(const TypeName& typeName, ZELInstance value);
-  std::int32_t ValidateDefinedType(const TypeName& typeName, ZELInstance value);
-  std::int32_t ValidateOnce(Definition& definition, ZELInstance value);
-  std::int32_t AskCallback(const TypeName& typeName, ZELInstance value);
+  BuiltinCheckResult CheckBuiltinType(const TypeName& typeName, ZEL_T_NMT::POSView value);
+  std::int32_t ValidateDefinedType(const TypeName& typeName, ZEL_T_NMT::POSView value);
+  std::int32_t ValidateOnce(Definition& definition, ZEL_T_NMT::POSView value);
+  std::int32_t AskCallback(const TypeName& typeName, ZEL_T_NMT::POSView value);
   // Looks a definition up in the schema; null when there is none. It stays for the whole run.
   Definition* FindDefinition(const TypeName& typeName);
 
@@ -86,7 +92,7 @@ class Run {
   Definitions definitions_;        // by their dictionaries, which they hold
   Verdicts verdicts_;
   // The required members of the dictionaries that are being walked through.
-  std::vector<ZELInstance, ZEL_T_NMT::BinderAllocator<ZELInstance>> required_;
+  std::vector<ZEL_T_NMT::POSView, ZEL_T_NMT::BinderAllocator<ZEL_T_NMT::POSView>> required_;
 };
 
 // Checks of one value against several types, one after the other. When one has gone through parts
@@ -129,11 +135,11 @@ class RequiredMembers {
   ~RequiredMembers() { run_.required_.resize(first_); }
 
   // Returns the number of findings: one for each member that is missing.
-  std::int32_t Fetch(const DictRules& rules, ZELInstance dict);
-  // The value for a rule by its place; null when foreign code may have changed it meanwhile.
-  ZELInstance At(std::size_t place) const noexcept {
-    return run_.foreignCalls_ == foreignCalls_ ? run_.required_[first_ + place] : nullptr;
-  }
+  std::int32_t Fetch(const DictRules& rules, const ZEL_T_NMT::DictView& dict);
+  // Whether foreign code has run since, which may have put others in their places.
+  bool AreOutdated() const noexcept { return run_.foreignCalls_ != foreignCalls_; }
+  // The value for a rule by its place.
+  ZEL_T_NMT::POSView At(std::size_t place) const noexcept { return run_.required_[first_ + place]; }
 
  private:
   Run& run_;

@@ -1,14 +1,15 @@
 // The checks of categories whose values hold no others.
 #include <cstring>
-#include <functional>
 
 #include "validator/checks.h"
 
 namespace NPOSValidatorImpl {
 
-using ZEL_T_NMT::CPOSBinData;
-using ZEL_T_NMT::CPOSObject;
-using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::BinDataView;
+using ZEL_T_NMT::NumberView;
+using ZEL_T_NMT::POSView;
+using ZEL_T_NMT::StringView;
+using ZEL_T_NMT::UnicodeStringView;
 
 namespace {
 
@@ -22,7 +23,7 @@ std::int32_t Reject(Run& run, const char* message) {
 }
 
 // Whether the value is of the kind that the category's name stands for as a built-in type.
-bool IsOfKind(const Definition& definition, ZELInstance value) {
+bool IsOfKind(const Definition& definition, const POSView& value) {
   return definition.KindOfValues().isOfKind(value);
 }
 
@@ -41,43 +42,43 @@ std::int32_t CheckOneOf(Definition& definition, const char* text, const char* me
 
 std::int32_t CheckLength(Definition& definition, double length, const char* below,
                          const char* above, MessageList& messages) {
+  const LengthBounds& bounds = definition.OfLength();
   std::int32_t findings = 0;
-  const double least = definition.GetBound(Bound::kMinLen);
-  if (least > length) {
-    messages.Append(below, {TruncateToInteger(least)});
+  if (bounds.min > length) [[unlikely]] {
+    messages.Append(below, {TruncateToInteger(bounds.min)});
     ++findings;
   }
-  const double most = definition.GetBound(Bound::kMaxLen);
-  if (length > most) {
-    messages.Append(above, {TruncateToInteger(most)});
+  if (length > bounds.max) [[unlikely]] {
+    messages.Append(above, {TruncateToInteger(bounds.max)});
     ++findings;
   }
   return findings;
 }
 
-std::int32_t ValidateNumber(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateNumber(Run& run, Definition& definition, POSView value) {
   if (!IsOfKind(definition, value)) return RejectKind(run, definition);
-  const double number = NumberOf(value);
+  const double number = NumberView(value).Get();
   if (definition.GetCategory().word == Keyword::kInt) {
     if (const char* mismatch = FindIntMismatch(number)) return Reject(run, mismatch);
   }
+  const NumberBounds& bounds = definition.OfNumber();
   std::int32_t findings = 0;
-  const auto check = [&](Bound attribute, auto excludes, const char* message) {
-    const double bound = definition.GetBound(attribute);
-    if (!excludes(bound, number)) return;
+  const auto find = [&](bool isExceeded, double bound, const char* message) {
+    if (!isExceeded) [[likely]]
+      return;
     run.Messages().Append(message, {RoundToSingle(bound)});
     ++findings;
   };
-  check(Bound::kMin, std::greater(), "Number below mininum value %f");
-  check(Bound::kMax, std::less(), "Number above maximum value %f");
-  check(Bound::kMinExcl, std::greater_equal(), "Number below mininum value %f (exclusive)");
-  check(Bound::kMaxExcl, std::less_equal(), "Number above maximum value %f (exclusive)");
+  find(bounds.min > number, bounds.min, "Number below mininum value %f");
+  find(number > bounds.max, bounds.max, "Number above maximum value %f");
+  find(bounds.minExcl >= number, bounds.minExcl, "Number below mininum value %f (exclusive)");
+  find(number >= bounds.maxExcl, bounds.maxExcl, "Number above maximum value %f (exclusive)");
   return findings;
 }
 
-std::int32_t ValidateString(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateString(Run& run, Definition& definition, POSView value) {
   if (!IsOfKind(definition, value)) return RejectKind(run, definition);
-  const char* text = TextOf(value);
+  const char* text = StringView(value).Get();
   const std::size_t length = std::strlen(text);
   std::int32_t findings = CheckLength(definition, static_cast<double>(length), kStringTooShort,
                                       kStringTooLong, run.Messages());
@@ -90,24 +91,24 @@ std::int32_t ValidateString(Run& run, Definition& definition, ZELInstance value)
          CheckOneOf(definition, text, "String is not one of the enumerated values", run.Messages());
 }
 
-std::int32_t ValidateUnicodeString(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateUnicodeString(Run& run, Definition& definition, POSView value) {
   if (!IsOfKind(definition, value)) return RejectKind(run, definition);
-  const CPOSUnicodeString string(CPOSObject(value), false);
-  return CheckLength(definition, static_cast<double>(ZEL_T_NMT::UnicodeLength(string.Get())),
+  const std::size_t length = ZEL_T_NMT::UnicodeLength(UnicodeStringView(value).Get());
+  return CheckLength(definition, static_cast<double>(length),
                      "Unicode String length below mininum value %d",
                      "Unicode String length above maximum value %d", run.Messages());
 }
 
-std::int32_t ValidateBinData(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateBinData(Run& run, Definition& definition, POSView value) {
   if (!IsOfKind(definition, value)) return RejectKind(run, definition);
-  const CPOSBinData data(CPOSObject(value), false);
+  const BinDataView data(value);
   const std::int32_t findings = CheckLength(definition, static_cast<double>(data.GetSize()),
                                             kStringTooShort, kStringTooLong, run.Messages());
   return findings + CheckOneOf(definition, data.GetTypeName(),
                                "TypeName is not one of the enumerated values", run.Messages());
 }
 
-std::int32_t ValidateReference(Run& run, Definition& definition, ZELInstance value) {
+std::int32_t ValidateReference(Run& run, Definition& definition, POSView value) {
   return IsOfKind(definition, value) ? 0 : RejectKind(run, definition);
 }
 

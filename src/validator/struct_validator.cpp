@@ -21,7 +21,7 @@ bool StructValidator::Validate(const CPOSObject& value, const CZELStringAtom& ty
   const std::shared_ptr<const ValidatorSetup> setup = setup_;
   MessageList messages;
   // The run has given back everything when the messages go out.
-  if (Run(*setup, messages).ValidateValue(TypeName(typeName), value.Handle()) == 0) return true;
+  if (Run(*setup, messages).ValidateValue(TypeName(typeName), value.View()) == 0) return true;
   messages.Report(report);
   return false;
 }

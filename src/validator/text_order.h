@@ -16,4 +16,9 @@ struct TextOrder {
   }
 };
 
+// As strcmp; texts of atoms are mostly told to be the same by their address.
+inline int CompareTexts(const char* left, const char* right) noexcept {
+  return left == right ? 0 : std::strcmp(left, right);
+}
+
 }  // namespace NPOSValidatorImpl

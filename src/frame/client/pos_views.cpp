@@ -18,6 +18,7 @@ bool IsOf(const POSView& value, POSInterface<Interface>& interface,
   if (value.Own() != nullptr && interface.IsOwn()) [[likely]] {
     return value.Own()->Type() == type;
   }
+  if (value.IsEmpty()) return false;
   const Interface* const table = interface.Get();
   return table != nullptr && (table->*isOfKind)(value.Handle());
 }
@@ -159,6 +160,11 @@ POSView DictView::Find(const CZELStringAtom& key) const {
   const ReportWatch watch;
   return POSView(
       watch.Checked(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()), "CPOSDict::Get failed"));
+}
+
+POSView DictView::FindOrReport(const CZELStringAtom& key) const {
+  if (const OwnDict* const own = Directly()) return POSView(g_own.find(*own, key.Text()));
+  return POSView(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()));
 }
 
 MemberWalk::MemberWalk(const DictView& dict)

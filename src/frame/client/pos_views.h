@@ -66,8 +66,16 @@ class NumberView : public POSView {
 
 class StringView : public POSView {
  public:
+  static constexpr const char* kDowncastFailed = "downcast from CPOSObject to CPOSString failed";
+
   explicit StringView(POSView value) noexcept : POSView(value) {}
   static bool Is(const POSView& value);
+  // Raises kDowncastFailed for a value of another kind.
+  static StringView Of(const POSView& value) {
+    if (!Is(value)) [[unlikely]]
+      RaisePOSException(kDowncastFailed);
+    return StringView(value);
+  }
   const char* Get() const {
     const auto* own = Direct<OwnString, POSTypeString>(g_pos.strings);
     return own != nullptr ? own->Get() : GetThroughBinder();
@@ -142,6 +150,9 @@ class DictView : public POSView {
   // not the library's own.
   POSView Find(const char* key) const;
   POSView Find(const CZELStringAtom& key) const;
+  // As Find, but where the operation fails, as for a value that is no dictionary, there is no such
+  // member either: the failure has been reported, and that is all.
+  POSView FindOrReport(const CZELStringAtom& key) const;
   // Raise "CPOSDict::Get failed" for an absent key.
   POSView Get(const char* key) const { return NotAbsent(Find(key)); }
   POSView Get(const CZELStringAtom& key) const { return NotAbsent(Find(key)); }

@@ -32,7 +32,7 @@ CPOSObject CPOSNumber::New(double value) {
 }
 
 CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSString failed");
+  Expect(Is(Handle()), quiet, StringView::kDowncastFailed);
 }
 
 CPOSObject CPOSString::New(const char* text) {
