@@ -390,8 +390,8 @@ class Sequence {
     const ZELInstance streamer = Any();
     Make(procs_.streamers.Deserialize, streamer, Any());
   }
-  // A method of a stream, found by its name; another instance does not have it, and the host may not
-  // be asked about none.
+  // A method of a stream, found by its name; another instance does not have it, and the host may
+  // not be asked about none.
   template <typename Procedure, typename... Arguments>
   void CallMethod(const char* method, const char* procType, ZELInstance instance,
                   Arguments... arguments) {
