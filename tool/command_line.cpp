@@ -46,7 +46,8 @@ CLI::Option* AddChoice(CLI::App& parser, const std::string& name, Target& target
 }
 
 void AddFrom(CLI::App& parser, Options& options) {
-  AddChoice(parser, "--from", options.from, kFormats, "how to read FILE, if not as it looks");
+  AddChoice(parser, "--from", options.from, kFormats,
+            "format of FILE; by default the one that it looks like");
 }
 
 void AddOutput(CLI::App& parser, Options& options, const std::string& purpose) {
@@ -143,7 +144,7 @@ Command& CommandLine::Add(const std::string& name, const std::string& purpose,
 
 void CommandLine::AddReading() {
   Command& print = Add("print", "print values as text or JSON", Print);
-  AddMany(*print.parser, "FILE", options_.files, "what to print");
+  AddMany(*print.parser, "FILE", options_.files, "files to print");
   print.parser->add_flag("-c,--compact", options_.compact, "all on one line");
   print.parser->add_flag("-j,--json", options_.json,
                          "as JSON, from which convert makes equal values");
@@ -151,14 +152,13 @@ void CommandLine::AddReading() {
                          "say nothing about values without a text form");
   AddFrom(*print.parser, options_);
   print.details =
-      "What the text syntax has no form for (strings of more than 100 bytes, binary data) stands "
-      "in "
-      "braces; JSON has a form for all of it.";
+      "A value that the text syntax has no form for (strings of more than 100 bytes, binary data) "
+      "stands in braces; JSON has a form for all of it.";
   print.examples = {{"zelpos print document.pos", "a text in its layout"},
                     {"zelpos print --json book.zel | jq .title", "a stored stream, for jq"}};
 
   Command& get = Add("get", "print what paths lead to", Get);
-  AddOne(*get.parser, "FILE", options_.file, "where to look");
+  AddOne(*get.parser, "FILE", options_.file, "file to look into");
   AddMany(*get.parser, "PATH", options_.paths, "such as pages[2].size");
   get.parser->add_flag("-r,--raw", options_.raw,
                        "strings without quotes, Unicode strings as UTF-8, binary data as bytes");
@@ -172,13 +172,13 @@ void CommandLine::AddReading() {
                   {"zelpos get --raw document.pos metadata.title", "a text for a script"}};
 
   Command& tree = Add("tree", "draw the shape of a value", Tree);
-  AddMany(*tree.parser, "FILE", options_.files, "what to draw");
-  tree.parser->add_option("-d,--depth", options_.depth, "how many levels to draw")->type_name("N");
+  AddMany(*tree.parser, "FILE", options_.files, "files to draw");
+  tree.parser->add_option("-d,--depth", options_.depth, "number of levels to draw")->type_name("N");
   AddFrom(*tree.parser, options_);
-  tree.examples = {{"zelpos tree --depth 1 document.pos", "what is in it"}};
+  tree.examples = {{"zelpos tree --depth 1 document.pos", "its outermost members"}};
 
   Command& stats = Add("stats", "count kinds, sizes and depth", Stats);
-  AddMany(*stats.parser, "FILE", options_.files, "what to count");
+  AddMany(*stats.parser, "FILE", options_.files, "files to count");
   AddFrom(*stats.parser, options_);
   stats.examples = {{"zelpos stats document.pos", "a table"}};
 
@@ -197,8 +197,8 @@ void CommandLine::AddReading() {
 
 void CommandLine::AddEditing() {
   Command& set = Add("set", "change or add a value", Set);
-  AddOne(*set.parser, "FILE", options_.file, "what to change, in place");
-  AddOne(*set.parser, "PATH", options_.path, "where; its last step may be new");
+  AddOne(*set.parser, "FILE", options_.file, "file to change, in place");
+  AddOne(*set.parser, "PATH", options_.path, "place in it; the last step may be new");
   AddOne(*set.parser, "VALUE", options_.value, "a POS text");
   set.parser->add_flag("-s,--string", options_.literal, "VALUE is a string as it stands");
   AddOutput(*set.parser, options_, "write there instead of to FILE");
@@ -211,8 +211,8 @@ void CommandLine::AddEditing() {
                   {"zelpos set -s document.pos metadata.title 'A (new) title' -o -", "to look at"}};
 
   Command& remove = Add("delete", "take values out", Delete);
-  AddOne(*remove.parser, "FILE", options_.file, "what to change, in place");
-  AddMany(*remove.parser, "PATH", options_.paths, "what to take out");
+  AddOne(*remove.parser, "FILE", options_.file, "file to change, in place");
+  AddMany(*remove.parser, "PATH", options_.paths, "values to take out");
   AddOutput(*remove.parser, options_, "write there instead of to FILE");
   AddChoice(*remove.parser, "--to", options_.to, kFormats, "write in this format");
   AddFrom(*remove.parser, options_);
@@ -222,7 +222,7 @@ void CommandLine::AddEditing() {
 
 void CommandLine::AddChecking() {
   const auto addFindings = [this](CLI::App& parser) {
-    AddChoice(parser, "--format", options_.findings, kFindingsFormats, "how to print findings");
+    AddChoice(parser, "--format", options_.findings, kFindingsFormats, "format of the findings");
     parser.add_flag("-a,--all", options_.all,
                     "also why each alternative of a union fails that a member rules out");
     parser.add_flag("-q,--quiet", options_.quiet, "the exit status alone");
@@ -231,7 +231,7 @@ void CommandLine::AddChecking() {
   Command& validate = Add("validate", "check values against a type of a schema", Validate);
   AddOne(*validate.parser, "SCHEMA", options_.schema, "the schema, which is checked first");
   AddOne(*validate.parser, "TYPE", options_.type, "the name of the type");
-  AddMany(*validate.parser, "FILE", options_.files, "what to check");
+  AddMany(*validate.parser, "FILE", options_.files, "files to check");
   addFindings(*validate.parser);
   validate.details =
       "Each finding is a line FILE:LINE:COLUMN: PATH: MESSAGE; PATH can be given to get. The exit "
@@ -241,15 +241,15 @@ void CommandLine::AddChecking() {
       {"zelpos validate --format sarif s.pos T a.pos > findings.sarif", "for another tool"}};
 
   Command& check = Add("check-schema", "check schemas themselves", CheckSchema);
-  AddMany(*check.parser, "SCHEMA", options_.files, "what to check");
+  AddMany(*check.parser, "SCHEMA", options_.files, "schemas to check");
   addFindings(*check.parser);
   check.examples = {{"zelpos check-schema document.schema.pos", "lines as validate prints them"}};
 }
 
 void CommandLine::AddConverting() {
   Command& convert = Add("convert", "write a value in another format", Convert);
-  AddOne(*convert.parser, "FILE", options_.file, "what to convert");
-  AddOutput(*convert.parser, options_, "where to write; - or none: standard output");
+  AddOne(*convert.parser, "FILE", options_.file, "file to convert");
+  AddOutput(*convert.parser, options_, "file to write; - or none: standard output");
   AddChoice(*convert.parser, "--to", options_.to, kFormats,
             "the format; without it that of OUT's extension, .pos or .json, else stream");
   convert.parser->add_flag("-c,--compact", options_.compact, "text and JSON all on one line");

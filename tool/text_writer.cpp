@@ -151,7 +151,7 @@ bool TextWriter::AppendOnLine(Handle value, std::size_t limit) {
 }
 
 // Calls `visit` with each member of an array or dictionary, and its key if it has one, until it
-// returns false. What cannot be said learns the path to it on its way out.
+// returns false. A value that cannot be said learns the path to it on its way out.
 template <typename Visit>
 bool TextWriter::ForEach(Handle value, Visit visit) {
   if (values_.Type(value) == POSTypeDict) {
