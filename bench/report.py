@@ -185,6 +185,26 @@ def instructions(counted):
     return table
 
 
+def client_costs(counted):
+    """Instructions of each operation as a careful program in C does it and by the typed client."""
+    for name, result in counted.items():
+        if name.startswith("client/") and name.endswith("/client") and "error" not in result:
+            stem = name[:-len("client")]
+            bare, careful = (counted.get(stem + way, {}).get("per_item") for way in
+                             ("bare", "careful"))
+            if bare and careful:
+                yield stem.split("/")[1], bare, careful, result["per_item"]
+
+
+def client(counted):
+    table = Table("The typed C++ client: instructions per call",
+                  ["operation", "bare calls", "careful C", "client", "added"])
+    for name, bare, careful, added in client_costs(counted):
+        table.add([name, number(bare), number(careful), number(added),
+                   "%.0f %%" % (100 * (added / careful - 1))])
+    return table
+
+
 def hardening(counted):
     """By how many per cent hardening adds to the instructions of all operations counted, or None."""
     pairs = [(result["per_item"], counted[name[:-len("zel")] + "not hardened"]["per_item"])
@@ -215,6 +235,11 @@ def shortfalls(figures):
         if name.endswith("/zel") and narrow and narrow > limit * result["per_item"]:
             lines.append("%-24s %6.2f times as many instructions on 32 bits, wanted %g" % (
                 " ".join(name.split("/")[:2]), narrow / result["per_item"], limit))
+    for name, _, careful, added in client_costs(counted):
+        limit = goals["client"]
+        if added > (1 + limit / 100) * careful:
+            lines.append("%-24s %6.0f %% more instructions by the client, wanted %g %%" % (
+                name, 100 * (added / careful - 1), limit))
     cost, limit = hardening(counted), goals["hardening"]
     if cost is not None and cost > limit:
         lines.append("hardening %31.1f %% more instructions, wanted %g %%" % (cost, limit))
@@ -237,7 +262,7 @@ def profiles(counted):
 def text(figures, markdown=False, with_profiles=False):
     times, counted = figures["times"], figures["instructions"]
     tables = [compared(times), digits(times), calls(times), growth(times), keys(times), peaks(times),
-              services(times), instructions(counted)]
+              services(times), instructions(counted), client(counted)]
     if with_profiles:
         tables += profiles(counted)
     lines = [line for table in tables for line in table.lines(markdown)]

@@ -20,7 +20,7 @@ import tempfile
 sys.dont_write_bytecode = True  # the folder holds sources alone
 import report  # pylint: disable=wrong-import-position
 
-PROGRAMS = ["zel", "jansson", "json_c", "rapidjson", "nlohmann", "inside"]
+PROGRAMS = ["zel", "client", "jansson", "json_c", "rapidjson", "nlohmann", "inside"]
 
 # Rounds and seconds of each run, by the first part of a name; "compare" stands for all operations.
 PLANS = {
@@ -30,7 +30,7 @@ PLANS = {
               "services": (1, 0)},
 }
 INSTRUCTIONS = re.compile(r"^(parse|write|read|clone|equality|lookup|lookup_by_atom|path|build|"
-                          r"release|validate)/[^/]*/(zel|before|32 bits|not hardened)$")
+                          r"release|validate)/[^/]*/(zel|before|32 bits|not hardened)$|^client/")
 # Figures whose quartiles lie farther apart are taken again, with as many rounds, so often.
 WIDE, REPEATS = 0.25, 2
 MARKS = re.compile(r"/(manual_time|iterations:\d+)")

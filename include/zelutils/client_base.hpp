@@ -26,9 +26,19 @@
 namespace zelutils {
 
 namespace detail {
+
 // False, but only once T is known.
 template <typename T>
 inline constexpr bool never = false;
+
+// Calls are inlined into the programs, their failures are not.
+#define ZELUTILS_COLD [[gnu::cold, gnu::noinline]]
+
+template <typename T = Error>
+[[noreturn]] ZELUTILS_COLD void Throw(const char* message) {
+  throw T(message);
+}
+
 }  // namespace detail
 
 // ---- Arguments of a call ----------------------------------------------------------------------
@@ -39,7 +49,7 @@ class Text {
  public:
   // NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
   Text(const char* text) : text_(text) {
-    if (text == nullptr) throw Error("a text must not be null");
+    if (text == nullptr) detail::Throw("a text must not be null");
   }
   Text(const std::string& text) : text_(text.c_str()) { Refuse(text); }
   Text(std::string&& text) : owned_(std::move(text)), text_(owned_.c_str()) { Refuse(owned_); }
@@ -56,7 +66,7 @@ class Text {
 
  private:
   static void Refuse(std::string_view text) {
-    if (text.find('\0') != text.npos) throw Error("a text must not hold a NUL");
+    if (text.find('\0') != text.npos) detail::Throw("a text must not hold a NUL");
   }
 
   std::string owned_;
@@ -69,11 +79,11 @@ class Units {
  public:
   // NOLINTBEGIN(google-explicit-constructor): arguments convert without being asked
   Units(const char16_t* units) {
-    if (units == nullptr) throw Error("a text must not be null");
+    if (units == nullptr) detail::Throw("a text must not be null");
     units_ = units;
   }
   Units(std::u16string_view units) : units_(units) {
-    if (units.find(u'\0') != units.npos) throw Error("a text must not hold a NUL");
+    if (units.find(u'\0') != units.npos) detail::Throw("a text must not hold a NUL");
   }
   Units(const std::u16string& units) : Units(std::u16string_view(units)) {}
   template <std::same_as<std::nullptr_t> T>
@@ -101,23 +111,28 @@ concept IndexType = Numeric<T> && std::is_integral_v<T>;
 
 // A size as the procedures take it.
 inline std::uint32_t Size(std::size_t size) {
-  if (size > std::numeric_limits<std::uint32_t>::max()) throw Error("more than 32 bits of size");
+  if (size > std::numeric_limits<std::uint32_t>::max()) detail::Throw("more than 32 bits of size");
   return static_cast<std::uint32_t>(size);
+}
+
+template <IndexType T>
+[[noreturn]] ZELUTILS_COLD void ThrowIndex(T index) {
+  if (std::cmp_less(index, 0)) throw RangeError("an index of " + std::to_string(index));
+  throw RangeError("the index " + std::to_string(index) + " has more than 32 bits");
 }
 
 // An index as the procedures take it, or none where no array reaches that far.
 template <IndexType T>
 std::optional<std::uint32_t> FindableIndex(T index) {
   if (std::in_range<std::uint32_t>(index)) return static_cast<std::uint32_t>(index);
-  if (std::cmp_less(index, 0)) throw RangeError("an index of " + std::to_string(index));
+  if (std::cmp_less(index, 0)) ThrowIndex(index);
   return {};
 }
 // The same for a place that is to be filled.
 template <IndexType T>
 std::uint32_t StorableIndex(T index) {
-  const std::optional<std::uint32_t> found = FindableIndex(index);
-  if (!found) throw RangeError("the index " + std::to_string(index) + " has more than 32 bits");
-  return *found;
+  if (!std::in_range<std::uint32_t>(index)) ThrowIndex(index);
+  return static_cast<std::uint32_t>(index);
 }
 
 // ---- The client -----------------------------------------------------------------------------
@@ -152,8 +167,10 @@ class Client {
   // nothing, and can tell what is reported while something is given back.
   Client(ZELLookupProc lookup, ReportSource reports,
          const std::vector<std::string>* waiting = nullptr)
-      : lookup_(lookup), source_(std::move(reports)), waiting_(waiting) {
-    if (!source_) throw Error("a client needs a source of reports");
+      : lookup_(lookup),
+        source_(std::move(reports)),
+        waiting_(waiting == nullptr ? &kMaybe : waiting) {
+    if (!source_) detail::Throw("a client needs a source of reports");
     const char* const counter = "ZELGetUnregisterCountAddr";
     unregisterCount_ = reinterpret_cast<ZELGetUnregisterCountAddr>(
         Found(lookup(ZEL_BINDER_INTERFACE, counter, counter), ZEL_BINDER_INTERFACE, counter))();
@@ -214,10 +231,7 @@ class Client {
   template <typename Interface>
   const Table<Interface>& Procedures() const {
     auto& table = std::get<Table<Interface>>(tables_);
-    if (!table.IsOf(*unregisterCount_)) [[unlikely]] {
-      const Method* const missing = table.Refresh(*unregisterCount_, lookup_);
-      if (missing != nullptr) Found(nullptr, Interface::kName, missing->name);
-    }
+    if (!table.IsOf(*unregisterCount_)) LookUp(table);
     return table;
   }
   // The same, but never throws and takes what was looked up last; for giving back.
@@ -234,11 +248,10 @@ class Client {
     if (error != nullptr) Throw(error);
   }
   // Whether it shows at a glance that nothing is waiting to be taken.
-  bool NothingReported() const noexcept { return waiting_ != nullptr && waiting_->empty(); }
+  bool NothingReported() const noexcept { return waiting_->empty(); }
   // Throws what was reported; for procedures whose result does not tell.
   void Check() const {
-    if (NothingReported()) return;
-    if (std::vector<std::string> reports = source_(); !reports.empty()) Throw(std::move(reports));
+    if (!NothingReported()) CheckReports();
   }
   // Passes a result on; a neutral one is looked into.
   template <typename Result>
@@ -247,27 +260,40 @@ class Client {
     return result;
   }
   // Throws what was reported, or else the message.
-  [[noreturn]] void Fail(const char* message) const {
+  [[noreturn]] ZELUTILS_COLD void Fail(const char* message) const {
     Check();
     throw Error(message);
   }
   std::vector<std::string> TakeReports() const { return source_(); }
 
-  // Gives back by `giveBack` and keeps what is reported meanwhile apart.
-  template <typename GiveBack>
-  void Release(GiveBack giveBack) const noexcept {
+  // Gives a reference back, and keeps what is reported meanwhile apart.
+  void Release(ZELInstance instance) const noexcept {
     const bool silent = NothingReported();
-    giveBack();
-    if (silent && !waiting_->empty()) [[unlikely]] {
-      try {
-        for (std::string& report : source_()) late_.push_back(std::move(report));
-      } catch (...) {
-        return;  // there is no memory to tell it with
-      }
-    }
+    KeptProcedures<ContainerInterface>().Release(instance);
+    if (silent != NothingReported()) KeepLateReports();
   }
 
  private:
+  // Stands where nobody sees whether something is waiting: the source has to be asked.
+  inline static const std::vector<std::string> kMaybe = {""};
+
+  // The containers' first: whatever a procedure makes can be held and given back.
+  template <typename Interface>
+  ZELUTILS_COLD void LookUp(Table<Interface>& table) const {
+    if constexpr (!std::same_as<Interface, ContainerInterface>) Procedures<ContainerInterface>();
+    const Method* const missing = table.Refresh(*unregisterCount_, lookup_);
+    if (missing != nullptr) Found(nullptr, Interface::kName, missing->name);
+  }
+  ZELUTILS_COLD void CheckReports() const {
+    if (std::vector<std::string> reports = source_(); !reports.empty()) Throw(std::move(reports));
+  }
+  ZELUTILS_COLD void KeepLateReports() const noexcept {
+    try {
+      for (std::string& report : source_()) late_.push_back(std::move(report));
+    } catch (...) {
+      return;  // there is no memory to tell it with
+    }
+  }
   static ZELProc Found(ZELProc procedure, const char* interfaceName, const char* method) {
     if (procedure != nullptr) return procedure;
     throw Error(std::string("missing procedure \"") + method + "\" of \"" + interfaceName + '"');
@@ -276,7 +302,7 @@ class Client {
     const std::string message = JoinReports(reports);
     throw Error(message, std::move(reports));
   }
-  [[noreturn]] void Throw(ZELErrorObject error) const {
+  [[noreturn]] ZELUTILS_COLD void Throw(ZELErrorObject error) const {
     const auto release = [this](ZELErrorObject held) {
       KeptProcedures<ErrorInterface>().Release(held);
     };
@@ -351,33 +377,17 @@ class Instance {
   // Takes a reference. Null makes an empty holder when handed as held; else it is the failure of
   // whoever should have given one. Only what was just made is ended when its reference is refused.
   Instance(const Client& client, ZELInstance handle, Handed handed = Handed::kHeld)
-      : client_(&client) {
+      : client_(&client), handle_(handle) {
     if (handle == nullptr) {
       if (handed != Handed::kHeld) client.Fail("no instance was made");
       return;
     }
-    const auto giveUp = [&] {
-      const auto& containers = client.KeptProcedures<ContainerInterface>();
-      if (handed == Handed::kNew) {
-        containers.DeleteUnownedContainer(handle);
-      } else if (handed == Handed::kAsked && containers.AddRef(handle) != 0) {
-        containers.Release(handle);  // ends it if it is new, and changes nothing if it is not
-      }
-    };
-    try {
-      if (client.Procedures<ContainerInterface>().AddRef(handle) != 0) {
-        handle_ = handle;
-        return;
-      }
-    } catch (...) {
-      giveUp();
-      throw;
-    }
-    giveUp();
-    client.Fail("the host refused a reference to an instance");
+    Hold(handed == Handed::kHeld ? client.Procedures<ContainerInterface>()
+                                 : client.KeptProcedures<ContainerInterface>(),
+         handed);
   }
-  Instance(const Instance& other) {
-    if (other.client_ != nullptr) *this = Instance(*other.client_, other.handle_);
+  Instance(const Instance& other) : client_(other.client_), handle_(other.handle_) {
+    if (handle_ != nullptr) Hold(client_->Procedures<ContainerInterface>(), Handed::kHeld);
   }
   Instance(Instance&& other) noexcept
       : client_(other.client_), handle_(std::exchange(other.handle_, nullptr)) {}
@@ -389,14 +399,14 @@ class Instance {
   }
   ~Instance() {
     if (handle_ == nullptr) return;
-    client_->Release([this] { client_->KeptProcedures<ContainerInterface>().Release(handle_); });
+    client_->Release(handle_);
   }
 
   explicit operator bool() const noexcept { return handle_ != nullptr; }
   ZELInstance Handle() const noexcept { return handle_; }
   // The client that the instance came from. Throws when there is none.
   const Client& Owner() const {
-    if (client_ == nullptr) throw Error("an empty value was used");
+    if (client_ == nullptr) detail::Throw("an empty value was used");
     return *client_;
   }
 
@@ -407,6 +417,19 @@ class Instance {
   }
 
  private:
+  void Hold(const Table<ContainerInterface>& containers, Handed handed) const {
+    if (containers.AddRef(handle_) == 0) FailRefused(handed);
+  }
+  [[noreturn]] ZELUTILS_COLD void FailRefused(Handed handed) const {
+    const auto& containers = client_->KeptProcedures<ContainerInterface>();
+    if (handed == Handed::kNew) {
+      containers.DeleteUnownedContainer(handle_);
+    } else if (handed == Handed::kAsked && containers.AddRef(handle_) != 0) {
+      containers.Release(handle_);  // ends it if it is new, and changes nothing if it is not
+    }
+    client_->Fail("the host refused a reference to an instance");
+  }
+
   const Client* client_ = nullptr;
   ZELInstance handle_ = nullptr;
 };

@@ -37,9 +37,12 @@ class Array : public Value {
   template <IndexType T>
   Value GetAt(T index) const {
     const std::optional<std::uint32_t> place = FindableIndex(index);
-    if (!place) return {Owner(), nullptr};
-    const ZELInstance found = Procedures<ArrayInterface>().GetAt(Handle(), *place);
-    return {Owner(), detail::OfType(Owner(), Handle(), kType, found)};
+    return {Owner(), place ? BorrowAt(*place) : nullptr};
+  }
+  // The same without a reference: held by the array alone.
+  ZELInstance BorrowAt(std::uint32_t index) const {
+    return detail::OfType(Owner(), Handle(), kType,
+                          Procedures<ArrayInterface>().GetAt(Handle(), index));
   }
   // Beyond the end, the slots in between stay empty.
   template <IndexType I, typename T>

@@ -103,17 +103,6 @@ T ReadInstance(const Client& client, ZELInstance handle) {
   return T(client, handle);
 }
 
-// An element of an array; the name of its step is made when it is needed.
-template <typename T>
-T ReadAt(const Array& array, std::uint32_t index) {
-  try {
-    return Read<T>(array.Owner(), array.GetAt(index).Handle());
-  } catch (Error& error) {
-    error.PutUnder('[' + std::to_string(index) + ']');
-    throw;
-  }
-}
-
 template <typename T>
 T ReadSequence(const Array& array) {
   T sequence{};
@@ -126,9 +115,22 @@ T ReadSequence(const Array& array) {
       throw RangeError("an array of " + std::to_string(fixedSize<T>) +
                        " was wanted, this is one of " + std::to_string(count));
     }
-    for (std::uint32_t i = 0; i < count; ++i) sequence[i] = ReadAt<Element>(array, i);
-  } else {
-    for (std::uint32_t i = 0; i < count; ++i) sequence.push_back(ReadAt<Element>(array, i));
+  } else if constexpr (requires { sequence.reserve(count); }) {
+    sequence.reserve(count);
+  }
+  std::uint32_t i = 0;
+  try {
+    for (; i < count; ++i) {
+      Element element = Read<Element>(array.Owner(), array.BorrowAt(i));
+      if constexpr (fixedSize < T >> 0) {
+        sequence[i] = std::move(element);
+      } else {
+        sequence.push_back(std::move(element));
+      }
+    }
+  } catch (Error& error) {
+    error.PutUnder('[' + std::to_string(i) + ']');
+    throw;
   }
   return sequence;
 }

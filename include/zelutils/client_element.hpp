@@ -71,16 +71,12 @@ class Element {
   }
 
   // Further in. What is beyond an absent member is absent.
-  Element operator[](const Text& key) const {
-    return Further(Atom(Owner(), key), Step::kKey, std::nullopt);
-  }
+  Element operator[](const Text& key) const { return {*this, key, Step::kKey}; }
   template <IndexType T>
   Element operator[](T index) const {
-    return Further(Atom(Owner()), Step::kIndex, FindableIndex(index));
+    return {*this, FindableIndex(index)};
   }
-  Element DeepGet(const Text& path) const {
-    return Further(Atom(Owner(), path), Step::kPath, std::nullopt);
-  }
+  Element DeepGet(const Text& path) const { return {*this, path, Step::kPath}; }
 
   // Assignment stores into the array or dictionary. A key or an index may be new (slots before it
   // stay empty), and a path stores as DeepPut does.
@@ -105,18 +101,39 @@ class Element {
   friend class Value;
   enum class Step : std::uint8_t { kKey, kIndex, kPath };
 
-  Element(Value container, Atom name, Step step, std::optional<std::uint32_t> index,
-          std::string trail = {})
-      : container_(std::move(container)),
-        name_(std::move(name)),
-        trail_(std::move(trail)),
-        index_(index),
-        step_(step) {}
+  Element(const Value& container, const Text& name, Step step)
+      : container_(container), name_(container.Owner(), name), step_(step) {}
+  Element(const Value& container, std::optional<std::uint32_t> index)
+      : container_(container), name_(container.Owner()), index_(index), step_(Step::kIndex) {}
+  // A step further, from the member found or from the last value on the way to it.
+  template <typename... Step>
+  Element(const Element& from, const Step&... step) : Element(from.Lookup(), from, step...) {}
+  template <typename... Step>
+  Element(ZELInstance found, const Element& from, const Step&... step)
+      : Element(found == nullptr ? from.container_ : Value(from.Owner(), found), step...) {
+    trail_ = from.Path();
+    if (found == nullptr) reached_ = from.IsBeyond() ? from.reached_ : from.trail_.size();
+  }
 
   const Client& Owner() const { return container_.Owner(); }
 
   // The member's handle, borrowed; null where there is none.
-  ZELInstance Lookup() const;
+  ZELInstance Lookup() const {
+    if (IsBeyond()) return nullptr;
+    if (step_ == Step::kKey) {
+      const ZELInstance found =
+          Owner().Procedures<DictInterface>().Get(container_.Handle(), name_.Handle());
+      return found != nullptr ? found : Absent(POSTypeDict);
+    }
+    return step_ == Step::kIndex ? LookupIndex() : LookupPath();
+  }
+  ZELInstance LookupIndex() const {
+    if (!index_) return nullptr;
+    const ZELInstance found =
+        Owner().Procedures<ArrayInterface>().GetAt(container_.Handle(), *index_);
+    return found != nullptr ? found : Absent(POSTypeArray);
+  }
+  ZELInstance LookupPath() const;
   Value Existing() const {
     return Told([&] {
       const ZELInstance found = Lookup();
@@ -125,9 +142,17 @@ class Element {
     });
   }
   [[noreturn]] void ThrowNotFound() const;
-  // A report about a container of another kind means that nothing is there; others are thrown.
-  void CheckLookup(POSObjectType wanted) const;
-  Element Further(Atom name, Step step, std::optional<std::uint32_t> index) const;
+  // Null. A report about a container of another kind means that nothing is there; others are
+  // thrown.
+  ZELInstance Absent(POSObjectType wanted) const {
+    if (!Owner().NothingReported()) CheckReports(wanted);
+    return nullptr;
+  }
+  ZELUTILS_COLD void CheckReports(POSObjectType wanted) const {
+    if (container_.Type() == wanted) Owner().Check();
+    Owner().TakeReports();
+  }
+  bool IsBeyond() const { return reached_ != std::string::npos; }
   void Store(const Value& value);
   void StoreNext(const Value& value);
 
@@ -142,28 +167,28 @@ class Element {
     }
   }
 
-  Value container_;      // the last value that was reached
-  Atom name_;            // a key or a path
-  std::string trail_;    // the path up to this element
-  std::string reached_;  // the path to the container, where `isBeyond_`
+  Value container_;    // the last value that was reached
+  Atom name_;          // a key or a path
+  std::string trail_;  // the path up to this element
   std::optional<std::uint32_t> index_;
   Step step_;
-  bool isBeyond_ = false;  // the path ended before this element
+  // Where the path ended before this element: how much of the trail leads to the container.
+  std::size_t reached_ = std::string::npos;
 };
 
 // ---- Value's members --------------------------------------------------------------------------
 
 inline Element Value::operator[](const Text& key) const {
-  return {*this, Atom(Owner(), key), Element::Step::kKey, std::nullopt};
+  return {*this, key, Element::Step::kKey};
 }
 
 template <IndexType T>
 Element Value::operator[](T index) const {
-  return {*this, Atom(Owner()), Element::Step::kIndex, FindableIndex(index)};
+  return {*this, FindableIndex(index)};
 }
 
 inline Element Value::DeepGet(const Text& path) const {
-  return {*this, Atom(Owner(), path), Element::Step::kPath, std::nullopt};
+  return {*this, path, Element::Step::kPath};
 }
 
 }  // namespace zelutils

@@ -147,46 +147,23 @@ inline std::string Element::Path() const {
   return path;
 }
 
-inline ZELInstance Element::Lookup() const {
-  if (isBeyond_) return nullptr;
-  const Client& client = Owner();
-  const ZELInstance container = container_.Handle();
-  ZELInstance found = nullptr;
-  if (step_ == Step::kKey) {
-    found = client.Procedures<DictInterface>().Get(container, name_.Handle());
-    if (found == nullptr) CheckLookup(POSTypeDict);
-  } else if (step_ == Step::kIndex) {
-    if (!index_) return nullptr;
-    found = client.Procedures<ArrayInterface>().GetAt(container, *index_);
-    if (found == nullptr) CheckLookup(POSTypeArray);
-  } else if (*name_.CString() == '[' && container_.Is<Array>()) {
-    const auto steps = detail::ParsePath(name_.CString(), true);
-    if (!steps) return nullptr;
-    const detail::Reach reach = detail::Follow(container_, *steps);
-    // The value reached stays held by the one that it is in.
-    if (reach.steps == steps->size()) found = reach.value.Handle();
-  } else {
-    found = client.Procedures<DictInterface>().DeepGet(container, name_.Handle());
-    if (found == nullptr) CheckLookup(POSTypeDict);
+inline ZELInstance Element::LookupPath() const {
+  if (*name_.CString() != '[' || !container_.Is<Array>()) {
+    const ZELInstance found =
+        Owner().Procedures<DictInterface>().DeepGet(container_.Handle(), name_.Handle());
+    return found != nullptr ? found : Absent(POSTypeDict);
   }
-  return found;
-}
-
-inline void Element::CheckLookup(POSObjectType wanted) const {
-  if (Owner().NothingReported()) return;
-  std::vector<std::string> reports = Owner().TakeReports();
-  if (reports.empty()) return;
-  const POSObjectType type = container_.Type();
-  if (type == wanted) {
-    const std::string message = JoinReports(reports);
-    throw Error(message, std::move(reports));
-  }
+  const auto steps = detail::ParsePath(name_.CString(), true);
+  if (!steps) return nullptr;
+  const detail::Reach reach = detail::Follow(container_, *steps);
+  // The value reached stays held by the one that it is in.
+  return reach.steps == steps->size() ? reach.value.Handle() : nullptr;
 }
 
 inline void Element::ThrowNotFound() const {
-  std::string reached = isBeyond_ ? reached_ : trail_;
+  std::string reached = trail_.substr(0, reached_);
   Value last = container_;
-  if (!isBeyond_ && step_ == Step::kPath) {
+  if (!IsBeyond() && step_ == Step::kPath) {
     const auto steps = detail::ParsePath(name_.CString(), container_.Is<Array>());
     if (!steps) throw NotFoundError("nothing there; the path is malformed");
     detail::Reach reach = detail::Follow(container_, *steps);
@@ -197,17 +174,8 @@ inline void Element::ThrowNotFound() const {
   throw NotFoundError("nothing there; " + name + " is " + detail::Describe(last));
 }
 
-inline Element Element::Further(Atom name, Step step, std::optional<std::uint32_t> index) const {
-  const ZELInstance found = Lookup();
-  Element next(found == nullptr ? container_ : Value(Owner(), found), std::move(name), step, index,
-               Path());
-  next.isBeyond_ = found == nullptr;
-  if (next.isBeyond_) next.reached_ = isBeyond_ ? reached_ : trail_;
-  return next;
-}
-
 inline void Element::Store(const Value& value) {
-  if (isBeyond_) Told([&] { ThrowNotFound(); });
+  if (IsBeyond()) Told([&] { ThrowNotFound(); });
   const Client& client = Owner();
   const ZELInstance container = container_.Handle();
   try {
@@ -242,7 +210,7 @@ inline void Element::StoreNext(const Value& value) {
 }
 
 inline void Element::Remove() {
-  if (isBeyond_ || (step_ == Step::kIndex && !index_)) return;
+  if (IsBeyond() || (step_ == Step::kIndex && !index_)) return;
   const Client& client = Owner();
   if (step_ == Step::kKey) {
     client.Procedures<DictInterface>().Remove(container_.Handle(), name_.Handle());

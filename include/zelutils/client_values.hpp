@@ -31,9 +31,8 @@ inline constexpr bool isOptional = false;
 template <typename T>
 inline constexpr bool isOptional<std::optional<T>> = true;
 
-// Throws when something has been reported about an object that was used as of the wanted type.
-inline void CheckType(const Client& client, ZELInstance handle, POSObjectType wanted) {
-  if (client.NothingReported()) return;
+ZELUTILS_COLD inline void ThrowMistyped(const Client& client, ZELInstance handle,
+                                        POSObjectType wanted) {
   std::vector<std::string> reports = client.TakeReports();
   if (reports.empty()) return;
   if (handle == nullptr) throw NotFoundError("nothing there", std::move(reports));
@@ -43,6 +42,11 @@ inline void CheckType(const Client& client, ZELInstance handle, POSObjectType wa
   if (found != wanted) throw TypeError(KindName(wanted), KindName(found), std::move(reports));
   const std::string message = JoinReports(reports);
   throw Error(message, std::move(reports));
+}
+
+// Throws when something has been reported about an object that was used as of the wanted type.
+inline void CheckType(const Client& client, ZELInstance handle, POSObjectType wanted) {
+  if (!client.NothingReported()) ThrowMistyped(client, handle, wanted);
 }
 
 // Passes a result on; a neutral one is looked into.
@@ -55,9 +59,9 @@ Result OfType(const Client& client, ZELInstance handle, POSObjectType wanted, Re
 // The same for a result that must be there.
 template <typename Result>
 Result* NotNull(const Client& client, ZELInstance handle, POSObjectType wanted, Result* result) {
-  if (result == nullptr) {
+  if (result == nullptr) [[unlikely]] {
     CheckType(client, handle, wanted);
-    throw Error("a procedure gave nothing");
+    Throw("a procedure gave nothing");
   }
   return result;
 }
