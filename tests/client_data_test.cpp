@@ -198,23 +198,27 @@ TEST_F(ClientDataTest, RangesAreStandardOnes) {
   static_assert(std::ranges::forward_range<Dict> && std::ranges::common_range<Dict> &&
                 !std::ranges::sized_range<Dict>);
   const Array array = client.Parse("[3 1 2]").As<Array>();
-  const auto number = [](const Value& value) { return value.As<int>(); };
   const std::vector<Value> copy(array.begin(), array.end());
   EXPECT_EQ(copy.size(), 3U);
-  EXPECT_EQ(std::ranges::max(array | std::views::transform(number)), 3);
   EXPECT_EQ((array.end() - array.begin()), 3);
   EXPECT_EQ(array.begin()[1], client.New(1));
-  std::string reversed;
-  for (const Value& value : array | std::views::reverse) reversed += value.ToText();
-  EXPECT_EQ(reversed, "213");
   EXPECT_EQ(std::ranges::find(array, client.New(2)) - array.begin(), 2);
 
   const Dict dict = client.Parse("<a 1 b 2 c 3>").As<Dict>();
   const std::map<std::string, Value> map(dict.begin(), dict.end());
   EXPECT_EQ(map.at("b"), client.New(2));
+// Clang before 16 cannot read the views of its neighbour's standard library.
+#if !defined(__clang__) || __clang_major__ >= 16
+  EXPECT_EQ(std::ranges::max(
+                array | std::views::transform([](const Value& value) { return value.As<int>(); })),
+            3);
+  std::string reversed;
+  for (const Value& value : array | std::views::reverse) reversed += value.ToText();
+  EXPECT_EQ(reversed, "213");
   std::string keys;
   for (const std::string& key : dict | std::views::keys) keys += key;
   EXPECT_EQ(keys, "abc");
+#endif
   const auto largest = std::ranges::max_element(
       dict, {}, [](const Dict::Entry& entry) { return -entry.second.As<int>(); });
   EXPECT_EQ((*largest).first, "a");

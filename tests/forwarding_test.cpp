@@ -151,6 +151,7 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
   // The tables of methods that the first use leaves behind are there before anything is compared.
   for (const fs::path& file : files) Seen(ReadFile(file));
   std::vector<std::vector<std::string>> direct;
+  direct.reserve(files.size());
   for (const fs::path& file : files) direct.push_back(Seen(ReadFile(file)));
   EXPECT_EQ(g_forwarded, 0u);
 

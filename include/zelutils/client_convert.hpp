@@ -62,9 +62,8 @@ T NumberAs(double number) {
     if (number != std::floor(number) || !std::isfinite(number)) {
       throw RangeError(TextOf(number) + " is no whole number");
     }
-    // Of the limits, the lower one and the one behind the upper are powers of two, or 0.
-    constexpr double kEnd = 2.0 * static_cast<double>(std::numeric_limits<T>::max() / 2 + 1);
-    if (number < static_cast<double>(std::numeric_limits<T>::min()) || number >= kEnd) {
+    // The lower limit is a power of two as well, or 0.
+    if (number < static_cast<double>(std::numeric_limits<T>::min()) || number >= kBeyond<T>) {
       throw RangeError(TextOf(number) + " does not fit into " + std::to_string(8 * sizeof(T)) +
                        (std::is_signed_v<T> ? " bits" : " bits without a sign"));
     }

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
+#include <limits>
 #include <ranges>
 #include <string>
 #include <string_view>
@@ -46,14 +47,19 @@ template <typename T>
 concept ArrayLike =
     std::ranges::input_range<const T> && !std::same_as<std::ranges::range_value_t<const T>, T>;
 
+// The power of two behind the largest T, which is no T itself; the largest ones are rounded to it.
+template <std::integral T>
+constexpr double kBeyond = [] {
+  constexpr auto kHalf = std::numeric_limits<T>::max() / 2 + 1;
+  return 2.0 * static_cast<double>(kHalf);
+}();
+
 // A whole number that a double cannot hold is refused.
 template <Numeric T>
 double ToDouble(T number) {
   const auto value = static_cast<double>(number);
   if constexpr (std::is_integral_v<T> && std::numeric_limits<T>::digits > 53) {
-    // The next power of two is no T, and is what the largest ones are rounded to.
-    constexpr double kEnd = 2.0 * static_cast<double>(std::numeric_limits<T>::max() / 2 + 1);
-    if (value >= kEnd || static_cast<T>(value) != number) {
+    if (value >= kBeyond<T> || static_cast<T>(value) != number) {
       throw RangeError(std::to_string(number) + " is no double-precision number");
     }
   }
