@@ -1,5 +1,6 @@
 // The string-atom interface: one number and one text address for equal texts. References of clients
 // and of the host are counted apart.
+#include <cstring>
 #include <string>
 
 #include "services.h"
@@ -16,47 +17,96 @@ constinit AtomTable table;
 // The entry of an atom that somebody holds; else null, and the misuse is noted.
 Entry* Require(ZELStringAtom atom, const char* procedure) noexcept {
   Entry* const entry = table.Find(atom);
-  if (entry == nullptr) [[unlikely]]
+  if (entry == nullptr) {
     NoteMisuse(procedure, atom == 0 ? "of the null atom" : "of an atom that nobody holds");
+  }
   return entry;
 }
 
-ZELStringAtom NewStringAtom(const char* text) noexcept {
+// 0 when there is no memory.
+ZELStringAtom WithReference(AtomTable::Found found) noexcept {
+  if (found.entry != nullptr) ++found.entry->clientReferences;
+  return found.atom;
+}
+
+[[gnu::noinline]] ZELStringAtom NewStringAtomChecked(const char* text) noexcept {
   if (Fails(Service::kNewStringAtom)) return 0;
-  if (text == nullptr) [[unlikely]] {
-    NoteMisuse("NewStringAtom", "of null");
-    return 0;
-  }
-  try {
-    const AtomTable::Found found = table.FindOrAdd(text);
-    ++found.entry->clientReferences;
-    return found.atom;
-  } catch (...) {
-    return 0;
-  }
+  if (text != nullptr) return WithReference(table.FindOrAdd(text));
+  NoteMisuse("NewStringAtom", "of null");
+  return 0;
+}
+
+// Of a text that is not found at the first look.
+[[gnu::noinline]] ZELStringAtom NewStringAtomOf(const char* text, std::size_t length,
+                                                std::uint32_t hash) noexcept {
+  return WithReference(table.FindOrAdd(text, length, hash));
+}
+[[gnu::noinline]] ZELStringAtom NewStringAtomOfLong(const char* text, std::size_t length) noexcept {
+  return WithReference(table.FindOrAdd(text, length, table.Hasher().OfLong(text, length)));
+}
+
+ZELStringAtom NewStringAtom(const char* text) noexcept {
+  if (!IsPlainCall() || text == nullptr) [[unlikely]]
+    return NewStringAtomChecked(text);
+  CountPlainCall(Service::kNewStringAtom);
+  const std::size_t length = std::strlen(text);
+  if (length > kShortText) [[unlikely]]
+    return NewStringAtomOfLong(text, length);
+  const TextEnds ends = EndsOf(text, length);
+  const std::uint32_t hash = table.Hasher().OfShort(ends, length);
+  const AtomTable::Found found = table.FindShort(length, hash, ends);
+  if (found.entry == nullptr) [[unlikely]]
+    return NewStringAtomOf(text, length, hash);
+  ++found.entry->clientReferences;
+  return found.atom;
+}
+
+[[gnu::noinline]] void DropReference(ZELStringAtom atom, Entry& entry) noexcept {
+  if (--entry.clientReferences == 0 && entry.hostReferences == 0) table.Remove(atom, entry);
+}
+
+[[gnu::noinline]] void DeleteStringAtomChecked(ZELStringAtom atom) noexcept {
+  if (Refuses(Service::kDeleteStringAtom)) return;
+  Entry* const entry = Require(atom, "DeleteStringAtom");
+  if (entry == nullptr) return;
+  if (entry->clientReferences != 0) return DropReference(atom, *entry);
+  NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
 }
 
 void DeleteStringAtom(ZELStringAtom atom) noexcept {
-  if (Refuses(Service::kDeleteStringAtom)) return;
-  Entry* const entry = Require(atom, "DeleteStringAtom");
-  if (entry == nullptr) [[unlikely]]
-    return;
-  if (entry->clientReferences == 0) [[unlikely]] {
-    NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
-    return;
-  }
-  if (--entry->clientReferences == 0 && entry->hostReferences == 0) table.Remove(atom, *entry);
+  Entry* const entry = IsPlainCall() ? table.Find(atom) : nullptr;
+  if (entry == nullptr || entry->clientReferences == 0) [[unlikely]]
+    return DeleteStringAtomChecked(atom);
+  CountPlainCall(Service::kDeleteStringAtom);
+  if (entry->clientReferences == 1) return DropReference(atom, *entry);
+  --entry->clientReferences;
 }
 
-const char* GetCString(ZELStringAtom atom) noexcept {
+[[gnu::noinline]] const char* GetCStringChecked(ZELStringAtom atom) noexcept {
   if (Refuses(Service::kGetCString)) return nullptr;
   Entry* const entry = Require(atom, "GetCString");
   return entry == nullptr ? nullptr : table.TextOf(*entry);
 }
 
-void AddRef(ZELStringAtom atom) noexcept {
+const char* GetCString(ZELStringAtom atom) noexcept {
+  const char* const text = IsPlainCall() ? table.FindInlineText(atom) : nullptr;
+  if (text == nullptr) [[unlikely]]
+    return GetCStringChecked(atom);
+  CountPlainCall(Service::kGetCString);
+  return text;
+}
+
+[[gnu::noinline]] void AddRefChecked(ZELStringAtom atom) noexcept {
   if (Refuses(Service::kAddRefStringAtom)) return;
   if (Entry* const entry = Require(atom, "AddRef")) ++entry->clientReferences;
+}
+
+void AddRef(ZELStringAtom atom) noexcept {
+  Entry* const entry = IsPlainCall() ? table.Find(atom) : nullptr;
+  if (entry == nullptr) [[unlikely]]
+    return AddRefChecked(atom);
+  CountPlainCall(Service::kAddRefStringAtom);
+  ++entry->clientReferences;
 }
 
 void Open(const HostOptions& options) {
@@ -93,13 +143,9 @@ void ListLeaks(std::vector<Leak>& leaks) {
 constinit const ServiceLife kAtomLife = {Open, Close, Count, ListLeaks};
 
 ZELStringAtom KeepAtom(const char* text) noexcept {
-  try {
-    const AtomTable::Found found = table.FindOrAdd(text);
-    ++found.entry->hostReferences;
-    return found.atom;
-  } catch (...) {
-    return 0;
-  }
+  const AtomTable::Found found = table.FindOrAdd(text);
+  if (found.entry != nullptr) ++found.entry->hostReferences;
+  return found.atom;
 }
 
 void KeepAtom(ZELStringAtom atom) noexcept {

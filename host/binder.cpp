@@ -1,30 +1,17 @@
 // The interface binder: the registry of procedures and the binder's own five.
 #include <algorithm>
 #include <initializer_list>
-#include <map>
-#include <set>
 #include <utility>
 
 #include "services.h"
+#include "storage/registry.h"
 
 namespace zelhost {
 
 namespace {
 
-struct Method {
-  std::string name;
-  std::string procType;
-  ZELProc procedure;
-};
-
-struct Interface {
-  std::vector<Method> methods;  // some dozens at most, and found once per import
-  bool registeredByOthers = false;
-};
-
 struct State {
-  std::map<std::string, Interface, std::less<>> interfaces;
-  std::set<std::pair<std::string, std::string>> hidden;  // an empty method name: all of them
+  Registry registry;
   std::vector<std::string> reports;
   std::function<void(std::string_view)> reportSink;
   bool recording = false;
@@ -42,43 +29,14 @@ void Record(BindingEvent::Kind kind, const char* interfaceName, const char* meth
   state->events.push_back({kind, text(interfaceName), text(method), text(procType), succeeded});
 }
 
-bool IsHidden(std::string_view interfaceName, std::string_view method) {
-  return !state->hidden.empty() &&
-         (state->hidden.contains({std::string(interfaceName), ""}) ||
-          state->hidden.contains({std::string(interfaceName), std::string(method)}));
-}
-
-bool AddProcedure(const char* interfaceName, const char* method, const char* procType,
-                  ZELProc procedure, bool byOthers) {
-  if (interfaceName == nullptr || method == nullptr || procType == nullptr ||
-      procedure == nullptr) {
-    return false;
-  }
-  Interface& registered = state->interfaces[interfaceName];
-  registered.registeredByOthers |= byOthers;
-  for (Method& known : registered.methods) {
-    if (known.name == method && known.procType == procType) {
-      known.procedure = procedure;
-      return true;
-    }
-  }
-  registered.methods.push_back({method, procType, procedure});
-  return true;
-}
-
-ZELProc FindByNames(const char* interfaceName, const char* method, const char* procType) {
-  if (interfaceName == nullptr || method == nullptr || procType == nullptr) return nullptr;
-  return FindProcedure(interfaceName, method, procType);
-}
-
 void AdvanceUnregisterCount() noexcept {
   if (++unregisterCount == 0) unregisterCount = 1;
 }
 
 bool Remove(const char* interfaceName) {
-  if (interfaceName == nullptr || state->interfaces.erase(interfaceName) == 0) return false;
-  AdvanceUnregisterCount();
-  return true;
+  const bool removed = state->registry.Remove(interfaceName);
+  if (removed) AdvanceUnregisterCount();
+  return removed;
 }
 
 // Whether there is a host and the thread is its own, which each of the binder's procedures asks
@@ -95,7 +53,8 @@ ZELProc LookUp(const char* interfaceName, const char* method, const char* procTy
   if (!MayServe("Lookup", {interfaceName, method, procType})) return nullptr;
   const bool fails = Fails(Service::kLookup);
   try {
-    const ZELProc found = fails ? nullptr : FindByNames(interfaceName, method, procType);
+    const ZELProc found =
+        fails ? nullptr : state->registry.FindByNames(interfaceName, method, procType);
     Record(BindingEvent::Kind::kLookup, interfaceName, method, procType, found != nullptr);
     return found;
   } catch (...) {
@@ -111,7 +70,8 @@ std::int32_t RegisterProcAddress(const char* interfaceName, const char* method,
   }
   const bool fails = Fails(Service::kRegisterProcAddress);
   try {
-    const bool accepted = !fails && AddProcedure(interfaceName, method, procType, procedure, true);
+    const bool accepted =
+        !fails && state->registry.Add(interfaceName, method, procType, procedure, true);
     Record(BindingEvent::Kind::kRegister, interfaceName, method, procType, accepted);
     return accepted ? 1 : 0;
   } catch (...) {
@@ -175,17 +135,14 @@ void Close() noexcept {
 }
 
 void Count(Counts& counts) {
-  for (const auto& [name, registered] : state->interfaces) {
-    counts.interfaces += registered.registeredByOthers ? 1 : 0;
-  }
+  state->registry.ForEachOfOthers([&](const auto&, const auto&) { ++counts.interfaces; });
 }
 
 void ListLeaks(std::vector<Leak>& leaks) {
-  for (const auto& [name, registered] : state->interfaces) {
-    if (!registered.registeredByOthers) continue;
+  state->registry.ForEachOfOthers([&](const std::string& name, const auto& registered) {
     leaks.push_back({Leak::Kind::kInterface, "interface " + Quoted(name) + " with " +
                                                  Plural(registered.methods.size(), "method")});
-  }
+  });
 }
 
 }  // namespace
@@ -194,18 +151,14 @@ constinit const ServiceLife kBinderLife = {Open, Close, Count, ListLeaks};
 
 void OfferProcedures(const char* interfaceName, std::span<const Procedure> procedures) {
   for (const Procedure& procedure : procedures) {
-    AddProcedure(interfaceName, procedure.method, procedure.procType, procedure.address, false);
+    state->registry.Add(interfaceName, procedure.method, procedure.procType, procedure.address,
+                        false);
   }
 }
 
 ZELProc FindProcedure(std::string_view interfaceName, std::string_view method,
                       std::string_view procType) {
-  const auto found = state->interfaces.find(interfaceName);
-  if (found == state->interfaces.end() || IsHidden(interfaceName, method)) return nullptr;
-  for (const Method& known : found->second.methods) {
-    if (known.name == method && known.procType == procType) return known.procedure;
-  }
-  return nullptr;
+  return state->registry.Find(interfaceName, method, procType);
 }
 
 // ---- The binder's part of Host ----
@@ -214,7 +167,7 @@ ZELLookupProc Host::LookupProc() noexcept { return LookUp; }
 
 ZELProc Host::Lookup(const char* interfaceName, const char* methodName,
                      const char* procTypeName) const {
-  return FindByNames(interfaceName, methodName, procTypeName);
+  return state->registry.FindByNames(interfaceName, methodName, procTypeName);
 }
 
 ZELProc Host::Require(const char* interfaceName, const char* methodName,
@@ -228,7 +181,7 @@ ZELProc Host::Require(const char* interfaceName, const char* methodName,
 
 void Host::Register(const char* interfaceName, const char* methodName, const char* procTypeName,
                     ZELProc procedure) {
-  if (!AddProcedure(interfaceName, methodName, procTypeName, procedure, false)) {
+  if (!state->registry.Add(interfaceName, methodName, procTypeName, procedure, false)) {
     throw HostError("a name or the address of the procedure to register is missing");
   }
 }
@@ -236,14 +189,12 @@ void Host::Register(const char* interfaceName, const char* methodName, const cha
 bool Host::Withdraw(const char* interfaceName) { return Remove(interfaceName); }
 
 void Host::Hide(const char* interfaceName, const char* methodName) {
-  state->hidden.emplace(interfaceName, methodName == nullptr ? "" : methodName);
+  state->registry.Hide(interfaceName, methodName);
   ChangeUnregisterCount();
 }
 
 void Host::Show(const char* interfaceName, const char* methodName) {
-  std::erase_if(state->hidden, [&](const auto& entry) {
-    return entry.first == interfaceName && (methodName == nullptr || entry.second == methodName);
-  });
+  state->registry.Show(interfaceName, methodName);
 }
 
 void Host::ChangeUnregisterCount() { AdvanceUnregisterCount(); }

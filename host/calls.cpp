@@ -1,9 +1,7 @@
-// Counted calls, injected faults and noted misuse.
+// Counted calls, injected faults and calls from foreign threads.
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <iterator>
-#include <utility>
 
 #include "services.h"
 
@@ -11,6 +9,7 @@ namespace zelhost {
 
 constinit CallCounter callCounters[kServiceCount];
 constinit std::uintptr_t hostThread = 0;
+constinit std::uintptr_t plainThread = 0;
 
 namespace {
 
@@ -89,6 +88,7 @@ std::int64_t CallsOf(const CallCounter& counter) noexcept { return counter.start
 void Rearm(CallCounter& counter, std::int64_t left) noexcept {
   counter.start = left + CallsOf(counter);
   counter.left = left;
+  counter.armed = left != CallCounter::kNever;
 }
 
 CallCounter& CounterOf(Service service) noexcept {
@@ -99,52 +99,28 @@ const ServiceFacts& FactsOf(Service service) noexcept {
   return kFacts[static_cast<std::size_t>(service)];
 }
 
-// More of them than this say no more about the fault behind them.
-constexpr std::size_t kMostMisuses = 1000;
-
 constinit std::uint64_t faultsInjected = 0;
 constinit bool anyThread = false;
+constinit bool memoryIsGuarded = false;
 
-// The only state of the host that a foreign thread may touch.
-constinit std::vector<std::string>* misuses = nullptr;
-constinit std::atomic_flag misusesAreBusy;
-
-template <typename Body>
-void WithMisuses(Body body) {
-  struct Turn {
-    Turn() noexcept {
-      while (misusesAreBusy.test_and_set(std::memory_order_acquire)) continue;
-    }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
-    ~Turn() { misusesAreBusy.clear(std::memory_order_release); }
-  };
-  const Turn turn;
-  if (misuses != nullptr) body(*misuses);
+void ChoosePlainThread() noexcept {
+  const bool anyArmed = std::any_of(std::begin(callCounters), std::end(callCounters),
+                                    [](const CallCounter& counter) { return counter.armed; });
+  plainThread = memoryIsGuarded || anyArmed ? 0 : hostThread;
 }
 
 void Open(const HostOptions& options) {
   std::fill(std::begin(callCounters), std::end(callCounters), CallCounter());
   faultsInjected = 0;
   anyThread = options.anyThread;
+  memoryIsGuarded = options.guardMemory;
   hostThread = ThisThread();
-  misuses = new std::vector<std::string>;
+  ChoosePlainThread();
 }
 
-void Close() noexcept {
-  std::vector<std::string>* closed = nullptr;
-  WithMisuses([&](std::vector<std::string>&) { closed = std::exchange(misuses, nullptr); });
-  delete closed;
-  hostThread = 0;
-}
-
+void Close() noexcept { hostThread = plainThread = 0; }
 void Count(Counts&) {}
-
-void ListLeaks(std::vector<Leak>& leaks) {
-  WithMisuses([&](const std::vector<std::string>& noted) {
-    for (const std::string& misuse : noted) leaks.push_back({Leak::Kind::kMisuse, misuse});
-  });
-}
+void ListLeaks(std::vector<Leak>&) {}
 
 }  // namespace
 
@@ -155,7 +131,10 @@ std::string_view ServiceName(Service service) noexcept { return FactsOf(service)
 std::span<const Service> FallibleServices() noexcept { return kFallible; }
 
 bool InjectFault(CallCounter& counter) noexcept {
-  if (!counter.andAllLater) Rearm(counter, CallCounter::kNever);
+  if (!counter.andAllLater) {
+    Rearm(counter, CallCounter::kNever);
+    ChoosePlainThread();
+  }
   ++faultsInjected;
   return true;
 }
@@ -172,40 +151,13 @@ bool RefuseForeignThread(Service service) noexcept {
   return RefuseForeignThread(ServiceName(service));
 }
 
-void NoteMisuse(std::string_view procedure, std::string_view what) noexcept {
-  try {
-    std::string text(procedure);
-    text += ' ';
-    text += what;
-    WithMisuses([&](std::vector<std::string>& noted) {
-      if (noted.size() < kMostMisuses) noted.push_back(std::move(text));
-    });
-  } catch (...) {
-    return;  // without memory there is nothing to note it in
-  }
-}
-
-void Unsupported() noexcept {
-  if (OnForeignThread("a call")) return;
-  NoteMisuse("a call", "of a procedure that this host does not support");
-}
-
-std::string Plural(std::uint64_t count, std::string_view noun) {
-  std::string text = std::to_string(count) + " " + std::string(noun);
-  if (count != 1) text += 's';
-  return text;
-}
-
-std::string Quoted(std::string_view text) {
-  constexpr std::size_t kLongest = 60;
-  std::string quoted = "\"";
-  for (const char c : text.substr(0, kLongest)) {
-    quoted += static_cast<unsigned char>(c) < ' ' ? '.' : c;
-  }
-  return quoted + (text.size() > kLongest ? "...\"" : "\"");
-}
-
 // ---- The part of Host that lets calls fail ----
+
+void Host::MoveToThisThread() noexcept {
+  if (hostThread == 0) return;
+  hostThread = ThisThread();
+  ChoosePlainThread();
+}
 
 void Host::FailAt(Service service, std::uint64_t n, bool andAllLater) {
   if (!FactsOf(service).fallible) {
@@ -215,12 +167,17 @@ void Host::FailAt(Service service, std::uint64_t n, bool andAllLater) {
   constexpr std::uint64_t kMost = CallCounter::kNever;
   Rearm(CounterOf(service), static_cast<std::int64_t>(std::min(n - 1, kMost)));
   CounterOf(service).andAllLater = andAllLater;
+  ChoosePlainThread();
 }
 
-void Host::StopFailing(Service service) noexcept { Rearm(CounterOf(service), CallCounter::kNever); }
+void Host::StopFailing(Service service) noexcept {
+  Rearm(CounterOf(service), CallCounter::kNever);
+  ChoosePlainThread();
+}
 
 void Host::StopFailing() noexcept {
   for (CallCounter& counter : callCounters) Rearm(counter, CallCounter::kNever);
+  ChoosePlainThread();
 }
 
 std::uint64_t Host::FaultsInjected() const noexcept { return faultsInjected; }

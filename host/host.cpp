@@ -11,9 +11,10 @@ namespace zelhost {
 namespace {
 
 // In the order in which they need each other.
-constexpr const ServiceLife* kServices[] = {&kCallLife,         &kBinderLife, &kMemoryLife,
-                                            &kAtomLife,         &kErrorLife,  &kContainerLife,
-                                            &kSharedBufferLife, &kStreamLife, &kUnsupportedLife};
+constexpr const ServiceLife* kServices[] = {&kMisuseLife,   &kCallLife,       &kBinderLife,
+                                            &kMemoryLife,   &kAtomLife,       &kErrorLife,
+                                            &kInstanceLife, &kContainerLife,  &kSharedBufferLife,
+                                            &kStreamLife,   &kUnsupportedLife};
 
 constinit bool hostIsLive = false;
 
@@ -96,10 +97,6 @@ Host::~Host() {
     // The sink's failure, or no memory to name leaks in.
   }
   CloseServices();
-}
-
-void Host::MoveToThisThread() noexcept {
-  if (hostThread != 0) hostThread = ThisThread();
 }
 
 void Host::Start(const std::string& path) {

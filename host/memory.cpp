@@ -16,8 +16,14 @@ bool IsLive(void* block, std::string_view procedure) noexcept {
   return false;
 }
 
+[[gnu::noinline]] void* AllocChecked(std::size_t size) noexcept {
+  return Fails(Service::kAlloc) ? nullptr : heap.Allocate(size);
+}
+
 void* Alloc(std::size_t size) noexcept {
-  if (Fails(Service::kAlloc)) return nullptr;
+  if (!IsPlainCall()) [[unlikely]]
+    return AllocChecked(size);
+  CountPlainCall(Service::kAlloc);
   return heap.Allocate(size);
 }
 
@@ -26,10 +32,16 @@ void* Realloc(void* block, std::size_t size) noexcept {
   return heap.Reallocate(block, size);
 }
 
-void Free(void* block) noexcept {
-  if (Refuses(Service::kFree)) return;
-  if (!heap.Free(block)) [[unlikely]]
+[[gnu::noinline]] void FreeChecked(void* block) noexcept {
+  if (!Refuses(Service::kFree) && !heap.Free(block)) {
     NoteMisuse("Free", "of a block that is not live");
+  }
+}
+
+void Free(void* block) noexcept {
+  if (!IsPlainCall() || !heap.FreeSmall(block)) [[unlikely]]
+    return FreeChecked(block);
+  CountPlainCall(Service::kFree);
 }
 
 std::size_t GetBlockSize(void* block) noexcept {

@@ -32,19 +32,22 @@ extern const ServiceLife kBinderLife;
 extern const ServiceLife kMemoryLife;
 extern const ServiceLife kAtomLife;
 extern const ServiceLife kErrorLife;
+extern const ServiceLife kInstanceLife;
 extern const ServiceLife kContainerLife;
 extern const ServiceLife kSharedBufferLife;
 extern const ServiceLife kStreamLife;
 extern const ServiceLife kUnsupportedLife;
 extern const ServiceLife kCallLife;
+extern const ServiceLife kMisuseLife;
 
-// ---- Counted calls, injected faults, misuse (calls.cpp) ----
+// ---- Counted calls and injected faults (calls.cpp) ----
 
 // The calls of a service, counted down to the next one that fails.
 struct CallCounter {
   static constexpr std::int64_t kNever = std::int64_t{1} << 62;
   std::int64_t left = kNever;   // calls until that one; negative: it and all later ones
   std::int64_t start = kNever;  // what `left` was when no call had been made
+  bool armed = false;           // whether a call is to fail
   bool andAllLater = false;
 };
 
@@ -56,6 +59,8 @@ struct CallCounter {
 ZELHOST_HIDDEN extern CallCounter callCounters[kServiceCount];
 // The thread that the host belongs to.
 ZELHOST_HIDDEN extern std::uintptr_t hostThread;
+// The same while its calls need no closer look; 0 while memory is guarded or a fault is armed.
+ZELHOST_HIDDEN extern std::uintptr_t plainThread;
 
 // The slow halves of the functions below.
 bool RefuseForeignThread(std::string_view procedure) noexcept;
@@ -85,6 +90,18 @@ inline bool Fails(Service service) noexcept {
   CallCounter& counter = callCounters[static_cast<std::size_t>(service)];
   return --counter.left < 0 && InjectFault(counter);
 }
+
+// The procedures that are called for every value have a short form beside the checked one. It
+// serves a plain call with a sound argument, counts it, and hands every other call on as its last
+// act: one comparison stands for the thread, the guard and the faults, and no stack frame is made.
+
+inline bool IsPlainCall() noexcept { return ThisThread() == plainThread; }
+
+inline void CountPlainCall(Service service) noexcept {
+  --callCounters[static_cast<std::size_t>(service)].left;
+}
+
+// ---- Misuse (misuse.cpp) ----
 
 // Notes that a procedure was used against its contract: "Release of an instance that is gone".
 // Shown among the leaks.
@@ -154,7 +171,7 @@ ZELErrorObject WithoutExceptions(Body body) noexcept {
   }
 }
 
-// ---- Containers (containers.cpp) ----
+// ---- Instances (instances.cpp) ----
 
 // The kind of the instances of one sort of stream: implementation name, signature and the interface
 // under which the methods are registered are the one name given.

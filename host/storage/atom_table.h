@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "storage/heap.h"
+#include "storage/text_hash.h"
 #include "zelutils/types.h"
 
 namespace zelhost {
@@ -36,13 +37,33 @@ class AtomTable {
   void Close() noexcept;
   bool IsOpen() const noexcept { return slots_ != nullptr; }
 
-  // The atom of a text, made without references if there is none. Throws bad_alloc.
-  Found FindOrAdd(const char* text);
+  // The atom of a text, made without references if there is none. Without memory: {0, null}.
+  Found FindOrAdd(const char* text) noexcept;
+  Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash) noexcept;
+  // The atom of a short text, if that is found at the first look; not for a separate table.
+  Found FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
+    const Slot slot = slots_[hash & mask_];
+    Entry& entry = EntryOf(slot.atom);  // of an empty slot the one that is no atom's
+    if (slot.hash != hash || entry.length != length || EndsOf(Behind(entry), length) != ends) {
+      return {};
+    }
+    return {slot.atom, &entry};
+  }
+  const TextHasher& Hasher() const noexcept { return hasher_; }
+
   // Null for a number that is no atom.
   Entry* Find(ZELStringAtom atom) const noexcept {
     const std::uint32_t chunk = atom >> kUnitBits;
-    if (chunk >= chunkCount_ || !chunks_[chunk]->IsLive(atom % kUnits)) return nullptr;
+    if (chunk >= chunkCount_ || chunks_[chunk]->states[atom % kUnits] == kNoAtom) return nullptr;
     return &chunks_[chunk]->units[atom % kUnits];
+  }
+  // The text of an atom, if that lies behind its entry as short ones do; else null.
+  const char* FindInlineText(ZELStringAtom atom) const noexcept {
+    const std::uint32_t chunk = atom >> kUnitBits;
+    if (chunk >= chunkCount_ || chunks_[chunk]->states[atom % kUnits] != kInlineText) {
+      return nullptr;
+    }
+    return Behind(chunks_[chunk]->units[atom % kUnits]);
   }
   void Remove(ZELStringAtom atom, Entry& entry) noexcept;
 
@@ -58,7 +79,7 @@ class AtomTable {
   void ForEach(Visit visit) const {
     for (std::uint32_t i = 0; i < chunkCount_; ++i) {
       for (std::uint32_t unit = 0; unit < kUnits; ++unit) {
-        if (chunks_[i]->IsLive(unit)) visit(chunks_[i]->units[unit]);
+        if (chunks_[i]->states[unit] != kNoAtom) visit(chunks_[i]->units[unit]);
       }
     }
   }
@@ -73,14 +94,11 @@ class AtomTable {
   // Free blocks of a size that are not used again.
   static constexpr std::uint32_t kFewestFree = 64;
 
+  // Of a unit: whether an atom begins with it, and where that has its text.
+  enum State : std::uint8_t { kNoAtom, kInlineText, kTextElsewhere };
   struct Chunk {
-    std::uint64_t live[kUnits / 64];  // a bit for each unit that an atom begins with
     Entry units[kUnits];
-
-    bool IsLive(std::uint32_t unit) const noexcept {
-      return (live[unit / 64] >> unit % 64 & 1) != 0;
-    }
-    void FlipLive(std::uint32_t unit) noexcept { live[unit / 64] ^= std::uint64_t{1} << unit % 64; }
+    State states[kUnits];
   };
   struct Slot {
     ZELStringAtom atom;  // 0: the slot is free
@@ -96,6 +114,9 @@ class AtomTable {
   Entry& EntryOf(ZELStringAtom atom) const noexcept {
     return chunks_[atom >> kUnitBits]->units[atom % kUnits];
   }
+  State& StateOf(ZELStringAtom atom) const noexcept {
+    return chunks_[atom >> kUnitBits]->states[atom % kUnits];
+  }
   // Most texts are short and lie right behind their entry; of others there is the address.
   bool IsInline(std::size_t length) const noexcept { return length < kInlineRoom && !separate_; }
   static char* Behind(Entry& entry) noexcept { return reinterpret_cast<char*>(&entry + 1); }
@@ -104,9 +125,7 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  template <typename IsEqual>
-  Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash, IsEqual isEqual);
-  [[gnu::noinline]] Found Add(const char* text, std::size_t length, std::uint32_t hash);
+  Found Add(const char* text, std::size_t length, std::uint32_t hash);
   ZELStringAtom TakeBlock(std::uint32_t units);
   void GiveBack(ZELStringAtom atom, std::uint32_t units) noexcept;
   void AddChunk();
@@ -117,7 +136,7 @@ class AtomTable {
   Slot* slots_ = nullptr;
   std::size_t mask_ = 0;
   std::size_t used_ = 0;
-  std::uint64_t seed_ = 0;
+  TextHasher hasher_;
   Chunk** chunks_ = nullptr;
   std::uint32_t chunkCount_ = 0;
   std::uint32_t fresh_ = 0;  // the first unit of the newest chunk that was never handed out

@@ -15,9 +15,13 @@ constexpr std::size_t kSmallestArea = std::size_t{64} << 10;
 constexpr std::size_t kLargestArea = std::size_t{1} << 20;
 }  // namespace
 
+constinit Heap::Chunk Heap::noChunk_{};
+constinit Heap::Chunk* Heap::noTable_[1] = {&Heap::noChunk_};
+
 void Heap::Open(bool guarded) {
   if (!guarded) {
-    table_ = new Chunk* [kFirstTableSize] {};
+    table_ = new Chunk*[kFirstTableSize];
+    std::fill_n(table_, kFirstTableSize, &noChunk_);
     tableMask_ = kFirstTableSize - 1;
     smallLimit_ = kSmallLimit;
   }
@@ -32,7 +36,7 @@ void Heap::Close() noexcept {
     std::free(area->memory);
     delete area;
   }
-  delete[] table_;
+  if (table_ != noTable_) delete[] table_;
   *this = Heap();
 }
 
@@ -40,13 +44,13 @@ void* Heap::AllocateFresh(std::size_t size) noexcept {
   const std::size_t largestSize = ClassOf(size) * kGrain;
   SizeClass& sizeClass = classes_[ClassOf(size)];
   Chunk* chunk = sizeClass.newest;
-  if (chunk == nullptr || chunk->handedOut == chunk->cellCount) {
+  if (chunk == nullptr || chunk->fresh == chunk->cellCount) {
     chunk = AddChunk(sizeClass, largestSize);
     if (chunk == nullptr) return nullptr;
   }
-  const std::size_t index = chunk->handedOut++;
+  const std::uint32_t index = chunk->fresh++;
   chunk->AllFacts()[index] = FactsFor(size, NextNumber());
-  return chunk->cells + index * chunk->cellSize;
+  return chunk->CellAt(index);
 }
 
 Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t largestSize) noexcept {
@@ -57,15 +61,14 @@ Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t largestSize) noexc
 
   // At least one grain, since each block has an address of its own.
   const std::size_t cellSize = std::max(largestSize, kGrain);
-  const std::size_t count = (kChunkBytes - sizeof(Chunk)) / (cellSize + sizeof(Facts));
-  std::byte* const cells = reinterpret_cast<std::byte*>(chunk) + kChunkBytes - count * cellSize;
-  *chunk = {&sizeClass,
+  const std::size_t count = kChunkBytes / cellSize;
+  const std::size_t headBytes = sizeof(Chunk) + count * sizeof(Facts);
+  *chunk = {static_cast<std::uint32_t>((std::uint64_t{1} << 32) / cellSize + 1),
             static_cast<std::uint32_t>(cellSize),
-            static_cast<std::uint32_t>((std::uint64_t{1} << 32) / cellSize + 1),
             static_cast<std::uint32_t>(count),
-            0,
+            static_cast<std::uint32_t>((headBytes + cellSize - 1) / cellSize),
             static_cast<std::uint32_t>(largestSize),
-            cells,
+            &sizeClass,
             chunks_};
   std::memset(chunk->AllFacts(), 0, count * sizeof(Facts));
   chunks_ = chunk;
@@ -95,16 +98,17 @@ bool Heap::AddArea() noexcept {
 // At least half of the table stays free.
 bool Heap::Register(Chunk* chunk) noexcept {
   const auto enter = [](Chunk** table, std::size_t mask, Chunk* entered) {
-    std::size_t slot = SlotOf(reinterpret_cast<std::uintptr_t>(entered));
-    while (table[slot & mask] != nullptr) ++slot;
-    table[slot & mask] = entered;
+    std::size_t place = PlaceOf(entered);
+    while (table[place & mask] != &noChunk_) ++place;
+    table[place & mask] = entered;
   };
   const std::size_t size = tableMask_ + 1;
   if ((chunkCount_ + 1) * 2 > size) {
-    auto** larger = new (std::nothrow) Chunk* [size * 2] {};
+    auto** larger = new (std::nothrow) Chunk*[size * 2];
     if (larger == nullptr) return false;
-    for (std::size_t slot = 0; slot < size; ++slot) {
-      if (table_[slot] != nullptr) enter(larger, size * 2 - 1, table_[slot]);
+    std::fill_n(larger, size * 2, &noChunk_);
+    for (std::size_t place = 0; place < size; ++place) {
+      if (table_[place] != &noChunk_) enter(larger, size * 2 - 1, table_[place]);
     }
     delete[] table_;
     table_ = larger;
@@ -113,6 +117,13 @@ bool Heap::Register(Chunk* chunk) noexcept {
   enter(table_, tableMask_, chunk);
   ++chunkCount_;
   return true;
+}
+
+Heap::Chunk* Heap::ChunkOf(const void* block) const noexcept {
+  for (std::size_t place = PlaceOf(block);; ++place) {
+    Chunk* const chunk = table_[place & tableMask_];
+    if (chunk == &noChunk_ || chunk->Covers(block)) return chunk;
+  }
 }
 
 void* Heap::AllocateLarge(std::size_t size) noexcept {
@@ -124,7 +135,12 @@ void* Heap::AllocateLarge(std::size_t size) noexcept {
   return nullptr;
 }
 
-bool Heap::FreeLarge(void* block) noexcept {
+bool Heap::Free(void* block) noexcept {
+  Chunk* const chunk = ChunkOf(block);
+  if (Facts* const facts = chunk->FactsOf(block)) {
+    GiveBack(chunk, facts, block);
+    return true;
+  }
   LiveBlock* const known = large_.Find(block);
   if (known == nullptr) return false;
   large_.Remove(known);
@@ -133,15 +149,12 @@ bool Heap::FreeLarge(void* block) noexcept {
 }
 
 bool Heap::IsLive(const void* block) const noexcept {
-  Chunk* const chunk = FindChunk(block);
-  return chunk != nullptr ? chunk->FactsOf(block) != nullptr : large_.Find(block) != nullptr;
+  return ChunkOf(block)->FactsOf(block) != nullptr || large_.Find(block) != nullptr;
 }
 
 std::size_t Heap::Size(const void* block) const noexcept {
-  if (Chunk* const chunk = FindChunk(block)) {
-    const Facts* facts = chunk->FactsOf(block);
-    return facts == nullptr ? 0 : chunk->SizeOf(*facts);
-  }
+  Chunk* const chunk = ChunkOf(block);
+  if (const Facts* facts = chunk->FactsOf(block)) return chunk->SizeOf(*facts);
   const LiveBlock* known = large_.Find(block);
   return known == nullptr ? 0 : known->size;
 }
@@ -175,11 +188,10 @@ void* Heap::ReallocateLarge(LiveBlock* block, std::size_t size) noexcept {
 
 void Heap::ForEachLive(const std::function<void(const LiveBlock&)>& visit) const {
   for (Chunk* chunk = chunks_; chunk != nullptr; chunk = chunk->next) {
-    for (std::uint32_t i = 0; i < chunk->handedOut; ++i) {
+    for (std::uint32_t i = 0; i < chunk->fresh; ++i) {
       const Facts facts = chunk->AllFacts()[i];
       if (facts == 0) continue;
-      visit({chunk->cells + std::size_t{i} * chunk->cellSize, chunk->SizeOf(facts),
-             facts >> kNumberShift});
+      visit({chunk->CellAt(i), chunk->SizeOf(facts), facts >> kNumberShift});
     }
   }
   large_.ForEach(visit);

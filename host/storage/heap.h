@@ -29,6 +29,8 @@ class Heap {
   void* Reallocate(void* block, std::size_t size) noexcept;
   // False for an address that is no live block's.
   bool Free(void* block) noexcept;
+  // The same for what is found at the first look, as blocks in cells mostly are: else false.
+  bool FreeSmall(void* block) noexcept;
   bool IsLive(const void* block) const noexcept;
   std::size_t Size(const void* block) const noexcept;
 
@@ -41,8 +43,8 @@ class Heap {
   static constexpr unsigned kChunkBits = 14;
   static constexpr std::size_t kChunkBytes = std::size_t{1} << kChunkBits;
 
-  // Of a block in a cell: its number, how many bytes it leaves unused of a size that is a multiple
-  // of the grain, and a bit that is always set. 0: the cell is free.
+  // Of a block in a cell: its number, its size modulo the grain, and a bit that is always set. 0:
+  // no block begins there.
   using Facts = std::uint32_t;
   static constexpr unsigned kNumberShift = 5;
   static constexpr Facts kOneNumber = 1u << kNumberShift;
@@ -58,28 +60,39 @@ class Heap {
     FreeCell* free;
     Chunk* newest;  // the only one with cells that were never handed out
   };
+  // The head of a chunk, and behind it the facts of all its cells. The cells are counted from the
+  // chunk's beginning; those that the head and the facts lie in are never handed out.
   struct Chunk {
-    SizeClass* sizeClass;
+    std::uint32_t reciprocal;  // of cellSize, in units of 2^-32, rounded up
     std::uint32_t cellSize;
-    std::uint32_t reciprocal;  // of cellSize, in units of 2^-32
     std::uint32_t cellCount;
-    std::uint32_t handedOut;
+    std::uint32_t fresh;        // the first cell that was never handed out
     std::uint32_t largestSize;  // of a block in a cell; less than the cell for blocks of no bytes
-    std::byte* cells;
+    SizeClass* sizeClass;
     Chunk* next;
 
     Facts* AllFacts() noexcept { return reinterpret_cast<Facts*>(this + 1); }
-    // Of the live block at an address within the chunk, or null.
+    void* CellAt(std::uint32_t index) noexcept {
+      return reinterpret_cast<std::byte*>(this) + std::size_t{index} * cellSize;
+    }
+    bool Covers(const void* address) const noexcept { return OffsetOf(address) < kChunkBytes; }
+    // The facts of the live block at an address within the chunk, or null.
     Facts* FactsOf(const void* block) noexcept {
-      const auto offset = static_cast<std::uint32_t>(static_cast<const std::byte*>(block) - cells);
-      // A division by the size of a cell.
-      const auto index = static_cast<std::uint32_t>(std::uint64_t{offset} * reciprocal >> 32);
-      if (index >= cellCount || index * cellSize != offset) return nullptr;
-      Facts* const facts = AllFacts() + index;
+      // The quotient by the size of a cell, and behind the point the remainder.
+      const std::uint64_t place = OffsetOf(block) * std::uint64_t{reciprocal};
+      if (static_cast<std::uint32_t>(place) >= reciprocal) return nullptr;
+      Facts* const facts = AllFacts() + (place >> 32);
       return *facts == 0 ? nullptr : facts;
     }
     std::size_t SizeOf(Facts facts) const noexcept {
-      return largestSize - (facts >> 1 & (kGrain - 1));
+      const std::size_t odd = facts >> 1 & (kGrain - 1);
+      return odd == 0 ? largestSize : largestSize - kGrain + odd;
+    }
+
+   private:
+    // Chunks start at a multiple of their size.
+    std::uintptr_t OffsetOf(const void* address) const noexcept {
+      return reinterpret_cast<std::uintptr_t>(this) ^ reinterpret_cast<std::uintptr_t>(address);
     }
   };
   // A stretch of memory that chunks are cut from.
@@ -90,32 +103,20 @@ class Heap {
 
   static std::size_t ClassOf(std::size_t size) noexcept { return (size + kGrain - 1) / kGrain; }
   static Facts FactsFor(std::size_t size, Facts number) noexcept {
-    return static_cast<Facts>(number | (static_cast<Facts>(0 - size) & (kGrain - 1)) << 1 | kLive);
+    return number + static_cast<Facts>(size & (kGrain - 1)) * 2 + kLive;
   }
 
-  // The chunk that an address lies in, or null. Blocks of one size are often given back in a row.
-  Chunk* ChunkOf(const void* block) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    if ((reinterpret_cast<std::uintptr_t>(recent_) ^ address) < kChunkBytes) return recent_;
-    return recent_ = FindChunk(block);
-  }
-  Chunk* FindChunk(const void* block) const noexcept {
-    if (table_ == nullptr) return nullptr;
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    for (std::size_t slot = SlotOf(address);; ++slot) {
-      Chunk* const chunk = table_[slot & tableMask_];
-      const auto distance = reinterpret_cast<std::uintptr_t>(chunk) ^ address;
-      if (chunk == nullptr || distance < kChunkBytes) return chunk;
-    }
-  }
-  static std::size_t SlotOf(std::uintptr_t address) noexcept {
-    return static_cast<std::size_t>((address >> kChunkBits) * 0x9E3779B1u >> 4);
+  // The chunk that an address lies in; else one that no block lies in. Chunks come in rows, so that
+  // mostly the first place of the table is the right one.
+  Chunk* ChunkOf(const void* block) const noexcept;
+  static void GiveBack(Chunk* chunk, Facts* facts, void* block) noexcept;
+  static std::size_t PlaceOf(const void* address) noexcept {
+    return reinterpret_cast<std::uintptr_t>(address) >> kChunkBits;
   }
   Facts NextNumber() noexcept { return lastNumber_ += kOneNumber; }
 
   void* AllocateFresh(std::size_t size) noexcept;
   void* AllocateLarge(std::size_t size) noexcept;
-  bool FreeLarge(void* block) noexcept;
   void* ReallocateLarge(LiveBlock* block, std::size_t size) noexcept;
   Chunk* AddChunk(SizeClass& sizeClass, std::size_t largestSize) noexcept;
   bool AddArea() noexcept;
@@ -125,9 +126,11 @@ class Heap {
   Facts lastNumber_ = 0;
   bool open_ = false;
   SizeClass classes_[kClassCount] = {};
-  Chunk** table_ = nullptr;  // all chunks by address; null: a free slot
+  // All chunks by address. A free place holds the chunk that has no blocks.
+  static Chunk noChunk_;
+  static Chunk* noTable_[1];
+  Chunk** table_ = noTable_;
   std::size_t tableMask_ = 0;
-  Chunk* recent_ = nullptr;
   std::size_t chunkCount_ = 0;
   Chunk* chunks_ = nullptr;
   std::byte* fresh_ = nullptr;  // what is left of the newest area
@@ -149,20 +152,22 @@ inline void* Heap::Allocate(std::size_t size) noexcept {
   return cell;
 }
 
-inline bool Heap::Free(void* block) noexcept {
-  Chunk* const chunk = ChunkOf(block);
-  if (chunk == nullptr) [[unlikely]]
-    return FreeLarge(block);
-  Facts* const facts = chunk->FactsOf(block);
+inline bool Heap::FreeSmall(void* block) noexcept {
+  Chunk* const chunk = table_[PlaceOf(block) & tableMask_];
+  Facts* const facts = chunk->Covers(block) ? chunk->FactsOf(block) : nullptr;
   if (facts == nullptr) [[unlikely]]
     return false;
+  GiveBack(chunk, facts, block);
+  return true;
+}
+
+inline void Heap::GiveBack(Chunk* chunk, Facts* facts, void* block) noexcept {
   *facts = 0;
   SizeClass& sizeClass = *chunk->sizeClass;
   auto* cell = static_cast<FreeCell*>(block);
   cell->facts = facts;
   cell->next = sizeClass.free;
   sizeClass.free = cell;
-  return true;
 }
 
 }  // namespace zelhost

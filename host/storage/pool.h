@@ -48,14 +48,18 @@ class Pool {
   }
 
   // Null when there is no memory, and when closed. The record's content is undefined.
-  Record* Take() noexcept { return waiting_ > kFewest && !guarded_ ? TakeOldest() : TakeFresh(); }
+  Record* Take() noexcept { return available_ <= 0 || guarded_ ? TakeFresh() : TakeOldest(); }
+  // The same where memory is not guarded; null also when a new slab is due.
+  Record* TakeQuickly() noexcept {
+    if (available_ > 0) return TakeOldest();
+    return fresh_ == freshEnd_ ? nullptr : TakeNext();
+  }
 
   // The record must no longer answer IsLive.
   void Return(Record* record) noexcept {
-    record->NextDead() = nullptr;
     (newest_ == nullptr ? oldest_ : newest_->NextDead()) = record;
     newest_ = record;
-    if (++waiting_ <= kFewest || !guarded_) return;
+    if (++available_ <= 0 || !guarded_) return;
     Record* const oldest = TakeOldest();
     guard_.Remove(guard_.Find(oldest));
     std::free(oldest);
@@ -77,14 +81,14 @@ class Pool {
   }
 
  private:
-  // Dead records that are not used again as long as there is memory.
-  static constexpr std::size_t kFewest = 256;
+  // So many dead records, and at least one, always wait.
+  static constexpr std::ptrdiff_t kWaiting = 256;
 
+  // There is at least one that is newer, so that the link to the next is set.
   Record* TakeOldest() noexcept {
     Record* const record = oldest_;
     oldest_ = record->NextDead();
-    if (oldest_ == nullptr) newest_ = nullptr;
-    --waiting_;
+    --available_;
     return record;
   }
 
@@ -100,10 +104,14 @@ class Pool {
       slabBytes_ = slabBytes_ == 0 ? Slab::kSmallest : slabBytes_ * 2;
       if (slabBytes_ > Slab::kLargest) slabBytes_ = Slab::kLargest;
       const Slab* slab = AddSlab(slabs_, slabBytes_, sizeof(Record));
-      if (slab == nullptr) return waiting_ != 0 ? TakeOldest() : nullptr;
+      if (slab == nullptr) return available_ > 1 - kWaiting ? TakeOldest() : nullptr;
       fresh_ = slab->begin;
       freshEnd_ = slab->end;
     }
+    return TakeNext();
+  }
+
+  Record* TakeNext() noexcept {
     auto* record = reinterpret_cast<Record*>(fresh_);
     fresh_ += sizeof(Record);
     return record;
@@ -118,9 +126,9 @@ class Pool {
     return nullptr;
   }
 
-  Record* oldest_ = nullptr;  // of the dead ones
+  Record* oldest_ = nullptr;  // of the dead ones; each leads to the next newer one
   Record* newest_ = nullptr;
-  std::size_t waiting_ = 0;
+  std::ptrdiff_t available_ = -kWaiting;  // dead ones that may be used again
   bool guarded_ = false;
   bool open_ = false;
   std::byte* fresh_ = nullptr;

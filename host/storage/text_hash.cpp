@@ -1,0 +1,34 @@
+#include "storage/text_hash.h"
+
+#include <chrono>
+#include <random>
+
+namespace zelhost {
+
+TextHasher TextHasher::New() noexcept {
+  TextHasher hasher;
+  // In case that the system has no random numbers.
+  hasher.secret_[0] = reinterpret_cast<std::uintptr_t>(&hasher);
+  hasher.secret_[1] =
+      static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  try {
+    std::random_device device;
+    for (std::uint64_t& secret : hasher.secret_) {
+      secret ^= std::uint64_t{device()} << 32 | device();
+    }
+  } catch (...) {
+    return hasher;
+  }
+  return hasher;
+}
+
+std::uint32_t TextHasher::OfLong(const char* text, std::size_t length) const noexcept {
+  std::uint64_t hash = secret_[0] ^ length;
+  for (; length > kShortText; length -= 8, text += 8) {
+    hash = MixWide(LoadWord<std::uint64_t>(text) ^ secret_[1], hash);
+  }
+  const TextEnds ends = EndsOf(text, length);
+  return Mix(ends.first ^ secret_[0] ^ hash, ends.last ^ secret_[1]);
+}
+
+}  // namespace zelhost

@@ -1,0 +1,70 @@
+// Hashes of texts under a secret, short ones in a few instructions.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace zelhost {
+
+inline constexpr std::size_t kShortText = 16;
+
+template <typename Word>
+inline std::uint64_t LoadWord(const char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Both ends of a text of at most sixteen bytes: two texts of one length are equal when these are.
+struct TextEnds {
+  std::uint64_t first;
+  std::uint64_t last;
+  bool operator==(const TextEnds&) const = default;
+};
+
+inline TextEnds EndsOf(const char* text, std::size_t length) noexcept {
+  if (length >= 8) {
+    return {LoadWord<std::uint64_t>(text), LoadWord<std::uint64_t>(text + length - 8)};
+  }
+  if (length >= 4) {
+    return {LoadWord<std::uint32_t>(text), LoadWord<std::uint32_t>(text + length - 4)};
+  }
+  if (length == 0) return {0, 0};
+  const auto byte = [&](std::size_t i) { return LoadWord<unsigned char>(text + i); };
+  return {byte(0) | byte(length / 2) << 8, byte(length - 1)};
+}
+
+class TextHasher {
+ public:
+  // With a secret from the system, so that a document cannot bring along keys that all collide.
+  static TextHasher New() noexcept;
+
+  std::uint32_t OfShort(const TextEnds& ends, std::size_t length) const noexcept {
+    return Mix(ends.first ^ secret_[0], ends.last ^ secret_[1] ^ length);
+  }
+  std::uint32_t OfLong(const char* text, std::size_t length) const noexcept;
+
+ private:
+  // The sum of the halves of the product, or where the compiler knows no such product, something
+  // as good.
+  static std::uint32_t Mix(std::uint64_t one, std::uint64_t other) noexcept {
+    return static_cast<std::uint32_t>(MixWide(one, other));
+  }
+  static std::uint64_t MixWide(std::uint64_t one, std::uint64_t other) noexcept {
+#if defined(__SIZEOF_INT128__)
+    __extension__ using Product = unsigned __int128;
+    const Product product = static_cast<Product>(one) * other;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+    constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
+    std::uint64_t mixed = one * kMultiplier;
+    mixed = (mixed ^ mixed >> 32 ^ other) * kMultiplier;
+    return mixed ^ mixed >> 32;
+#endif
+  }
+
+  std::uint64_t secret_[2] = {};
+};
+
+}  // namespace zelhost
