@@ -25,7 +25,7 @@ template <typename Unit>
 std::size_t GrowUntilItOverflows() {
   NPOSStreamerImpl::TextBuffer<Unit> buffer;
   std::uint32_t count = 256;
-  g_sizes = {2 * count * sizeof(Unit)};  // of the first block, which is not pretended
+  g_sizes = {2 * sizeof(Unit) * count};  // of the first block, which is not pretended
   try {
     buffer.Advance(count);
     for (; g_sizes.size() < 100; count *= 2) {

@@ -106,7 +106,7 @@ TEST(FileSystemTest, RenamesOverAReservationOfTheName) {
   };
   const std::set<std::filesystem::path> names = {"file", "folder", "other", "second name"};
   std::ofstream(folder / "file") << "kept";
-  std::ofstream(folder / "other");
+  std::ofstream(folder / "other").close();
   std::filesystem::create_directory(folder / "folder");
   std::filesystem::create_hard_link(folder / "file", folder / "second name");
   for (const RenameCalls& way : ways) {
