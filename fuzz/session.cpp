@@ -74,7 +74,9 @@ ZELInstance MemoryClient::Open(const zeltest::CoreProcedures& procs) {
         return nullptr;
       },
       [](void* client, const void* data, std::uint32_t count) -> ZELErrorObject {
-        Called(client, 'W', count).bytes.append(static_cast<const char*>(data), count);
+        MemoryClient& self = Called(client, 'W', count);
+        self.bytes.append(static_cast<const char*>(data), count);
+        if (self.duringWrite) self.duringWrite();
         return nullptr;
       },
       nullptr, nullptr, nullptr,

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -80,6 +81,7 @@ struct MemoryClient {
   std::uint32_t position = 0;
   std::uint32_t mostPerRead = 512;
   std::string* calls = nullptr;  // if any, takes down each call: "R512 W27 M0 S3 "
+  std::function<void()> duringWrite = nullptr;
 
   ZELInstance Open(const zeltest::CoreProcedures& procs);
   Held NewStream(const Session& session) { return Held(session, Open(session.procs)); }

@@ -1,6 +1,8 @@
 // The streamer: what it writes, what it reads, and how it uses the stream.
 #include <array>
 #include <cmath>
+#include <cstring>
+#include <functional>
 
 #include "session.h"
 #include "support.h"
@@ -281,6 +283,78 @@ TEST_F(StreamerTest, FirstOfTwoFailuresStands) {
   ExpectFailure("injected failure of Write", streamers.Serialize, streamer, StreamOver(client),
                 NewString(std::string(1500, 'x')), nullptr);
   EXPECT_EQ(client.log, "W27 W1 W512 ") << "nothing is written behind a gap";
+}
+
+// A stream's Write lets go of what is being written: what has begun is written whole from memory
+// that is still there, and what is no longer there is missed.
+TEST_F(StreamerTest, ValuesMayGoWhileTheyAreWritten) {
+  constexpr std::size_t kLong = 600;
+  const auto run = [](char letter) { return std::string(kLong, letter); };
+  const std::string keys[] = {"1", run('k'), "3", "4"};
+  std::vector<std::uint16_t> units(kLong, 0xEEEE);
+  units.push_back(0);
+  const auto put = [&](ZELInstance dict, const std::string& key, ZELInstance value) {
+    const ZELStringAtom atom = atoms.NewStringAtom(key.c_str());
+    dicts.Put(dict, atom, value);
+    atoms.DeleteStringAtom(atom);
+    return dict;
+  };
+  const auto text = [&](char letter) { return strings.NewPOSString(run(letter).c_str()); };
+  const auto newArray = [&](std::initializer_list<ZELInstance> members) {
+    const ZELInstance array = arrays.NewPOSArray();
+    for (const ZELInstance member : members) arrays.Append(array, member);
+    return array;
+  };
+  const auto newDocument = [&] {
+    const ZELInstance dict = dicts.NewPOSDict();
+    containers.AddRef(dict);
+    put(dict, keys[0],
+        newArray({text('x'), newArray({text('y')}), put(dicts.NewPOSDict(), run('h'), text('z'))}));
+    put(dict, keys[1],
+        binData.NewPOSBinData(run('t').c_str(), run('\xDD').c_str(), std::uint32_t{kLong}));
+    put(dict, keys[2], unicodeStrings.NewPOSUnicodeString(units.data()));
+    return put(dict, keys[3], numbers.NewPOSNumber(1));
+  };
+  using Action = std::function<void(ZELInstance document, const std::string& key)>;
+  const Action actions[] = {
+      [&](ZELInstance dict, const std::string& key) {
+        const ZELInstance array = dicts.Get(dict, Atom("1"));
+        while (key == "1" && array != nullptr && arrays.Count(array) > 0) arrays.Remove(array, 0);
+      },
+      [&](ZELInstance dict, const std::string& key) { dicts.Remove(dict, Atom(key)); },
+      [&](ZELInstance dict, const std::string& key) {
+        put(dict, key, numbers.NewPOSNumber(2));
+      },
+      [&](ZELInstance dict, const std::string& key) {
+        if (key == "4") containers.Release(dict);
+      },
+      [&](ZELInstance, const std::string&) { host.ChangeUnregisterCount(); },
+  };
+  for (const Action& action : actions) {
+    const bool releases = &action == &actions[3];
+    for (std::size_t at = 3;; ++at) {
+      const ZELInstance document = newDocument();
+      Client client;
+      std::size_t writes = 0;
+      client.duringWrite = [&] {
+        if (++writes != at) return;
+        for (const std::string& key : keys) action(document, key);
+      };
+      const ZELInstance stream = StreamOver(client);
+      const bool written = streamers.Serialize(streamer, stream, document, nullptr) == 1;
+      if (!written) ExpectReports({"CPOSDict::Get failed"});
+      if (!releases || writes < at) containers.Release(document);
+      for (std::size_t i = 0; i < client.bytes.size();) {
+        const std::size_t end =
+            std::min(client.bytes.find_first_not_of(client.bytes[i], i), client.bytes.size());
+        if (std::strchr("kxyhzt", client.bytes[i]) != nullptr && end - i > 1) {
+          EXPECT_EQ(end - i, kLong) << client.bytes[i] << " at Write " << at;
+        }
+        i = end;
+      }
+      if (writes < at) break;
+    }
+  }
 }
 
 TEST_F(StreamerTest, RefusesOtherHandles) {

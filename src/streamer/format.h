@@ -14,44 +14,56 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 using ZEL_T_NMT::CPOSObject;
+using ZEL_T_NMT::POSView;
 
 class TypeAStreamer;
 
-// Writes the content of an object of its kind. The marker is written, and the kind's rules are in
-// force. The object is the same afterwards, unless an error is raised.
-using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+// Writes the content of a value of its kind. The marker is written, and the kind's rules are in
+// force.
+using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, POSView value);
 struct Writer {
   WriterProc write;
   const char* raw;  // the bytes that it puts without asking the record
 };
 // Reads the content of an object of its kind up to and including the closing character. The marker
 // is read, and the kind's rules are in force. An object is given only when it was read whole.
-using ReaderProc = void (*)(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+using ReaderProc = CPOSObject (*)(TypeAStreamer& streamer, ICharStream& input);
 
 struct KindFormat {
+  POSObjectType type;
   StreamingParams params;
-  bool (*is)(ZELInstance object);
   Writer writer;
   ReaderProc reader;
 };
 
 struct Format {
-  // `kindFormats` are in the order in which an object, or a marker, is compared with them.
+  // `kindFormats` has a row for each kind in the order of the type tags.
   template <std::size_t Count>
   consteval Format(const char* versionName, const StreamingParams& outermostParams,
                    const KindFormat (&kindFormats)[Count])
       : name(versionName), outermost(outermostParams), kinds(kindFormats) {
+    static_assert(Count == POSTypeDict);
     for (std::size_t index = Count; index-- > 0;) {
-      if (!kinds[index].params.KeepsAll(kinds[index].writer.raw)) throw "escapes raw bytes";
-      kindOfMarker[static_cast<unsigned char>(kinds[index].params.open)] =
+      const KindFormat& kind = kinds[index];
+      if (kind.type != static_cast<POSObjectType>(index + 1)) throw "not in order";
+      if (!kind.params.KeepsAll(kind.writer.raw)) throw "escapes raw bytes";
+      kindOfMarker[static_cast<unsigned char>(kind.params.open)] =
           static_cast<std::uint8_t>(index + 1);
     }
+  }
+
+  // The kind with a type tag, and the kind that a marker stands for; null for none.
+  const KindFormat* OfType(std::int32_t type) const noexcept {
+    return type == 0 ? nullptr : &kinds[static_cast<std::size_t>(type) - 1];
+  }
+  const KindFormat* OfMarker(char marker) const noexcept {
+    return OfType(kindOfMarker[static_cast<unsigned char>(marker)]);
   }
 
   const char* name;
   StreamingParams outermost;
   std::span<const KindFormat> kinds;
-  // The index of the kind that a marker stands for, and 1; 0 for none.
+  // The type tag of the kind that a marker stands for; 0 for none.
   std::array<std::uint8_t, 256> kindOfMarker{};
 };
 

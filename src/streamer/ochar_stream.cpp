@@ -1,7 +1,6 @@
 #include "streamer/ochar_stream.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
@@ -21,9 +20,19 @@ void OCharStream::Finish() {
   stream_.Write(block_.Data(), waiting);
 }
 
+// Those that are held already stand outside of all that are not.
+void OCharStream::HoldOpenValues() {
+  for (OpenValue* open = openValues_; open != nullptr && open->held_.IsEmpty();
+       open = open->outer_) {
+    open->held_ = ZEL_T_NMT::CPOSObject(open->value_);
+  }
+}
+
 char* OCharStream::WriteBlock(const char* end) {
-  const char* const blockEnd = text_ + kBlockSize;
+  char* const blockEnd = text_ + kBlockSize;
   const auto rest = static_cast<std::size_t>(end - blockEnd);
+  end_ = blockEnd;  // the block is whole should a value not be held
+  HoldOpenValues();
   std::memcpy(block_.Data(), text_, kBlockSize);
   end_ = text_;  // nothing waits should the stream fail
   stream_.Write(block_.Data(), kBlockSize);

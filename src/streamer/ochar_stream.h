@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
+#include "frame/client/pos_wrappers.h"
 #include "streamer/char_stream.h"
 
 namespace NPOSStreamerImpl::NTypeAImpl {
@@ -22,6 +24,28 @@ class OCharStream final : public CharStream {
 
   // Writes what still waits; nothing may be put after it.
   void Finish();
+
+  // A value on its way to the stream, for the life of this. Borrowed at first: the stream's Write is
+  // the only code of somebody else's that runs while a value of the library's own is written, and
+  // before each call of it all such values are held.
+  class OpenValue {
+   public:
+    OpenValue(OCharStream& output, ZELInstance value) noexcept
+        : output_(output), outer_(std::exchange(output.openValues_, this)), value_(value) {}
+    OpenValue(const OpenValue&) = delete;
+    OpenValue& operator=(const OpenValue&) = delete;
+    ~OpenValue() { output_.openValues_ = outer_; }
+
+   private:
+    friend class OCharStream;
+    OCharStream& output_;
+    OpenValue* const outer_;
+    const ZELInstance value_;
+    ZEL_T_NMT::CPOSObject held_;
+  };
+  // Takes a reference to each open value; before anything of somebody else's is called. Raises what
+  // CPOSObject raises.
+  void HoldOpenValues();
 
   // Writes a character of a value's content.
   virtual void PutChar(char character) { Advance(StoreEscaped(*params_, end_, character)); }
@@ -65,6 +89,7 @@ class OCharStream final : public CharStream {
   char* PutEscapes(char* place, const char*& text, const char* end);
   char* WriteBlock(const char* end);
 
+  OpenValue* openValues_ = nullptr;  // the innermost one
   char text_[kBlockSize + kRoom];
   char* end_ = text_;
 };

@@ -21,6 +21,7 @@ using ZEL_T_NMT::CPOSDict;
 using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::CZELStringAtom;
 using ZEL_T_NMT::RaisePOSException;
 
 bool IsNumberCharacter(char character) noexcept {
@@ -48,29 +49,37 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, std::uint32_t size) 
   }
 }
 
+// The text of a String is made the key at once, unless somebody else's procedures are to see the
+// String.
+CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindFormat& kind, ICharStream& input) {
+  if (kind.type == POSTypeString && ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
+    const CharStream::ParamsInForce inForce(input, kind.params);
+    TextBuffer<char> buffer;
+    return CZELStringAtom(input.GetText(buffer).data());
+  }
+  return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
+}
+
 }  // namespace
 
-void ReadNumber(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+CPOSObject ReadNumber(TypeAStreamer&, ICharStream& input) {
   constexpr std::uint32_t kMaxLength = 62;
   double number;
-  if (input.GetBufferedNumber(&number, kMaxLength)) {
-    result = CPOSNumber::New(number);
-    return;
-  }
+  if (input.GetBufferedNumber(&number, kMaxLength)) return CPOSNumber::New(number);
   char text[kMaxLength + 1];  // one more tells a number that is too long
   const std::uint32_t length = input.GetChars(text, sizeof text, false, false);
   if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
     RaisePOSException("malformed number");
   }
-  result = CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
+  return CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
 }
 
-void ReadString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+CPOSObject ReadString(TypeAStreamer&, ICharStream& input) {
   TextBuffer<char> buffer;
-  result = CPOSString::New(input.GetText(buffer).data());
+  return CPOSString::New(input.GetText(buffer).data());
 }
 
-void ReadUnicodeString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
+CPOSObject ReadUnicodeString(TypeAStreamer&, ICharStream& input) {
   constexpr std::uint32_t kAtOnce = 128;
   TextBuffer<std::uint16_t> units;
   for (;;) {
@@ -84,16 +93,13 @@ void ReadUnicodeString(CPOSObject& result, TypeAStreamer&, ICharStream& input) {
     *units.Reserve(1) = static_cast<std::uint16_t>(unit);
     units.Advance(1);
   }
-  result = CPOSUnicodeString::New(units.Terminated());
+  return CPOSUnicodeString::New(units.Terminated());
 }
 
-void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+CPOSObject ReadBinData(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
-  CPOSObject part;
-  streamer.ReadObject(part, input);
-  const CPOSString typeName(std::move(part), false);
-  streamer.ReadObject(part, input);
-  const std::uint32_t size = BinDataSize(CPOSNumber(std::move(part), false).Get());
+  const CPOSString typeName(streamer.ReadObject(input), false);
+  const std::uint32_t size = BinDataSize(CPOSNumber(streamer.ReadObject(input), false).Get());
 
   std::optional<BinderBlock<unsigned char>> bytes;
   if (size > 0) {
@@ -103,38 +109,34 @@ void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input
   while (input.GetChar(&character)) {
     if (!IsWhitespace(character)) RaisePOSException("Unexpected chars after binary data");
   }
-  result = CPOSBinData::New(typeName.Get(), bytes ? bytes->Get() : nullptr, size);
+  return CPOSBinData::New(typeName.Get(), bytes ? bytes->Get() : nullptr, size);
 }
 
-void ReadRawPointer(CPOSObject&, TypeAStreamer&, ICharStream&) {
+CPOSObject ReadRawPointer(TypeAStreamer&, ICharStream&) {
   RaisePOSException("Cannot meaningfully read in a raw pointer (write is for debugging only)");
 }
 
-void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+CPOSObject ReadArray(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSArray array = CPOSArray::New();
-  CPOSObject element;
   for (;;) {
-    streamer.ReadObject(element, input);
+    CPOSObject element = streamer.ReadObject(input);
     if (element.IsEmpty()) break;
-    array.Append(element);
+    array.Append(std::move(element));
   }
-  result = std::move(array);
+  return array;
 }
 
-void ReadDict(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input) {
+CPOSObject ReadDict(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSDict dict = CPOSDict::New();
-  for (;;) {
-    CPOSObject part;
-    streamer.ReadObject(part, input);
-    if (part.IsEmpty()) break;
-    const CPOSString key(std::move(part), false);
-    streamer.ReadObject(part, input);
-    if (part.IsEmpty()) RaisePOSException("missing dictionary value");
-    dict.Put(key.Get(), part);
+  while (const KindFormat* const kind = streamer.ReadMarker(input)) {
+    CZELStringAtom key = ReadKey(streamer, *kind, input);
+    CPOSObject value = streamer.ReadObject(input);
+    if (value.IsEmpty()) RaisePOSException("missing dictionary value");
+    dict.Put(std::move(key), std::move(value));
   }
-  result = std::move(dict);
+  return dict;
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -6,18 +6,18 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 // Raises "malformed number".
-void ReadNumber(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadNumber(TypeAStreamer& streamer, ICharStream& input);
 // A character that is read as NUL ends the string's text.
-void ReadString(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadString(TypeAStreamer& streamer, ICharStream& input);
 // Raises "malformed Unicode string".
-void ReadUnicodeString(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadUnicodeString(TypeAStreamer& streamer, ICharStream& input);
 // Raises "malformed binary data size" for a size below 0, beyond 32 bits or not a number, and
 // "malformed binary data" for a character among the bytes that is no hexadecimal digit.
-void ReadBinData(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadBinData(TypeAStreamer& streamer, ICharStream& input);
 // Raises: a pointer means nothing to who reads it.
-void ReadRawPointer(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
-void ReadArray(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadRawPointer(TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadArray(TypeAStreamer& streamer, ICharStream& input);
 // Raises "missing dictionary value".
-void ReadDict(CPOSObject& result, TypeAStreamer& streamer, ICharStream& input);
+CPOSObject ReadDict(TypeAStreamer& streamer, ICharStream& input);
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

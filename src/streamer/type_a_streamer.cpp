@@ -6,45 +6,44 @@ using ZEL_T_NMT::RaisePOSException;
 
 void TypeAStreamer::Serialize(CZELPositionableStream& stream, const CPOSObject& object) {
   OCharStream output(stream, format_.outermost);
-  WriteObject(output, object);
+  WriteObject(output, object.View());
   output.Finish();
 }
 
 void TypeAStreamer::Deserialize(CPOSObject& result, CZELPositionableStream& stream) {
   ICharStream input(stream, format_.outermost);
-  ReadObject(result, input);
+  result = ReadObject(input);
   input.Finish();
 }
 
-void TypeAStreamer::WriteObject(OCharStream& output, CPOSObject object) {
-  const KindFormat* const kind = FindWritingParams(object);
+void TypeAStreamer::WriteObject(OCharStream& output, POSView value) {
+  const OCharStream::OpenValue open(output, value.Handle());
+  if (!value.IsDirect()) [[unlikely]]
+    output.HoldOpenValues();
+  const KindFormat* const kind = FindWritingParams(value);
   if (kind == nullptr) RaisePOSException("Cannot determine writing params");
   output.PutChar(kind->params.open);
   const CharStream::ParamsInForce inForce(output, kind->params);
-  kind->writer.write(*this, output, object);
+  kind->writer.write(*this, output, value);
   output.PutRaw(kind->params.close);
 }
 
-void TypeAStreamer::ReadObject(CPOSObject& result, ICharStream& input) {
-  result = CPOSObject();
+CPOSObject TypeAStreamer::ReadObject(ICharStream& input) {
+  const KindFormat* const kind = ReadMarker(input);
+  return kind == nullptr ? CPOSObject() : ReadContent(*kind, input);
+}
+
+const KindFormat* TypeAStreamer::ReadMarker(ICharStream& input) {
   char marker;
-  if (!input.GetCharAfterSpaces(&marker)) return;
+  if (!input.GetCharAfterSpaces(&marker)) return nullptr;
   const KindFormat* const kind = FindStreamingParams(marker);
   if (kind == nullptr) RaisePOSException("Cannot determine streaming params");
-  const CharStream::ParamsInForce inForce(input, kind->params);
-  kind->reader(result, *this, input);
+  return kind;
 }
 
-const KindFormat* TypeAStreamer::FindStreamingParams(char marker) const noexcept {
-  const std::size_t index = format_.kindOfMarker[static_cast<unsigned char>(marker)];
-  return index == 0 ? nullptr : &format_.kinds[index - 1];
-}
-
-const KindFormat* TypeAStreamer::FindWritingParams(const CPOSObject& object) const {
-  for (const KindFormat& kind : format_.kinds) {
-    if (kind.is(object.Handle())) return &kind;
-  }
-  return nullptr;
+CPOSObject TypeAStreamer::ReadContent(const KindFormat& kind, ICharStream& input) {
+  const CharStream::ParamsInForce inForce(input, kind.params);
+  return kind.reader(*this, input);
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -17,14 +17,23 @@ class TypeAStreamer : public StreamerBase {
   void Serialize(CZELPositionableStream& stream, const CPOSObject& object) final;
   void Deserialize(CPOSObject& result, CZELPositionableStream& stream) final;
 
-  // Writes an object whole. Raises "Cannot determine writing params".
-  void WriteObject(OCharStream& output, CPOSObject object);
-  // Reads the next object whole; the result is empty when the closing character of the enclosing
-  // value comes first. Raises "Cannot determine streaming params".
-  void ReadObject(CPOSObject& result, ICharStream& input);
-  // The kind that a marker stands for, and the kind that an object is of; null when there is none.
-  const KindFormat* FindStreamingParams(char marker) const noexcept;
-  const KindFormat* FindWritingParams(const CPOSObject& object) const;
+  // Writes a value whole. Raises "Cannot determine writing params".
+  void WriteObject(OCharStream& output, POSView value);
+  // Reads the next object whole; empty when the closing character of the enclosing value comes
+  // first. Raises "Cannot determine streaming params".
+  CPOSObject ReadObject(ICharStream& input);
+  // The same in two steps: the kind that the next marker stands for, or null, and what follows it.
+  const KindFormat* ReadMarker(ICharStream& input);
+  CPOSObject ReadContent(const KindFormat& kind, ICharStream& input);
+
+  // The kind that a marker stands for, and the kind of a value; null when there is none.
+  const KindFormat* FindStreamingParams(char marker) const noexcept {
+    return format_.OfMarker(marker);
+  }
+  const KindFormat* FindWritingParams(POSView value) const { return format_.OfType(value.Type()); }
+  const StreamingParams& ParamsOf(POSObjectType type) const noexcept {
+    return format_.OfType(type)->params;
+  }
 
   // Begins a line, indented by the depth.
   void PutNewLine(OCharStream& output) const {

@@ -25,19 +25,16 @@ inline constexpr EscapePair kDictEscapes[] = {{'\\', '\\'}, {'>', '>'}, {0, 0}};
 inline constexpr StreamingParams kOutermost{0, 0, kNoEscapes, true};
 
 inline constexpr KindFormat kKinds[] = {
-    {{'#', ' ', kSpaceEscapes, true}, &ZEL_T_NMT::CPOSNumber::Is, kNumberWriter, &ReadNumber},
-    {{'"', '"', kStringEscapes, true}, &ZEL_T_NMT::CPOSString::Is, kStringWriter, &ReadString},
-    {{'`', '`', kUnicodeStringEscapes, true},
-     &ZEL_T_NMT::CPOSUnicodeString::Is,
+    {POSTypeNumber, {'#', ' ', kSpaceEscapes, true}, kNumberWriter, &ReadNumber},
+    {POSTypeString, {'"', '"', kStringEscapes, true}, kStringWriter, &ReadString},
+    {POSTypeUnicodeString,
+     {'`', '`', kUnicodeStringEscapes, true},
      kUnicodeStringWriter,
      &ReadUnicodeString},
-    {{'{', '}', kBinDataEscapes, true}, &ZEL_T_NMT::CPOSBinData::Is, kBinDataWriter, &ReadBinData},
-    {{'$', ' ', kSpaceEscapes, true},
-     &ZEL_T_NMT::CPOSRawPointer::Is,
-     kRawPointerWriter,
-     &ReadRawPointer},
-    {{'[', ']', kArrayEscapes, true}, &ZEL_T_NMT::CPOSArray::Is, kArrayWriter, &ReadArray},
-    {{'<', '>', kDictEscapes, true}, &ZEL_T_NMT::CPOSDict::Is, kDictWriter, &ReadDict},
+    {POSTypeBinData, {'{', '}', kBinDataEscapes, true}, kBinDataWriter, &ReadBinData},
+    {POSTypeRawPointer, {'$', ' ', kSpaceEscapes, true}, kRawPointerWriter, &ReadRawPointer},
+    {POSTypeArray, {'[', ']', kArrayEscapes, true}, kArrayWriter, &ReadArray},
+    {POSTypeDict, {'<', '>', kDictEscapes, true}, kDictWriter, &ReadDict},
 };
 
 inline constexpr Format kFormat(POS_STREAMER_TYPE_A_VERSION_1_0, kOutermost, kKinds);

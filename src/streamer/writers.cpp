@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 #include "streamer/hex_digits.h"
 #include "streamer/number_text.h"
@@ -11,33 +10,55 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-using ZEL_T_NMT::CPOSArray;
-using ZEL_T_NMT::CPOSBinData;
-using ZEL_T_NMT::CPOSDict;
+using ZEL_T_NMT::ArrayView;
+using ZEL_T_NMT::BinDataView;
 using ZEL_T_NMT::CPOSNumber;
-using ZEL_T_NMT::CPOSRawPointer;
 using ZEL_T_NMT::CPOSString;
-using ZEL_T_NMT::CPOSUnicodeString;
+using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::MemberWalk;
+using ZEL_T_NMT::NumberView;
 using ZEL_T_NMT::RaisePOSException;
+using ZEL_T_NMT::RawPointerView;
+using ZEL_T_NMT::StringView;
+using ZEL_T_NMT::UnicodeStringView;
 
 namespace {
 
-// An object as one of its kind while it is written, by the reference that its holder has.
-template <typename Kind>
-class Borrowed {
- public:
-  explicit Borrowed(CPOSObject& object) : holder_(object), object_(std::move(object), false) {}
-  Borrowed(const Borrowed&) = delete;
-  Borrowed& operator=(const Borrowed&) = delete;
-  ~Borrowed() { holder_ = std::move(object_); }
-  const Kind& operator*() const noexcept { return object_; }
-  const Kind* operator->() const noexcept { return &object_; }
+void PutNumber(OCharStream& output, double value) {
+  static_assert(OCharStream::kRoom >= kNumberTextCapacity);
+  output.Advance(FormatNumber(value, output.Place()));
+}
 
- private:
-  CPOSObject& holder_;
-  Kind object_;
-};
+void PutString(OCharStream& output, const char* text) { output.PutText(text, std::strlen(text)); }
+
+// Writes a value of the kind whole by what puts its content.
+template <typename Content>
+void WriteAs(const StreamingParams& params, OCharStream& output, Content content) {
+  output.PutChar(params.open);
+  {
+    const CharStream::ParamsInForce inForce(output, params);
+    content();
+  }
+  output.PutRaw(params.close);
+}
+
+// Writes what a String of the text is written as, and likewise a Number. None is made unless
+// somebody else's procedures are to see it.
+void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text) {
+  if (POSView::IsKindDirect(POSTypeString)) [[likely]] {
+    WriteAs(streamer.ParamsOf(POSTypeString), output, [&] { PutString(output, text); });
+  } else {
+    streamer.WriteObject(output, CPOSString::New(text).View());
+  }
+}
+
+void WriteValueOf(TypeAStreamer& streamer, OCharStream& output, double value) {
+  if (POSView::IsKindDirect(POSTypeNumber)) [[likely]] {
+    WriteAs(streamer.ParamsOf(POSTypeNumber), output, [&] { PutNumber(output, value); });
+  } else {
+    streamer.WriteObject(output, CPOSNumber::New(value).View());
+  }
+}
 
 constexpr std::uint32_t kBytesPerLine = 40;
 
@@ -53,20 +74,16 @@ void PutHexLine(OCharStream& output, const unsigned char* bytes, std::uint32_t c
 
 }  // namespace
 
-void WriteNumber(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  static_assert(OCharStream::kRoom >= kNumberTextCapacity);
-  output.Advance(FormatNumber(Borrowed<CPOSNumber>(object)->Get(), output.Place()));
+void WriteNumber(TypeAStreamer&, OCharStream& output, POSView value) {
+  PutNumber(output, NumberView(value).Get());
 }
 
-void WriteString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  const Borrowed<CPOSString> string(object);
-  const char* const text = string->Get();
-  output.PutText(text, std::strlen(text));
+void WriteString(TypeAStreamer&, OCharStream& output, POSView value) {
+  PutString(output, StringView(value).Get());
 }
 
-void WriteUnicodeString(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  const Borrowed<CPOSUnicodeString> string(object);
-  for (const std::uint16_t* unit = string->Get(); *unit != 0; ++unit) {
+void WriteUnicodeString(TypeAStreamer&, OCharStream& output, POSView value) {
+  for (const std::uint16_t* unit = UnicodeStringView(value).Get(); *unit != 0; ++unit) {
     // The high byte in upper case, the low byte in lower case.
     char* const place = output.Place();
     place[0] = kUpperHexDigits[*unit >> 12];
@@ -77,16 +94,16 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& output, CPOSObject& object)
   }
 }
 
-void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
-  const Borrowed<CPOSBinData> data(object);
-  streamer.WriteObject(output, CPOSString::New(data->GetTypeName()));
+void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value) {
+  const BinDataView data(value);
+  WriteText(streamer, output, data.GetTypeName());
   output.PutRaw(' ');
-  const std::uint32_t size = data->GetSize();
-  streamer.WriteObject(output, CPOSNumber::New(size));
+  const std::uint32_t size = data.GetSize();
+  WriteValueOf(streamer, output, size);
   output.PutRaw(' ');
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
-    const auto* bytes = static_cast<const unsigned char*>(data->GetBinData());
+    const auto* bytes = static_cast<const unsigned char*>(data.GetBinData());
     if (bytes == nullptr && size > 0) RaisePOSException("CPOSBinData::GetBinData failed");
     for (std::uint32_t left = size; left > 0;) {
       const std::uint32_t count = std::min(left, kBytesPerLine);
@@ -99,35 +116,39 @@ void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& obje
   streamer.PutNewLine(output);
 }
 
-void WriteRawPointer(TypeAStreamer&, OCharStream& output, CPOSObject& object) {
-  const auto value =
-      reinterpret_cast<std::uintptr_t>(Borrowed<CPOSRawPointer>(object)->GetRawPointer());
-  for (std::size_t shift = sizeof value * 8; shift > 0; shift -= 4) {
-    output.PutRaw(kUpperHexDigits[(value >> (shift - 4)) & 0xF]);
+void WriteRawPointer(TypeAStreamer&, OCharStream& output, POSView value) {
+  const auto pointer = reinterpret_cast<std::uintptr_t>(RawPointerView(value).GetRawPointer());
+  for (std::size_t shift = sizeof pointer * 8; shift > 0; shift -= 4) {
+    output.PutRaw(kUpperHexDigits[(pointer >> (shift - 4)) & 0xF]);
   }
 }
 
-void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
-  const Borrowed<CPOSArray> array(object);
+void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value) {
+  const ArrayView array(value);
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
-    for (std::uint32_t index = 0; index < array->Count(); ++index) {
+    for (std::uint32_t index = 0; index < array.Count(); ++index) {
       streamer.PutNewLine(output);
-      streamer.WriteObject(output, array->GetAt(index));
+      streamer.WriteObject(output, array.GetAt(index));
     }
   }
   streamer.PutNewLine(output);
 }
 
-void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object) {
-  const Borrowed<CPOSDict> dict(object);
+void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
-    for (MemberWalk walk(dict->View()); walk.Key() != nullptr; walk.Next()) {
+    if (!ZEL_T_NMT::g_pos.dictIterators.IsKnownToBeOwn()) [[unlikely]]
+      output.HoldOpenValues();
+    for (MemberWalk walk((DictView(value))); walk.Key() != nullptr; walk.Next()) {
       streamer.PutNewLine(output);
-      streamer.WriteObject(output, CPOSString::New(walk.Key()));
+      if (walk.KeepsKey()) [[likely]] {
+        WriteText(streamer, output, walk.Key());
+      } else {
+        streamer.WriteObject(output, CPOSString::New(walk.Key()).View());
+      }
       output.PutRaw(' ');
-      streamer.WriteObject(output, CPOSObject(walk.Value().Handle()));
+      streamer.WriteObject(output, walk.Value());
     }
   }
   streamer.PutNewLine(output);

@@ -5,21 +5,21 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-void WriteNumber(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteNumber(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kNumberWriter = {&WriteNumber, "+-.0123456789aefin"};
-void WriteString(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteString(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kStringWriter = {&WriteString, ""};
-void WriteUnicodeString(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteUnicodeString(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kUnicodeStringWriter = {&WriteUnicodeString, "0123456789ABCDEFabcdef"};
-void WriteBinData(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kBinDataWriter = {&WriteBinData, "0123456789ABCDEF\n\t "};
 // The text shows where the pointer points, for debugging; nothing reads it back.
-void WriteRawPointer(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteRawPointer(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kRawPointerWriter = {&WriteRawPointer, "0123456789ABCDEF"};
 // Raises "CPOSArray::GetAt subscript failed" at an empty slot.
-void WriteArray(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kArrayWriter = {&WriteArray, "\n\t"};
-void WriteDict(TypeAStreamer& streamer, OCharStream& output, CPOSObject& object);
+void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kDictWriter = {&WriteDict, "\n\t "};
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

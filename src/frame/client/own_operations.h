@@ -118,11 +118,16 @@ struct OwnMethods {
 };
 extern constinit OwnMethods g_ownMethods;
 
+// Whether the methods of an instance are known to be the library's own; not null, while linked.
+inline bool HasKnownMethods(ZELInstance instance) noexcept {
+  return g_ownMethods.generation == g_link.Generation() &&
+         g_ownMethods.signature == PrimaryInstance(instance).signature;
+}
+
 // Whether the methods of an instance are the library's own; raises what POSObjectMethods raises.
 inline bool HasOwnMethods(ZELInstance instance) {
   if (instance != nullptr && g_link.lookup != nullptr) [[likely]] {
-    if (g_ownMethods.generation == g_link.Generation() &&
-        g_ownMethods.signature == PrimaryInstance(instance).signature) [[likely]]
+    if (HasKnownMethods(instance)) [[likely]]
       return true;
   }
   return SettleOwnMethods(instance);

@@ -27,39 +27,38 @@ bool IsOf(const POSView& value, POSInterface<Interface>& interface,
 struct Kind {
   POSObjectType type;
   bool (*is)(const POSView& value);
+  bool (*isKnownToBeOwn)();
 };
+template <typename View, POSObjectType type, auto interface>
+constexpr Kind kRow = {type, &View::Is, [] { return (g_pos.*interface).IsKnownToBeOwn(); }};
 constexpr Kind kKinds[] = {
-    {POSTypeNumber, &NumberView::Is},
-    {POSTypeString, &StringView::Is},
-    {POSTypeUnicodeString, &UnicodeStringView::Is},
-    {POSTypeBinData, &BinDataView::Is},
-    {POSTypeRawPointer, &RawPointerView::Is},
-    {POSTypeArray, &ArrayView::Is},
-    {POSTypeDict, &DictView::Is},
+    kRow<NumberView, POSTypeNumber, &POSInterfaces::numbers>,
+    kRow<StringView, POSTypeString, &POSInterfaces::strings>,
+    kRow<UnicodeStringView, POSTypeUnicodeString, &POSInterfaces::unicodeStrings>,
+    kRow<BinDataView, POSTypeBinData, &POSInterfaces::binData>,
+    kRow<RawPointerView, POSTypeRawPointer, &POSInterfaces::rawPointers>,
+    kRow<ArrayView, POSTypeArray, &POSInterfaces::arrays>,
+    kRow<DictView, POSTypeDict, &POSInterfaces::dicts>,
 };
 
-bool AllAreKnownToBeOwn() noexcept {
-  return g_pos.numbers.IsKnownToBeOwn() && g_pos.strings.IsKnownToBeOwn() &&
-         g_pos.unicodeStrings.IsKnownToBeOwn() && g_pos.binData.IsKnownToBeOwn() &&
-         g_pos.rawPointers.IsKnownToBeOwn() && g_pos.arrays.IsKnownToBeOwn() &&
-         g_pos.dicts.IsKnownToBeOwn();
+DirectKinds KindsKnownToBeOwn() noexcept {
+  DirectKinds found{0, g_link.Generation()};
+  for (const Kind& kind : kKinds) {
+    if (!kind.isKnownToBeOwn()) break;
+    found.last = kind.type;
+  }
+  return found;
 }
-
-// The generation in which all interfaces were found to be the library's own; 0: none.
-constinit std::uint64_t g_allOwnGeneration = 0;
 
 }  // namespace
 
-std::int32_t POSView::Type() const {
-  if (own_ != nullptr && g_allOwnGeneration == g_link.Generation()) [[likely]] {
-    return own_->Type();
-  }
-  if (own_ != nullptr && AllAreKnownToBeOwn()) {
-    g_allOwnGeneration = g_link.Generation();
-    return own_->Type();
-  }
+constinit DirectKinds g_directKinds;
+
+std::int32_t POSView::TypeThroughBinder() const {
   for (const Kind& kind : kKinds) {
-    if (kind.is(*this)) return kind.type;
+    if (!kind.is(*this)) continue;
+    if (own_ != nullptr) g_directKinds = KindsKnownToBeOwn();
+    return kind.type;
   }
   return 0;
 }

@@ -20,6 +20,13 @@
 
 namespace ZEL_T_NMT {
 
+// The kinds whose interfaces, and those of all kinds before them, were found to be the library's own.
+struct DirectKinds {
+  std::int32_t last = 0;
+  std::uint64_t generation = 0;
+};
+extern constinit DirectKinds g_directKinds;
+
 class POSView {
  public:
   POSView() noexcept = default;
@@ -32,7 +39,21 @@ class POSView {
 
   // The kind of the value, asked of each interface in the order of the type tags; 0 for a value of
   // none.
-  std::int32_t Type() const;
+  std::int32_t Type() const {
+    if (own_ != nullptr && IsKindDirect(own_->Type())) [[likely]]
+      return own_->Type();
+    return TypeThroughBinder();
+  }
+  // Whether nobody else's procedure is called to learn the value's kind, and none to read it: the
+  // value is the library's own, and so are its methods and the procedures of all interfaces up to
+  // that of its kind. False as well where that is not known yet; Type settles it.
+  bool IsDirect() const noexcept {
+    return own_ != nullptr && IsKindDirect(own_->Type()) && HasKnownMethods(handle_);
+  }
+  // The same of an own value of this kind that would just have been made.
+  static bool IsKindDirect(POSObjectType type) noexcept {
+    return type <= g_directKinds.last && g_directKinds.generation == g_link.Generation();
+  }
 
  protected:
   // The library's own value of a kind when it may be reached directly; otherwise null.
@@ -44,6 +65,8 @@ class POSView {
   }
 
  private:
+  std::int32_t TypeThroughBinder() const;
+
   ZELInstance handle_ = nullptr;
   OwnValue* own_ = nullptr;
 };
@@ -179,6 +202,8 @@ class MemberWalk {
 
   // The current key, valid until the walk moves; null behind the last one.
   const char* Key() const noexcept { return key_; }
+  // Whether the key stays whatever is done to the dictionary meanwhile.
+  bool KeepsKey() const noexcept { return isDirect_; }
   void Next();
   // The value under the current key; raises "CPOSDict::Get failed" when it has been taken out.
   POSView Value() const;
