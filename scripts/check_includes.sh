@@ -33,7 +33,7 @@ find "${folders[@]}" -type f \
       split("frame pos streamer validator fileutils", names, " ")
       for (i in names) folder_of_prefix[names[i]] = names[i]
 
-      split("frame pos validator fileutils host tool", names, " ")
+      split("frame pos streamer validator fileutils host tool", names, " ")
       for (i in names) acyclic[names[i]] = 1
       count = split("base link core object client", names, " ")
       for (i = 1; i <= count; ++i) floor[names[i]] = i

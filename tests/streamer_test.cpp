@@ -322,9 +322,7 @@ TEST_F(StreamerTest, ValuesMayGoWhileTheyAreWritten) {
         while (key == "1" && array != nullptr && arrays.Count(array) > 0) arrays.Remove(array, 0);
       },
       [&](ZELInstance dict, const std::string& key) { dicts.Remove(dict, Atom(key)); },
-      [&](ZELInstance dict, const std::string& key) {
-        put(dict, key, numbers.NewPOSNumber(2));
-      },
+      [&](ZELInstance dict, const std::string& key) { put(dict, key, numbers.NewPOSNumber(2)); },
       [&](ZELInstance dict, const std::string& key) {
         if (key == "4") containers.Release(dict);
       },

@@ -9,17 +9,20 @@
 
 namespace NPOSStreamerImpl::NTypeAImpl {
 
-// Made at compile time from a table of the members. A word at a time it may find other bytes
-// besides: any control character, and any byte beyond ASCII if one of them is a member. It finds
-// every member; a set with more printable members than it has room for does not compile.
+// Made at compile time from a table of the members: with `beyondAscii` all bytes beyond ASCII are
+// among them, without none is. A word at a time it may find any other control character besides. It
+// finds every member; a set with more printable members than it has room for does not compile.
+template <bool beyondAscii>
 class ByteSet {
  public:
+  constexpr ByteSet() noexcept = default;
   consteval explicit ByteSet(const std::array<bool, 256>& members) {
-    std::size_t top = 128;  // the members from here to 127 are found with those beyond
     for (std::size_t byte = 128; byte < 256; ++byte) {
-      if (members[byte]) beyond_ = ZEL_T_NMT::WordOf(0x80);
+      if (members[byte] != beyondAscii) throw "not all bytes beyond ASCII alike";
     }
-    while (beyond_ != 0 && members[top - 1]) --top;
+    // The members from `top` on are found with those beyond ASCII.
+    std::size_t top = 128;
+    while (beyondAscii && members[top - 1]) --top;
     toTop_ = ZEL_T_NMT::WordOf(static_cast<unsigned char>(128 - top));
     std::size_t count = 0;
     for (std::size_t byte = kFirstPrintable; byte < top; ++byte) {
@@ -31,19 +34,20 @@ class ByteSet {
     for (; count < printable_.size(); ++count) printable_[count] = printable_[0];
   }
 
-  // The mask, as byte_words.h has them, of the bytes that may be members.
+  // The mask, as byte_words.h has them, of the bytes that may be members. A difference has the top
+  // bit of each byte that is less, and of some beyond ASCII.
   constexpr std::uint64_t Find(std::uint64_t word) const noexcept {
-    std::uint64_t found = ZEL_T_NMT::BytesBelow(word, kFirstPrintable);
-    for (const std::uint64_t pattern : printable_)
-      found |= ZEL_T_NMT::BytesBelow(word ^ pattern, 1);
-    return found | ((word | (word + toTop_)) & beyond_);
+    using ZEL_T_NMT::WordOf;
+    const std::uint64_t found = (word - WordOf(kFirstPrintable)) |
+                                ((word ^ printable_[0]) - WordOf(1)) |
+                                ((word ^ printable_[1]) - WordOf(1));
+    return (beyondAscii ? found | word | (word + toTop_) : found & ~word) & WordOf(0x80);
   }
 
  private:
   static constexpr unsigned char kFirstPrintable = ' ';
 
   std::array<std::uint64_t, 2> printable_{};
-  std::uint64_t beyond_ = 0;
   std::uint64_t toTop_ = 0;
 };
 

@@ -99,7 +99,7 @@ std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
 // Finds a text that the block holds whole and as it is but for whitespace, which is folded there.
 inline bool ICharStream::FindPlainText(std::string_view* text) noexcept {
   const StreamingParams& params = *params_;
-  const ByteSet meant = params.meant;
+  const MeantBytes meant = params.meant;
   char* at = cursor_;
   for (;;) {
     if constexpr (kHasByteWords) {
@@ -124,7 +124,7 @@ inline bool ICharStream::FindPlainText(std::string_view* text) noexcept {
 bool ICharStream::DecodeBlock(TextBuffer<char>& buffer) {
   if (cursor_ == end_) ReadBlock();
   const StreamingParams& params = *params_;
-  const ByteSet meant = params.meant;
+  const MeantBytes meant = params.meant;
   char* const place = buffer.Reserve(Unread() + static_cast<std::uint32_t>(kWordSize));
   char* out = place;
   bool closed = false;
@@ -180,6 +180,17 @@ std::uint32_t ICharStream::GetBufferedUnits(std::uint16_t* units, std::uint32_t 
 }
 
 bool ICharStream::GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept {
+  if constexpr (kHasByteWords) {
+    // Most numbers are a few digits.
+    const std::uint64_t word = LoadWord(cursor_);
+    const std::uint32_t digits = BytesBefore(ZEL_T_NMT::BytesNoDigits(word));
+    if (digits > 0 && digits < kWordSize &&
+        params_->HowToReadByte(cursor_[digits]) == RawByte::kClose) [[likely]] {
+      *number = static_cast<double>(ZEL_T_NMT::DigitsValue(word, digits));
+      cursor_ += digits + 1;
+      return true;
+    }
+  }
   const std::uint32_t limit = std::min(maxLength + 1, Unread());
   const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
   if (decimal.length == 0 || decimal.length == limit ||

@@ -69,7 +69,7 @@ void OCharStream::PutText(const char* text, std::size_t length) {
   const char* const end = text + length;
   char* place = end_;
   if constexpr (ZEL_T_NMT::kHasByteWords) {
-    const ByteSet escaped = params_->escaped;
+    const EscapedBytes escaped = params_->escaped;
     for (auto left = length; left > 0; left = static_cast<std::size_t>(end - text)) {
       const std::size_t count = std::min(left, kWordSize);
       const std::uint64_t word =

@@ -25,9 +25,9 @@ class OCharStream final : public CharStream {
   // Writes what still waits; nothing may be put after it.
   void Finish();
 
-  // A value on its way to the stream, for the life of this. Borrowed at first: the stream's Write is
-  // the only code of somebody else's that runs while a value of the library's own is written, and
-  // before each call of it all such values are held.
+  // A value on its way to the stream, for the life of this. Borrowed at first: the stream's Write
+  // is the only code of somebody else's that runs while a value of the library's own is written,
+  // and before each call of it all such values are held.
   class OpenValue {
    public:
     OpenValue(OCharStream& output, ZELInstance value) noexcept

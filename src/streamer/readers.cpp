@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "frame/base/compiler.h"
 #include "frame/base/decimal.h"
 #include "frame/core/client_base.h"
 #include "streamer/hex_digits.h"
@@ -50,12 +51,13 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, std::uint32_t size) 
 }
 
 // The text of a String is made the key at once, unless somebody else's procedures are to see the
-// String.
-CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindFormat& kind, ICharStream& input) {
+// String. The text's place is on the stack, and not in the frame of each dictionary around it.
+ZEL_NEVER_INLINE CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindFormat& kind,
+                                        ICharStream& input) {
   if (kind.type == POSTypeString && ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
     const CharStream::ParamsInForce inForce(input, kind.params);
     TextBuffer<char> buffer;
-    return CZELStringAtom(input.GetText(buffer).data());
+    return streamer.KeyOf(input.GetText(buffer));
   }
   return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
 }

@@ -33,6 +33,9 @@ struct WrittenByte {
   std::uint8_t length;
 };
 
+using EscapedBytes = ByteSet<true>;
+using MeantBytes = ByteSet<false>;
+
 // Everything behind the first four fields follows from them, at compile time.
 struct StreamingParams {
   // `escapePairs` is ended by a pair whose character is 0, and outlives this.
@@ -48,8 +51,8 @@ struct StreamingParams {
       isEscaped[index] = writing[index].length != 1;
       isMeant[index] = reading[index] != RawByte::kContent;
     }
-    escaped = ByteSet(isEscaped);
-    meant = ByteSet(isMeant);
+    escaped = EscapedBytes(isEscaped);
+    meant = MeantBytes(isMeant);
   }
 
   const WrittenByte& HowToWriteByte(char byte) const noexcept {
@@ -80,8 +83,8 @@ struct StreamingParams {
 
   std::array<WrittenByte, 256> writing{};
   std::array<RawByte, 256> reading{};
-  ByteSet escaped{{}};  // those that writing does not keep as they are
-  ByteSet meant{{}};    // those that do not stand for themselves
+  EscapedBytes escaped;  // those that writing does not keep as they are
+  MeantBytes meant;      // those that do not stand for themselves
 
  private:
   consteval WrittenByte HowToWrite(char byte) const {

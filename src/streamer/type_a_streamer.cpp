@@ -18,10 +18,14 @@ void TypeAStreamer::Deserialize(CPOSObject& result, CZELPositionableStream& stre
 
 void TypeAStreamer::WriteObject(OCharStream& output, POSView value) {
   const OCharStream::OpenValue open(output, value.Handle());
-  if (!value.IsDirect()) [[unlikely]]
+  const KindFormat* kind;
+  if (value.IsDirect()) [[likely]] {
+    kind = format_.OfType(value.Own()->Type());
+  } else {
     output.HoldOpenValues();
-  const KindFormat* const kind = FindWritingParams(value);
-  if (kind == nullptr) RaisePOSException("Cannot determine writing params");
+    kind = FindWritingParams(value);
+    if (kind == nullptr) RaisePOSException("Cannot determine writing params");
+  }
   output.PutChar(kind->params.open);
   const CharStream::ParamsInForce inForce(output, kind->params);
   kind->writer.write(*this, output, value);

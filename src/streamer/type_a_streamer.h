@@ -2,6 +2,10 @@
 // closing character. Its versions differ in their data alone.
 #pragma once
 
+#include <optional>
+#include <string_view>
+
+#include "frame/client/key_atoms.h"
 #include "frame/core/nesting.h"
 #include "streamer/format.h"
 #include "streamer/streamer_base.h"
@@ -25,6 +29,12 @@ class TypeAStreamer : public StreamerBase {
   // The same in two steps: the kind that the next marker stands for, or null, and what follows it.
   const KindFormat* ReadMarker(ICharStream& input);
   CPOSObject ReadContent(const KindFormat& kind, ICharStream& input);
+
+  // An atom of a key, whose text is ended by a NUL.
+  ZEL_T_NMT::CZELStringAtom KeyOf(std::string_view text) {
+    if (!keys_) keys_.emplace();
+    return keys_->Get(text.data(), text.length());
+  }
 
   // The kind that a marker stands for, and the kind of a value; null when there is none.
   const KindFormat* FindStreamingParams(char marker) const noexcept {
@@ -64,6 +74,7 @@ class TypeAStreamer : public StreamerBase {
  private:
   const Format& format_;
   std::int32_t depth_ = 0;
+  std::optional<ZEL_T_NMT::KeyAtoms> keys_;
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -43,9 +43,9 @@ void WriteAs(const StreamingParams& params, OCharStream& output, Content content
 }
 
 // Writes what a String of the text is written as, and likewise a Number. None is made unless
-// somebody else's procedures are to see it.
-void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text) {
-  if (POSView::IsKindDirect(POSTypeString)) [[likely]] {
+// somebody else's procedures are to see it, or the text may go while the stream is called.
+void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, bool stays) {
+  if (stays && POSView::IsKindDirect(POSTypeString)) [[likely]] {
     WriteAs(streamer.ParamsOf(POSTypeString), output, [&] { PutString(output, text); });
   } else {
     streamer.WriteObject(output, CPOSString::New(text).View());
@@ -96,7 +96,7 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& output, POSView value) {
 
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const BinDataView data(value);
-  WriteText(streamer, output, data.GetTypeName());
+  WriteText(streamer, output, data.GetTypeName(), value.IsDirect());
   output.PutRaw(' ');
   const std::uint32_t size = data.GetSize();
   WriteValueOf(streamer, output, size);
@@ -142,11 +142,7 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
       output.HoldOpenValues();
     for (MemberWalk walk((DictView(value))); walk.Key() != nullptr; walk.Next()) {
       streamer.PutNewLine(output);
-      if (walk.KeepsKey()) [[likely]] {
-        WriteText(streamer, output, walk.Key());
-      } else {
-        streamer.WriteObject(output, CPOSString::New(walk.Key()).View());
-      }
+      WriteText(streamer, output, walk.Key(), walk.KeepsKey());
       output.PutRaw(' ');
       streamer.WriteObject(output, walk.Value());
     }

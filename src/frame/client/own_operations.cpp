@@ -45,28 +45,20 @@ bool POSInterface<Interface>::Settle() {
   return true;
 }
 
-template class POSInterface<zelutils::ArrayInterface>;
-template class POSInterface<zelutils::BinDataInterface>;
-template class POSInterface<zelutils::DictInterface>;
+#define ZEL_POS_INTERFACE(Name, interface) template class POSInterface<zelutils::Name##Interface>;
+ZEL_POS_KINDS(ZEL_POS_INTERFACE)
+#undef ZEL_POS_INTERFACE
 template class POSInterface<zelutils::DictIteratorInterface>;
-template class POSInterface<zelutils::NumberInterface>;
 template class POSInterface<zelutils::ObjectStaticsInterface>;
-template class POSInterface<zelutils::RawPointerInterface>;
-template class POSInterface<zelutils::StringInterface>;
-template class POSInterface<zelutils::UnicodeStringInterface>;
 
 void KnowObjectModel(const OwnOperations& operations, std::span<const ExportedInterface> exported) {
   g_own = operations;
   g_ownObjectProcedures = ProceduresOf<zelutils::ObjectInterface>(exported);
-  g_pos.arrays.Know(exported);
-  g_pos.binData.Know(exported);
-  g_pos.dicts.Know(exported);
+#define ZEL_KNOW(Name, interface) g_pos.interface.Know(exported);
+  ZEL_POS_KINDS(ZEL_KNOW)
+#undef ZEL_KNOW
   g_pos.dictIterators.Know(exported);
-  g_pos.numbers.Know(exported);
   g_pos.statics.Know(exported);
-  g_pos.rawPointers.Know(exported);
-  g_pos.strings.Know(exported);
-  g_pos.unicodeStrings.Know(exported);
 }
 
 bool SettleOwnMethods(ZELInstance instance) {

@@ -29,17 +29,10 @@ struct Kind {
   bool (*is)(const POSView& value);
   bool (*isKnownToBeOwn)();
 };
-template <typename View, POSObjectType type, auto interface>
-constexpr Kind kRow = {type, &View::Is, [] { return (g_pos.*interface).IsKnownToBeOwn(); }};
-constexpr Kind kKinds[] = {
-    kRow<NumberView, POSTypeNumber, &POSInterfaces::numbers>,
-    kRow<StringView, POSTypeString, &POSInterfaces::strings>,
-    kRow<UnicodeStringView, POSTypeUnicodeString, &POSInterfaces::unicodeStrings>,
-    kRow<BinDataView, POSTypeBinData, &POSInterfaces::binData>,
-    kRow<RawPointerView, POSTypeRawPointer, &POSInterfaces::rawPointers>,
-    kRow<ArrayView, POSTypeArray, &POSInterfaces::arrays>,
-    kRow<DictView, POSTypeDict, &POSInterfaces::dicts>,
-};
+#define ZEL_KIND(Name, interface) \
+  {POSType##Name, &Name##View::Is, [] { return g_pos.interface.IsKnownToBeOwn(); }},
+constexpr Kind kKinds[] = {ZEL_POS_KINDS(ZEL_KIND)};
+#undef ZEL_KIND
 
 DirectKinds KindsKnownToBeOwn() noexcept {
   DirectKinds found{0, g_link.Generation()};
@@ -63,35 +56,25 @@ std::int32_t POSView::TypeThroughBinder() const {
   return 0;
 }
 
-bool NumberView::Is(const POSView& value) {
-  return IsOf<POSTypeNumber>(value, g_pos.numbers, &zelutils::NumberInterface::IsPOSNumber);
-}
+#define ZEL_IS(Name, interface)                                                                  \
+  bool Name##View::Is(const POSView& value) {                                                    \
+    return IsOf<POSType##Name>(value, g_pos.interface, &zelutils::Name##Interface::IsPOS##Name); \
+  }
+ZEL_POS_KINDS(ZEL_IS)
+#undef ZEL_IS
 
 double NumberView::GetThroughBinder() const {
   const ReportWatch watch;
   return watch.Checked(Require(g_pos.numbers.Get())->Get(Handle()), "CPOSNumber::Get failed");
 }
 
-bool StringView::Is(const POSView& value) {
-  return IsOf<POSTypeString>(value, g_pos.strings, &zelutils::StringInterface::IsPOSString);
-}
-
 const char* StringView::GetThroughBinder() const {
   return NotNull(Require(g_pos.strings.Get())->Get(Handle()), "CPOSString::Get failed");
-}
-
-bool UnicodeStringView::Is(const POSView& value) {
-  return IsOf<POSTypeUnicodeString>(value, g_pos.unicodeStrings,
-                                    &zelutils::UnicodeStringInterface::IsPOSUnicodeString);
 }
 
 const std::uint16_t* UnicodeStringView::GetThroughBinder() const {
   return NotNull(Require(g_pos.unicodeStrings.Get())->Get(Handle()),
                  "CPOSUnicodeString::Get failed");
-}
-
-bool BinDataView::Is(const POSView& value) {
-  return IsOf<POSTypeBinData>(value, g_pos.binData, &zelutils::BinDataInterface::IsPOSBinData);
 }
 
 const char* BinDataView::GetTypeName() const {
@@ -118,11 +101,6 @@ std::uint32_t BinDataView::GetSize() const {
                        "CPOSBinData::GetSize failed");
 }
 
-bool RawPointerView::Is(const POSView& value) {
-  return IsOf<POSTypeRawPointer>(value, g_pos.rawPointers,
-                                 &zelutils::RawPointerInterface::IsPOSRawPointer);
-}
-
 void* RawPointerView::GetRawPointer() const {
   if (const auto* own = Direct<OwnRawPointer, POSTypeRawPointer>(g_pos.rawPointers)) {
     return own->GetRawPointer();
@@ -132,10 +110,6 @@ void* RawPointerView::GetRawPointer() const {
                        "CPOSRawPointer::GetRawPointer failed");
 }
 
-bool ArrayView::Is(const POSView& value) {
-  return IsOf<POSTypeArray>(value, g_pos.arrays, &zelutils::ArrayInterface::IsPOSArray);
-}
-
 std::uint32_t ArrayView::CountThroughBinder() const {
   const ReportWatch watch;
   return watch.Checked(Require(g_pos.arrays.Get())->Count(Handle()), "CPOSArray::Count failed");
@@ -143,10 +117,6 @@ std::uint32_t ArrayView::CountThroughBinder() const {
 
 ZELInstance ArrayView::GetAtThroughBinder(std::uint32_t index) const {
   return Require(g_pos.arrays.Get())->GetAt(Handle(), index);
-}
-
-bool DictView::Is(const POSView& value) {
-  return IsOf<POSTypeDict>(value, g_pos.dicts, &zelutils::DictInterface::IsPOSDict);
 }
 
 POSView DictView::Find(const char* key) const {

@@ -20,7 +20,8 @@
 
 namespace ZEL_T_NMT {
 
-// The kinds whose interfaces, and those of all kinds before them, were found to be the library's own.
+// The kinds whose interfaces, and those of all kinds before them, were found to be the library's
+// own.
 struct DirectKinds {
   std::int32_t last = 0;
   std::uint64_t generation = 0;
@@ -71,6 +72,8 @@ class POSView {
   OwnValue* own_ = nullptr;
 };
 
+#define ZEL_DOWNCAST_FAILED(Name) "downcast from CPOSObject to CPOS" #Name " failed"
+
 // A view of each kind, made from a value that is known to be of it: for any other, operations fail.
 // `Is` asks; it is false for an empty view, and where the binder does not have the interface.
 
@@ -89,7 +92,7 @@ class NumberView : public POSView {
 
 class StringView : public POSView {
  public:
-  static constexpr const char* kDowncastFailed = "downcast from CPOSObject to CPOSString failed";
+  static constexpr const char* kDowncastFailed = ZEL_DOWNCAST_FAILED(String);
 
   explicit StringView(POSView value) noexcept : POSView(value) {}
   static bool Is(const POSView& value);

@@ -21,18 +21,17 @@ void CPOSObject::Expect(bool isOfType, bool quiet, const char* message) {
   reference_ = ContainerReference();
 }
 
-CPOSNumber::CPOSNumber(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSNumber failed");
-}
+#define ZEL_DOWNCAST(Name, interface)                                                     \
+  CPOS##Name::CPOS##Name(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) { \
+    Expect(Is(Handle()), quiet, ZEL_DOWNCAST_FAILED(Name));                               \
+  }
+ZEL_POS_KINDS(ZEL_DOWNCAST)
+#undef ZEL_DOWNCAST
 
 CPOSObject CPOSNumber::New(double value) {
   if (g_pos.numbers.IsLinkedAndOwn()) [[likely]]
     return TakeOver(g_own.newNumber(value));
   return Adopt(Require(g_pos.numbers.Get())->NewPOSNumber(value));
-}
-
-CPOSString::CPOSString(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, StringView::kDowncastFailed);
 }
 
 CPOSObject CPOSString::New(const char* text) {
@@ -41,31 +40,14 @@ CPOSObject CPOSString::New(const char* text) {
   return Adopt(Require(g_pos.strings.Get())->NewPOSString(text));
 }
 
-CPOSUnicodeString::CPOSUnicodeString(CPOSObject source, bool quiet)
-    : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSUnicodeString failed");
-}
-
 CPOSObject CPOSUnicodeString::New(const std::uint16_t* units) {
   if (g_pos.unicodeStrings.IsLinkedAndOwn()) [[likely]]
     return TakeOver(g_own.newUnicodeString(units));
   return Adopt(Require(g_pos.unicodeStrings.Get())->NewPOSUnicodeString(units));
 }
 
-CPOSBinData::CPOSBinData(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSBinData failed");
-}
-
 CPOSObject CPOSBinData::New(const char* typeName, const void* data, std::uint32_t size) {
   return Adopt(Require(g_pos.binData.Get())->NewPOSBinData(typeName, data, size));
-}
-
-CPOSRawPointer::CPOSRawPointer(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSRawPointer failed");
-}
-
-CPOSArray::CPOSArray(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSArray failed");
 }
 
 CPOSArray CPOSArray::New() {
@@ -86,10 +68,6 @@ void CPOSArray::AppendElsewhere(CPOSObject&& value) const {
   const ReportWatch watch;
   Require(g_pos.arrays.Get())->Append(Handle(), value.Handle());
   watch.RaiseIfReported("CPOSArray::Append failed");
-}
-
-CPOSDict::CPOSDict(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) {
-  Expect(Is(Handle()), quiet, "downcast from CPOSObject to CPOSDict failed");
 }
 
 CPOSDict CPOSDict::New() {

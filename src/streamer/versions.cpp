@@ -1,7 +1,7 @@
-#include "streamer/streamer_base.h"
-
+// The versions of the stream's text by their names.
 #include <iterator>
 
+#include "streamer/streamer_base.h"
 #include "streamer/version10.h"
 
 namespace NPOSStreamerImpl {
