@@ -31,7 +31,7 @@ void PutNumber(OCharStream& output, double value) {
 
 void PutString(OCharStream& output, const char* text) { output.PutText(text, std::strlen(text)); }
 
-// Writes a value of the kind whole by what puts its content.
+// Marker, content and closing character of a kind.
 template <typename Content>
 void WriteAs(const StreamingParams& params, OCharStream& output, Content content) {
   output.PutChar(params.open);
@@ -42,8 +42,8 @@ void WriteAs(const StreamingParams& params, OCharStream& output, Content content
   output.PutRaw(params.close);
 }
 
-// Writes what a String of the text is written as, and likewise a Number. None is made unless
-// somebody else's procedures are to see it, or the text may go while the stream is called.
+// A text as a String of it is written, and a size as a Number. None is made unless somebody else's
+// procedures are to see it, or the text does not stay while the stream is called.
 void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, bool stays) {
   if (stays && POSView::IsKindDirect(POSTypeString)) [[likely]] {
     WriteAs(streamer.ParamsOf(POSTypeString), output, [&] { PutString(output, text); });
@@ -52,11 +52,11 @@ void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, b
   }
 }
 
-void WriteValueOf(TypeAStreamer& streamer, OCharStream& output, double value) {
+void WriteSize(TypeAStreamer& streamer, OCharStream& output, std::uint32_t size) {
   if (POSView::IsKindDirect(POSTypeNumber)) [[likely]] {
-    WriteAs(streamer.ParamsOf(POSTypeNumber), output, [&] { PutNumber(output, value); });
+    WriteAs(streamer.ParamsOf(POSTypeNumber), output, [&] { PutNumber(output, size); });
   } else {
-    streamer.WriteObject(output, CPOSNumber::New(value).View());
+    streamer.WriteObject(output, CPOSNumber::New(size).View());
   }
 }
 
@@ -99,7 +99,7 @@ void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   WriteText(streamer, output, data.GetTypeName(), value.IsDirect());
   output.PutRaw(' ');
   const std::uint32_t size = data.GetSize();
-  WriteValueOf(streamer, output, size);
+  WriteSize(streamer, output, size);
   output.PutRaw(' ');
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
