@@ -7,8 +7,6 @@ namespace zelbench {
 
 namespace {
 
-ZELBENCH_INTERFACE(IteratorProcs, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS);
-
 std::string RandomLetters(std::mt19937_64& random, std::size_t count) {
   std::string letters;
   while (letters.size() < count) letters += static_cast<char>('a' + random() % 26);
@@ -54,7 +52,7 @@ class DictCase : public Case {
   }
 
   Zel library_;
-  IteratorProcs iterators_ = IteratorProcs::From(library_.host);
+  Iterators iterators_ = Iterators::From(library_.host);
   std::mt19937_64 random_{1};
   Zel::Document dict_;
   Zel::Document value_;

@@ -10,39 +10,36 @@
 #include "documents.h"
 #include "runner.h"
 #include "zelhost/host.h"
+#include "zelutils/table.hpp"
 
 namespace zelbench {
 
-// One struct of typed procedures for each interface, from the method lists of the public headers.
-#define ZELBENCH_FIELD(method, procType) procType method = nullptr;
-#define ZELBENCH_FIND(method, procType) \
-  found.method = host.Find<procType>(Found::kName, #method, #procType);
-#define ZELBENCH_INTERFACE(Name, interfaceName, METHODS) \
-  struct Name {                                          \
-    static constexpr const char* kName = interfaceName;  \
-    METHODS(ZELBENCH_FIELD)                              \
-    static Name From(const zelhost::Host& host) {        \
-      using Found = Name;                                \
-      Name found;                                        \
-      METHODS(ZELBENCH_FIND)                             \
-      return found;                                      \
-    }                                                    \
+// The procedures of an interface as a host's binder gives them.
+template <typename Interface>
+struct Procedures : zelutils::Table<Interface> {
+  static Procedures From(const zelhost::Host& host) {
+    Procedures found;
+    const zelutils::Method* missing =
+        found.Import([&](const auto*... names) { return host.Lookup(names...); });
+    Require(missing == nullptr, "an interface lacks a method");
+    return found;
   }
+};
 
-ZELBENCH_INTERFACE(Memory, ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS);
-ZELBENCH_INTERFACE(Containers, ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS);
-ZELBENCH_INTERFACE(Atoms, ZEL_STRING_INTERFACE, ZEL_STRING_METHODS);
-ZELBENCH_INTERFACE(StreamFactory, ZEL_STREAM_FACTORY_INTERFACE, ZEL_STREAM_FACTORY_METHODS);
-ZELBENCH_INTERFACE(Objects, POS_OBJECT_INTERFACE, POS_OBJECT_METHODS);
-ZELBENCH_INTERFACE(Statics, POS_OBJECT_STATICS, POS_OBJECT_STATICS_METHODS);
-ZELBENCH_INTERFACE(NumberProcs, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS);
-ZELBENCH_INTERFACE(StringProcs, POS_STRING_INTERFACE, POS_STRING_METHODS);
-ZELBENCH_INTERFACE(ArrayProcs, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS);
-ZELBENCH_INTERFACE(DictProcs, POS_DICT_INTERFACE, POS_DICT_METHODS);
-ZELBENCH_INTERFACE(Iterators, POS_DICT_ITERATOR_INTERFACE, POS_DICT_ITERATOR_METHODS);
-ZELBENCH_INTERFACE(Streamers, POS_STREAMER_INTERFACE, POS_STREAMER_METHODS);
-ZELBENCH_INTERFACE(Validators, POS_VALIDATOR_INTERFACE, POS_VALIDATOR_METHODS);
-ZELBENCH_INTERFACE(StructValidators, POS_STRUCT_VALIDATOR_INTERFACE, POS_STRUCT_VALIDATOR_METHODS);
+using Memory = Procedures<zelutils::MemoryInterface>;
+using Containers = Procedures<zelutils::ContainerInterface>;
+using Atoms = Procedures<zelutils::AtomInterface>;
+using StreamFactory = Procedures<zelutils::StreamFactoryInterface>;
+using Objects = Procedures<zelutils::ObjectInterface>;
+using Statics = Procedures<zelutils::ObjectStaticsInterface>;
+using NumberProcs = Procedures<zelutils::NumberInterface>;
+using StringProcs = Procedures<zelutils::StringInterface>;
+using ArrayProcs = Procedures<zelutils::ArrayInterface>;
+using DictProcs = Procedures<zelutils::DictInterface>;
+using Iterators = Procedures<zelutils::DictIteratorInterface>;
+using Streamers = Procedures<zelutils::StreamerInterface>;
+using Validators = Procedures<zelutils::ValidatorInterface>;
+using StructValidators = Procedures<zelutils::StructValidatorInterface>;
 
 struct StartedHost : zelhost::Host {
   explicit StartedHost(const std::function<void(zelhost::Host&)>& beforeStart) {
