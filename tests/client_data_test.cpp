@@ -12,6 +12,19 @@
 
 #include "client_fixture.h"
 
+#ifdef __linux__
+#include <sys/stat.h>
+
+// Asked instead of the system by everything in this program: 0 or an error number.
+static std::function<int(bool isFolder)> g_onSync;
+extern "C" int fsync(int descriptor) {
+  struct stat status {};
+  fstat(descriptor, &status);
+  errno = g_onSync ? g_onSync(S_ISDIR(status.st_mode)) : 0;
+  return errno == 0 ? 0 : -1;
+}
+#endif
+
 namespace shop {
 
 struct Size {
@@ -294,6 +307,31 @@ TEST_F(ClientDataTest, TextsAreReadBackAndJsonIsJson) {
   stream << holes;
   holes.Remove(0);
 }
+
+#ifdef __linux__
+// The old value is there until the new one is on the disk, and the folder follows.
+TEST_F(ClientDataTest, FilesAreOnTheDiskBeforeTheyTakeAPlace) {
+  const zeltest::Folder folder;
+  const std::filesystem::path file = folder.path / "book.zel";
+  client.StoreFile(file, client.New(1));
+  std::vector<std::string> seen;
+  g_onSync = [&](bool isFolder) {
+    seen.push_back((isFolder ? "folder " : "file ") + client.LoadFile(file).ToText());
+    return 0;
+  };
+  client.StoreFile(file, client.New(2));
+  EXPECT_EQ(seen, (std::vector<std::string>{"file 1", "folder 2"}));
+  g_onSync = [](bool isFolder) { return isFolder ? 0 : EIO; };
+  EXPECT_EQ(Caught([&] { client.StoreFile(file, client.New(3)); }).Id(), EIO);
+  g_onSync = [](bool isFolder) { return isFolder ? EINVAL : 0; };  // known to be unable to
+  client.StoreFile(file, client.New(4));
+  g_onSync = [](bool isFolder) { return isFolder ? EIO : 0; };
+  EXPECT_EQ(Caught([&] { client.StoreFile(file, client.New(5)); }).Id(), EIO);
+  g_onSync = nullptr;
+  EXPECT_EQ(client.LoadFile(file), client.New(5));
+  EXPECT_EQ(folder.Names().size(), 1U);
+}
+#endif
 
 TEST_F(ClientDataTest, FilesAreReplacedWholeOrNotAtAll) {
   const zeltest::Folder folder;

@@ -178,6 +178,7 @@ class Client {
     Procedures<ContainerInterface>();
     Procedures<AtomInterface>();
     Procedures<ErrorInterface>();
+    lasting_ = new Client(*this, AsLasting());
   }
   template <ReportingHost Host>
   explicit Client(Host& host)
@@ -190,6 +191,11 @@ class Client {
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
+  // What came from the client and is still there can only be destroyed from now on, and gives
+  // nothing back; any other use of it throws.
+  ~Client() {
+    if (lasting_ != this) lasting_->End();
+  }
 
   // New values. New takes everything that client_input.hpp lists; bytes and texts are copied.
   template <typename T>
@@ -210,7 +216,9 @@ class Client {
   Value Parse(const Text& text, const std::string& name = {}) const;
 
   // Files. Each Error names the file. ParseFile reads the text syntax, LoadFile the stream format;
-  // StoreFile writes the latter, to a neighbour of the file that takes its place when complete.
+  // StoreFile writes the latter, to a neighbour of the file that takes its place when it is on the
+  // disk (fsync of the file before and of the folder after; FlushFileBuffers on Windows): whatever
+  // happens, one of the two files is there, whole.
   Value ParseFile(const std::filesystem::path& file) const;
   Value LoadFile(const std::filesystem::path& file) const;
   void StoreFile(const std::filesystem::path& file, const Value& value) const;
@@ -222,7 +230,9 @@ class Client {
 
   // Reports that came while something was given back, such as a temporary file that cannot be
   // deleted: failures of no operation, and blamed on none. Only with a place of waiting reports.
-  std::vector<std::string> TakeLateReports() const noexcept { return std::exchange(late_, {}); }
+  std::vector<std::string> TakeLateReports() const noexcept {
+    return std::exchange(lasting_->late_, {});
+  }
 
   // The rest serves the classes of the client and calls that they do not have.
 
@@ -274,12 +284,45 @@ class Client {
   }
 
  private:
+  friend class ClientUse;
+
   // Stands where nobody sees whether something is waiting: the source has to be asked.
   inline static const std::vector<std::string> kMaybe = {""};
+  inline static const std::vector<std::string> kNone;
+  inline static const std::uint32_t kEnded = 1;  // of no table
+
+  // The client as its values see it, which lasts as long as they do.
+  struct AsLasting {};
+  Client(const Client& from, AsLasting /*only*/)
+      : lookup_(from.lookup_),
+        source_(from.source_),
+        waiting_(from.waiting_),
+        unregisterCount_(from.unregisterCount_),
+        tables_(from.tables_) {}
+  void Leave() {
+    if (--users_ == 0 && hasEnded_) delete this;
+  }
+  void End() {
+    hasEnded_ = true;
+    ++users_;
+    lookup_ = [](const char*, const char*, const char*) -> ZELProc { return nullptr; };
+    source_ = [] { return std::vector<std::string>(); };
+    waiting_ = &kNone;
+    unregisterCount_ = &kEnded;
+    tables_ = {};
+    std::get<Table<ContainerInterface>>(tables_).Release = [](ZELInstance) {};
+    std::get<Table<AtomInterface>>(tables_).DeleteStringAtom = [](ZELStringAtom) {};
+    Leave();
+  }
 
   // The containers' first: whatever a procedure makes can be held and given back.
   template <typename Interface>
   ZELUTILS_COLD void LookUp(Table<Interface>& table) const {
+    if (hasEnded_) detail::Throw("the client that this came from has ended");
+    if (lasting_ != this) {
+      table = lasting_->Procedures<Interface>();
+      return;
+    }
     if constexpr (!std::same_as<Interface, ContainerInterface>) Procedures<ContainerInterface>();
     const Method* const missing = table.Refresh(*unregisterCount_, lookup_);
     if (missing != nullptr) Found(nullptr, Interface::kName, missing->name);
@@ -289,7 +332,7 @@ class Client {
   }
   ZELUTILS_COLD void KeepLateReports() const noexcept {
     try {
-      for (std::string& report : source_()) late_.push_back(std::move(report));
+      for (std::string& report : source_()) lasting_->late_.push_back(std::move(report));
     } catch (...) {
       return;  // there is no memory to tell it with
     }
@@ -319,7 +362,10 @@ class Client {
   ReportSource source_;
   const std::vector<std::string>* waiting_;
   const std::uint32_t* unregisterCount_ = nullptr;
-  mutable std::vector<std::string> late_;
+  Client* lasting_ = this;
+  std::size_t users_ = 0;  // of the lasting one
+  bool hasEnded_ = false;
+  std::vector<std::string> late_;
 #define ZELUTILS_CLIENT_TABLE(Name, interfaceName, METHODS) Table<Name##Interface>,
   mutable std::tuple<ZEL_LIBRARY_INTERFACES(ZELUTILS_CLIENT_TABLE) Table<ContainerInterface>,
                      Table<AtomInterface>, Table<ErrorInterface>, Table<SharedBuffInterface>,
@@ -330,6 +376,36 @@ class Client {
 
 // ---- Holders --------------------------------------------------------------------------------
 
+// What a holder knows of the client that it came from, or nothing.
+class ClientUse {
+ public:
+  ClientUse() noexcept = default;
+  explicit ClientUse(const Client& client) noexcept : client_(client.lasting_) {
+    ++client_->users_;
+  }
+  ClientUse(const ClientUse& other) noexcept : client_(other.client_) {
+    if (client_ != nullptr) ++client_->users_;
+  }
+  ClientUse(ClientUse&& other) noexcept : client_(std::exchange(other.client_, nullptr)) {}
+  ClientUse& operator=(ClientUse other) noexcept {
+    std::swap(client_, other.client_);
+    return *this;
+  }
+  ~ClientUse() {
+    if (client_ != nullptr) client_->Leave();
+  }
+
+  const Client* operator->() const noexcept { return client_; }
+  // Throws when there is none.
+  const Client& operator*() const {
+    if (client_ == nullptr) detail::Throw("an empty value was used");
+    return *client_;
+  }
+
+ private:
+  Client* client_ = nullptr;
+};
+
 // One reference to a string atom. Keys that are used often are worth keeping as atoms.
 class Atom {
  public:
@@ -338,15 +414,16 @@ class Atom {
     if (atom_ == 0) client.Fail("bad allocation");
   }
   // None.
-  explicit Atom(const Client& client) noexcept : client_(&client), atom_(0) {}
+  explicit Atom(const Client& client) noexcept : client_(client) {}
   // Takes over the reference that came with an atom.
-  Atom(const Client& client, ZELStringAtom atom) noexcept : client_(&client), atom_(atom) {}
-  Atom(const Atom& other) : client_(other.client_), atom_(0) {
+  Atom(const Client& client, ZELStringAtom atom) noexcept : client_(client), atom_(atom) {}
+  Atom(const Atom& other) : client_(other.client_) {
     if (other.atom_ == 0) return;
     client_->Procedures<AtomInterface>().AddRef(other.atom_);
     atom_ = other.atom_;
   }
-  Atom(Atom&& other) noexcept : client_(other.client_), atom_(std::exchange(other.atom_, 0)) {}
+  Atom(Atom&& other) noexcept
+      : client_(std::move(other.client_)), atom_(std::exchange(other.atom_, 0)) {}
   Atom& operator=(Atom other) noexcept {
     std::swap(client_, other.client_);
     std::swap(atom_, other.atom_);
@@ -358,12 +435,12 @@ class Atom {
 
   ZELStringAtom Handle() const noexcept { return atom_; }
   // Valid while the atom is held; a temporary gives a text of its own.
-  const char* CString() const& { return client_->Procedures<AtomInterface>().GetCString(atom_); }
-  std::string CString() const&& { return client_->Procedures<AtomInterface>().GetCString(atom_); }
+  const char* CString() const& { return (*client_).Procedures<AtomInterface>().GetCString(atom_); }
+  std::string CString() const&& { return CString(); }
 
  private:
-  const Client* client_;
-  ZELStringAtom atom_;
+  ClientUse client_;
+  ZELStringAtom atom_ = 0;
 };
 
 // How a handle comes: others hold the instance as well (null is none), it was just made and nobody
@@ -377,7 +454,7 @@ class Instance {
   // Takes a reference. Null makes an empty holder when handed as held; else it is the failure of
   // whoever should have given one. Only what was just made is ended when its reference is refused.
   Instance(const Client& client, ZELInstance handle, Handed handed = Handed::kHeld)
-      : client_(&client), handle_(handle) {
+      : client_(client), handle_(handle) {
     if (handle == nullptr) {
       if (handed != Handed::kHeld) client.Fail("no instance was made");
       return;
@@ -390,7 +467,7 @@ class Instance {
     if (handle_ != nullptr) Hold(client_->Procedures<ContainerInterface>(), Handed::kHeld);
   }
   Instance(Instance&& other) noexcept
-      : client_(other.client_), handle_(std::exchange(other.handle_, nullptr)) {}
+      : client_(std::move(other.client_)), handle_(std::exchange(other.handle_, nullptr)) {}
   Instance& operator=(const Instance& other) { return *this = Instance(other); }
   Instance& operator=(Instance&& other) noexcept {
     std::swap(client_, other.client_);
@@ -405,10 +482,7 @@ class Instance {
   explicit operator bool() const noexcept { return handle_ != nullptr; }
   ZELInstance Handle() const noexcept { return handle_; }
   // The client that the instance came from. Throws when there is none.
-  const Client& Owner() const {
-    if (client_ == nullptr) detail::Throw("an empty value was used");
-    return *client_;
-  }
+  const Client& Owner() const { return *client_; }
 
  protected:
   template <typename Interface>
@@ -430,7 +504,7 @@ class Instance {
     client_->Fail("the host refused a reference to an instance");
   }
 
-  const Client* client_ = nullptr;
+  ClientUse client_;
   ZELInstance handle_ = nullptr;
 };
 
