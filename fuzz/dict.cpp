@@ -1,4 +1,5 @@
 #include <array>
+#include <cmath>
 #include <map>
 #include <vector>
 
@@ -25,7 +26,10 @@ class DictRun {
   }
 
   void Run(Bytes input) {
-    for (std::size_t i = 0; i + 1 < input.size(); i += 2) Step(input[i], input[i + 1]);
+    for (std::size_t i = 0; i + 1 < input.size(); i += 2) {
+      Step(input[i], input[i + 1]);
+      ExpectLittleWork();
+    }
     ExpectSameMembers(dict_);
     const Held clone(session_, procs_.objects.Clone(dict_.Get()));
     ExpectSameMembers(clone);
@@ -88,7 +92,17 @@ class DictRun {
     return atoms_[number];
   }
 
+  // Each operation may take so many steps as six binary searches, and leave what it does not take
+  // to later ones.
+  void Grant() { allowed_ += 6 * std::log2(static_cast<double>(model_.size() + 16)); }
+  void ExpectLittleWork() const {
+    if (g_dictionaryWork == nullptr) return;
+    const auto work = static_cast<double>(g_dictionaryWork() - workBefore_);
+    Expect(work <= allowed_, "a dictionary takes more steps than its operations are worth");
+  }
+
   void Put(std::uint8_t key, std::uint8_t value) {
+    Grant();
     const Held number(session_, procs_.numbers.NewPOSNumber(value));
     if (!number) return;
     const ZELStringAtom atom = Atom(key);
@@ -98,11 +112,13 @@ class DictRun {
   }
 
   void Remove(std::uint8_t key) {
+    Grant();
     procs_.dicts.Remove(dict_.Get(), Atom(key));
     model_.erase(Key(key));
   }
 
   void Get(std::uint8_t key) {
+    Grant();
     const ZELInstance value = procs_.dicts.Get(dict_.Get(), Atom(key));
     const auto entry = model_.find(Key(key));
     Expect((value != nullptr) == (entry != model_.end()), "a key too many or too few");
@@ -133,6 +149,7 @@ class DictRun {
   using Model = std::map<std::string, std::uint8_t>;
 
   void MoveTo(Walker& walker, Model::const_iterator entry) {
+    Grant();
     walker.isDone = entry == model_.end();
     if (!walker.isDone) walker.key = entry->first;
     ExpectSamePosition(walker);
@@ -163,6 +180,8 @@ class DictRun {
   std::array<ZELStringAtom, 256> atoms_{};
   Model model_;
   std::vector<Walker> walkers_;
+  const std::uint64_t workBefore_ = g_dictionaryWork == nullptr ? 0 : g_dictionaryWork();
+  double allowed_ = 0;
 };
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 namespace zelfuzz {
 
+std::uint64_t (*g_dictionaryWork)() = nullptr;
+
 const Target& FindTarget(const std::string& name) {
   for (const Target& target : kTargets) {
     if (name == target.name) return target;

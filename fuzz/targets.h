@@ -17,6 +17,10 @@ void FuzzDict(Session& session, Bytes input);
 // Procedure calls over a pool of handles of every kind, with failures of the host in between.
 void FuzzSequence(Session& session, Bytes input);
 
+// The steps that the library's dictionaries have taken, for a program that is built with a library
+// which counts them; null in others.
+extern std::uint64_t (*g_dictionaryWork)();
+
 struct Target {
   const char* name;  // of the executable, after zel_fuzz_, and of the folder in corpus/
   void (*run)(Session& session, Bytes input);

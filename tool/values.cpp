@@ -3,24 +3,12 @@
 namespace zelpos {
 
 const char* KindName(int type) {
-  switch (type) {
-    case POSTypeNumber:
-      return "number";
-    case POSTypeString:
-      return "string";
-    case POSTypeUnicodeString:
-      return "Unicode string";
-    case POSTypeBinData:
-      return "binary data";
-    case POSTypeRawPointer:
-      return "raw pointer";
-    case POSTypeArray:
-      return "array";
-    case POSTypeDict:
-      return "dictionary";
-    default:
-      return "empty slot";
-  }
+#define ZELPOS_KIND_NAME(name, plural, noun, one) \
+  case POSType##name:                             \
+    return noun;
+  switch (type) { POS_KINDS(ZELPOS_KIND_NAME) }
+#undef ZELPOS_KIND_NAME
+  return "empty slot";
 }
 
 std::string Counted(std::size_t count, const char* noun) {

@@ -16,22 +16,11 @@ namespace zelutils {
 
 // "a number", "an array", ...; "nothing" for 0.
 inline const char* KindName(POSObjectType type) {
-  switch (type) {
-    case POSTypeNumber:
-      return "a number";
-    case POSTypeString:
-      return "a string";
-    case POSTypeUnicodeString:
-      return "a Unicode string";
-    case POSTypeBinData:
-      return "binary data";
-    case POSTypeRawPointer:
-      return "a raw pointer";
-    case POSTypeArray:
-      return "an array";
-    case POSTypeDict:
-      return "a dictionary";
-  }
+#define ZEL_KIND_NAME(name, plural, noun, one) \
+  case POSType##name:                          \
+    return one;
+  switch (type) { POS_KINDS(ZEL_KIND_NAME) }
+#undef ZEL_KIND_NAME
   return "nothing";
 }
 

@@ -33,8 +33,29 @@ typedef enum POSObjectType {
   POSTypeDict = 7
 } POSObjectType;
 
+/*
+ * The kinds in the order of their tags, X(name, plural, noun, one): the tag is POSType and the
+ * name, the procedure type of a method POS, the name and the method.
+ */
+#define POS_KINDS(X)                                                     \
+  X(Number, numbers, "number", "a number")                               \
+  X(String, strings, "string", "a string")                               \
+  X(UnicodeString, unicodeStrings, "Unicode string", "a Unicode string") \
+  X(BinData, binData, "binary data", "binary data")                      \
+  X(RawPointer, rawPointers, "raw pointer", "a raw pointer")             \
+  X(Array, arrays, "array", "an array")                                  \
+  X(Dict, dicts, "dictionary", "a dictionary")
+
 /* How many arrays and dictionaries may be nested in one another for the operations that descend. */
 #define POS_NESTING_LIMIT 512
+
+/*
+ * The most bytes that a token of the text syntax may have: of a word, or between the parentheses of
+ * a string, backslashes included; of a number; between the backquotes of a Unicode string.
+ */
+#define POS_TEXT_STRING_LIMIT 100
+#define POS_TEXT_NUMBER_LIMIT 100
+#define POS_TEXT_UNICODE_LIMIT 401
 
 /* ---- Every POS object ---------------------------------------------------------------------- */
 

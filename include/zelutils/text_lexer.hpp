@@ -10,13 +10,14 @@
 #include <string_view>
 #include <vector>
 
+#include "zelutils/pos.h"
+
 namespace zelutils {
 
-// The most bytes that the text syntax takes: of a word, or between the parentheses of a string; of
-// a number; between the backquotes of a Unicode string.
-inline constexpr std::size_t kLongestTextString = 100;
-inline constexpr std::size_t kLongestTextNumber = 100;
-inline constexpr std::size_t kLongestTextUnicode = 401;
+// The limits of pos.h as C++ knows them.
+inline constexpr std::size_t kLongestTextString = POS_TEXT_STRING_LIMIT;
+inline constexpr std::size_t kLongestTextNumber = POS_TEXT_NUMBER_LIMIT;
+inline constexpr std::size_t kLongestTextUnicode = POS_TEXT_UNICODE_LIMIT;
 
 struct TextToken {
   enum class Kind : std::uint8_t {

@@ -1,8 +1,9 @@
 #include "pos/array.h"
 
-#include <cstring>
+#include <algorithm>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "frame/core/nesting.h"
 #include "pos/members.h"
@@ -16,17 +17,17 @@ namespace {
 
 // A block's size in bytes fits in 32 bits on every platform.
 constexpr std::uint32_t kMaxCapacity =
-    std::numeric_limits<std::uint32_t>::max() / sizeof(ContainerReference);
+    std::numeric_limits<std::uint32_t>::max() / sizeof(ZELInstance);
 
 }  // namespace
 
 Array::~Array() {
   // What is released may call back into this array: it holds nothing while that happens.
   while (slots_ != nullptr) {
-    ContainerReference* slots = std::exchange(slots_, nullptr);
+    ZELInstance* const slots = std::exchange(slots_, nullptr);
     const std::uint32_t count = std::exchange(count_, 0);
     capacity_ = 0;
-    std::destroy_n(slots, count);
+    for (std::uint32_t i = 0; i < count; ++i) ContainerReference::TakeOver(slots[i]);
     ZEL_T_NMT::Memory().Free(static_cast<void*>(slots));
   }
 }
@@ -62,7 +63,7 @@ void Array::SetAt(std::uint32_t index, ContainerReference value) {
   if (index == std::numeric_limits<std::uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
   Grow(index + 1);
   if (index < count_) {
-    std::swap(slots_[index], value);
+    const auto old = ContainerReference::TakeOver(std::exchange(slots_[index], value.Detach()));
     return;
   }
   while (count_ < index) AppendInPlace(ContainerReference());
@@ -71,9 +72,9 @@ void Array::SetAt(std::uint32_t index, ContainerReference value) {
 
 void Array::Remove(std::uint32_t index) {
   if (index >= count_) return;
-  const ContainerReference removed = std::move(slots_[index]);
-  for (std::uint32_t i = index + 1; i < count_; ++i) slots_[i - 1] = std::move(slots_[i]);
-  std::destroy_at(&slots_[--count_]);
+  const auto removed = ContainerReference::TakeOver(slots_[index]);
+  std::copy(slots_ + index + 1, slots_ + count_, slots_ + index);
+  --count_;
 }
 
 void Array::Grow(std::uint32_t need) {
@@ -84,11 +85,10 @@ void Array::Grow(std::uint32_t need) {
     if (capacity > kMaxCapacity / 2) ZEL_T_NMT::RaiseAllocationFailure();
     capacity *= 2;
   }
-  auto* slots = static_cast<ContainerReference*>(
-      ZEL_T_NMT::AllocateBlock(capacity, sizeof(ContainerReference)));
-  // The references move with the slots, byte for byte: nothing can fail from here on.
+  auto* slots = static_cast<ZELInstance*>(ZEL_T_NMT::AllocateBlock(capacity, sizeof(ZELInstance)));
+  // The references move with the slots: nothing can fail from here on.
   if (slots_ != nullptr) {
-    std::memcpy(static_cast<void*>(slots), static_cast<void*>(slots_), count_ * sizeof(*slots));
+    std::copy_n(slots_, count_, slots);
     ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
   }
   slots_ = slots;

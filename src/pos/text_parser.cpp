@@ -21,14 +21,11 @@ using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
 using ZEL_T_NMT::CZELStringAtom;
 
-constexpr std::size_t kMaxString = 100;         // bytes between the parentheses, or of a bare word
-constexpr std::size_t kMaxNumber = 100;         // bytes
-constexpr std::size_t kMaxUnicodeDigits = 401;  // bytes between the backquotes
 constexpr std::size_t kDigitsPerUnit = 4;
 
 // The text of a bare word or quoted string, ended by a NUL, with room for whole words.
 struct Text {
-  char bytes[kMaxString + 1 + ZEL_T_NMT::kWordSize];
+  char bytes[POS_TEXT_STRING_LIMIT + 1 + ZEL_T_NMT::kWordSize];
   std::size_t length;
 };
 
@@ -199,7 +196,7 @@ class Parser {
   // The raw characters of a bare word or quoted string; the cursor is behind the token.
   void TakeText(const char* start, const char* end, bool escapes, Text& text) const {
     const auto length = static_cast<std::size_t>(end - start);
-    if (length > kMaxString) Fail("Exceeded max string length");
+    if (length > POS_TEXT_STRING_LIMIT) Fail("Exceeded max string length");
     char* out = text.bytes;
     if (escapes) {
       while (start != end) {
@@ -227,12 +224,14 @@ class Parser {
 
   CPOSObject ReadNumber() {
     const char* const start = cursor_;
-    const std::size_t limit = std::min(static_cast<std::size_t>(end_ - start), kMaxNumber + 1);
+    const std::size_t limit =
+        std::min(static_cast<std::size_t>(end_ - start), std::size_t{POS_TEXT_NUMBER_LIMIT} + 1);
     const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(start, limit, false);
     // The first character belongs to the token whether it begins a number or not.
     cursor_ += std::max<std::size_t>(decimal.length, 1);
     while (IsOneOf(*cursor_, kDigit | kPoint)) ++cursor_;
-    if (static_cast<std::size_t>(cursor_ - start) > kMaxNumber) Fail("Exceeded max number length");
+    if (static_cast<std::size_t>(cursor_ - start) > POS_TEXT_NUMBER_LIMIT)
+      Fail("Exceeded max number length");
     return CPOSNumber::New(decimal.value);
   }
 
@@ -243,13 +242,13 @@ class Parser {
       ++cursor_;
     }
     const char* const end = cursor_++;
-    if (static_cast<std::size_t>(end - start) > kMaxUnicodeDigits)
+    if (static_cast<std::size_t>(end - start) > POS_TEXT_UNICODE_LIMIT)
       Fail("Exceeded max string length");
     return MakeUnicodeString(start, end);
   }
 
   CPOSObject MakeUnicodeString(const char* start, const char* end) {
-    std::uint16_t units[kMaxUnicodeDigits / kDigitsPerUnit + 1];
+    std::uint16_t units[POS_TEXT_UNICODE_LIMIT / kDigitsPerUnit + 1];
     std::uint16_t* out = units;
     while (start != end) {
       std::uint32_t unit = 0;

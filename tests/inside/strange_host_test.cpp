@@ -308,17 +308,36 @@ TEST_F(StrangeHostTest, ABufferWithoutBytesIsNoBuffer) {
   procs.containers.DeleteUnownedContainer(empty);
 }
 
+// A host that does not intern: each text that it gives has an address of its own.
 std::deque<std::string> g_copies;
-const char* CopyText(ZELStringAtom atom) {
-  return g_copies.emplace_back(g_getCString(atom)).c_str();
+const char* Copy(const char* text) { return g_copies.emplace_back(text).c_str(); }
+const char* CopyText(ZELStringAtom atom) { return Copy(g_getCString(atom)); }
+ZELNewFullContainerV5Proc g_newFullContainer;
+std::int32_t g_primaryOffset;
+ZELErrorObject PublishWithCopies(ZELInstance* result, void* object, ZELStringAtom implementation,
+                                 ZELDestroyProc destroy, ZELStringAtom interfaceName,
+                                 std::int32_t first, std::int32_t second, std::int32_t third) {
+  const ZELErrorObject error = g_newFullContainer(result, object, implementation, destroy,
+                                                  interfaceName, first, second, third);
+  if (error != nullptr) return error;
+  auto& primary =
+      *reinterpret_cast<ZELPrimaryInstance*>(reinterpret_cast<char*>(*result) + g_primaryOffset);
+  primary.implementationName = Copy(primary.implementationName);
+  primary.signature = Copy(primary.signature);
+  return nullptr;
 }
 
 TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddress) {
   g_getCString =
       host.Find<ZELGetCStringProc>(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc");
   Replace(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc", &CopyText);
+  constexpr const char* kPublish = "ZELNewFullContainerV5Proc";
+  g_newFullContainer =
+      host.Find<ZELNewFullContainerV5Proc>(ZEL_CONTAINER_INTERFACE, "NewFullContainer", kPublish);
+  Replace(ZEL_CONTAINER_INTERFACE, "NewFullContainer", kPublish, &PublishWithCopies);
   Start();
   const zeltest::Procedures procs(host);
+  g_primaryOffset = procs.containers.GetOffsetToPrimaryInstance();
   std::vector<ZELInstance> kept;
   const auto keep = [&](ZELInstance instance) {
     procs.containers.AddRef(instance);
@@ -334,6 +353,46 @@ TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddress) {
     procs.atoms.DeleteStringAtom(type);
   }
   EXPECT_EQ(procs.structValidators.ValidateSchema(schema, nullptr), 1);
+
+  // Few keys, and so many that an index is needed; one comes twice.
+  for (const int count : {3, 30}) {
+    std::string text = "<k1 0";
+    for (int i = 0; i < count; ++i)
+      text += " k" + std::to_string(i) + " [<w (v)> " + std::to_string(i) + "]";
+    const auto round = [&] {
+      ZELInstance both[2];
+      for (ZELInstance& dict : both) {
+        dict = procs.statics.CreateFromText((text + ">").c_str(), nullptr);
+        procs.containers.AddRef(dict);
+      }
+      EXPECT_TRUE(procs.objects.IsEqual(both[0], both[1]));
+      const ZELInstance clone = procs.objects.Clone(both[1]);
+      procs.containers.AddRef(clone);
+      EXPECT_TRUE(procs.objects.IsEqual(clone, both[0]));
+      const ZELInstance walk = procs.iterators.NewPOSDictIterator(clone);
+      procs.containers.AddRef(walk);
+      int keys = 0;
+      for (; !procs.iterators.IsDone(walk); procs.iterators.Next(walk), ++keys) {
+        const std::string key = procs.iterators.CurKey(walk);
+        const ZELStringAtom atoms[] = {procs.atoms.NewStringAtom(key.c_str()),
+                                       procs.atoms.NewStringAtom((key + "[0].w").c_str())};
+        const ZELInstance found = procs.dicts.Get(clone, atoms[0]);
+        EXPECT_EQ(
+            "k" + std::to_string(static_cast<int>(procs.numbers.Get(procs.arrays.GetAt(found, 1)))),
+            key);
+        EXPECT_STREQ(procs.strings.Get(procs.dicts.DeepGet(clone, atoms[1])), "v");
+        procs.dicts.Put(clone, atoms[0], found);
+        for (const ZELStringAtom atom : atoms) procs.atoms.DeleteStringAtom(atom);
+      }
+      EXPECT_EQ(keys, count);
+      for (const ZELInstance held : {walk, clone, both[1], both[0]}) procs.containers.Release(held);
+    };
+    round();
+    const zelhost::Counts live = host.Live();
+    round();
+    EXPECT_EQ(ToString(host.Live()), ToString(live)) << "method tables that grow";
+  }
+
   for (const ZELInstance instance : kept) procs.containers.Release(instance);
   EXPECT_EQ(host.TakeReports(), Reports());
   host.Stop();

@@ -7,8 +7,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <new>
-#include <utility>
 
 #include "frame/core/client_base.h"
 #include "frame/core/container_reference.h"
@@ -138,21 +136,20 @@ class OwnArray : public OwnComposite {
   std::uint32_t Count() const noexcept { return count_; }
   // Null beyond the end and for an empty slot.
   ZELInstance GetAt(std::uint32_t index) const noexcept {
-    return index < count_ ? slots_[index].Get() : nullptr;
+    return index < count_ ? slots_[index] : nullptr;
   }
   // Appends the value where nothing can fail; false, and the value stays with the caller, when the
   // array has to grow for it.
   bool AppendInPlace(ContainerReference&& value) noexcept {
     if (count_ == capacity_) return false;
-    new (static_cast<void*>(&slots_[count_])) ContainerReference(std::move(value));
-    ++count_;
+    slots_[count_++] = value.Detach();
     return true;
   }
 
  protected:
   using OwnComposite::OwnComposite;
 
-  ContainerReference* slots_ = nullptr;  // those below count_ are constructed
+  ZELInstance* slots_ = nullptr;  // of those below count_ each holds a reference, or null
   std::uint32_t capacity_ = 0;
   std::uint32_t count_ = 0;
 };
