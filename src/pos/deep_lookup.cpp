@@ -1,5 +1,6 @@
 #include "pos/deep_lookup.h"
 
+#include <cstring>
 #include <limits>
 
 #include "pos/array.h"
@@ -63,9 +64,13 @@ class Walk {
 
 }  // namespace
 
-ZELInstance DeepGet(const Dict& dict, const char* path) noexcept {
+ZELInstance DeepGet(const Dict& dict, const char* path) {
+  // Who is asked for objects on the way may let go of the path's atom: the walk has a copy.
+  const std::size_t size = std::strlen(path) + 1;
+  const ZEL_T_NMT::BinderBlock<char> copy(size);
+  std::memcpy(copy.Get(), path, size);
   try {
-    return Walk(path).From(dict);
+    return Walk(copy.Get()).From(dict);
   } catch (...) {
     return nullptr;
   }
