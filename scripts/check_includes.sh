@@ -45,7 +45,7 @@ find "${folders[@]}" -type f \
     function folder_of_file(path,    parts) {
       split(path, parts, "/")
       if (parts[1] == "src" && parts[2] in allowed) return parts[2]
-      if ((parts[1] == "tests" || parts[1] == "bench") && parts[2] == "inside") return "inside"
+      if (parts[1] ~ /^(tests|bench|fuzz)$/ && parts[2] == "inside") return "inside"
       return parts[1]
     }
 

@@ -45,8 +45,9 @@ bool POSInterface<Interface>::Settle() {
   return true;
 }
 
-#define ZEL_POS_INTERFACE(Name, interface) template class POSInterface<zelutils::Name##Interface>;
-ZEL_POS_KINDS(ZEL_POS_INTERFACE)
+#define ZEL_POS_INTERFACE(Name, interface, ...) \
+  template class POSInterface<zelutils::Name##Interface>;
+POS_KINDS(ZEL_POS_INTERFACE)
 #undef ZEL_POS_INTERFACE
 template class POSInterface<zelutils::DictIteratorInterface>;
 template class POSInterface<zelutils::ObjectStaticsInterface>;
@@ -54,8 +55,8 @@ template class POSInterface<zelutils::ObjectStaticsInterface>;
 void KnowObjectModel(const OwnOperations& operations, std::span<const ExportedInterface> exported) {
   g_own = operations;
   g_ownObjectProcedures = ProceduresOf<zelutils::ObjectInterface>(exported);
-#define ZEL_KNOW(Name, interface) g_pos.interface.Know(exported);
-  ZEL_POS_KINDS(ZEL_KNOW)
+#define ZEL_KNOW(Name, interface, ...) g_pos.interface.Know(exported);
+  POS_KINDS(ZEL_KNOW)
 #undef ZEL_KNOW
   g_pos.dictIterators.Know(exported);
   g_pos.statics.Know(exported);

@@ -86,21 +86,10 @@ class POSInterface : public ImportedInterface<Interface> {
   std::uint64_t ownGeneration_ = 0;
 };
 
-// The kinds of values in the order of their type tags, in which a value is compared with them:
-// X(name, the kind's interface in POSInterfaces).
-#define ZEL_POS_KINDS(X)           \
-  X(Number, numbers)               \
-  X(String, strings)               \
-  X(UnicodeString, unicodeStrings) \
-  X(BinData, binData)              \
-  X(RawPointer, rawPointers)       \
-  X(Array, arrays)                 \
-  X(Dict, dicts)
-
 // The nine POS interfaces imported by name, as any other client of the binder imports them.
 struct POSInterfaces {
-#define ZEL_POS_INTERFACE(Name, interface) POSInterface<zelutils::Name##Interface> interface;
-  ZEL_POS_KINDS(ZEL_POS_INTERFACE)
+#define ZEL_POS_INTERFACE(Name, interface, ...) POSInterface<zelutils::Name##Interface> interface;
+  POS_KINDS(ZEL_POS_INTERFACE)
 #undef ZEL_POS_INTERFACE
   POSInterface<zelutils::DictIteratorInterface> dictIterators;
   POSInterface<zelutils::ObjectStaticsInterface> statics;

@@ -1,5 +1,7 @@
 #include "frame/client/pos_views.h"
 
+#include <iterator>
+
 #include "frame/client/report_watch.h"
 
 namespace ZEL_T_NMT {
@@ -29,10 +31,13 @@ struct Kind {
   bool (*is)(const POSView& value);
   bool (*isKnownToBeOwn)();
 };
-#define ZEL_KIND(Name, interface) \
+#define ZEL_KIND(Name, interface, ...) \
   {POSType##Name, &Name##View::Is, [] { return g_pos.interface.IsKnownToBeOwn(); }},
-constexpr Kind kKinds[] = {ZEL_POS_KINDS(ZEL_KIND)};
+constexpr Kind kKinds[] = {POS_KINDS(ZEL_KIND)};
 #undef ZEL_KIND
+static_assert(kKinds[0].type == 1 &&
+                  kKinds[std::size(kKinds) - 1].type == static_cast<int>(std::size(kKinds)),
+              "a row for each tag, in their order");
 
 DirectKinds KindsKnownToBeOwn() noexcept {
   DirectKinds found{0, g_link.Generation()};
@@ -56,11 +61,11 @@ std::int32_t POSView::TypeThroughBinder() const {
   return 0;
 }
 
-#define ZEL_IS(Name, interface)                                                                  \
+#define ZEL_IS(Name, interface, ...)                                                             \
   bool Name##View::Is(const POSView& value) {                                                    \
     return IsOf<POSType##Name>(value, g_pos.interface, &zelutils::Name##Interface::IsPOS##Name); \
   }
-ZEL_POS_KINDS(ZEL_IS)
+POS_KINDS(ZEL_IS)
 #undef ZEL_IS
 
 double NumberView::GetThroughBinder() const {

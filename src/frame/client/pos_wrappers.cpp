@@ -21,11 +21,11 @@ void CPOSObject::Expect(bool isOfType, bool quiet, const char* message) {
   reference_ = ContainerReference();
 }
 
-#define ZEL_DOWNCAST(Name, interface)                                                     \
+#define ZEL_DOWNCAST(Name, interface, ...)                                                \
   CPOS##Name::CPOS##Name(CPOSObject source, bool quiet) : CPOSObject(std::move(source)) { \
     Expect(Is(Handle()), quiet, ZEL_DOWNCAST_FAILED(Name));                               \
   }
-ZEL_POS_KINDS(ZEL_DOWNCAST)
+POS_KINDS(ZEL_DOWNCAST)
 #undef ZEL_DOWNCAST
 
 CPOSObject CPOSNumber::New(double value) {
