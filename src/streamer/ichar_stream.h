@@ -49,6 +49,7 @@ class ICharStream final : public CharStream {
   // As GetChar until the character is no space. Only for values that whitespace does not close.
   bool GetCharAfterSpaces(char* character) {
     do {
+      SkipIndentation();
       while (IsWhitespace(*cursor_)) ++cursor_;
       if (!GetChar(character)) return false;
     } while (*character == ' ');
@@ -77,6 +78,14 @@ class ICharStream final : public CharStream {
   std::uint32_t Unread() const noexcept { return static_cast<std::uint32_t>(end_ - cursor_); }
   void ReadBlock();
   void Reposition();
+  // Skips, of what the block holds, a line's end and up to eight TABs behind it.
+  void SkipIndentation() noexcept {
+    if constexpr (ZEL_T_NMT::kHasByteWords) {
+      if (*cursor_ != '\n') return;
+      ++cursor_;
+      cursor_ += ZEL_T_NMT::BytesBefore(ZEL_T_NMT::LoadWord(cursor_) ^ ZEL_T_NMT::WordOf('\t'));
+    }
+  }
   char EscapedChar();
   char BufferedEscape();
   bool FindPlainText(std::string_view* text) noexcept;
