@@ -46,7 +46,7 @@ extern const ServiceLife kMisuseLife;
 struct CallCounter {
   static constexpr std::int64_t kNever = std::int64_t{1} << 62;
   std::int64_t left = kNever;   // calls until that one; negative: it and all later ones
-  std::int64_t start = kNever;  // what `left` was when no call had been made
+  std::int64_t start = kNever;  // `left` before the first call
   bool armed = false;           // whether a call is to fail
   bool andAllLater = false;
 };

@@ -133,7 +133,7 @@ class Heap {
   std::size_t tableMask_ = 0;
   std::size_t chunkCount_ = 0;
   Chunk* chunks_ = nullptr;
-  std::byte* fresh_ = nullptr;  // what is left of the newest area
+  std::byte* fresh_ = nullptr;  // the rest of the newest area
   std::byte* freshEnd_ = nullptr;
   std::size_t areaBytes_ = 0;
   Area* areas_ = nullptr;

@@ -48,8 +48,7 @@ struct HostOptions {
   bool guardMemory = GuardMemoryByDefault();
   // The procedures may be called in any thread, still one call at a time.
   bool anyThread = false;
-  // Where the unregister counter starts; 0: at a value that no earlier host of the process ended
-  // at.
+  // The first value of the unregister counter; 0: one that no earlier host of the process ended at.
   std::uint32_t firstUnregisterCount = 0;
 };
 
@@ -66,9 +65,9 @@ struct LibraryEntryPoints {
   ZELUtilsTerminateProc terminate = nullptr;
 };
 
-// What the library and its clients hold of the host at this moment. What the host holds for itself
-// (the atoms of an error object or of an instance's kind, the predefined errors, the bytes behind a
-// memory stream) is not in here, so that everything is zero after a clean stop.
+// The things of the host that the library and its clients hold at this moment. The host's own (the
+// atoms of an error object or of an instance's kind, the predefined errors, the bytes behind a
+// memory stream) are not in here, so that everything is zero after a clean stop.
 struct Counts {
   std::size_t blocks = 0;              // of "Alloc" and "Realloc", not yet freed
   std::size_t bytes = 0;               // asked for in those blocks
@@ -184,7 +183,7 @@ class Host {
   // live then must not be released any more.
   void Unload();
   bool Started() const noexcept;
-  // What ZELUtilsGetVersion answers; 0 when not started.
+  // The answer of ZELUtilsGetVersion; 0 when not started.
   std::uint32_t LibraryVersion() const;
 
   // ---- The binder ----
@@ -251,10 +250,10 @@ class Host {
   // Takes back what FailAt armed.
   void StopFailing(Service service) noexcept;
   void StopFailing() noexcept;
-  // How many calls were made to fail since the host was made.
+  // The number of calls made to fail since the host was made.
   std::uint64_t FaultsInjected() const noexcept;
-  // How often a service was called, failures included, since the host was made or since the last
-  // ResetCalls (which leaves armed faults as they are).
+  // The calls of a service, failures included, since the host was made or since the last ResetCalls
+  // (which leaves armed faults as they are).
   std::uint64_t Calls(Service service) const noexcept;
   std::uint64_t TotalCalls() const noexcept;
   void ResetCalls() noexcept;

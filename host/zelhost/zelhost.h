@@ -79,7 +79,7 @@ ZELHOST_API int32_t ZELHostStart(ZELHost *host, const char *path);
  */
 ZELHOST_API int32_t ZELHostStop(ZELHost *host);
 
-/* What ZELUtilsGetVersion answers; 0 when no library is started. */
+/* The answer of ZELUtilsGetVersion; 0 when no library is started. */
 ZELHOST_API uint32_t ZELHostLibraryVersion(ZELHost *host);
 
 /* ---- Procedures ----------------------------------------------------------------------------- */
@@ -104,7 +104,7 @@ ZELHOST_API const char *ZELHostTakeReport(ZELHost *host);
 
 /* ---- What is held --------------------------------------------------------------------------- */
 
-/* What the library and its clients hold of the host; nothing of it after a clean stop. */
+/* Things of the host that the library and its clients hold; none after a clean stop. */
 typedef struct ZELHostCounts {
   size_t blocks;             /* of "Alloc" and "Realloc", not yet freed */
   size_t bytes;              /* asked for in those blocks */

@@ -1,5 +1,8 @@
 /*
- * POS objects: typed values behind instance handles, and the ten interfaces over them.
+ * POS objects: typed values behind instance handles, and the ten interfaces over them. A POS object
+ * is a number, a text, binary data, a raw pointer, or an array or dictionary of such objects; POS
+ * is the name of this family of values, of their text syntax and of all interfaces that begin with
+ * it.
  *
  * Handles given to a procedure are borrowed for the call; the procedure takes references of its own
  * for what it keeps. A handle that a procedure returns carries no reference for the caller, who
@@ -46,7 +49,7 @@ typedef enum POSObjectType {
   X(Array, arrays, "array", "an array")                                  \
   X(Dict, dicts, "dictionary", "a dictionary")
 
-/* How many arrays and dictionaries may be nested in one another for the operations that descend. */
+/* The most levels of nested arrays and dictionaries for the operations that descend. */
 #define POS_NESTING_LIMIT 512
 
 /*

@@ -33,8 +33,8 @@ typedef struct ZELErrorRecord *ZELErrorObject;
 typedef struct ZELSharedBuffRecord *ZELSharedBuff;
 
 /*
- * What a host keeps for every instance, at the byte offset from the handle's address that the
- * container procedure "GetOffsetToPrimaryInstance" gives.
+ * The record that a host keeps for every instance, at the byte offset from the handle's address
+ * that the container procedure "GetOffsetToPrimaryInstance" gives.
  */
 typedef struct ZELPrimaryInstance {
   const char *implementationName; /* text of the implementation-name atom given at creation */

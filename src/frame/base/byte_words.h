@@ -44,7 +44,7 @@ constexpr std::uint64_t BytesNoDigits(std::uint64_t word) noexcept {
   return (values | (values + WordOf(0x80 - 10))) & WordOf(0x80);
 }
 
-// How many bytes come before the first one of a mask.
+// The number of bytes before the first one of a mask.
 constexpr std::uint32_t BytesBefore(std::uint64_t mask) noexcept {
   return static_cast<std::uint32_t>(std::countr_zero(mask)) / 8;
 }

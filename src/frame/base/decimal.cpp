@@ -122,8 +122,8 @@ bool RoundByProduct(const LeadingDigits& digits, std::int64_t exponent, double& 
   const PowerOfFive& power = kPowersOfFive[static_cast<std::size_t>(exponent - kLeastPower)];
   const int shift = std::countl_zero(digits.value);
   const std::uint64_t product = Multiply(digits.value << shift, power.significand).high;
-  // How much more the product is at most: its own low half and what the power lacks make less than
-  // 1 each, the digits left out make less than one of the last digit taken in.
+  // The most by which the product is larger: its own low half and what the power lacks make less
+  // than 1 each, the digits left out make less than one of the last digit taken in.
   const std::uint64_t slack = 2 + (digits.dropped != 0 ? std::uint64_t{1} << shift : 0);
 
   const int cut = product >> 63 != 0 ? 11 : 10;

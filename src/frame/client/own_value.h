@@ -18,7 +18,7 @@ namespace ZEL_T_NMT {
 
 class OwnValue;
 
-// What all values of one kind have in common; one constant record for each.
+// The common properties of all values of one kind; one constant record for each.
 struct OwnKind {
   POSObjectType type;
   bool isComposite;  // derives from OwnComposite

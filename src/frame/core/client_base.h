@@ -1,4 +1,4 @@
-// Where the library's objects live: in memory that the host's binder hands out.
+// Storage of library objects: memory that the host's binder hands out.
 #pragma once
 
 #include <cstddef>

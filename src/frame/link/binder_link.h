@@ -30,11 +30,11 @@ struct LinkState {
   // Changes with every unlink, which destroys the per-instance method tables: who kept a pointer to
   // one compares, and looks it up again.
   std::uint32_t tableEpoch = 0;
-  // How many errors the procedure guard has reported. A client of a procedure without a result
-  // compares it to learn that the call failed.
+  // The number of errors that the procedure guard has reported. A client of a procedure without a
+  // result compares it to learn that the call failed.
   std::uint32_t reports = 0;
 
-  // What tables have to be of to be current; only while linked.
+  // The generation of current tables; only while linked.
   std::uint64_t Generation() const noexcept {
     return std::uint64_t{binderEpoch} << 32 | *unregisterCount;
   }

@@ -15,7 +15,7 @@ void ReportCurrentException() noexcept;
 // Returns the exception being handled as an error object with one reference for the caller.
 ZELErrorObject CurrentExceptionAsError() noexcept;
 
-// What a procedure returns after its guard has reported an error: 0, null or false; specialised
+// The result of a procedure whose guard has reported an error: 0, null or false; specialised
 // for a body with another answer.
 template <auto Body>
 struct NeutralResult {
