@@ -41,16 +41,6 @@ void PutGroup(char* place, std::uint32_t value) noexcept {
   PutPair(place + 6, low % 100);
 }
 
-// Puts a number below 10,000 and returns its length; up to four bytes are stored.
-std::size_t PutSmall(char* place, std::uint32_t value) noexcept {
-  char digits[8] = {};
-  PutPair(digits, value / 100);
-  PutPair(digits + 2, value % 100);
-  const std::size_t zeros = value < 100 ? (value < 10 ? 3 : 2) : (value < 1000 ? 1 : 0);
-  std::memcpy(place, digits + zeros, 4);
-  return 4 - zeros;
-}
-
 // A fraction in units of 2^-64, from which digits are taken from the front.
 class Fraction {
  public:
@@ -114,12 +104,6 @@ std::size_t FormatNumber(double value, char* buffer) noexcept {
   const auto bits = std::bit_cast<std::uint64_t>(value);
   const int exponent = static_cast<int>(bits >> kFractionBits & 0x7FF) - kBias;
   char* const end = buffer + kNumberTextCapacity;
-
-  // Most numbers are small and whole; -0 is not among them.
-  if (bits >> 63 == 0 && value < 10000) {
-    const auto whole = static_cast<std::uint32_t>(value);
-    if (static_cast<double>(whole) == value) return PutSmall(buffer, whole);
-  }
 
   // Where no bit counts for less than 2^-64, wholes and fraction fit in a word each: all arithmetic
   // is exact, and so are the digits.
