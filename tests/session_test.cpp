@@ -74,7 +74,7 @@ TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
   const std::function<void()> uses[] = {
       [&] { value.Type(); },
       [&] { value["a"]; },
-      [&] { Value copy = value; },
+      [&] { Lines().push_back(Value(value).ToText()); },
       [&] { value.As<Dict>().begin(); },
       [&] { element->As<int>(); },
       [&] { *element = 1; },

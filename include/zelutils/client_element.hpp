@@ -71,12 +71,12 @@ class Element {
   }
 
   // Further in. What is beyond an absent member is absent.
-  Element operator[](const Text& key) const { return {*this, key, Step::kKey}; }
+  Element operator[](const Text& key) const { return Element(*this, key, Step::kKey); }
   template <IndexType T>
   Element operator[](T index) const {
-    return {*this, FindableIndex(index)};
+    return Element(*this, FindableIndex(index));
   }
-  Element DeepGet(const Text& path) const { return {*this, path, Step::kPath}; }
+  Element DeepGet(const Text& path) const { return Element(*this, path, Step::kPath); }
 
   // Assignment stores into the array or dictionary. A key or an index may be new (slots before it
   // stay empty), and a path stores as DeepPut does.
@@ -107,7 +107,8 @@ class Element {
       : container_(container), name_(container.Owner()), index_(index), step_(Step::kIndex) {}
   // A step further, from the member found or from the last value on the way to it.
   template <typename... Step>
-  Element(const Element& from, const Step&... step) : Element(from.Lookup(), from, step...) {}
+  explicit Element(const Element& from, const Step&... step)
+      : Element(from.Lookup(), from, step...) {}
   template <typename... Step>
   Element(ZELInstance found, const Element& from, const Step&... step)
       : Element(found == nullptr ? from.container_ : Value(from.Owner(), found), step...) {
