@@ -12,9 +12,10 @@
 //
 // Ownership. Every object here holds one reference to its instance, takes another when copied and
 // gives it back when destroyed. Arrays and dictionaries are shared by their copies; Clone makes
-// separate ones. Elements and iterators hold the array or dictionary that they are of. No object
-// may outlive the client that it came from, and the client not its host. Views of texts, units and
-// bytes are borrowed from a value that has a name; of a temporary one the text itself is given.
+// separate ones. Elements and iterators hold the array or dictionary that they are of. A client
+// must not outlive its host. An object that outlives its client can only be destroyed or assigned
+// to: any other use throws, and its reference is not given back. Views of texts, units and bytes
+// are borrowed from a value that has a name; of a temporary one the text itself is given.
 //
 // Errors. Whatever a procedure reports, returns as an error object or cannot do is thrown as an
 // Error (client_error.hpp), which tells where in a value, what was wanted and what was found. A
