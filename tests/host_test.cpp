@@ -156,6 +156,7 @@ TEST_P(HostTest, MemoryKeepsItsContent) {
       }
     }
   }
+  EXPECT_EQ(host.Calls(Service::kFree), kEach * std::size(kSizes) * std::size(kSizes));
   void* block = memory.Alloc(10);
   for (const std::size_t tooLarge : {SIZE_MAX, SIZE_MAX - 7, SIZE_MAX / 2 + 1}) {
     EXPECT_EQ(memory.Alloc(tooLarge), nullptr);
@@ -181,6 +182,10 @@ TEST_P(HostTest, AtomsAreUniqueTexts) {
   for (const auto& [text, atom] : known) {
     for (int i = 0; i < 3; ++i) atoms.DeleteStringAtom(atom);
   }
+  EXPECT_EQ(host.Calls(Service::kNewStringAtom), 2 * known.size());
+  EXPECT_EQ(host.Calls(Service::kGetCString), known.size());
+  EXPECT_EQ(host.Calls(Service::kAddRefStringAtom), known.size());
+  EXPECT_EQ(host.Calls(Service::kDeleteStringAtom), 3 * known.size());
   const ZELStringAtom ofTheHost = atoms.NewStringAtom("ZELFileStream");
   for (int i = 0; i < 2; ++i) atoms.DeleteStringAtom(ofTheHost);
   EXPECT_STREQ(atoms.GetCString(ofTheHost), "ZELFileStream") << "its own reference stays";
