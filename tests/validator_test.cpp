@@ -271,11 +271,30 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
 }
 
 TEST_F(ValidatorTest, LevelsOfTypesAndValuesAreCountedTogether) {
-  const ZELInstance validator =
-      NewValidator(Schema("category union set [A]> A <category array membertype T"));
-  EXPECT_EQ(Findings(validator, Parse(std::string(256, '[') + std::string(256, ']'))), kConforms);
-  EXPECT_EQ(Findings(validator, Parse(std::string(257, '[') + std::string(257, ']'))), "");
-  ExpectReports({"nesting too deep"});
+  const struct {
+    const char* definitions;
+    std::size_t levels;
+  } rows[] = {{"category array membertype T", 512},
+              {"category union set [A]> A <category array membertype T", 256}};
+  for (const auto& row : rows) {
+    const ZELInstance validator = NewValidator(Schema(row.definitions));
+    const ZELInstance deepest = Parse(std::string(row.levels, '[') + std::string(row.levels, ']'));
+    EXPECT_EQ(Findings(validator, deepest), kConforms);
+    const ZELInstance deeper = Keep(arrays.NewPOSArray());
+    arrays.Append(deeper, deepest);
+    EXPECT_EQ(Findings(validator, deeper), "");
+    ExpectReports({"nesting too deep"});
+  }
+}
+
+TEST_F(ValidatorTest, ASchemaMayChangeBetweenValidations) {
+  const ZELInstance schema = Parse(Schema("category array membertype N> N <category int"));
+  const ZELInstance validator = NewValidator(schema);
+  EXPECT_EQ(Findings(validator, Parse("[1]")), kConforms);
+  dicts.Put(schema, Atom("N"), Parse("<category int min 2>"));
+  EXPECT_EQ(Findings(validator, Parse("[1]")), "|[0]: Number below mininum value 2.000000");
+  dicts.Remove(schema, Atom("N"));
+  EXPECT_EQ(Findings(validator, Parse("[1]")), "|[0]: Schema not applicable, no definition for N");
 }
 
 TEST_F(ValidatorTest, HandlesOfOtherKinds) {

@@ -129,6 +129,20 @@ DictIterator::~DictIterator() {
   (previous_ != nullptr ? previous_->next_ : dict_->iterators_) = next_;
 }
 
+ZEL_ALWAYS_INLINE void DictIterator::GoTo(DictEntries::Place place) noexcept {
+  if (state_ == State::kAtKey) key_ = CZELStringAtom();
+  place_ = place;
+  if (place == DictEntries::kEnd) {
+    state_ = State::kDone;
+    return;
+  }
+  const DictEntries& entries = dict_->entries_;
+  state_ = State::kAtEntry;
+  number_ = entries.NumberAt(place);
+  placesVersion_ = entries.PlacesVersion();
+  entries.PrefetchAfter(place);
+}
+
 void DictIterator::Begin() noexcept {
   if (dict_ != nullptr) GoTo(dict_->entries_.First());
 }
@@ -137,6 +151,15 @@ void DictIterator::Next() noexcept {
   if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
   GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
+}
+
+const char* DictIterator::NextKey() noexcept {
+  if (state_ == State::kAtEntry && dict_->entries_.PlacesAreOf(placesVersion_)) [[likely]] {
+    GoTo(dict_->entries_.After(place_));
+    return state_ == State::kAtEntry ? Entry().key.Text() : nullptr;
+  }
+  Next();
+  return CurKey();
 }
 
 const char* DictIterator::CurKey() const noexcept {
@@ -154,20 +177,6 @@ const char* DictIterator::CurKey() const noexcept {
 ZELInstance DictIterator::ValueNow() const noexcept {
   if (state_ == State::kAtEntry) return Value();
   return state_ == State::kAtKey ? dict_->Get(key_.Text()) : nullptr;
-}
-
-void DictIterator::GoTo(DictEntries::Place place) noexcept {
-  if (state_ == State::kAtKey) key_ = CZELStringAtom();
-  place_ = place;
-  if (place == DictEntries::kEnd) {
-    state_ = State::kDone;
-    return;
-  }
-  const DictEntries& entries = dict_->entries_;
-  state_ = State::kAtEntry;
-  number_ = entries.NumberAt(place);
-  placesVersion_ = entries.PlacesVersion();
-  entries.PrefetchAfter(place);
 }
 
 void DictIterator::HoldKey() {

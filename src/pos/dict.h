@@ -56,6 +56,8 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
   void Begin() noexcept;
   void Next() noexcept;
+  // Next and CurKey in one.
+  const char* NextKey() noexcept;
   bool IsDone() const noexcept { return state_ == State::kDone; }
   // Null when done.
   const char* CurKey() const noexcept;

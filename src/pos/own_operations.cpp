@@ -57,11 +57,11 @@ constinit const ZEL_T_NMT::OwnOperations kOwnOperations = {
         },
     .beginWalk =
         [](OwnWalk& walk, OwnDict& dict) noexcept {
-          new (static_cast<void*>(walk.state)) ConstDictIterator(static_cast<Dict&>(dict));
+          return (new (static_cast<void*>(walk.state)) ConstDictIterator(static_cast<Dict&>(dict)))
+              ->CurKey();
         },
-    .nextInWalk = [](OwnWalk& walk) noexcept { IteratorOf(walk).Next(); },
+    .nextInWalk = [](OwnWalk& walk) noexcept { return IteratorOf(walk).NextKey(); },
     .endWalk = [](OwnWalk& walk) noexcept { IteratorOf(walk).~ConstDictIterator(); },
-    .keyInWalk = [](const OwnWalk& walk) noexcept { return IteratorOf(walk).CurKey(); },
     .valueInWalk = [](const OwnWalk& walk) noexcept { return IteratorOf(walk).ValueNow(); },
 };
 

@@ -1,6 +1,5 @@
 #include "validator/builtin_types.h"
 
-#include <cmath>
 #include <cstring>
 
 namespace NPOSValidatorImpl {
@@ -51,11 +50,6 @@ constexpr BuiltinType kBuiltinTypes[] = {
     {Keyword::kQXBaseObjRef, &RawPointerView::Is, kNoReference, nullptr},
     {Keyword::kZELErrorObjRef, &RawPointerView::Is, kNoReference, nullptr},
 };
-
-const char* FindIntMismatch(double number) noexcept {
-  const bool isWhole = number >= INT32_MIN && number <= INT32_MAX && std::trunc(number) == number;
-  return isWhole ? nullptr : "INT was not a whole number";
-}
 
 const BuiltinType* FindBuiltinType(Keyword word) noexcept {
   static constexpr auto kByKeyword = ByKeyword(kBuiltinTypes);

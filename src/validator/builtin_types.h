@@ -1,6 +1,8 @@
 // The types that every schema has.
 #pragma once
 
+#include <cstdint>
+
 #include "frame/client/pos_views.h"
 #include "validator/keywords.h"
 
@@ -23,7 +25,11 @@ extern const BuiltinType kBuiltinTypes[kBuiltinTypeCount];
 const BuiltinType* FindBuiltinType(Keyword word) noexcept;
 
 // The message about a number that is no 32-bit integer; else null.
-const char* FindIntMismatch(double number) noexcept;
+inline const char* FindIntMismatch(double number) noexcept {
+  const bool isWhole = number >= INT32_MIN && number <= INT32_MAX &&
+                       static_cast<double>(static_cast<std::int32_t>(number)) == number;
+  return isWhole ? nullptr : "INT was not a whole number";
+}
 
 // The message about a value that the type does not accept; else null.
 inline const char* FindMismatch(const BuiltinType& type, const ZEL_T_NMT::POSView& value) {

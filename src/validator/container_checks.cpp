@@ -22,6 +22,11 @@ bool AcceptsEveryKey(const TypeName& type) noexcept {
 std::int32_t ValidateMember(Run& run, const DictRules& rules, const char* name,
                             const MemberRule* rule, const POSView& value) {
   const auto held = run.Hold(value);
+  // Mostly one type says all there is to say.
+  if (rule != nullptr && rule->required && !rule->optional && !rules.KeyType() &&
+      !rules.ValueType()) [[likely]] {
+    return run.ValidatePart(*rule->required, value, "%s (required, type != %s):", name);
+  }
   std::int32_t findings = 0;
   bool isKnown = false;
   if (const auto& type = rules.KeyType()) {

@@ -110,6 +110,21 @@ void MessageList::Drop(Mark mark) noexcept {
 }
 
 void MessageList::Report(POSValidatorMessageProc report) const {
+  if (report == nullptr || !ZEL_T_NMT::g_pos.arrays.IsLinkedAndOwn() ||
+      !ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn()) {
+    ReportAsArray(report);
+    return;
+  }
+  const char* text = bytes_.data();
+  for (const std::uint32_t length : lengths_) {
+    report(text);
+    text += length;
+  }
+}
+
+// By way of an array of Strings, which the debug dump takes, and which whoever has put procedures
+// over the library's own sees being made and read.
+void MessageList::ReportAsArray(POSValidatorMessageProc report) const {
   const CPOSArray list = CPOSArray::New();
   const char* text = bytes_.data();
   for (const std::uint32_t length : lengths_) {

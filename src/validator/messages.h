@@ -69,6 +69,8 @@ class MessageList {
   void Report(POSValidatorMessageProc report) const;
 
  private:
+  void ReportAsArray(POSValidatorMessageProc report) const;
+
   std::vector<char, ZEL_T_NMT::BinderAllocator<char>> bytes_;  // each message ends with a NUL
   std::vector<std::uint32_t, ZEL_T_NMT::BinderAllocator<std::uint32_t>> lengths_;  // NUL included
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "frame/base/compiler.h"
 #include "frame/core/nesting.h"
 #include "frame/core/shared_buffer.h"
 
@@ -12,6 +13,29 @@ using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::kNestingLimit;
 using ZEL_T_NMT::POSView;
 using ZEL_T_NMT::SharedBuffer;
+
+ZEL_ALWAYS_INLINE BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName,
+                                                           POSView value) {
+  if (typeName.Builtin() == nullptr) return BuiltinCheckResult::kNotBuiltin;
+  const char* mismatch = FindMismatch(*typeName.Builtin(), value);
+  if (mismatch == nullptr) return BuiltinCheckResult::kBuiltinValid;
+  messages_.AppendText(mismatch);
+  return BuiltinCheckResult::kBuiltinInvalid;
+}
+
+ZEL_ALWAYS_INLINE std::int32_t Run::ValidateDefinedType(const TypeName& typeName, POSView value) {
+  const ZEL_T_NMT::NestingLevel level(depth_);
+  Definition* definition = typeName.Found(foreignCalls_);
+  if (definition == nullptr) definition = FindDefinition(typeName);
+  if (definition == nullptr) {
+    messages_.Append("Schema not applicable, no definition for %s", {typeName.Text()});
+    return 1;
+  }
+  deepest_ = std::max(deepest_, depth_);
+  const Category& category = definition->GetCategory();
+  return category.leadsOn ? ValidateOnce(*definition, value)
+                          : category.check(*this, *definition, value);
+}
 
 std::int32_t Run::ValidateValue(const TypeName& typeName, POSView value) {
   switch (CheckBuiltinType(typeName, value)) {
@@ -25,28 +49,6 @@ std::int32_t Run::ValidateValue(const TypeName& typeName, POSView value) {
   const std::int32_t findings = ValidateDefinedType(typeName, value);
   if (findings > 0 || setup_.callbacks.IsEmpty()) return findings;
   return AskCallback(typeName, value);
-}
-
-BuiltinCheckResult Run::CheckBuiltinType(const TypeName& typeName, POSView value) {
-  if (typeName.Builtin() == nullptr) return BuiltinCheckResult::kNotBuiltin;
-  const char* mismatch = FindMismatch(*typeName.Builtin(), value);
-  if (mismatch == nullptr) return BuiltinCheckResult::kBuiltinValid;
-  messages_.AppendText(mismatch);
-  return BuiltinCheckResult::kBuiltinInvalid;
-}
-
-std::int32_t Run::ValidateDefinedType(const TypeName& typeName, POSView value) {
-  const ZEL_T_NMT::NestingLevel level(depth_);
-  Definition* definition = typeName.Found(foreignCalls_);
-  if (definition == nullptr) definition = FindDefinition(typeName);
-  if (definition == nullptr) {
-    messages_.Append("Schema not applicable, no definition for %s", {typeName.Text()});
-    return 1;
-  }
-  deepest_ = std::max(deepest_, depth_);
-  const Category& category = definition->GetCategory();
-  return category.leadsOn ? ValidateOnce(*definition, value)
-                          : category.check(*this, *definition, value);
 }
 
 std::int32_t Run::ValidateOnce(Definition& definition, POSView value) {

@@ -39,10 +39,10 @@ struct OwnOperations {
   void (*put)(OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value);
 
   // A walk in key order that stays valid whatever is done to the dictionary, and ends with it.
-  void (*beginWalk)(OwnWalk& walk, OwnDict& dict) noexcept;
-  void (*nextInWalk)(OwnWalk& walk) noexcept;
+  // Each step returns the key that it has come to; null behind the last one.
+  const char* (*beginWalk)(OwnWalk& walk, OwnDict& dict) noexcept;
+  const char* (*nextInWalk)(OwnWalk& walk) noexcept;
   void (*endWalk)(OwnWalk& walk) noexcept;
-  const char* (*keyInWalk)(const OwnWalk& walk) noexcept;  // null behind the last one
   // The value of the key, borrowed; null when it has been taken out meanwhile.
   ZELInstance (*valueInWalk)(const OwnWalk& walk) noexcept;
 };

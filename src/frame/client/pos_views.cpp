@@ -62,7 +62,7 @@ std::int32_t POSView::TypeThroughBinder() const {
 }
 
 #define ZEL_IS(Name, interface, ...)                                                             \
-  bool Name##View::Is(const POSView& value) {                                                    \
+  bool Name##View::IsByBinder(const POSView& value) {                                            \
     return IsOf<POSType##Name>(value, g_pos.interface, &zelutils::Name##Interface::IsPOS##Name); \
   }
 POS_KINDS(ZEL_IS)
@@ -129,8 +129,7 @@ POSView DictView::Find(const char* key) const {
   return Find(CZELStringAtom(key));
 }
 
-POSView DictView::Find(const CZELStringAtom& key) const {
-  if (const OwnDict* const own = Directly()) return POSView(g_own.find(*own, key.Text()));
+POSView DictView::FindByBinder(const CZELStringAtom& key) const {
   const ReportWatch watch;
   return POSView(
       watch.Checked(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()), "CPOSDict::Get failed"));
@@ -144,8 +143,7 @@ POSView DictView::FindOrReport(const CZELStringAtom& key) const {
 MemberWalk::MemberWalk(const DictView& dict)
     : dict_(dict), isDirect_(g_pos.dictIterators.IsOwn() && dict.Directly() != nullptr) {
   if (isDirect_) {
-    g_own.beginWalk(walk_, *dict.Directly());
-    key_ = g_own.keyInWalk(walk_);
+    key_ = g_own.beginWalk(walk_, *dict.Directly());
     return;
   }
   const auto& iterators = *Require(g_pos.dictIterators.Get());
@@ -156,12 +154,7 @@ MemberWalk::MemberWalk(const DictView& dict)
   FetchKey();
 }
 
-void MemberWalk::Next() {
-  if (isDirect_) [[likely]] {
-    g_own.nextInWalk(walk_);
-    key_ = g_own.keyInWalk(walk_);
-    return;
-  }
+void MemberWalk::NextThroughBinder() {
   const ReportWatch watch;
   Require(g_pos.dictIterators.Get())->Next(iterator_.Get());
   watch.RaiseIfReported("CPOSDictIterator::Next failed");

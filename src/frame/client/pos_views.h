@@ -55,6 +55,11 @@ class POSView {
   static bool IsKindDirect(POSObjectType type) noexcept {
     return type <= g_directKinds.last && g_directKinds.generation == g_link.Generation();
   }
+  // Whether it is the library's own, and known to be reached directly by this interface.
+  template <typename Interface>
+  bool IsOwnIn(const POSInterface<Interface>& interface) const noexcept {
+    return own_ != nullptr && interface.IsKnownToBeOwn();
+  }
 
  protected:
   // The library's own value of a kind when it may be reached directly; otherwise null.
@@ -80,13 +85,16 @@ class POSView {
 class NumberView : public POSView {
  public:
   explicit NumberView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.numbers) ? value.Own()->Type() == POSTypeNumber : IsByBinder(value);
+  }
   double Get() const {
     const auto* own = Direct<OwnNumber, POSTypeNumber>(g_pos.numbers);
     return own != nullptr ? own->Get() : GetThroughBinder();
   }
 
  private:
+  static bool IsByBinder(const POSView& value);
   double GetThroughBinder() const;
 };
 
@@ -95,7 +103,9 @@ class StringView : public POSView {
   static constexpr const char* kDowncastFailed = ZEL_DOWNCAST_FAILED(String);
 
   explicit StringView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.strings) ? value.Own()->Type() == POSTypeString : IsByBinder(value);
+  }
   // Raises kDowncastFailed for a value of another kind.
   static StringView Of(const POSView& value) {
     if (!Is(value)) [[unlikely]]
@@ -108,13 +118,17 @@ class StringView : public POSView {
   }
 
  private:
+  static bool IsByBinder(const POSView& value);
   const char* GetThroughBinder() const;
 };
 
 class UnicodeStringView : public POSView {
  public:
   explicit UnicodeStringView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.unicodeStrings) ? value.Own()->Type() == POSTypeUnicodeString
+                                               : IsByBinder(value);
+  }
   // Ended by a 0 unit.
   const std::uint16_t* Get() const {
     const auto* own = Direct<OwnUnicodeString, POSTypeUnicodeString>(g_pos.unicodeStrings);
@@ -122,30 +136,44 @@ class UnicodeStringView : public POSView {
   }
 
  private:
+  static bool IsByBinder(const POSView& value);
   const std::uint16_t* GetThroughBinder() const;
 };
 
 class BinDataView : public POSView {
  public:
   explicit BinDataView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.binData) ? value.Own()->Type() == POSTypeBinData : IsByBinder(value);
+  }
   const char* GetTypeName() const;
   // May be null where the size is 0.
   const void* GetBinData() const;
   std::uint32_t GetSize() const;
+
+ private:
+  static bool IsByBinder(const POSView& value);
 };
 
 class RawPointerView : public POSView {
  public:
   explicit RawPointerView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.rawPointers) ? value.Own()->Type() == POSTypeRawPointer
+                                            : IsByBinder(value);
+  }
   void* GetRawPointer() const;
+
+ private:
+  static bool IsByBinder(const POSView& value);
 };
 
 class ArrayView : public POSView {
  public:
   explicit ArrayView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.arrays) ? value.Own()->Type() == POSTypeArray : IsByBinder(value);
+  }
   // The library's own array when it may be reached directly; otherwise null.
   OwnArray* Directly() const { return Direct<OwnArray, POSTypeArray>(g_pos.arrays); }
   std::uint32_t Count() const {
@@ -162,6 +190,7 @@ class ArrayView : public POSView {
   }
 
  private:
+  static bool IsByBinder(const POSView& value);
   std::uint32_t CountThroughBinder() const;
   ZELInstance GetAtThroughBinder(std::uint32_t index) const;
 };
@@ -169,13 +198,18 @@ class ArrayView : public POSView {
 class DictView : public POSView {
  public:
   explicit DictView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value);
+  static bool Is(const POSView& value) {
+    return value.IsOwnIn(g_pos.dicts) ? value.Own()->Type() == POSTypeDict : IsByBinder(value);
+  }
   // The library's own dictionary when it may be reached directly; otherwise null.
   OwnDict* Directly() const { return Direct<OwnDict, POSTypeDict>(g_pos.dicts); }
   // Empty for an absent key. An atom of the key that is at hand saves its making where the value is
   // not the library's own.
   POSView Find(const char* key) const;
-  POSView Find(const CZELStringAtom& key) const;
+  POSView Find(const CZELStringAtom& key) const {
+    const OwnDict* const own = Directly();
+    return own != nullptr ? POSView(g_own.find(*own, key.Text())) : FindByBinder(key);
+  }
   // As Find, but where the operation fails, as for a value that is no dictionary, there is no such
   // member either: the failure has been reported, and that is all.
   POSView FindOrReport(const CZELStringAtom& key) const;
@@ -185,6 +219,8 @@ class DictView : public POSView {
 
  private:
   friend class MemberWalk;
+  static bool IsByBinder(const POSView& value);
+  POSView FindByBinder(const CZELStringAtom& key) const;
   static POSView NotAbsent(POSView value) {
     if (value.IsEmpty()) [[unlikely]]
       RaisePOSException("CPOSDict::Get failed");
@@ -207,11 +243,18 @@ class MemberWalk {
   const char* Key() const noexcept { return key_; }
   // Whether the key stays whatever is done to the dictionary meanwhile.
   bool KeepsKey() const noexcept { return isDirect_; }
-  void Next();
+  void Next() {
+    if (isDirect_) [[likely]] {
+      key_ = g_own.nextInWalk(walk_);
+    } else {
+      NextThroughBinder();
+    }
+  }
   // The value under the current key; raises "CPOSDict::Get failed" when it has been taken out.
   POSView Value() const;
 
  private:
+  void NextThroughBinder();
   void FetchKey();
 
   const DictView dict_;
