@@ -1,57 +1,50 @@
 // The checks of categories whose values hold others.
+#include <cstddef>
+#include <iterator>
+
 #include "validator/checks.h"
 
 namespace NPOSValidatorImpl {
 
 using ZEL_T_NMT::ArrayView;
-using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::POSView;
 
 namespace {
 
-// A member's key is a String in any case.
-bool AcceptsEveryKey(const TypeName& type) noexcept {
-  return type.Builtin() != nullptr &&
-         (type.Builtin()->word == Keyword::kAny || type.Builtin()->word == Keyword::kString);
-}
+// A member is checked against the type of all values, then against its own.
+constexpr const char* kMemberPrefixes[] = {
+    "%s (value, type != %s):", "%s (required, type != %s):", "%s (optional, type != %s):"};
 
 // One member of a dictionary, by what its definition says of keys and values; `rule` is null for a
 // member that it does not list.
 std::int32_t ValidateMember(Run& run, const DictRules& rules, const char* name,
-                            const MemberRule* rule, const POSView& value) {
-  const auto held = run.Hold(value);
+                            const MemberRule* rule, POSView value) {
+  const auto held = run.Hold(value.Handle());
   // Mostly one type says all there is to say.
   if (rule != nullptr && rule->required && !rule->optional && !rules.KeyType() &&
       !rules.ValueType()) [[likely]] {
-    return run.ValidatePart(*rule->required, value, "%s (required, type != %s):", name);
+    return run.ValidatePart(*rule->required, value, kMemberPrefixes[1], name);
   }
   std::int32_t findings = 0;
   bool isKnown = false;
   if (const auto& type = rules.KeyType()) {
     isKnown = true;
-    if (!AcceptsEveryKey(*type)) {
-      const ZEL_T_NMT::CPOSObject keyValue = CPOSString::New(name);
-      AddFindings(findings,
-                  run.ValidatePart(*type, keyValue.View(), "%s (key, type != %s):", name));
-    }
+    AddFindings(findings, run.ValidateKey(*type, name));
   }
   Attempts attempts(run);
-  const auto validate = [&](const std::optional<TypeName>& type, const char* prefixFormat) {
-    if (!type) return false;
+  const std::optional<TypeName>* const types[] = {&rules.ValueType(),
+                                                  rule == nullptr ? nullptr : &rule->required,
+                                                  rule == nullptr ? nullptr : &rule->optional};
+  for (std::size_t i = 0; i < std::size(types); ++i) {
+    if (types[i] == nullptr || !*types[i]) continue;
     attempts.Next();
-    AddFindings(findings, run.ValidatePart(*type, value, prefixFormat, name));
-    return true;
-  };
-  validate(rules.ValueType(), "%s (value, type != %s):");
-  if (rule != nullptr) {
-    isKnown |= validate(rule->required, "%s (required, type != %s):");
-    isKnown |= validate(rule->optional, "%s (optional, type != %s):");
+    AddFindings(findings, run.ValidatePart(**types[i], value, kMemberPrefixes[i], name));
+    isKnown |= i > 0;
   }
   if (!isKnown) {
-    AddFindings(findings, 1);
-    run.Messages().Append("Unknown member %s", {name});
+    AddFindings(findings, run.RejectMember(name));
   }
   return findings;
 }
@@ -77,7 +70,7 @@ std::int32_t ValidateArray(Run& run, Definition& definition, POSView value) {
   for (std::uint32_t i = 0; i < count; ++i) {
     const TypeName& type = types.At(i);
     const POSView element = array.GetAt(i);
-    const auto held = run.Hold(element);
+    const auto held = run.Hold(element.Handle());
     AddFindings(findings, run.ValidatePart(type, element, "[%d]:", static_cast<std::int32_t>(i)));
   }
   return findings;
@@ -107,9 +100,10 @@ std::int32_t ValidateDict(Run& run, Definition& definition, POSView value) {
       continue;
     }
     const MemberRule* rule = &rules.Required()[place];
-    const POSView member = required.AreOutdated() ? members.Value() : required.At(place);
+    AddFindings(findings,
+                ValidateMember(run, rules, key, rule,
+                               required.AreOutdated() ? members.Value() : required.At(place)));
     ++place;
-    AddFindings(findings, ValidateMember(run, rules, key, rule, member));
   }
   return findings;
 }

@@ -74,6 +74,26 @@ std::int32_t Run::ValidateOnce(Definition& definition, POSView value) {
   return findings;
 }
 
+std::int32_t Run::ValidateKey(const TypeName& type, const char* key) {
+  // A key is a String in any case.
+  if (type.Builtin() != nullptr &&
+      (type.Builtin()->word == Keyword::kAny || type.Builtin()->word == Keyword::kString)) {
+    return 0;
+  }
+  const ZEL_T_NMT::CPOSObject value = ZEL_T_NMT::CPOSString::New(key);
+  return ValidatePart(type, value.View(), "%s (key, type != %s):", key);
+}
+
+std::int32_t Run::RejectMember(const char* key) {
+  messages_.Append("Unknown member %s", {key});
+  return 1;
+}
+
+void Run::PutPrefix(MessageList::Mark mark, const char* format, FormatArgument first,
+                    const TypeName& typeName) {
+  messages_.AppendPrefix(mark, format, {first, typeName.Text()});
+}
+
 std::int32_t Run::AskCallback(const TypeName& typeName, POSView value) {
   const Callback* entry = setup_.callbacks.Find(typeName.Text());
   if (entry == nullptr || entry->procedure == nullptr) return 0;

@@ -54,18 +54,27 @@ class Run {
     const MessageList::Mark mark = messages_.End();
     const std::int32_t findings = ValidateValue(typeName, part);
     if (findings > 0) [[unlikely]]
-      messages_.AppendPrefix(mark, prefixFormat, {first, typeName.Text()});
+      PutPrefix(mark, prefixFormat, first, typeName);
     return findings;
   }
 
+  // A member's key against the type that keys must have.
+  std::int32_t ValidateKey(const TypeName& type, const char* key);
+  // The finding for a member that its dictionary's definition does not know.
+  std::int32_t RejectMember(const char* key);
+
   MessageList& Messages() noexcept { return messages_; }
   // A reference to a part of a value where one is needed.
-  ZEL_T_NMT::ContainerReference Hold(const ZEL_T_NMT::POSView& part) const {
-    return setup_.hasForeignCallbacks ? ZEL_T_NMT::ContainerReference(part.Handle())
+  ZEL_T_NMT::ContainerReference Hold(ZELInstance part) const {
+    return setup_.hasForeignCallbacks ? ZEL_T_NMT::ContainerReference(part)
                                       : ZEL_T_NMT::ContainerReference();
   }
 
  private:
+  // This and ValidateKey stand apart for the sake of the stack, of which each level of a value
+  // takes a part.
+  void PutPrefix(MessageList::Mark mark, const char* format, FormatArgument first,
+                 const TypeName& typeName);
   friend class RequiredMembers;
   friend class Attempts;
 

@@ -22,19 +22,10 @@ class Verdicts {
  public:
   bool AreEmpty() const noexcept { return verdicts_.empty(); }
   // Null when there is none.
-  const Verdict* Find(ZELInstance value, const Definition& definition) const {
-    const auto found = verdicts_.find(Check(value, &definition));
-    return found == verdicts_.end() ? nullptr : &found->second.verdict;
-  }
+  const Verdict* Find(ZELInstance value, const Definition& definition) const;
   // Saves time and no more: when there is no memory for it, or no reference to the value, the check
   // is made again.
-  void Note(ZELInstance value, const Definition& definition, const Verdict& verdict) noexcept {
-    try {
-      verdicts_.try_emplace(Check(value, &definition), ZEL_T_NMT::ContainerReference(value),
-                            verdict);
-    } catch (...) {  // NOLINT(bugprone-empty-catch)
-    }
-  }
+  void Note(ZELInstance value, const Definition& definition, const Verdict& verdict) noexcept;
   void Clear() noexcept { verdicts_.clear(); }
 
  private:
