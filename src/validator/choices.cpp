@@ -20,7 +20,7 @@ bool Choices::Have(const char* text) {
   }
   if (others_.contains(text)) return true;
   while (read_ < count_) {
-    HeldText choice(array_.View().GetAt(read_), false);
+    HeldText choice(array_.View().GetAt(read_));
     const bool isWanted = CompareTexts(choice.text, text) == 0;
     if (first_.size() < kComparedOneByOne) {
       first_.push_back(std::move(choice));

@@ -122,10 +122,14 @@ void Definition::ReadLengthBounds() {
 
 void Definition::ReadIllegalChars() {
   const POSView string = dict_.Find(keywords_[Keyword::kIllegalChars]);
-  if (string.IsEmpty()) {
+  ZEL_T_NMT::CPOSString held;
+  if (!string.IsEmpty()) {
+    held = ZEL_T_NMT::CPOSString(ZEL_T_NMT::CPOSObject(string.Handle()), true);
+  }
+  if (held.IsEmpty()) {
     illegalChars_.emplace();
   } else {
-    illegalChars_.emplace(string, true);
+    illegalChars_.emplace(std::move(held));
   }
 }
 

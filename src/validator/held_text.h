@@ -1,6 +1,8 @@
 // A text of a schema, held.
 #pragma once
 
+#include <utility>
+
 #include "frame/client/pos_wrappers.h"
 
 namespace NPOSValidatorImpl {
@@ -9,10 +11,10 @@ namespace NPOSValidatorImpl {
 struct HeldText {
   // Without String and text.
   HeldText() noexcept = default;
-  // For a value that is no String, quiet gives none; otherwise raises that the downcast failed.
-  HeldText(ZEL_T_NMT::POSView value, bool quiet)
-      : string(ZEL_T_NMT::CPOSObject(value.Handle()), quiet),
-        text(string.IsEmpty() ? nullptr : string.Get()) {}
+  explicit HeldText(ZEL_T_NMT::CPOSString held) : string(std::move(held)), text(string.Get()) {}
+  // Raises that the downcast failed for a value that is no String.
+  explicit HeldText(ZEL_T_NMT::POSView value)
+      : HeldText(ZEL_T_NMT::CPOSString(ZEL_T_NMT::CPOSObject(value.Handle()), false)) {}
 
   ZEL_T_NMT::CPOSString string;
   const char* text = nullptr;

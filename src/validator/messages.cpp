@@ -138,7 +138,7 @@ void MessageList::ReportAsArray(POSValidatorMessageProc report) const {
   std::vector<HeldText, ZEL_T_NMT::BinderAllocator<HeldText>> texts;
   const std::uint32_t count = list.Count();
   texts.reserve(count);
-  for (std::uint32_t i = 0; i < count; ++i) texts.emplace_back(list.View().GetAt(i), false);
+  for (std::uint32_t i = 0; i < count; ++i) texts.emplace_back(list.View().GetAt(i));
   for (const HeldText& message : texts) report(message.text);
 }
 
