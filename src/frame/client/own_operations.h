@@ -17,9 +17,10 @@
 
 namespace ZEL_T_NMT {
 
-// The state of a walk over a dictionary's members, which the object model keeps in it.
+// The state of a walk over a dictionary's members, which the object model keeps in it. Aligned as a
+// pointer: std::max_align_t is not the same in all source files for 32-bit Windows.
 struct OwnWalk {
-  alignas(std::max_align_t) std::byte state[18 * sizeof(void*)];
+  alignas(void*) std::byte state[18 * sizeof(void*)];
 };
 
 // Operations on values of the library's own. Those that may fail raise; nothing has changed then. A
