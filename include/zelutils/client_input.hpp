@@ -149,8 +149,10 @@ class Input {
       }
       content_ =
           Later([text = std::u8string(object)](const Client& client) { return client.New(text); });
-    } else {
+    } else if constexpr (std::is_array_v<T>) {
       content_ = Later([object](const Client& client) { return client.New(object); });
+    } else {  // a member that is moved, not copied, with the function
+      content_ = Later([held = T(object)](const Client& client) { return client.New(held); });
     }
   }
   Input(std::initializer_list<Input> list) : content_(std::vector<Input>(list)) {}

@@ -32,7 +32,7 @@ std::uint64_t ComparisonsPerText(std::uint32_t count) {
     EXPECT_TRUE(choices.Have(Word(count - 1 - n).c_str())) << n;
     EXPECT_EQ(choices.Have(Word(n * 2).c_str()), n * 2 < count) << n;
   }
-  return (ComparisonsSoFar() - before) / (2 * count);
+  return (ComparisonsSoFar() - before) / 2 / count;
 }
 
 TEST(Choices, AreFoundByALogarithmicNumberOfComparisons) {
