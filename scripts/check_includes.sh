@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 folders=()
-for folder in include src host tool tests examples bench fuzz; do
+for folder in include src host check tool tests examples bench fuzz; do
   if [ -d "$folder" ]; then
     folders+=("$folder")
   fi
@@ -23,7 +23,7 @@ find "${folders[@]}" -type f \
       allowed["pos"] = allowed["streamer"] = allowed["validator"] = allowed["fileutils"] = \
         "frame include"
       allowed["src"] = "frame include"  # and each subsystem by its subsystem.h
-      allowed["host"] = "include"
+      allowed["host"] = allowed["check"] = "include"
       allowed["tool"] = allowed["tests"] = allowed["examples"] = allowed["bench"] = \
         allowed["fuzz"] = "include host"
       allowed["inside"] = "tests src frame pos streamer validator fileutils include host"

@@ -129,7 +129,7 @@ std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingE
 TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
   Host host;
   host.RecordBindings(true);
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   const std::vector<BindingEvent> events = host.TakeBindings();
 
   std::vector<std::string> lookups = TRIPLES("ZEL", ZEL_BINDER_METHODS);
@@ -238,7 +238,7 @@ TEST(ProcessEndDeathTest, TheLibraryWorksUntilItIsUnloaded) {
       {
         std::atexit(&WorkAtExit);
         g_endingHost = new zelhost::Host();
-        g_endingHost->Start(ZEL_LIBRARY_PATH);
+        g_endingHost->Start(zeltest::LibraryPath());
         std::exit(16);
       },
       ::testing::ExitedWithCode(0), "");

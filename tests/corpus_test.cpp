@@ -7,7 +7,7 @@ namespace {
 class CorpusTest : public ::testing::TestWithParam<zelfuzz::Target> {};
 
 TEST_P(CorpusTest, FindsNothing) {
-  zelfuzz::Session session([](zelhost::Host& host) { host.Start(ZEL_LIBRARY_PATH); });
+  zelfuzz::Session session([](zelhost::Host& host) { host.Start(zeltest::LibraryPath()); });
   std::size_t count = 0;
   const std::filesystem::path folder = std::filesystem::path(ZEL_CORPUS_DIR) / GetParam().name;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {

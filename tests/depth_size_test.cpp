@@ -190,7 +190,7 @@ TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   host.Register(ZEL_MEMORY_INTERFACE, "Alloc", "ZELMemAllocProc", AsProc(&SmallAlloc));
   host.Register(ZEL_SHARED_BUFF_INTERFACE, "NewBuffer", "ZELSharedBuffNewBufferV3Proc",
                 AsProc(&NoBuffer));
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   const zeltest::Procedures procs(host);
   const ZELInstance array = procs.arrays.NewPOSArray();
   procs.containers.AddRef(array);

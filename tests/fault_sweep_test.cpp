@@ -208,14 +208,14 @@ class FaultSweep : public zeltest::LibraryTest {
   // A start of which anything fails fails; the host may do without core error 1 alone.
   void StartWithFault() {
     const std::uint64_t before = host.FaultsInjected();
-    host.Start(ZEL_LIBRARY_PATH);
+    host.Start(zeltest::LibraryPath());
     const bool isDispensable = service == Service::kGetCoreError && failAt == 2;
     EXPECT_EQ(host.FaultsInjected() - before, isDispensable ? 1u : 0u);
   }
 
   // What has been spoilt would show here, and what is lost in the counts that it returns.
   std::string Settle(Before before) {
-    if (!host.Started()) host.Start(ZEL_LIBRARY_PATH);
+    if (!host.Started()) host.Start(zeltest::LibraryPath());
     if (before != Before::kNothing) host.ChangeUnregisterCount();
     EXPECT_TRUE(objects.IsEqual(world, pristine));
     EXPECT_TRUE(Attempt(false));

@@ -366,7 +366,7 @@ TEST_F(FileUtilsTest, AStreamMayOutliveTheDirectoryInterfaceAndTheLibrary) {
   host.SetLeakSink([](const auto&) {});
   host.Stop();
   second.reset();
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   EXPECT_EQ(reader->ReadAll(), "text");
   reader.reset();
   EXPECT_TRUE(Names().empty());

@@ -16,7 +16,7 @@ TEST(HostCTest, AProgramGetsWhatItAsksFor) {
     ZELHost* host = ZELHostNew(options);
     ASSERT_NE(host, nullptr) << ZELHostLastError();
     EXPECT_EQ(ZELHostLibraryVersion(host), 0u);
-    ASSERT_EQ(ZELHostStart(host, ZEL_LIBRARY_PATH), 1) << ZELHostLastError();
+    ASSERT_EQ(ZELHostStart(host, zeltest::LibraryPath().c_str()), 1) << ZELHostLastError();
     EXPECT_EQ(ZELHostLibraryVersion(host), ZELUTILS_VERSION);
 
     Memory memory = {};
@@ -97,7 +97,8 @@ TEST(HostCTest, FailuresAreAnsweredWithTheirReason) {
        "no procedure is registered under (\"\", \"M\", \"T\")"},
       {[&] { return ZELHostCount(host, nullptr) == 0; }, "there is no place for the counts"},
       {[&] {
-         return ZELHostStart(host, ZEL_LIBRARY_PATH) == 1 && ZELHostStart(host, nullptr) == 0;
+         return ZELHostStart(host, zeltest::LibraryPath().c_str()) == 1 &&
+                ZELHostStart(host, nullptr) == 0;
        },
        "the host has started a library already"},
   };

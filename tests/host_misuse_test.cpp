@@ -217,7 +217,7 @@ TEST_P(HostMisuseTest, WhatIsGoneIsNotUsedAgainSoon) {
 
 // The library asks the host about an instance that is gone, and is told so.
 TEST_P(HostMisuseTest, TheLibraryDoesNotReadWhatIsGone) {
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   const zeltest::Procedures zel(host);
   const ZELInstance number = zel.numbers.NewPOSNumber(1);
   containers.AddRef(number);

@@ -252,9 +252,9 @@ TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
 
 bool IsLoaded() {
 #if defined(_WIN32)
-  return GetModuleHandleA(ZEL_LIBRARY_PATH) != nullptr;
+  return GetModuleHandleA(zeltest::LibraryPath().c_str()) != nullptr;
 #else
-  void* const library = dlopen(ZEL_LIBRARY_PATH, RTLD_NOW | RTLD_NOLOAD);
+  void* const library = dlopen(zeltest::LibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (library != nullptr) dlclose(library);
   return library != nullptr;
 #endif
@@ -263,7 +263,7 @@ bool IsLoaded() {
 TEST(LoaderTest, UnloadingMakesNoCallIntoTheHost) {
   zelhost::Host host;
   host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   const zeltest::Procedures procs(host);
   const ZELInstance value = procs.statics.CreateFromText(
       "<T <category array membertype (real) maxelements 3> more [(two) `0003`]>", nullptr);

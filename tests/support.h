@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "folder.h"
+#include "library_path.h"
 #include "procedures.h"
 
 namespace zeltest {
@@ -73,7 +74,7 @@ inline void RunOnSmallStack(const std::function<void()>& test) {
 }
 
 struct StartedHost : zelhost::Host {
-  StartedHost() { Start(ZEL_LIBRARY_PATH); }
+  StartedHost() { Start(zeltest::LibraryPath()); }
 };
 
 struct HostHolder {

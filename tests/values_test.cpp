@@ -189,7 +189,7 @@ struct LooseAtoms {
 TEST(LooseAtomsTest, TextsThatDifferInAddressAreComparedByTheirBytes) {
   zelhost::Host host;
   LooseAtoms::OfferTo(host);
-  host.Start(ZEL_LIBRARY_PATH);
+  host.Start(zeltest::LibraryPath());
   const zeltest::Procedures procs(host);
   const auto parse = [&procs](const char* text) {
     const ZELInstance value = procs.statics.CreateFromText(text, nullptr);

@@ -9,14 +9,15 @@ bool Registry::Add(const char* interfaceName, const char* method, const char* pr
     return false;
   }
   Interface& registered = interfaces_[interfaceName];
-  registered.byOthers |= byOthers;
   for (Method& known : registered.methods) {
     if (known.name == method && known.procType == procType) {
       known.procedure = procedure;
+      known.byOthers |= byOthers;
       return true;
     }
   }
-  registered.methods.push_back({method, procType, procedure});
+  registered.methods.push_back(
+      {method, procType, procedure, byOthers ? nullptr : procedure, byOthers});
   return true;
 }
 

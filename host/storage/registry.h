@@ -1,6 +1,7 @@
 // The registry behind the binder: procedures by the triple of interface, method and procedure type.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
@@ -18,10 +19,18 @@ class Registry {
     std::string name;
     std::string procType;
     ZELProc procedure;
+    ZELProc offered;  // by the host or its program at first; null: by others
+    bool byOthers;    // has been registered by others than the host
   };
   struct Interface {
     std::vector<Method> methods;  // some dozens at most, and found once per import
-    bool byOthers = false;        // than the host
+
+    // Whether anything of others is there; a procedure that they have put back in its place is not.
+    bool IsOfOthers() const {
+      return std::any_of(methods.begin(), methods.end(), [](const Method& method) {
+        return method.byOthers && method.procedure != method.offered;
+      });
+    }
   };
 
   // Takes the place of the procedure that has the triple. False when an argument is null.
@@ -42,7 +51,7 @@ class Registry {
   template <typename Visit>
   void ForEachOfOthers(Visit visit) const {
     for (const auto& [name, registered] : interfaces_) {
-      if (registered.byOthers) visit(name, registered);
+      if (registered.IsOfOthers()) visit(name, registered);
     }
   }
 

@@ -1,0 +1,65 @@
+#include "call.h"
+
+#include "client_rules.h"
+#include "layer.h"
+#include "observe.h"
+
+namespace zelcheck {
+
+Layer& TheLayer() {
+  static auto* const layer = new Layer;
+  return *layer;
+}
+
+Origin Call::Here() const noexcept {
+  Origin here{&row, number, caller, nullptr, nullptr};
+  if (side != Side::kLibraryToHost) return here;
+  for (const Call* around = outer; around != nullptr; around = around->outer) {
+    if (around->side != Side::kClientToLibrary) continue;
+    here.outerRow = &around->row;
+    here.outerCaller = around->caller;
+    break;
+  }
+  return here;
+}
+
+bool Call::Begin() {
+  Layer& layer = TheLayer();
+  const std::thread::id thisThread = std::this_thread::get_id();
+  if (layer.running.load(std::memory_order_relaxed) != thisThread) {
+    std::thread::id none;
+    if (!layer.running.compare_exchange_strong(none, thisThread, std::memory_order_acquire)) {
+      isBypassed_ = true;
+      TellConcurrent(*this);
+      return true;
+    }
+  }
+  outer = layer.current;
+  layer.current = this;
+  number = ++layer.calls;
+  depth = outer == nullptr ? 0 : outer->depth + 1;
+  if (side == Side::kClientToLibrary || side == Side::kClientToHost) CheckClientCall(*this);
+  if (layer.observes) ObserveBegin(*this);
+  if (layer.settings.inject && ShallFail(*this)) {
+    isRefused_ = true;
+    injectedError_ = layer.errors.NewError("injected failure", "ZELUtilsCheck", 0, 0, 0);
+    return false;
+  }
+  if (row.before != nullptr) row.before(*this);
+  return !isRefused_;
+}
+
+void Call::End(const Argument& value) {
+  if (isBypassed_) return;
+  Layer& layer = TheLayer();
+  result = value;
+  if (!isRefused_) {
+    if (row.after != nullptr) row.after(*this);
+  }
+  NoteResult(*this);
+  if (layer.observes) ObserveEnd(*this);
+  layer.current = outer;
+  if (outer == nullptr) layer.running.store(std::thread::id(), std::memory_order_release);
+}
+
+}  // namespace zelcheck

@@ -1,0 +1,85 @@
+// The three functions of the library, as the host finds them in the layer.
+#include "binder.h"
+#include "client_rules.h"
+#include "findings.h"
+#include "layer.h"
+#include "observe.h"
+#include "real_library.h"
+
+namespace zelcheck {
+namespace {
+
+void ReadEnvironment(Layer& layer) {
+  layer.settings = ReadSettings(Environment("ZELUTILS_CHECK"));
+  for (const std::string& word : layer.settings.unknown) {
+    Print("zelutils-check: ZELUTILS_CHECK has the word \"" + word +
+          "\", which says nothing; docs/checking.md lists those that do\n");
+  }
+}
+
+std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
+  Layer& layer = TheLayer();
+  // A second start, which the library refuses, changes nothing here either.
+  if (layer.phase != Phase::kStopped) return initialize(lookup);
+  ReadEnvironment(layer);
+  ForgetFindings();
+  ForgetConcurrent();
+  layer.observes = layer.settings.trace || layer.settings.stats;
+  BeginObserving();
+  SetFindingProc(layer.settings.callback && lookup != nullptr
+                     ? reinterpret_cast<ZELUtilsCheckFindingProc>(
+                           lookup(ZEL_CHECK_INTERFACE, "Finding", "ZELUtilsCheckFindingProc"))
+                     : nullptr);
+  layer.lastNull = {};
+  layer.calls = 0;
+  layer.offsetIsKnown = false;
+  layer.phase = Phase::kStarting;
+  const ZELLookupProc before = LookupBefore(lookup);
+  const std::int32_t result = initialize(before != nullptr ? before : lookup);
+  layer.home = std::this_thread::get_id();
+  layer.phase = Phase::kRunning;
+  if (result != 0 && layer.settings.core && before != nullptr) WatchClients(lookup);
+  return result;
+}
+
+void Stop(ZELUtilsTerminateProc terminate) {
+  Layer& layer = TheLayer();
+  if (layer.phase != Phase::kRunning) return terminate();
+  layer.phase = Phase::kStopping;
+  terminate();
+  layer.phase = Phase::kStopped;
+  layer.home = std::thread::id();
+  TellLeaks();
+  if (layer.watchesClients) StopWatchingClients();
+  EndObserving();
+  layer.observes = false;
+  layer.ledger.ForgetAllButInstances();
+}
+
+}  // namespace
+}  // namespace zelcheck
+
+#if defined(_WIN32)
+#define ZEL_EXPORTED __declspec(dllexport)
+#else
+#define ZEL_EXPORTED __attribute__((visibility("default")))
+#endif
+
+extern "C" {
+
+ZEL_EXPORTED std::uint32_t ZELUtilsGetVersion(void) {
+  const zelcheck::EntryPoints* const library = zelcheck::RealLibrary();
+  return library == nullptr ? ZELUTILS_VERSION : library->getVersion();
+}
+
+ZEL_EXPORTED std::int32_t ZELUtilsInitialize(ZELLookupProc lookup) {
+  const zelcheck::EntryPoints* const library = zelcheck::RealLibrary();
+  return library == nullptr ? 0 : zelcheck::Start(library->initialize, lookup);
+}
+
+ZEL_EXPORTED void ZELUtilsTerminate(void) {
+  const zelcheck::EntryPoints* const library = zelcheck::RealLibrary();
+  if (library != nullptr) zelcheck::Stop(library->terminate);
+}
+
+}  // extern "C"

@@ -1,0 +1,97 @@
+#include "findings.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <tuple>
+
+#include "layer.h"
+#include "observe.h"
+#include "words.h"
+
+namespace zelcheck {
+namespace {
+
+constexpr RuleText kRules[] = {
+#define ZEL_CHECK_OF_CLIENT(name, id, advice) {id, advice, false},
+#define ZEL_CHECK_OF_HOST(name, id, advice) {id, advice, true},
+    ZEL_CHECK_CLIENT_RULES(ZEL_CHECK_OF_CLIENT) ZEL_CHECK_HOST_RULES(ZEL_CHECK_OF_HOST)
+#undef ZEL_CHECK_OF_CLIENT
+#undef ZEL_CHECK_OF_HOST
+};
+
+using Place = std::tuple<Rule, const Row*, const void*>;
+
+// Made at the first use and never destroyed, as the layer itself.
+std::set<Place>& Told() {
+  static auto* const told = new std::set<Place>;
+  return *told;
+}
+constinit ZELUtilsCheckFindingProc g_procedure = nullptr;
+
+std::string Capitalized(std::string text) {
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
+  return text;
+}
+
+void Publish(Rule rule, const std::string& body, const std::string& who) {
+  const RuleText& text = TextOf(rule);
+  std::string paragraph = "zelutils-check: " + std::string(text.id) + "\n  " + body + "\n";
+  if (!who.empty()) paragraph += "  " + Capitalized(who) + ".\n";
+  paragraph += "  What to do: " + std::string(text.advice) + "\n";
+  if (const std::string stack = CallStack(); !stack.empty()) {
+    paragraph += "  Call stack:\n" + stack;
+  }
+  Print(paragraph);
+  if (g_procedure != nullptr) g_procedure(text.id.data(), paragraph.c_str());
+  if (TheLayer().settings.abort) {
+    FlushTrace();
+    std::abort();
+  }
+}
+
+bool IsNew(Rule rule, const Row* row, const void* caller) {
+  return IsAskedFor(rule) && Told().emplace(rule, row, caller).second;
+}
+
+}  // namespace
+
+const RuleText& TextOf(Rule rule) { return kRules[static_cast<std::size_t>(rule)]; }
+
+bool IsAskedFor(Rule rule) { return TheLayer().settings.Asks(TextOf(rule).id); }
+
+void Tell(Rule rule, const Call& call, const std::string& what, const std::string& who) {
+  const Origin here = call.Here();
+  if (!IsNew(rule, &call.row, here.outerRow == nullptr ? here.caller : here.outerCaller)) return;
+  std::string body = "In " + InWords(call) + ", call " + std::to_string(call.number);
+  if (here.outerRow != nullptr) body += ", made in " + NameOf(*here.outerRow);
+  body += ", from " + PlaceOf(here.outerRow == nullptr ? here.caller : here.outerCaller) + ": ";
+  Publish(rule, body + what, who);
+}
+
+void TellOf(Rule rule, const Origin& origin, const std::string& what, const std::string& who) {
+  if (!IsNew(rule, origin.row, origin.outerRow == nullptr ? origin.caller : origin.outerCaller)) {
+    return;
+  }
+  Publish(rule, Capitalized(what), who);
+}
+
+void ForgetFindings() { Told().clear(); }
+
+std::size_t FindingCount() { return Told().size(); }
+
+void SetFindingProc(ZELUtilsCheckFindingProc procedure) { g_procedure = procedure; }
+
+void Print(const std::string& text) {
+  const std::string& path = TheLayer().settings.out;
+  std::FILE* const file = path.empty() ? stderr : std::fopen(path.c_str(), "ab");
+  if (file == nullptr) return;
+  std::fwrite(text.data(), 1, text.size(), file);
+  if (path.empty()) {
+    std::fflush(file);
+  } else {
+    std::fclose(file);
+  }
+}
+
+}  // namespace zelcheck

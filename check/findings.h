@@ -1,0 +1,29 @@
+// Findings: breaches of the contract, each told once, in a paragraph for people.
+#pragma once
+
+#include <string>
+
+#include "call.h"
+#include "rules.h"
+#include "zelutils/check.h"
+
+namespace zelcheck {
+
+// Tells of a breach in a call. `what` is a sentence; `who` says who holds what, and may be empty.
+// The same rule at the same place of a program is told once.
+void Tell(Rule rule, const Call& call, const std::string& what, const std::string& who = "");
+// Tells of a breach that is noticed after the call that made it, as a leak is.
+void TellOf(Rule rule, const Origin& origin, const std::string& what, const std::string& who = "");
+// Whether a finding of the rule would be told at all.
+bool IsAskedFor(Rule rule);
+
+// Where findings, traces and tables go: standard error, or the file of out=FILE.
+void Print(const std::string& text);
+// Of a new start: what was told is told again.
+void ForgetFindings();
+std::size_t FindingCount();
+
+// Where findings go in addition, with the word "callback"; null: nowhere.
+void SetFindingProc(ZELUtilsCheckFindingProc procedure);
+
+}  // namespace zelcheck

@@ -1,0 +1,140 @@
+// Thunks: C procedures that stand in the place of others, one for each procedure and side, made by
+// the compiler from the members of the typed tables.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "call.h"
+#include "row.h"
+
+namespace zelcheck {
+
+// What is replaced in a call on its way: nothing, unless a specialisation says otherwise.
+template <auto member>
+struct Adapt {
+  template <typename... Arguments>
+  static void Before(Side, Arguments&...) {}
+  template <typename... Arguments>
+  static void After(Side, Arguments&...) {}
+};
+
+// How many different procedures a host may have under one name in the course of a process. One more
+// is called directly: the call is as it should be, and goes unseen.
+inline constexpr std::size_t kPlaces = 8;
+
+template <Side side, auto member, typename Signature>
+class Procedure;
+
+template <Side side, auto member, typename Result, typename... Arguments>
+class Procedure<side, member, Result (*)(Arguments...)> {
+ public:
+  using Target = Result (*)(Arguments...);
+
+  static ZELProc Wrap(const Row& row, ZELProc procedure) {
+    row_ = &row;
+    const auto target = reinterpret_cast<Target>(procedure);
+    for (std::size_t i = 0; i < kPlaces; ++i) {
+      if (targets_[i] == nullptr) targets_[i] = target;
+      if (targets_[i] == target) return reinterpret_cast<ZELProc>(kThunks[i]);
+    }
+    return procedure;
+  }
+
+  static ZELProc Unwrap(ZELProc thunk) {
+    for (std::size_t i = 0; i < kPlaces; ++i) {
+      if (thunk == reinterpret_cast<ZELProc>(kThunks[i])) {
+        return reinterpret_cast<ZELProc>(targets_[i]);
+      }
+    }
+    return nullptr;
+  }
+
+ private:
+  template <std::size_t place>
+  static Result Through(Arguments... arguments) {
+    return Pass(targets_[place], __builtin_return_address(0), arguments...);
+  }
+
+  static Result Pass(Target target, const void* caller, Arguments... arguments) {
+    const Argument values[] = {Argument::Of(arguments)..., Argument()};
+    Call call(*row_, side, caller, values);
+    if constexpr (std::is_void_v<Result>) {
+      if (call.Begin()) {
+        Adapt<member>::Before(side, arguments...);
+        target(arguments...);
+        Adapt<member>::After(side, arguments...);
+      }
+      call.End(Argument());
+    } else {
+      Result result{};
+      if (call.Begin()) {
+        Adapt<member>::Before(side, arguments...);
+        result = target(arguments...);
+        Adapt<member>::After(side, result, arguments...);
+      } else if constexpr (std::is_same_v<Result, ZELErrorObject>) {
+        result = call.InjectedError();
+      }
+      call.End(Argument::Of(result));
+      return result;
+    }
+  }
+
+  template <std::size_t... place>
+  static constexpr std::array<Target, kPlaces> MakeThunks(std::index_sequence<place...>) {
+    return {&Through<place>...};
+  }
+
+  static constexpr std::array<Target, kPlaces> kThunks =
+      MakeThunks(std::make_index_sequence<kPlaces>());
+  static inline constinit std::array<Target, kPlaces> targets_{};
+  static inline constinit const Row* row_ = nullptr;
+};
+
+template <typename Member>
+struct MemberTraits;
+template <typename Table, typename Slot>
+struct MemberTraits<Slot Table::*> {
+  using Interface = Table;
+  using Proc = Slot;
+};
+
+template <auto member>
+using ProcOf = typename MemberTraits<decltype(member)>::Proc;
+
+// The sides on which a row's procedures are met: a mask of 1 << side.
+template <auto member, unsigned sides, typename Action>
+ZELProc OnSide(Side side, Action action) {
+  using Proc = ProcOf<member>;
+  const auto is = [side](Side other) { return side == other; };
+  if constexpr ((sides & 1U << static_cast<unsigned>(Side::kClientToLibrary)) != 0) {
+    if (is(Side::kClientToLibrary))
+      return action(Procedure<Side::kClientToLibrary, member, Proc>());
+  }
+  if constexpr ((sides & 1U << static_cast<unsigned>(Side::kLibraryToHost)) != 0) {
+    if (is(Side::kLibraryToHost)) return action(Procedure<Side::kLibraryToHost, member, Proc>());
+  }
+  if constexpr ((sides & 1U << static_cast<unsigned>(Side::kClientToHost)) != 0) {
+    if (is(Side::kClientToHost)) return action(Procedure<Side::kClientToHost, member, Proc>());
+  }
+  if constexpr ((sides & 1U << static_cast<unsigned>(Side::kCallback)) != 0) {
+    if (is(Side::kCallback)) return action(Procedure<Side::kCallback, member, Proc>());
+  }
+  return nullptr;
+}
+
+template <auto member, unsigned sides>
+ZELProc WrapOn(const Row& row, Side side, ZELProc procedure) {
+  const ZELProc thunk = OnSide<member, sides>(
+      side, [&](auto thunks) { return decltype(thunks)::Wrap(row, procedure); });
+  return thunk == nullptr ? procedure : thunk;
+}
+
+template <auto member, unsigned sides>
+ZELProc UnwrapOn(Side side, ZELProc thunk) {
+  return OnSide<member, sides>(side, [&](auto thunks) { return decltype(thunks)::Unwrap(thunk); });
+}
+
+}  // namespace zelcheck

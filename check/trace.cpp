@@ -1,0 +1,133 @@
+// Traces: a line for each call, or an event for the viewers of trace events.
+#include "trace.h"
+
+#include <array>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+#include "findings.h"
+#include "layer.h"
+#include "watch.h"
+#include "words.h"
+
+namespace zelcheck {
+namespace {
+
+// Who calls whom, by Side.
+constexpr const char* kSides[] = {"client>library", "library>host", "client>host", "callback"};
+
+// Lines of the outermost call that runs, in the order in which the calls began. A line is complete
+// when its call has returned.
+struct Lines {
+  std::vector<std::string> lines;
+  std::vector<std::size_t> open;  // those whose calls still run
+};
+Lines& OpenLines() {
+  static auto* const lines = new Lines;
+  return *lines;
+}
+
+constinit std::FILE* g_events = nullptr;
+constinit bool g_hasEvent = false;
+
+std::string Microseconds(std::uint64_t nanoseconds) {
+  std::array<char, 32> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), "%.3f", static_cast<double>(nanoseconds) / 1000);
+  return buffer.data();
+}
+
+std::string InJson(const std::string& text) {
+  std::string json = "\"";
+  for (const char byte : text) {
+    if (byte == '"' || byte == '\\') json += '\\';
+    json += byte >= ' ' && byte < 0x7f ? byte : '?';
+  }
+  return json + "\"";
+}
+
+// Atoms are numbers like others; those that come as a result are of these.
+bool IsAtom(const Row& row) {
+  return row.after == &watch::AtomMade || row.after == &watch::ErrorAtom;
+}
+
+std::string ResultInWords(const Call& call) {
+  if (call.result.type == Argument::Type::kNone) return "";
+  return " = " + InWords(call.result, IsAtom(call.row) ? 'a' : '-');
+}
+
+void WriteEvent(const Call& call, std::uint64_t duration) {
+  const std::string event =
+      std::string(g_hasEvent ? ",\n" : "[\n") + "{\"name\":" + InJson(NameOf(call.row)) +
+      ",\"cat\":\"" + kSides[static_cast<int>(call.side)] +
+      "\",\"ph\":\"X\",\"pid\":1,\"tid\":1,\"ts\":" + Microseconds(call.startTime) +
+      ",\"dur\":" + Microseconds(duration) + ",\"args\":{\"call\":" + std::to_string(call.number) +
+      ",\"text\":" + InJson(InWords(call) + ResultInWords(call)) + "}}";
+  g_hasEvent = true;
+  std::fwrite(event.data(), 1, event.size(), g_events);
+}
+
+}  // namespace
+
+void OpenTrace() {
+  const Settings& settings = TheLayer().settings;
+  if (settings.traceFile.empty()) {
+    Print(
+        "zelutils-check: each line is who calls whom, the call, its result and its time in "
+        "microseconds\n");
+    return;
+  }
+  g_events = std::fopen(settings.traceFile.c_str(), "wb");
+  g_hasEvent = false;
+  if (g_events == nullptr) {
+    Print("zelutils-check: " + settings.traceFile + " cannot be written\n");
+  }
+}
+
+void CloseTrace() {
+  FlushTrace();
+  if (g_events == nullptr) return;
+  std::fputs(g_hasEvent ? "\n]\n" : "[]\n", g_events);
+  std::fclose(std::exchange(g_events, nullptr));
+}
+
+void TraceBegin(const Call& call) {
+  if (!TheLayer().settings.traceFile.empty()) return;
+  Lines& all = OpenLines();
+  all.open.push_back(all.lines.size());
+  std::array<char, 32> who{};
+  std::snprintf(who.data(), who.size(), "%-14s ", kSides[static_cast<int>(call.side)]);
+  all.lines.push_back(who.data() + std::string(std::size_t{2} * call.depth, ' ') + InWords(call));
+}
+
+void TraceEnd(const Call& call, std::uint64_t duration) {
+  const Settings& settings = TheLayer().settings;
+  if (!settings.traceFile.empty()) {
+    if (g_events != nullptr && settings.Shows(Text(call.row.interfaceName))) {
+      WriteEvent(call, duration);
+    }
+    return;
+  }
+  Lines& all = OpenLines();
+  if (all.open.empty()) return;
+  std::string& line = all.lines[all.open.back()];
+  all.open.pop_back();
+  if (settings.Shows(Text(call.row.interfaceName))) {
+    line += ResultInWords(call) + "  [" + Microseconds(duration) + "]\n";
+  } else {
+    line.clear();
+  }
+  if (all.open.empty()) FlushTrace();
+}
+
+void FlushTrace() {
+  Lines& all = OpenLines();
+  std::string text;
+  for (const std::size_t open : all.open) all.lines[open] += "  ... runs\n";
+  for (const std::string& line : all.lines) text += line;
+  all.lines.clear();
+  all.open.clear();
+  if (!text.empty()) Print(text);
+}
+
+}  // namespace zelcheck

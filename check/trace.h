@@ -1,0 +1,13 @@
+// Traces of calls, as text or as trace events.
+#pragma once
+
+#include "observe.h"
+
+namespace zelcheck {
+
+void OpenTrace();
+void CloseTrace();
+void TraceBegin(const Call& call);
+void TraceEnd(const Call& call, std::uint64_t duration);
+
+}  // namespace zelcheck

@@ -1,0 +1,321 @@
+// Calls of the binder, of memory, atoms, errors and shared buffers.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "findings.h"
+#include "layer.h"
+#include "watch.h"
+#include "words.h"
+
+namespace zelcheck::watch {
+namespace {
+
+Ledger& Known() { return TheLayer().ledger; }
+
+const char* TextAt(const Call& call, std::size_t index) {
+  return call.arguments[index].As<const char*>();
+}
+
+// One reference is given back: the thing ends for those who were seen to hold it.
+template <typename Thing>
+void GiveBack(const Call& call, Thing* known) {
+  if (known == nullptr || !known->isLive) return;
+  --known->holders.By(call.By());
+  if (known->holders.Sum() > 0) return;
+  known->isLive = false;
+  known->ended = call.Here();
+}
+
+template <typename Thing>
+void Take(const Call& call, Thing& known) {
+  known.holders.Take(call);
+  known.clientHeldOne = known.clientHeldOne || call.By() == Actor::kClient;
+}
+
+template <typename Thing>
+void TellTooMany(const Call& call, const Thing* known, Rule rule, const std::string& thing) {
+  if (!TheLayer().watchesClients || call.By() != Actor::kClient) return;
+  if (known == nullptr || !known->isLive || !known->clientHeldOne) return;
+  if (known->holders.Of(Actor::kClient) > 0) return;
+  Tell(rule, call, thing + " is given back more often than clients have taken references to it.",
+       InWords(known->holders));
+}
+
+}  // namespace
+
+// ---- Binder ----
+
+void Registered(Call& call) {
+  if (call.result.bits != 0) return;
+  Tell(Rule::kHostRegistrationRefused, call,
+       "the host refuses the procedure, so that the library does not start.");
+}
+
+void Reported(Call& call) {
+  Layer& layer = TheLayer();
+  layer.lastReport = Text(TextAt(call, 0));
+  for (Call* around = call.outer; around != nullptr; around = around->outer) {
+    if (around->side != Side::kClientToLibrary) continue;
+    around->failed = true;
+    break;
+  }
+}
+
+void Withdrawn(Call& call) {
+  const Layer& layer = TheLayer();
+  static std::uint32_t before = 0;
+  const std::uint32_t now = layer.unregisterCount == nullptr ? 0 : *layer.unregisterCount;
+  if (now == before && now != 0 && call.result.bits != 0) {
+    Tell(Rule::kHostCounterStays, call,
+         "the unregister counter reads " + std::to_string(now) + " as after the last withdrawal.");
+  }
+  before = now;
+}
+
+void CounterAddress(Call& call) {
+  Layer& layer = TheLayer();
+  layer.unregisterCount = call.result.As<const std::uint32_t*>();
+  if (layer.unregisterCount != nullptr && *layer.unregisterCount == 0) {
+    Tell(Rule::kHostCounterZero, call,
+         "the unregister counter reads 0, which stands for what was never imported.");
+  }
+}
+
+// ---- Memory ----
+
+namespace {
+
+// What "Realloc" must keep: the block's first bytes.
+struct Moving {
+  std::array<unsigned char, 64> bytes{};
+  std::size_t count = 0;
+};
+constinit Moving g_moving;
+
+void NoteBlock(const Call& call, const void* address, std::size_t size) {
+  if (address == nullptr) return;
+  Ledger& ledger = Known();
+  const auto number = reinterpret_cast<std::uintptr_t>(address);
+  if (number % alignof(std::max_align_t) > 0 && number % 8 > 0) {
+    Tell(Rule::kHostMemoryUnaligned, call, "the block at " + Hex(number) + " is not aligned.");
+  }
+  Block& block = ledger.blocks[address];
+  const bool isTwice = block.isLive && block.made.row != nullptr;
+  if (ledger.memory.Take(address, size) || isTwice) {
+    Tell(Rule::kHostMemoryOverlaps, call,
+         "the block of " + Plural(static_cast<std::int64_t>(size), "byte") + " at " + Hex(number) +
+             " lies over one that is still held.");
+  }
+  block = {true, size, call.By(), call.Here(), {}};
+}
+
+void ForgetBlock(const Call& call, const void* address) {
+  Block* const known = Find(Known().blocks, address);
+  if (known == nullptr || !known->isLive) return;
+  Known().memory.Free(address, known->size);
+  known->isLive = false;
+  known->ended = call.Here();
+}
+
+}  // namespace
+
+void BlockMade(Call& call) {
+  NoteBlock(call, call.result.As<const void*>(), static_cast<std::size_t>(call.arguments[0].bits));
+}
+
+void BlockMoves(Call& call) {
+  const void* const address = call.arguments[0].As<const void*>();
+  const Block* const known = Find(Known().blocks, address);
+  g_moving.count = 0;
+  if (known == nullptr || !known->isLive) return;
+  g_moving.count = std::min(
+      {known->size, static_cast<std::size_t>(call.arguments[1].bits), g_moving.bytes.size()});
+  std::memcpy(g_moving.bytes.data(), address, g_moving.count);
+}
+
+void BlockMoved(Call& call) {
+  const void* const address = call.result.As<const void*>();
+  if (address == nullptr) return;
+  ForgetBlock(call, call.arguments[0].As<const void*>());
+  NoteBlock(call, address, static_cast<std::size_t>(call.arguments[1].bits));
+  if (std::memcmp(address, g_moving.bytes.data(), g_moving.count) != 0) {
+    Tell(Rule::kHostMemoryLost, call, "the moved block does not begin with the bytes of the old.");
+  }
+}
+
+void BlockEnds(Call& call) { ForgetBlock(call, call.arguments[0].As<const void*>()); }
+
+// ---- Atoms ----
+
+namespace {
+
+constexpr std::size_t kKeptText = 60;
+
+bool IsTextOf(const Atom& atom, const char* text) {
+  return atom.isShortened ? std::strncmp(atom.text.c_str(), text, kKeptText) == 0
+                          : atom.text == text;
+}
+
+// Whether the atom is held for certain: what clients give back may go unseen.
+bool IsCertain(const Atom& atom) {
+  return atom.made.row != nullptr && atom.isLive &&
+         (atom.holders.Of(Actor::kLibrary) > 0 || TheLayer().watchesClients);
+}
+
+}  // namespace
+
+void AtomMade(Call& call) {
+  const auto atom = call.result.As<ZELStringAtom>();
+  const char* const text = TextAt(call, 0);
+  if (atom == 0 || text == nullptr) return;
+  Atom& known = Known().atoms[atom];
+  if (IsCertain(known) && !IsTextOf(known, text)) {
+    Tell(Rule::kHostAtomNotUnique, call,
+         "atom " + std::to_string(atom) + " is given, which is that of " +
+             Quoted(known.text.c_str()) + " and still held.",
+         InWords(known.holders));
+  }
+  if (known.made.row == nullptr || !known.isLive || !IsTextOf(known, text)) {
+    known = Atom();
+    known.text.assign(text, strnlen(text, kKeptText));
+    known.isShortened = known.text.size() == kKeptText;
+    known.made = call.Here();
+  }
+  Take(call, known);
+}
+
+void AtomReferenced(Call& call) {
+  Atom* const known = Find(Known().atoms, call.arguments[0].As<ZELStringAtom>());
+  if (known != nullptr && known->isLive) Take(call, *known);
+}
+
+void AtomEnds(Call& call) {
+  const auto atom = call.arguments[0].As<ZELStringAtom>();
+  Atom* const known = Find(Known().atoms, atom);
+  if (known == nullptr) return;
+  TellTooMany(call, known, Rule::kAtomReleasedTwice, AtomInWords(atom));
+  if (known->isHeldByHost && known->holders.Sum() == 1) {
+    Known().atoms.erase(atom);  // the host may go on holding it
+    return;
+  }
+  GiveBack(call, known);
+}
+
+void AtomText(Call& call) {
+  const auto atom = call.arguments[0].As<ZELStringAtom>();
+  const auto* const text = call.result.As<const char*>();
+  Atom* const known = Find(Known().atoms, atom);
+  if (known == nullptr || !known->isLive || !IsCertain(*known)) return;
+  if (text == nullptr || !IsTextOf(*known, text)) {
+    return Tell(Rule::kHostAtomTextWrong, call,
+                AtomInWords(atom) + " has the text " + Quoted(text) + ".");
+  }
+  if (known->address != nullptr && known->address != text) {
+    Tell(Rule::kHostAtomTextChanged, call,
+         "the text of " + AtomInWords(atom) + " has moved from " +
+             Hex(reinterpret_cast<std::uintptr_t>(known->address)) + " to " +
+             Hex(reinterpret_cast<std::uintptr_t>(text)) + ".");
+  }
+  known->address = text;
+}
+
+// ---- Errors ----
+
+void ErrorMade(Call& call) {
+  const auto error = call.result.As<ZELErrorObject>();
+  const bool isNew = call.arguments[0].type == Argument::Type::kText;
+  if (error == nullptr) {
+    if (isNew) Tell(Rule::kHostErrorNull, call, "the host gives null, which means success.");
+    return;
+  }
+  Error& known = Known().errors[error];
+  if (known.made.row == nullptr || !known.isLive) {
+    known = MadeBy<Error>(call);
+    if (isNew) {
+      known.message = Text(TextAt(call, 0));
+      known.id = call.arguments[2].As<std::int32_t>();
+      known.isKnown = true;
+    }
+  }
+  Take(call, known);
+}
+
+void ErrorReferenced(Call& call) {
+  const auto error = call.arguments[0].As<ZELErrorObject>();
+  const auto given = call.result.As<ZELErrorObject>();
+  if (error != given) {
+    return Tell(Rule::kHostErrorWrong, call, "another error object is given.");
+  }
+  Error* const known = Find(Known().errors, error);
+  if (known != nullptr && known->isLive) Take(call, *known);
+}
+
+void ErrorEnds(Call& call) {
+  Error* const known = Find(Known().errors, call.arguments[0].As<ZELErrorObject>());
+  TellTooMany(call, known, Rule::kErrorReleasedTwice, "the error object");
+  GiveBack(call, known);
+}
+
+void ErrorAtom(Call& call) {
+  const auto atom = call.result.As<ZELStringAtom>();
+  if (atom == 0) return;
+  Atom& known = Known().atoms[atom];
+  if (known.made.row == nullptr || !known.isLive) {
+    Known().atoms.erase(atom);  // the host's own, of which nothing is known
+    return;
+  }
+  known.isHeldByHost = true;
+}
+
+void ErrorId(Call& call) {
+  const Error* const known = Find(Known().errors, call.arguments[0].As<ZELErrorObject>());
+  const auto id = call.result.As<std::int32_t>();
+  if (known == nullptr || !known->isLive || !known->isKnown || known->id == id) return;
+  Tell(Rule::kHostErrorWrong, call,
+       "the number is " + std::to_string(id) + "; the error object was made with " +
+           std::to_string(known->id) + " by " + InWords(known->made) + ".");
+}
+
+// ---- Shared buffers ----
+
+void BufferMade(Call& call) {
+  const auto buffer = call.result.As<ZELSharedBuff>();
+  if (buffer == nullptr) return;
+  Buffer& known = Known().buffers[buffer];
+  known = MadeBy<Buffer>(call);
+  known.size = call.arguments[0].As<std::uint32_t>();
+  Take(call, known);
+}
+
+void BufferReferenced(Call& call) {
+  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  if (known != nullptr && known->isLive) Take(call, *known);
+}
+
+void BufferEnds(Call& call) {
+  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  TellTooMany(call, known, Rule::kBufferReleasedTwice, "the shared buffer");
+  GiveBack(call, known);
+}
+
+void BufferAddress(Call& call) {
+  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  const void* const address = call.result.As<const void*>();
+  if (known == nullptr || !known->isLive) return;
+  if (known->address != nullptr && known->address != address) {
+    Tell(Rule::kHostBufferMoved, call, "the bytes are not where they were.");
+  }
+  known->address = address;
+}
+
+void BufferSize(Call& call) {
+  const Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  const auto size = call.result.As<std::uint32_t>();
+  if (known == nullptr || !known->isLive || known->size == size) return;
+  Tell(Rule::kHostBufferSize, call,
+       "the size is " + std::to_string(size) + ", and the buffer was made with " +
+           std::to_string(known->size) + ".");
+}
+
+}  // namespace zelcheck::watch

@@ -1,0 +1,314 @@
+// Calls that make, hold and end instances, streams among them, and calls that change containers.
+#include <cstring>
+
+#include "findings.h"
+#include "layer.h"
+#include "rows.h"
+#include "watch.h"
+#include "words.h"
+
+namespace zelcheck::watch {
+namespace {
+
+Ledger& Known() { return TheLayer().ledger; }
+
+ZELInstance InstanceAt(const Call& call, std::size_t index) {
+  return call.arguments[index].As<ZELInstance>();
+}
+
+// What a call has stored beside an error object, or has not stored without one. Returns whether
+// there is a result.
+bool HasResult(const Call& call, const void* stored, const char* noun) {
+  if (call.result.bits != 0) {
+    if (stored != nullptr) {
+      Tell(Rule::kHostResultWithError, call,
+           "an error object is returned, and yet " + std::string(noun) + " is stored.");
+    }
+    return false;
+  }
+  if (stored != nullptr) return true;
+  Tell(Rule::kHostNothingDelivered, call,
+       "neither " + std::string(noun) + " is stored nor an error object returned.");
+  return false;
+}
+
+// The interface that an atom names, as a text that stays.
+const char* InterfaceOf(ZELStringAtom name) {
+  Atom* const atom = Find(Known().atoms, name);
+  if (atom == nullptr) return "instance";
+  if (atom->interfaceName == nullptr) {
+    atom->interfaceName = "instance";
+    for (const RowGroup& group : RowGroups()) {
+      if (group.name != nullptr && atom->text == group.name) atom->interfaceName = group.name;
+    }
+  }
+  return atom->interfaceName;
+}
+
+Instance& NoteBirth(const Call& call, ZELInstance instance, const char* kind, void* object) {
+  Ledger& ledger = Known();
+  Instance& known = ledger.instances[instance];
+  // A stream of the host's own may have ended unseen.
+  if (known.isLive && known.isDeathSeen && known.made.row != nullptr) {
+    Tell(Rule::kHostInstanceReborn, call,
+         "the handle is that of an instance that has not ended, made by " + InWords(known.made) +
+             ".",
+         InWords(known.holders));
+  }
+  known = Instance();
+  known.kind = kind;
+  known.made = call.Here();
+  known.object = object;
+  if (call.By() == Actor::kClient) known.returned = known.made;
+  return known;
+}
+
+void CheckRecord(const Call& call, ZELInstance instance, const void* object) {
+  const Layer& layer = TheLayer();
+  if (!layer.offsetIsKnown) return;
+  ZELPrimaryInstance record;
+  std::memcpy(&record, reinterpret_cast<const char*>(instance) + layer.offset, sizeof record);
+  const Atom* const name = Find(Known().atoms, call.arguments[2].As<ZELStringAtom>());
+  if (record.object != object) {
+    Tell(Rule::kHostRecordWrong, call, "the primary record does not hold the object.");
+  } else if (record.signature == nullptr) {
+    Tell(Rule::kHostRecordWrong, call, "the primary record has no signature.");
+  } else if (record.implementationName == nullptr ||
+             (name != nullptr && !name->isShortened && name->text != record.implementationName)) {
+    Tell(Rule::kHostRecordWrong, call,
+         "the primary record has " + Quoted(record.implementationName) +
+             " for the name of the implementation.");
+  }
+}
+
+}  // namespace
+
+// ---- Containers ----
+
+void InstanceMade(Call& call) {
+  const auto* const place = call.arguments[0].As<const ZELInstance*>();
+  const ZELInstance instance = place == nullptr ? nullptr : *place;
+  if (!HasResult(call, instance, "a handle")) return;
+  auto* const object = call.arguments[1].As<void*>();
+  Instance& known =
+      NoteBirth(call, instance, InterfaceOf(call.arguments[4].As<ZELStringAtom>()), object);
+  known.isDeathSeen = call.arguments[3].bits != 0;
+  Known().objects[object] = instance;
+  CheckRecord(call, instance, object);
+}
+
+void InstanceReferenced(Call& call) {
+  if (call.result.bits == 0) return;
+  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (known == nullptr || !known->isLive) return;
+  known->holders.Take(call);
+  known->clientHeldOne = known->clientHeldOne || call.By() == Actor::kClient;
+}
+
+void ReferenceEnds(Call& call) {
+  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (known == nullptr || !known->isLive) return;
+  if (TheLayer().watchesClients && call.By() == Actor::kClient &&
+      known->holders.Of(Actor::kClient) <= 0) {
+    Tell(Rule::kInstanceReleasedTwice, call,
+         "the instance, made by " + InWords(known->made) +
+             ", is given back more often than clients have taken references to it.",
+         InWords(known->holders));
+  }
+  --known->holders.By(call.By());
+}
+
+void ReferenceEnded(Call& call) {
+  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (known == nullptr || !known->isLive || known->holders.Sum() > 0) return;
+  // Of what the layer does not see ending, and whose holders it has all seen.
+  if (!known->isDeathSeen && TheLayer().watchesClients) {
+    known->isLive = false;
+    known->ended = call.Here();
+  }
+}
+
+void InstanceDeleted(Call& call) {
+  const Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (known == nullptr || !known->isLive || known->holders.Sum() <= 0) return;
+  if (call.By() != Actor::kClient) return;
+  Tell(Rule::kInstanceDeletedWhileHeld, call,
+       "the instance, made by " + InWords(known->made) + ", is held.", InWords(known->holders));
+}
+
+void InstanceGone(Call& call) {
+  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (known == nullptr || !known->isLive || known->holders.Sum() > 0) return;
+  if (known->isDeathSeen) {
+    return Tell(Rule::kHostNotDestroyed, call,
+                "the destroy procedure of the instance, made by " + InWords(known->made) +
+                    ", was not called.");
+  }
+  known->isLive = false;
+  known->ended = call.Here();
+}
+
+void MethodFound(Call& call) {
+  const auto* const place = call.arguments[0].As<const ZELProc*>();
+  if (call.result.bits != 0 && place != nullptr && *place != nullptr) {
+    Tell(Rule::kHostResultWithError, call,
+         "an error object is returned, and yet a procedure is stored.");
+  }
+}
+
+void ObjectFound(Call& call) {
+  const auto* const place = call.arguments[0].As<void* const*>();
+  if (place != nullptr) HasResult(call, *place, "an object");
+}
+
+void Offset(Call& call) {
+  Layer& layer = TheLayer();
+  const auto offset = call.result.As<std::int32_t>();
+  if (layer.offsetIsKnown && layer.offset != offset) {
+    Tell(Rule::kHostOffsetChanged, call,
+         "the offset is " + std::to_string(offset) + ", and was " + std::to_string(layer.offset) +
+             " before.");
+  }
+  layer.offset = offset;
+  layer.offsetIsKnown = true;
+}
+
+// ---- Streams ----
+
+void StreamMade(Call& call) {
+  // The place of the result is the first argument of a factory and the second of a stream.
+  const std::size_t index = call.row.roles[0] == 'o' ? 0 : 1;
+  const auto* const place = call.arguments[index].As<const ZELInstance*>();
+  const ZELInstance instance = place == nullptr ? nullptr : *place;
+  if (!HasResult(call, instance, "a stream")) return;
+  const bool isOfClient = call.row.roles[1] == '-';
+  void* const object = isOfClient ? call.arguments[1].As<void*>() : nullptr;
+  Instance& known = NoteBirth(call, instance, "stream", object);
+  known.isDeathSeen = isOfClient;
+  if (isOfClient) Known().objects[object] = instance;
+}
+
+void StreamRead(Call& call) {
+  const auto* const delivered = call.arguments[1].As<const std::uint32_t*>();
+  const std::uint64_t wanted = call.arguments[3].bits;
+  if (call.result.bits != 0 || delivered == nullptr || *delivered <= wanted) return;
+  Tell(Rule::kHostStreamTooMuch, call,
+       std::to_string(*delivered) + " bytes are delivered, and " + std::to_string(wanted) +
+           " are wanted.");
+}
+
+namespace {
+
+// The last position sought, until anything else is done with a stream.
+struct Sought {
+  ZELInstance stream = nullptr;
+  std::uint32_t position = 0;
+  std::uint64_t number = 0;  // of the call
+};
+constinit Sought g_sought;
+
+}  // namespace
+
+void StreamSought(Call& call) {
+  g_sought = {};
+  if (call.result.bits != 0) return;
+  g_sought = {InstanceAt(call, 0), call.arguments[1].As<std::uint32_t>(), TheLayer().calls};
+}
+
+void StreamMarked(Call& call) {
+  const auto* const position = call.arguments[1].As<const std::uint32_t*>();
+  if (call.result.bits != 0 || position == nullptr || g_sought.stream != InstanceAt(call, 0) ||
+      g_sought.number + 1 != call.number || *position == g_sought.position) {
+    return;
+  }
+  Tell(Rule::kHostStreamPosition, call,
+       "the position is " + std::to_string(*position) + " right after " +
+           std::to_string(g_sought.position) + " was sought.");
+}
+
+// ---- Callbacks ----
+
+void ObjectDestroyed(Call& call) {
+  void* const object = call.arguments[0].As<void*>();
+  const ZELInstance* const instance = Find(Known().objects, object);
+  if (instance == nullptr) return;
+  Instance* const known = Find(Known().instances, *instance);
+  if (known == nullptr || known->object != object) return;
+  if (!known->isLive) {
+    Tell(Rule::kHostDestroyedTwice, call,
+         "the object was destroyed before, in " + InWords(known->ended) +
+             "; the call is kept from the library.");
+    return call.Refuse();
+  }
+  if (known->holders.Of(Actor::kLibrary) > 0) {
+    Tell(Rule::kHostDestroyedEarly, call,
+         "the instance, made by " + InWords(known->made) + ", is still held.",
+         InWords(known->holders));
+  }
+  known->isLive = false;
+  known->ended = call.outer == nullptr ? call.Here() : call.outer->Here();
+}
+
+// ---- The library's containers ----
+
+namespace {
+
+// Whether a container is, or was last seen in, another one.
+bool IsWithin(ZELInstance inner, ZELInstance outer) {
+  for (int level = 0; inner != nullptr && level < 600; ++level) {
+    if (inner == outer) return true;
+    const Instance* const known = Find(Known().instances, inner);
+    inner = known == nullptr ? nullptr : known->holder;
+  }
+  return false;
+}
+
+// The validator that a container, or what it is in, is the schema of.
+const Instance* LiveValidatorOver(ZELInstance container) {
+  for (int level = 0; container != nullptr && level < 600; ++level) {
+    const Instance* const known = Find(Known().instances, container);
+    if (known == nullptr) return nullptr;
+    const Instance* const validator = Find(Known().instances, known->validator);
+    if (validator != nullptr && validator->isLive) return validator;
+    container = known->holder;
+  }
+  return nullptr;
+}
+
+void NoteMember(const Call& call, std::size_t index) {
+  if (call.side != Side::kClientToLibrary || call.failed) return;
+  Instance* const member = Find(Known().instances, InstanceAt(call, index));
+  if (member != nullptr) member->holder = InstanceAt(call, 0);
+}
+
+}  // namespace
+
+void Changes(Call& call) {
+  if (call.side != Side::kClientToLibrary) return;
+  const ZELInstance container = InstanceAt(call, 0);
+  for (const Call* around = call.outer; around != nullptr; around = around->outer) {
+    if (around->side != Side::kClientToLibrary) continue;
+    for (std::size_t i = 0; around->row.roles[i] != '\0'; ++i) {
+      if (around->row.roles[i] != 'h' || !IsWithin(container, InstanceAt(*around, i))) continue;
+      return Tell(Rule::kChangedInUse, call,
+                  "the container is in use by " + InWords(*around) + ", which has not returned.");
+    }
+  }
+  const Instance* const validator = LiveValidatorOver(container);
+  if (validator != nullptr && call.row.method != std::string_view("RegisterCallbackProc")) {
+    Tell(Rule::kSchemaChanged, call,
+         "the container is, or is in, the schema of a validator, made by " +
+             InWords(validator->made) + ".");
+  }
+}
+
+void MemberPut(Call& call) { NoteMember(call, 2); }
+void MemberSet(Call& call) { NoteMember(call, 2); }
+void MemberAppended(Call& call) { NoteMember(call, 1); }
+
+void SchemaTaken(Call& call) {
+  Instance* const schema = Find(Known().instances, InstanceAt(call, 0));
+  if (schema != nullptr) schema->validator = call.result.As<ZELInstance>();
+}
+
+}  // namespace zelcheck::watch

@@ -1,0 +1,58 @@
+// A host with the checking layer in place of the library, whose findings are collected.
+#pragma once
+
+#include <cstdlib>
+
+#include "support.h"
+#include "zelutils/check.h"
+
+namespace zeltest {
+
+inline void SetVariable(const char* name, const std::string& value) {
+#if defined(_WIN32)
+  _putenv_s(name, value.c_str());
+#else
+  value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
+#endif
+}
+
+// The rules that findings are of, and their paragraphs, of the layer that was started last.
+struct Findings {
+  std::vector<std::string> rules;
+  std::vector<std::string> paragraphs;
+};
+inline Findings g_findings;
+
+// Starts the layer in a host; `words` are added to what the variable says. What the host offers may
+// be changed between the construction and the start.
+class CheckedHost {
+ public:
+  CheckedHost() {
+    g_findings = {};
+    host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
+    host.Register(ZEL_CHECK_INTERFACE, "Finding", "ZELUtilsCheckFindingProc",
+                  reinterpret_cast<ZELProc>(&Collect));
+  }
+  ~CheckedHost() { SetVariable("ZELUTILS_CHECK", ""); }
+
+  void Start(const std::string& words) {
+    const std::string log = folder_ / "log";
+    SetVariable("ZELUTILS_CHECK", "callback,out=" + log + "," + words);
+    host.Start(ZEL_CHECK_PATH);
+  }
+  // What the layer has written so far.
+  std::string Log() const { return Folder::Contents(folder_.path / "log"); }
+  std::string FileIn(const char* name) const { return folder_ / name; }
+
+  zelhost::Host host;
+
+ private:
+  static void Collect(const char* rule, const char* paragraph) {
+    g_findings.rules.emplace_back(rule);
+    g_findings.paragraphs.emplace_back(paragraph);
+  }
+
+  Folder folder_;
+};
+
+}  // namespace zeltest
