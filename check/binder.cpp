@@ -8,6 +8,7 @@
 #include "adapt.h"
 #include "findings.h"
 #include "layer.h"
+#include "real_library.h"
 #include "words.h"
 
 namespace zelcheck {
@@ -100,6 +101,8 @@ void WatchClients(ZELLookupProc lookup) {
     }
   }
   TheLayer().watchesClients = true;
+  // Clients may keep the addresses for as long as the host offers these procedures.
+  StayLoaded();
 }
 
 void StopWatchingClients() {

@@ -215,13 +215,37 @@ void NoteHandle(const Call& call, ZELInstance instance) {
   if (call.row.result == 'B') known->holder = call.arguments[0].As<ZELInstance>();
 }
 
+// Takes a reference from who has answered the call, unless that is the host.
+void TakeFromCallee(const Call& call, Holders& holders) {
+  if (call.side == Side::kClientToLibrary) {
+    --holders.By(Actor::kLibrary);
+  } else if (call.side == Side::kLibraryToHost && call.row.isOfLibrary) {
+    --holders.By(Actor::kClient);
+  } else if (call.side == Side::kCallback) {
+    --holders.By(holders.Of(Actor::kLibrary) > 0 ? Actor::kLibrary : Actor::kClient);
+  }
+}
+
 void NoteError(const Call& call, ZELErrorObject error) {
   Ledger& ledger = TheLayer().ledger;
+  if (call.side == Side::kCallback) {
+    Error* const given = Find(ledger.errors, error);
+    if (given != nullptr) TakeFromCallee(call, given->holders);
+    return;
+  }
   Error& known = ledger.errors[error];
   if (!known.isLive || known.made.row == nullptr) known = MadeBy<Error>(call);
   known.holders.Take(call);
   known.clientHeldOne = known.clientHeldOne || call.By() == Actor::kClient;
-  if (call.side == Side::kClientToLibrary) --known.holders.By(Actor::kLibrary);
+  TakeFromCallee(call, known.holders);
+}
+
+void NoteAtom(const Call& call, ZELStringAtom atom) {
+  Atom* const known = Find(TheLayer().ledger.atoms, atom);
+  if (known == nullptr) return;
+  known->holders.Take(call);
+  known->clientHeldOne = known->clientHeldOne || call.By() == Actor::kClient;
+  TakeFromCallee(call, known->holders);
 }
 
 }  // namespace
@@ -238,7 +262,6 @@ void CheckClientCall(const Call& call) {
 }
 
 void NoteResult(Call& call) {
-  if (call.side == Side::kCallback) return;
   const bool isError = call.result.type == Argument::Type::kError;
   if (isError && call.result.bits != 0) {
     // Those that make an error object note it themselves.
@@ -247,21 +270,16 @@ void NoteResult(Call& call) {
     }
     return;
   }
-  if (call.side != Side::kClientToLibrary) return;
   const char role = call.row.result;
-  if (role == 'N' || role == 'B') {
+  if (role == 'A') {
+    const auto* const place = call.arguments[0].As<const ZELStringAtom*>();
+    if (place != nullptr) NoteAtom(call, *place);
+  } else if (call.side == Side::kClientToLibrary && (role == 'N' || role == 'B')) {
     if (call.result.type == Argument::Type::kInstance) {
       NoteHandle(call, call.result.As<ZELInstance>());
     } else if (const auto* const place = call.arguments[0].As<const ZELInstance*>()) {
       NoteHandle(call, *place);
     }
-  } else if (role == 'A') {
-    const auto* const place = call.arguments[0].As<const ZELStringAtom*>();
-    Atom* const known = place == nullptr ? nullptr : Find(TheLayer().ledger.atoms, *place);
-    if (known == nullptr) return;
-    known->holders.Take(call);
-    known->clientHeldOne = true;
-    --known->holders.By(Actor::kLibrary);
   }
 }
 

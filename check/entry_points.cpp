@@ -1,6 +1,7 @@
 // The three functions of the library, as the host finds them in the layer.
 #include "binder.h"
 #include "client_rules.h"
+#include "conformance/probe.h"
 #include "findings.h"
 #include "layer.h"
 #include "observe.h"
@@ -34,6 +35,7 @@ std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
   layer.calls = 0;
   layer.offsetIsKnown = false;
   layer.phase = Phase::kStarting;
+  if (layer.settings.host) TestHost(lookup);
   const ZELLookupProc before = LookupBefore(lookup);
   const std::int32_t result = initialize(before != nullptr ? before : lookup);
   layer.home = std::this_thread::get_id();

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "client_rules.h"
@@ -61,8 +62,8 @@ void TellInstances(Layer& layer) {
   Groups neverHeld;
   Groups notDestroyed;
   for (auto& [handle, known] : layer.ledger.instances) {
-    if (!known.isLive || known.isTold || !known.isDeathSeen || IsKeptByOthers(known)) continue;
-    known.isTold = true;
+    if (!known.isLive || std::exchange(known.isTold, true)) continue;
+    if (!known.isDeathSeen || IsKeptByOthers(known)) continue;
     const Origin& given = known.returned.row == nullptr ? known.made : known.returned;
     const std::string thing =
         "an instance of " + Text(known.kind) + ", which a client got from " + InWords(given);

@@ -22,6 +22,8 @@ struct Holders {
   std::int32_t& By(Actor actor) { return of[static_cast<int>(actor)]; }
   std::int32_t Of(Actor actor) const { return of[static_cast<int>(actor)]; }
   std::int32_t Sum() const { return of[0] + of[1]; }
+  // A client that gave back too much has not given back what the library holds.
+  bool IsHeld() const { return of[0] > 0 || of[1] > 0; }
   void Take(const Call& call) {
     ++By(call.By());
     last[static_cast<int>(call.By())] = call.Here();

@@ -26,6 +26,8 @@ void UnloadRealLibrary();
 
 // The path of the file that this code was loaded from; empty when the system does not tell.
 std::string OwnFile();
+// Keeps the layer in the process for good.
+void StayLoaded();
 // Null, and a reason, when the file cannot be loaded.
 void* Load(const std::string& path, std::string& reason);
 void Unload(void* library);

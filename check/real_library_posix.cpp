@@ -14,6 +14,8 @@ std::string OwnFile() {
   return dladdr(&inThisModule, &info) == 0 || info.dli_fname == nullptr ? "" : info.dli_fname;
 }
 
+void StayLoaded() { dlopen(OwnFile().c_str(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE); }
+
 void* Load(const std::string& path, std::string& reason) {
   void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {

@@ -25,6 +25,13 @@ std::string OwnFile() {
   }
 }
 
+void StayLoaded() {
+  static const char inThisModule = 0;
+  HMODULE module = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                     &inThisModule, &module);
+}
+
 void* Load(const std::string& path, std::string& reason) {
   const HMODULE library = LoadLibraryA(path.c_str());
   if (library == nullptr) {

@@ -41,6 +41,7 @@ struct Row {
   const char* procType;
   const char* roles;
   char result;
+  bool isOfLibrary;  // offered by the library, or by a client in its place
   // What the layer learns from a call, and what it asks of it; null: nothing.
   void (*before)(Call& call);
   void (*after)(Call& call);

@@ -28,9 +28,11 @@ inline ZELProc IsNoThunk(Side, ZELProc) { return nullptr; }
 
 template <auto member, unsigned sides>
 constexpr Row MakeRow(const char* interfaceName, const char* method, const char* procType) {
+  constexpr bool kIsOfLibrary = (sides & OnSides(Side::kClientToLibrary)) != 0;
   if constexpr (std::is_same_v<ProcOf<member>, ZELProc>) {
     // It has no signature, since nobody calls it.
-    return {interfaceName, method, procType, "", '-', nullptr, nullptr, &LeaveAsItIs, &IsNoThunk};
+    return {interfaceName, method,  procType, "",           '-',
+            kIsOfLibrary,  nullptr, nullptr,  &LeaveAsItIs, &IsNoThunk};
   } else {
     using Of = Roles<member>;
     static_assert(std::string_view(Of::kRoles).size() == ParameterCount<ProcOf<member>>::value,
@@ -40,6 +42,7 @@ constexpr Row MakeRow(const char* interfaceName, const char* method, const char*
             procType,
             Of::kRoles,
             Of::kResult,
+            kIsOfLibrary,
             Of::kBefore,
             Of::kAfter,
             &WrapOn<member, sides>,

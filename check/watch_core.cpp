@@ -22,7 +22,7 @@ template <typename Thing>
 void GiveBack(const Call& call, Thing* known) {
   if (known == nullptr || !known->isLive) return;
   --known->holders.By(call.By());
-  if (known->holders.Sum() > 0) return;
+  if (known->holders.IsHeld()) return;
   known->isLive = false;
   known->ended = call.Here();
 }

@@ -20,7 +20,8 @@ ZELInstance InstanceAt(const Call& call, std::size_t index) {
 // there is a result.
 bool HasResult(const Call& call, const void* stored, const char* noun) {
   if (call.result.bits != 0) {
-    if (stored != nullptr) {
+    // A client's place may have held something before; the library's hold null.
+    if (stored != nullptr && call.By() == Actor::kLibrary) {
       Tell(Rule::kHostResultWithError, call,
            "an error object is returned, and yet " + std::string(noun) + " is stored.");
     }
@@ -48,8 +49,9 @@ const char* InterfaceOf(ZELStringAtom name) {
 Instance& NoteBirth(const Call& call, ZELInstance instance, const char* kind, void* object) {
   Ledger& ledger = Known();
   Instance& known = ledger.instances[instance];
-  // A stream of the host's own may have ended unseen.
-  if (known.isLive && known.isDeathSeen && known.made.row != nullptr) {
+  // A stream of the host's own may have ended unseen, and what was left when the library stopped may
+  // have ended with its host.
+  if (known.isLive && known.isDeathSeen && !known.isTold && known.made.row != nullptr) {
     Tell(Rule::kHostInstanceReborn, call,
          "the handle is that of an instance that has not ended, made by " + InWords(known.made) +
              ".",
@@ -120,7 +122,7 @@ void ReferenceEnds(Call& call) {
 
 void ReferenceEnded(Call& call) {
   Instance* const known = Find(Known().instances, InstanceAt(call, 0));
-  if (known == nullptr || !known->isLive || known->holders.Sum() > 0) return;
+  if (known == nullptr || !known->isLive || known->holders.IsHeld()) return;
   // Of what the layer does not see ending, and whose holders it has all seen.
   if (!known->isDeathSeen && TheLayer().watchesClients) {
     known->isLive = false;
@@ -130,7 +132,7 @@ void ReferenceEnded(Call& call) {
 
 void InstanceDeleted(Call& call) {
   const Instance* const known = Find(Known().instances, InstanceAt(call, 0));
-  if (known == nullptr || !known->isLive || known->holders.Sum() <= 0) return;
+  if (known == nullptr || !known->isLive || !known->holders.IsHeld()) return;
   if (call.By() != Actor::kClient) return;
   Tell(Rule::kInstanceDeletedWhileHeld, call,
        "the instance, made by " + InWords(known->made) + ", is held.", InWords(known->holders));
@@ -138,7 +140,7 @@ void InstanceDeleted(Call& call) {
 
 void InstanceGone(Call& call) {
   Instance* const known = Find(Known().instances, InstanceAt(call, 0));
-  if (known == nullptr || !known->isLive || known->holders.Sum() > 0) return;
+  if (known == nullptr || !known->isLive || known->holders.IsHeld()) return;
   if (known->isDeathSeen) {
     return Tell(Rule::kHostNotDestroyed, call,
                 "the destroy procedure of the instance, made by " + InWords(known->made) +
@@ -150,7 +152,8 @@ void InstanceGone(Call& call) {
 
 void MethodFound(Call& call) {
   const auto* const place = call.arguments[0].As<const ZELProc*>();
-  if (call.result.bits != 0 && place != nullptr && *place != nullptr) {
+  if (call.result.bits != 0 && place != nullptr && *place != nullptr &&
+      call.By() == Actor::kLibrary) {
     Tell(Rule::kHostResultWithError, call,
          "an error object is returned, and yet a procedure is stored.");
   }
@@ -240,7 +243,7 @@ void ObjectDestroyed(Call& call) {
              "; the call is kept from the library.");
     return call.Refuse();
   }
-  if (known->holders.Of(Actor::kLibrary) > 0) {
+  if (known->holders.Of(Actor::kLibrary) > 0 && known->holders.Of(Actor::kClient) >= 0) {
     Tell(Rule::kHostDestroyedEarly, call,
          "the instance, made by " + InWords(known->made) + ", is still held.",
          InWords(known->holders));

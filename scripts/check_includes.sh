@@ -29,6 +29,7 @@ find "${folders[@]}" -type f \
       allowed["inside"] = "tests src frame pos streamer validator fileutils include host"
 
       folder_of_prefix["zelutils"] = "include"
+      folder_of_prefix["conformance"] = "check"
       folder_of_prefix["zelhost"] = folder_of_prefix["storage"] = "host"
       split("frame pos streamer validator fileutils", names, " ")
       for (i in names) folder_of_prefix[names[i]] = names[i]
