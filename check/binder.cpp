@@ -7,6 +7,7 @@
 
 #include "adapt.h"
 #include "findings.h"
+#include "lasting.h"
 #include "layer.h"
 #include "real_library.h"
 #include "words.h"
@@ -63,10 +64,7 @@ struct Covered {
   const char* interfaceName;
   ZELProc procedure;
 };
-std::vector<Covered>& AllCovered() {
-  static auto* const covered = new std::vector<Covered>;
-  return *covered;
-}
+constinit Lasting<std::vector<Covered>> AllCovered;
 constinit ZELRegisterProcAddress g_register = nullptr;
 
 }  // namespace

@@ -1,15 +1,19 @@
 #include "call.h"
 
 #include "client_rules.h"
+#include "lasting.h"
 #include "layer.h"
 #include "observe.h"
 
 namespace zelcheck {
 
-Layer& TheLayer() {
-  static auto* const layer = new Layer;
-  return *layer;
-}
+namespace {
+
+constinit Lasting<Layer> g_layer;
+
+}  // namespace
+
+Layer& TheLayer() { return g_layer(); }
 
 Origin Call::Here() const noexcept {
   Origin here{&row, number, caller, nullptr, nullptr};
@@ -41,12 +45,16 @@ bool Call::Begin() {
   if (side == Side::kClientToLibrary || side == Side::kClientToHost) CheckClientCall(*this);
   if (layer.observes) ObserveBegin(*this);
   if (layer.settings.inject && ShallFail(*this)) {
-    isRefused_ = true;
-    injectedError_ = layer.errors.NewError("injected failure", "ZELUtilsCheck", 0, 0, 0);
+    isRefused_ = isInjected_ = true;
     return false;
   }
   if (row.before != nullptr) row.before(*this);
   return !isRefused_;
+}
+
+ZELErrorObject Call::InjectedError() const {
+  if (!isInjected_) return nullptr;
+  return TheLayer().errors.NewError("injected failure", "ZELUtilsCheck", 0, 0, 0);
 }
 
 void Call::End(const Argument& value) {

@@ -97,7 +97,8 @@ class Call {
   bool Begin();
   // After it, whether it went on or not.
   void End(const Argument& value);
-  ZELErrorObject InjectedError() const noexcept { return injectedError_; }
+  // What a call that is made to fail returns, where it returns an error object.
+  ZELErrorObject InjectedError() const;
   // Keeps the call from going on, because what it would do is known to do harm.
   void Refuse() noexcept { isRefused_ = true; }
 
@@ -121,7 +122,7 @@ class Call {
  private:
   bool isBypassed_ = false;  // another call runs on another thread: this one just goes on
   bool isRefused_ = false;
-  ZELErrorObject injectedError_ = nullptr;
+  bool isInjected_ = false;
 };
 
 }  // namespace zelcheck

@@ -285,11 +285,9 @@ void NoteResult(Call& call) {
 
 void TellConcurrent(const Call& call) {
   if (!IsAskedFor(Rule::kConcurrentCall) || g_concurrentIsTold.exchange(true)) return;
-  Print("zelutils-check: " + std::string(TextOf(Rule::kConcurrentCall).id) + "\n  " +
-        NameOf(call.row) + " is called from " + PlaceOf(call.caller) +
-        " while another call runs on another thread.\n  What to do: " +
-        std::string(TextOf(Rule::kConcurrentCall).advice) + "\n  Call stack:\n" + CallStack());
-  if (TheLayer().settings.abort) std::abort();
+  TellAtOnce(Rule::kConcurrentCall,
+             NameOf(call.row) + " is called from " + PlaceOf(call.caller) +
+                 " while another call runs on another thread.");
 }
 
 void ForgetConcurrent() { g_concurrentIsTold = false; }

@@ -1,4 +1,6 @@
 // The three functions of the library, as the host finds them in the layer.
+#include <cstdlib>
+
 #include "binder.h"
 #include "client_rules.h"
 #include "conformance/probe.h"
@@ -35,7 +37,7 @@ std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
   layer.calls = 0;
   layer.offsetIsKnown = false;
   layer.phase = Phase::kStarting;
-  if (layer.settings.host) TestHost(lookup);
+  if (layer.settings.host && TestHost(lookup) > 0 && layer.settings.abort) std::abort();
   const ZELLookupProc before = LookupBefore(lookup);
   const std::int32_t result = initialize(before != nullptr ? before : lookup);
   layer.home = std::this_thread::get_id();

@@ -5,6 +5,7 @@
 #include <set>
 #include <tuple>
 
+#include "lasting.h"
 #include "layer.h"
 #include "observe.h"
 #include "words.h"
@@ -22,11 +23,7 @@ constexpr RuleText kRules[] = {
 
 using Place = std::tuple<Rule, const Row*, const void*>;
 
-// Made at the first use and never destroyed, as the layer itself.
-std::set<Place>& Told() {
-  static auto* const told = new std::set<Place>;
-  return *told;
-}
+constinit Lasting<std::set<Place>> Told;
 constinit ZELUtilsCheckFindingProc g_procedure = nullptr;
 
 std::string Capitalized(std::string text) {
@@ -75,6 +72,8 @@ void TellOf(Rule rule, const Origin& origin, const std::string& what, const std:
   }
   Publish(rule, Capitalized(what), who);
 }
+
+void TellAtOnce(Rule rule, const std::string& what) { Publish(rule, what, ""); }
 
 void ForgetFindings() { Told().clear(); }
 

@@ -14,6 +14,8 @@ namespace zelcheck {
 void Tell(Rule rule, const Call& call, const std::string& what, const std::string& who = "");
 // Tells of a breach that is noticed after the call that made it, as a leak is.
 void TellOf(Rule rule, const Origin& origin, const std::string& what, const std::string& who = "");
+// Tells without a look at what was told before, which another thread may be changing.
+void TellAtOnce(Rule rule, const std::string& what);
 // Whether a finding of the rule would be told at all.
 bool IsAskedFor(Rule rule);
 

@@ -1,5 +1,4 @@
-// The state of the layer: one for the process, made at the first use and never destroyed, so that
-// calls at the end of a process find it.
+// The state of the layer: one for the process.
 #pragma once
 
 #include <atomic>

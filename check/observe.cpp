@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "findings.h"
+#include "lasting.h"
 #include "layer.h"
 #include "trace.h"
 #include "watch.h"
@@ -25,10 +26,7 @@ struct Count {
   std::uint64_t ownTime = 0;   // without that of the calls made in it
 };
 using Counts = std::map<std::pair<Side, const Row*>, Count>;
-Counts& AllCounts() {
-  static auto* const counts = new Counts;
-  return *counts;
-}
+constinit Lasting<Counts> AllCounts;
 
 constinit std::uint64_t g_random = 0;
 constinit std::uint64_t g_faults = 0;

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "lasting.h"
+
 namespace zelcheck {
 namespace {
 
@@ -70,9 +72,10 @@ const EntryPoints* RealLibrary() {
   return nullptr;
 }
 
-void UnloadRealLibrary() {
+void UnloadAll() {
   if (g_library != nullptr) Unload(g_library);
   g_library = nullptr;
+  LastingBase::DropAll();
 }
 
 }  // namespace zelcheck

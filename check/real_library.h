@@ -18,9 +18,10 @@ struct EntryPoints {
 // layer, or the one that the loader finds under the library's name; never the layer itself. Null
 // when there is none, after a message to standard error.
 const EntryPoints* RealLibrary();
-// When the layer itself is unloaded, and not before: clients may hold instances whose destroy
+// Unloads the library and drops the layer's state: when the layer itself is unloaded, and not
+// before. Clients may hold instances whose destroy
 // procedures are the library's code.
-void UnloadRealLibrary();
+void UnloadAll();
 
 // ---- In the file of each platform ----
 

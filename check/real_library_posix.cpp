@@ -40,4 +40,4 @@ std::string Environment(const char* name) {
 
 // At the end of a process it comes after the handlers and the destructors of static objects, in
 // which a host may still work.
-[[gnu::destructor]] static void DetachAtUnload() { zelcheck::UnloadRealLibrary(); }
+[[gnu::destructor]] static void DetachAtUnload() { zelcheck::UnloadAll(); }

@@ -62,6 +62,6 @@ std::string Environment(const char* name) {
 
 // At the end of the process, which `reserved` tells, the system unloads all libraries by itself.
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
-  if (reason == DLL_PROCESS_DETACH && reserved == nullptr) zelcheck::UnloadRealLibrary();
+  if (reason == DLL_PROCESS_DETACH && reserved == nullptr) zelcheck::UnloadAll();
   return TRUE;
 }

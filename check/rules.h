@@ -54,8 +54,6 @@ namespace zelcheck {
   X(HostNothingDelivered, "host-nothing-delivered", "Return an error object when there is no result.") \
   X(HostInstanceReborn, "host-instance-reborn", "Use the place of an instance again only when the instance has ended.") \
   X(HostRecordWrong, "host-record-wrong", "Keep implementation name, signature and object at the offset that \"GetOffsetToPrimaryInstance\" gives, for all of the instance's life.") \
-  X(HostOffsetChanged, "host-offset-changed", "Give the same offset for all instances, always.") \
-  X(HostMethodUnknown, "host-method-unknown", "\"GetMethod\" gives what is registered under the interface that the instance was made with.") \
   X(HostDestroyedEarly, "host-destroyed-early", "Destroy an instance when its last reference is given back, not before.") \
   X(HostDestroyedTwice, "host-destroyed-twice", "Call the destroy procedure once.") \
   X(HostNotDestroyed, "host-not-destroyed", "Call the destroy procedure when the last reference is given back and in \"DeleteUnownedContainer\"; a new instance has no reference.") \

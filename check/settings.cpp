@@ -11,9 +11,9 @@ struct Switch {
   bool Settings::*setting;
 };
 constexpr Switch kSwitches[] = {
-    {"report", &Settings::report}, {"abort", &Settings::abort},       {"trace", &Settings::trace},
-    {"stats", &Settings::stats},   {"host", &Settings::host},         {"core", &Settings::core},
-    {"stacks", &Settings::stacks}, {"callback", &Settings::callback},
+    {"report", &Settings::report},     {"abort", &Settings::abort}, {"trace", &Settings::trace},
+    {"stats", &Settings::stats},       {"host", &Settings::host},   {"core", &Settings::core},
+    {"callback", &Settings::callback},
 };
 
 bool ReadNumber(const std::string& text, std::uint64_t& number) {

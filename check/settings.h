@@ -15,7 +15,6 @@ struct Settings {
   bool stats = false;
   bool host = false;      // test the host before the library is started
   bool core = false;      // listen to the clients' calls of the core services
-  bool stacks = false;    // keep the stack of every call that makes or holds a thing
   bool callback = false;  // hand findings to ("ZELUtilsCheck", "Finding")
   bool inject = false;
   std::uint64_t seed = 1;

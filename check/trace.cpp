@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "findings.h"
+#include "lasting.h"
 #include "layer.h"
 #include "watch.h"
 #include "words.h"
@@ -23,10 +24,7 @@ struct Lines {
   std::vector<std::string> lines;
   std::vector<std::size_t> open;  // those whose calls still run
 };
-Lines& OpenLines() {
-  static auto* const lines = new Lines;
-  return *lines;
-}
+constinit Lasting<Lines> OpenLines;
 
 constinit std::FILE* g_events = nullptr;
 constinit bool g_hasEvent = false;

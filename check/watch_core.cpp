@@ -176,7 +176,7 @@ void AtomMade(Call& call) {
              Quoted(known.text.c_str()) + " and still held.",
          InWords(known.holders));
   }
-  if (known.made.row == nullptr || !known.isLive || !IsTextOf(known, text)) {
+  if (known.made.row == nullptr || !known.isLive || (!IsCertain(known) && !IsTextOf(known, text))) {
     known = Atom();
     known.text.assign(text, strnlen(text, kKeptText));
     known.isShortened = known.text.size() == kKeptText;

@@ -49,8 +49,8 @@ const char* InterfaceOf(ZELStringAtom name) {
 Instance& NoteBirth(const Call& call, ZELInstance instance, const char* kind, void* object) {
   Ledger& ledger = Known();
   Instance& known = ledger.instances[instance];
-  // A stream of the host's own may have ended unseen, and what was left when the library stopped may
-  // have ended with its host.
+  // A stream of the host's own may have ended unseen, and what was left when the library stopped
+  // may have ended with its host.
   if (known.isLive && known.isDeathSeen && !known.isTold && known.made.row != nullptr) {
     Tell(Rule::kHostInstanceReborn, call,
          "the handle is that of an instance that has not ended, made by " + InWords(known.made) +
@@ -167,11 +167,6 @@ void ObjectFound(Call& call) {
 void Offset(Call& call) {
   Layer& layer = TheLayer();
   const auto offset = call.result.As<std::int32_t>();
-  if (layer.offsetIsKnown && layer.offset != offset) {
-    Tell(Rule::kHostOffsetChanged, call,
-         "the offset is " + std::to_string(offset) + ", and was " + std::to_string(layer.offset) +
-             " before.");
-  }
   layer.offset = offset;
   layer.offsetIsKnown = true;
 }

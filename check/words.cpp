@@ -35,7 +35,7 @@ std::string UnitsInWords(const std::uint16_t* units) {
 
 }  // namespace
 
-std::string Hex(std::uintptr_t number) {
+std::string Hex(std::uint64_t number) {
   return Formatted("0x%llx", static_cast<unsigned long long>(number));
 }
 

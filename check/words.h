@@ -11,7 +11,7 @@
 namespace zelcheck {
 
 inline std::string Text(const char* text) { return text == nullptr ? "" : text; }
-std::string Hex(std::uintptr_t number);
+std::string Hex(std::uint64_t number);
 // In double quotes, with what cannot be printed escaped; at most `room` bytes are read.
 std::string Quoted(const char* text, std::size_t room = 40);
 // "1 reference", "3 references".

@@ -127,7 +127,7 @@ const Mistake kMistakes[] = {
     {"text-null", "NewPOSUnicodeString", [](const Client& on) { on.unicodeStrings.NewPOSUnicodeString(nullptr); }},
     {"text-null", "NewStringAtom", [](const Client& on) { on.atoms.NewStringAtom(nullptr); }},
     {"text-unbounded", "NewPOSString", [](const Client& on) { on.Release(on.Hold(on.strings.NewPOSString(std::string(5000, 'a').c_str()))); }},
-    {"place-null", "GetTempDir", [](const Client& on) { on.errors.Release(on.directories.GetTempDir(nullptr)); }},
+    {"place-null", "GetMethod", [](const Client& on) { const auto a = on.Array(); const auto k = on.Atom("k"); on.errors.Release(on.containers.GetMethod(nullptr, a, k, k, 1)); on.atoms.DeleteStringAtom(k); on.Release(a); }},
     {"size-misfit", "NewPOSBinData", [](const Client& on) { on.binData.NewPOSBinData("T", nullptr, 5); }},
     {"size-misfit", "GetAt", [](const Client& on) { const auto a = on.Array(); on.arrays.GetAt(a, static_cast<std::uint32_t>(-1)); on.Release(a); }},
     {"second-thread", "NewPOSNumber", [](const Client& on) { std::thread([&on] { on.numbers.NewPOSNumber(1); }).join(); }},

@@ -18,6 +18,7 @@ bool IsAligned(const void* block) {
 // Whether a block of `size` has all bytes `value`.
 bool IsFilled(const void* block, std::size_t size, unsigned char value) {
   const auto* const bytes = static_cast<const unsigned char*>(block);
+  if (bytes == nullptr) return false;
   for (std::size_t i = 0; i < size; ++i) {
     if (bytes[i] != value) return false;
   }
