@@ -285,9 +285,8 @@ void NoteResult(Call& call) {
 
 void TellConcurrent(const Call& call) {
   if (!IsAskedFor(Rule::kConcurrentCall) || g_concurrentIsTold.exchange(true)) return;
-  TellAtOnce(Rule::kConcurrentCall,
-             NameOf(call.row) + " is called from " + PlaceOf(call.caller) +
-                 " while another call runs on another thread.");
+  TellAtOnce(Rule::kConcurrentCall, NameOf(call.row) + " is called from " + PlaceOf(call.caller) +
+                                        " while another call runs on another thread.");
 }
 
 void ForgetConcurrent() { g_concurrentIsTold = false; }

@@ -31,14 +31,12 @@ std::string Capitalized(std::string text) {
   return text;
 }
 
-void Publish(Rule rule, const std::string& body, const std::string& who) {
+void Publish(Rule rule, const std::string& body, const std::string& who, const std::string& stack) {
   const RuleText& text = TextOf(rule);
   std::string paragraph = "zelutils-check: " + std::string(text.id) + "\n  " + body + "\n";
   if (!who.empty()) paragraph += "  " + Capitalized(who) + ".\n";
   paragraph += "  What to do: " + std::string(text.advice) + "\n";
-  if (const std::string stack = CallStack(); !stack.empty()) {
-    paragraph += "  Call stack:\n" + stack;
-  }
+  if (!stack.empty()) paragraph += "  Call stack:\n" + stack;
   Print(paragraph);
   if (g_procedure != nullptr) g_procedure(text.id.data(), paragraph.c_str());
   if (TheLayer().settings.abort) {
@@ -63,17 +61,17 @@ void Tell(Rule rule, const Call& call, const std::string& what, const std::strin
   std::string body = "In " + InWords(call) + ", call " + std::to_string(call.number);
   if (here.outerRow != nullptr) body += ", made in " + NameOf(*here.outerRow);
   body += ", from " + PlaceOf(here.outerRow == nullptr ? here.caller : here.outerCaller) + ": ";
-  Publish(rule, body + what, who);
+  Publish(rule, body + what, who, CallStack());
 }
 
 void TellOf(Rule rule, const Origin& origin, const std::string& what, const std::string& who) {
   if (!IsNew(rule, origin.row, origin.outerRow == nullptr ? origin.caller : origin.outerCaller)) {
     return;
   }
-  Publish(rule, Capitalized(what), who);
+  Publish(rule, Capitalized(what), who, "");
 }
 
-void TellAtOnce(Rule rule, const std::string& what) { Publish(rule, what, ""); }
+void TellAtOnce(Rule rule, const std::string& what) { Publish(rule, what, "", CallStack()); }
 
 void ForgetFindings() { Told().clear(); }
 

@@ -26,7 +26,7 @@ constexpr std::nullptr_t kNo = nullptr;
 // clang-format off
 ZEL_OF(Binder, ZELRegisterProcAddress, "tttf", '-', kNo, watch::Registered)
 ZEL_OF(Binder, ZELReportError, "t", '-', watch::Reported, kNo)
-ZEL_OF(Binder, ZELUnregisterInterface, "t", '-', kNo, watch::Withdrawn)
+ZEL_OF(Binder, ZELUnregisterInterface, "t", '-', watch::Withdraws, watch::Withdrawn)
 ZEL_OF(Binder, ZELGetUnregisterCountAddr, "", '-', kNo, watch::CounterAddress)
 ZEL_OF(Binder, ZELIsMultiThreaded, "", '-', kNo, kNo)
 

@@ -9,6 +9,7 @@ namespace zelcheck::watch {
 // Binder.
 void Registered(Call& call);
 void Reported(Call& call);
+void Withdraws(Call& call);
 void Withdrawn(Call& call);
 void CounterAddress(Call& call);
 // Memory.

@@ -33,12 +33,13 @@ void Take(const Call& call, Thing& known) {
   known.clientHeldOne = known.clientHeldOne || call.By() == Actor::kClient;
 }
 
-template <typename Thing>
-void TellTooMany(const Call& call, const Thing* known, Rule rule, const std::string& thing) {
+// `thing` gives the noun.
+template <typename Thing, typename Words>
+void TellTooMany(const Call& call, const Thing* known, Rule rule, Words thing) {
   if (!TheLayer().watchesClients || call.By() != Actor::kClient) return;
   if (known == nullptr || !known->isLive || !known->clientHeldOne) return;
   if (known->holders.Of(Actor::kClient) > 0) return;
-  Tell(rule, call, thing + " is given back more often than clients have taken references to it.",
+  Tell(rule, call, thing() + " is given back more often than clients have taken references to it.",
        InWords(known->holders));
 }
 
@@ -62,15 +63,23 @@ void Reported(Call& call) {
   }
 }
 
+namespace {
+
+constinit std::uint32_t g_counterBefore = 0;
+
+}  // namespace
+
+void Withdraws(Call&) {
+  const Layer& layer = TheLayer();
+  g_counterBefore = layer.unregisterCount == nullptr ? 0 : *layer.unregisterCount;
+}
+
 void Withdrawn(Call& call) {
   const Layer& layer = TheLayer();
-  static std::uint32_t before = 0;
-  const std::uint32_t now = layer.unregisterCount == nullptr ? 0 : *layer.unregisterCount;
-  if (now == before && now != 0 && call.result.bits != 0) {
-    Tell(Rule::kHostCounterStays, call,
-         "the unregister counter reads " + std::to_string(now) + " as after the last withdrawal.");
-  }
-  before = now;
+  if (layer.unregisterCount == nullptr || call.result.bits == 0) return;
+  if (*layer.unregisterCount != g_counterBefore) return;
+  Tell(Rule::kHostCounterStays, call,
+       "the unregister counter still reads " + std::to_string(g_counterBefore) + ".");
 }
 
 void CounterAddress(Call& call) {
@@ -97,7 +106,7 @@ void NoteBlock(const Call& call, const void* address, std::size_t size) {
   if (address == nullptr) return;
   Ledger& ledger = Known();
   const auto number = reinterpret_cast<std::uintptr_t>(address);
-  if (number % alignof(std::max_align_t) > 0 && number % 8 > 0) {
+  if (number % 8 != 0) {
     Tell(Rule::kHostMemoryUnaligned, call, "the block at " + Hex(number) + " is not aligned.");
   }
   Block& block = ledger.blocks[address];
@@ -194,7 +203,7 @@ void AtomEnds(Call& call) {
   const auto atom = call.arguments[0].As<ZELStringAtom>();
   Atom* const known = Find(Known().atoms, atom);
   if (known == nullptr) return;
-  TellTooMany(call, known, Rule::kAtomReleasedTwice, AtomInWords(atom));
+  TellTooMany(call, known, Rule::kAtomReleasedTwice, [atom] { return AtomInWords(atom); });
   if (known->isHeldByHost && known->holders.Sum() == 1) {
     Known().atoms.erase(atom);  // the host may go on holding it
     return;
@@ -253,7 +262,8 @@ void ErrorReferenced(Call& call) {
 
 void ErrorEnds(Call& call) {
   Error* const known = Find(Known().errors, call.arguments[0].As<ZELErrorObject>());
-  TellTooMany(call, known, Rule::kErrorReleasedTwice, "the error object");
+  TellTooMany(call, known, Rule::kErrorReleasedTwice,
+              [] { return std::string("the error object"); });
   GiveBack(call, known);
 }
 
@@ -295,7 +305,8 @@ void BufferReferenced(Call& call) {
 
 void BufferEnds(Call& call) {
   Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
-  TellTooMany(call, known, Rule::kBufferReleasedTwice, "the shared buffer");
+  TellTooMany(call, known, Rule::kBufferReleasedTwice,
+              [] { return std::string("the shared buffer"); });
   GiveBack(call, known);
 }
 

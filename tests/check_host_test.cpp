@@ -12,11 +12,11 @@ namespace {
 using zelhost::Host;
 using zeltest::CheckedHost;
 using zeltest::g_findings;
-using namespace zelutils; // the tables of the interfaces
+using namespace zelutils;  // the tables of the interfaces
 
 // The host's own procedures, which the wrong ones go on to.
 const zeltest::CoreProcedures* g_real;
-int g_count; // of calls of a wrong procedure
+int g_count;  // of calls of a wrong procedure
 
 // Puts a procedure over the host's own.
 template <typename Interface, typename Result, typename... Arguments>
@@ -27,14 +27,12 @@ void Plant(Host& host, const char* method, Result (*procedure)(Arguments...),
     host.Register(interfaceName, method, known.procType, reinterpret_cast<ZELProc>(procedure));
   }
 }
-#define PLANT(Name, method, Result, parameters, ...)                                    \
+#define PLANT(Name, method, Result, parameters, ...) \
+  [](Host& host) { Plant<Name##Interface>(host, #method, +[] parameters -> Result __VA_ARGS__); }
+#define PLANT_STREAM(method, parameters, ...)                                           \
   [](Host& host) {                                                                      \
-    Plant<Name##Interface>(host, #method, +[] parameters -> Result __VA_ARGS__); \
-  }
-#define PLANT_STREAM(method, parameters, ...)                                                   \
-  [](Host& host) {                                                                              \
     Plant<StreamInterface>(host, #method, +[] parameters -> ZELErrorObject __VA_ARGS__, \
-                           "ZELMemoryStream");                                                  \
+                           "ZELMemoryStream");                                          \
   }
 
 std::uint32_t g_counter;
@@ -45,7 +43,8 @@ void DestroyTwice(void* object) {
 }
 ZELErrorObject NewContainer(ZELInstance* result, void* object, ZELStringAtom implementation,
                             ZELDestroyProc destroy, ZELStringAtom name) {
-  return g_real->containers.NewFullContainer(result, object, implementation, destroy, name, 0, 0, 0);
+  return g_real->containers.NewFullContainer(result, object, implementation, destroy, name, 0, 0,
+                                             0);
 }
 bool Begins(const char* text, const char* with) {
   return std::strncmp(text, with, std::strlen(with)) == 0;
@@ -57,7 +56,9 @@ struct WrongHost {
   void (*plant)(Host& host);
 };
 
-#define NEW_CONTAINER (ZELInstance * result, void* object, ZELStringAtom implementation, ZELDestroyProc destroy, ZELStringAtom name, std::int32_t, std::int32_t, std::int32_t)
+#define NEW_CONTAINER                                                                        \
+  (ZELInstance * result, void* object, ZELStringAtom implementation, ZELDestroyProc destroy, \
+   ZELStringAtom name, std::int32_t, std::int32_t, std::int32_t)
 // clang-format off
 const WrongHost kWrongHosts[] = {
     {"procedures-of-containers", [](Host& host) { host.Hide(ZEL_CONTAINER_INTERFACE, "DebugGetRefCountAddr"); }},
@@ -114,7 +115,8 @@ std::set<std::string> FailedTests(const std::string& log) {
   std::set<std::string> failed;
   std::istringstream lines(log);
   for (std::string line; std::getline(lines, line);) {
-    if (line.find(" FAILED: ") != std::string::npos) failed.insert(line.substr(2, line.find(' ', 2) - 2));
+    if (line.find(" FAILED: ") != std::string::npos)
+      failed.insert(line.substr(2, line.find(' ', 2) - 2));
   }
   return failed;
 }
@@ -122,7 +124,8 @@ std::set<std::string> FailedTests(const std::string& log) {
 TEST(CheckTest, TheReferenceHostPassesEveryTestOfAHost) {
   CheckedHost checked;
   checked.Start("host");
-  EXPECT_NE(checked.Log().find(" passed, 0 failed, 0 not decidable\n"), std::string::npos) << checked.Log();
+  EXPECT_NE(checked.Log().find(" passed, 0 failed, 0 not decidable\n"), std::string::npos)
+      << checked.Log();
 }
 
 TEST(CheckTest, WrongHostsAreToldApart) {
@@ -159,7 +162,8 @@ void MakeNumber(const zeltest::Procedures& with) {
   with.containers.Release(number);
 }
 void MakeAndDelete(const zeltest::Procedures& with) {
-  if (const ZELInstance number = with.numbers.NewPOSNumber(1)) with.containers.DeleteUnownedContainer(number);
+  if (const ZELInstance number = with.numbers.NewPOSNumber(1))
+    with.containers.DeleteUnownedContainer(number);
 }
 // Asks for a block of a size that is nobody else's.
 constexpr std::size_t kOdd = 12345;
@@ -181,7 +185,8 @@ void UseError(const zeltest::Procedures& with) {
   with.errors.Release(error);
 }
 void UseAtoms(const zeltest::Procedures& with) {
-  const ZELStringAtom one = with.atoms.NewStringAtom("one"), other = with.atoms.NewStringAtom("other");
+  const ZELStringAtom one = with.atoms.NewStringAtom("one"),
+                      other = with.atoms.NewStringAtom("other");
   for (int i = 0; i < 2; ++i) with.atoms.GetCString(one);
   with.atoms.DeleteStringAtom(other);
   with.atoms.DeleteStringAtom(one);
@@ -206,9 +211,12 @@ void SeekAndMark(const zeltest::Procedures& with) {
     return found;
   };
   std::uint32_t position = 0;
-  reinterpret_cast<ZELPositionableStreamSeekProc>(method("Seek", "ZELPositionableStreamSeekProc"))(stream, 0, 0);
-  const auto mark = reinterpret_cast<ZELPositionableStreamMarkProc>(method("Mark", "ZELPositionableStreamMarkProc"));
-  reinterpret_cast<ZELPositionableStreamSeekProc>(method("Seek", "ZELPositionableStreamSeekProc"))(stream, 0, 0);
+  reinterpret_cast<ZELPositionableStreamSeekProc>(method("Seek", "ZELPositionableStreamSeekProc"))(
+      stream, 0, 0);
+  const auto mark = reinterpret_cast<ZELPositionableStreamMarkProc>(
+      method("Mark", "ZELPositionableStreamMarkProc"));
+  reinterpret_cast<ZELPositionableStreamSeekProc>(method("Seek", "ZELPositionableStreamSeekProc"))(
+      stream, 0, 0);
   mark(stream, &position);
   with.containers.Release(stream);
 }
@@ -264,7 +272,8 @@ TEST(CheckTest, MistakesOfAHostAreToldOfInUse) {
 
 std::size_t CountLines(const std::string& log, const std::string& with) {
   std::size_t count = 0;
-  for (std::size_t at = log.find(with); at != std::string::npos; at = log.find(with, at + 1)) ++count;
+  for (std::size_t at = log.find(with); at != std::string::npos; at = log.find(with, at + 1))
+    ++count;
   return count;
 }
 
@@ -280,7 +289,12 @@ TEST(CheckTest, ATraceShowsEachCallOnceWithItsDepthAndResult) {
   with.containers.Release(array);
   checked.host.Stop();
   const std::string log = checked.Log();
-  EXPECT_EQ(CountLines(log, "\nclient>library POSObjectStatics.CreateFromText(\"[1 (two)]\", null) = instance 0x"), 1U) << log;
+  EXPECT_EQ(
+      CountLines(
+          log,
+          "\nclient>library POSObjectStatics.CreateFromText(\"[1 (two)]\", null) = instance 0x"),
+      1U)
+      << log;
   EXPECT_EQ(CountLines(log, "\nclient>library POSArrayInterface.Count(instance 0x"), 1U);
   EXPECT_EQ(CountLines(log, ") = 2  ["), 1U);
   EXPECT_EQ(CountLines(log, "\nlibrary>host     ZELContainerInterface.NewFullContainer("), made);
@@ -316,9 +330,10 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
   const struct {
     const char* words;
     std::size_t findings;
-  } rows[] = {{"core", 2},          {"core,rules=text-*", 1},      {"core,rules=*null", 2},
-              {"core,rules=x", 0},  {"core,without=*-null", 0},    {"core,rules=text-null,rules=atom-*", 2},
-              {"core,verbose", 2},  {"core,without=atom-null", 1}, {"core,fail=2", 2}};
+  } rows[] = {
+      {"core", 2},         {"core,rules=text-*", 1},      {"core,rules=*null", 2},
+      {"core,rules=x", 0}, {"core,without=*-null", 0},    {"core,rules=text-null,rules=atom-*", 2},
+      {"core,verbose", 2}, {"core,without=atom-null", 1}, {"core,fail=2", 2}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.words);
     CheckedHost checked;
@@ -329,7 +344,11 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
       with.atoms.DeleteStringAtom(0);
     }
     EXPECT_EQ(g_findings.rules.size(), row.findings);
-    EXPECT_EQ(CountLines(checked.Log(), "which says nothing"), std::strstr(row.words, "verbose") != nullptr || std::strstr(row.words, "fail=2") != nullptr ? 1U : 0U);
+    EXPECT_EQ(
+        CountLines(checked.Log(), "which says nothing"),
+        std::strstr(row.words, "verbose") != nullptr || std::strstr(row.words, "fail=2") != nullptr
+            ? 1U
+            : 0U);
   }
 }
 
@@ -338,13 +357,50 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
 TEST(CheckTest, CoreProceduresAreCoveredAndPutBack) {
   for (const bool core : {false, true}) {
     CheckedHost checked;
-    const auto find = [&] { return checked.host.Lookup(ZEL_STRING_INTERFACE, "NewStringAtom", "ZELNewStringAtomProc"); };
+    const auto find = [&] {
+      return checked.host.Lookup(ZEL_STRING_INTERFACE, "NewStringAtom", "ZELNewStringAtomProc");
+    };
     const ZELProc own = find();
     checked.Start(core ? "core" : "report");
     EXPECT_EQ(find() != own, core);
     checked.host.Stop();
     EXPECT_EQ(find(), own);
     EXPECT_EQ(ToString(checked.host.Live()), "nothing");
+  }
+}
+
+// The layer takes the library that the variable names, or the one beside it, and never itself.
+TEST(CheckTest, TheLayerFindsTheLibraryAndNotItself) {
+  namespace fs = std::filesystem;
+  if (zeltest::kIsWindows)
+    GTEST_SKIP() << "the loader finds the library beside the program as well";
+  const struct {
+    const char* variable;  // "library", "layer" (itself), "nothing"; null: not set
+    bool isBeside;
+    bool starts;
+  } rows[] = {{"library", false, true}, {"layer", true, true},   {nullptr, true, true},
+              {"nothing", true, true},  {"layer", false, false}, {"nothing", false, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+    const zeltest::Folder folder;
+    const fs::path library = fs::path(ZEL_LIBRARY_PATH).filename();
+    const fs::path layer = folder.path / fs::path(ZEL_CHECK_PATH).filename();
+    fs::copy_file(ZEL_CHECK_PATH, layer);
+    if (row.isBeside) fs::copy_file(ZEL_LIBRARY_PATH, folder.path / library);
+    const std::string variable = row.variable == nullptr ? "" : row.variable;
+    zeltest::SetVariable("ZELUTILS_LIBRARY", variable == "library" ? ZEL_LIBRARY_PATH
+                                             : variable == "layer" ? layer.string()
+                                                                   : variable);
+    {
+      Host host;
+      const auto start = [&] { host.Start(layer.string()); };
+      if (row.starts) {
+        EXPECT_NO_THROW(start());
+      } else {
+        EXPECT_THROW(start(), zelhost::HostError);
+      }
+    }
+    zeltest::SetVariable("ZELUTILS_LIBRARY", "");
   }
 }
 

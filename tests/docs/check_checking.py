@@ -21,8 +21,8 @@ PAGE = (ROOT / "docs/checking.md").read_text(encoding="utf-8")
 def normalised(text):
     text = re.sub(r"0x[0-9a-f]+", "0x", text)
     text = re.sub(r"[\w.]*\+0x in [\w.]+\+0x|[\w.]+\+0x", "PLACE", text)
-    text = re.sub(r"\[ *\d+\.\d+\]", "[TIME]", text)
-    return re.sub(r"(?<=from PLACE)\)", ")", text)
+    text = re.sub(r"call \d+", "call N", text)
+    return re.sub(r"\[ *\d+\.\d+\]", "[TIME]", text)
 
 
 def pieces(block):
