@@ -77,7 +77,7 @@ void Withdraws(Call&) {
 void Withdrawn(Call& call) {
   const Layer& layer = TheLayer();
   if (layer.unregisterCount == nullptr || call.result.bits == 0) return;
-  if (*layer.unregisterCount != g_counterBefore) return;
+  if (*layer.unregisterCount != g_counterBefore || g_counterBefore == 0) return;
   Tell(Rule::kHostCounterStays, call,
        "the unregister counter still reads " + std::to_string(g_counterBefore) + ".");
 }
