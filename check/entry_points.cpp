@@ -34,6 +34,7 @@ std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
                            lookup(ZEL_CHECK_INTERFACE, "Finding", "ZELUtilsCheckFindingProc"))
                      : nullptr);
   layer.lastNull = {};
+  layer.ledger = Ledger();  // what was left by an earlier start may have ended with its host
   layer.calls = 0;
   layer.offsetIsKnown = false;
   layer.phase = Phase::kStarting;

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <utility>
 #include <vector>
 
 #include "client_rules.h"
@@ -62,8 +61,7 @@ void TellInstances(Layer& layer) {
   Groups neverHeld;
   Groups notDestroyed;
   for (auto& [handle, known] : layer.ledger.instances) {
-    if (!known.isLive || std::exchange(known.isTold, true)) continue;
-    if (!known.isDeathSeen || IsKeptByOthers(known)) continue;
+    if (!known.isLive || !known.isDeathSeen || IsKeptByOthers(known)) continue;
     const Origin& given = known.returned.row == nullptr ? known.made : known.returned;
     const std::string thing =
         "an instance of " + Text(known.kind) + ", which a client got from " + InWords(given);

@@ -34,7 +34,6 @@ struct Instance {
   bool isLive = true;
   bool isDeathSeen = false;       // its destroy procedure comes through the layer
   bool clientHeldOne = false;     // a client has been seen to take a reference
-  bool isTold = false;            // as a leak
   const char* kind = "instance";  // or the name of the interface that it offers, or "stream"
   Holders holders;
   Origin made;
@@ -96,7 +95,7 @@ struct Ledger {
   std::unordered_map<const void*, Block> blocks;
   MemoryMap memory;  // what the blocks cover
 
-  // After a stop. Instances stay: the host may still end them.
+  // After a stop. Instances stay: the host may still end them, once.
   void ForgetAllButInstances() {
     atoms.clear();
     errors.clear();

@@ -49,9 +49,8 @@ const char* InterfaceOf(ZELStringAtom name) {
 Instance& NoteBirth(const Call& call, ZELInstance instance, const char* kind, void* object) {
   Ledger& ledger = Known();
   Instance& known = ledger.instances[instance];
-  // A stream of the host's own may have ended unseen, and what was left when the library stopped
-  // may have ended with its host.
-  if (known.isLive && known.isDeathSeen && !known.isTold && known.made.row != nullptr) {
+  // A stream of the host's own may have ended unseen.
+  if (known.isLive && known.isDeathSeen && known.made.row != nullptr) {
     Tell(Rule::kHostInstanceReborn, call,
          "the handle is that of an instance that has not ended, made by " + InWords(known.made) +
              ".",

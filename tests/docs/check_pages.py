@@ -23,6 +23,7 @@ RUN_BY = {
     "docs/c.md": ("page_c", "c output"),
     "docs/cpp.md": ("page_cpp", "cpp output"),
     "docs/python.md": ("test-python", "python"),
+    "docs/checking.md": ("checking", "c text"),
     "docs/tutorial.md": ("package", "pos console cpp cmake c sh python"),
     "README.md": ("package", "cpp"),
 }
