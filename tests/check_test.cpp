@@ -69,7 +69,6 @@ void Client::Validating(POSStructValidatorCallbackProc check) const {
   for (const ZELInstance held : {validator, number, g_value, g_schema}) Release(held);
 }
 
-
 struct Mistake {
   const char* rule;
   const char* method;  // that the paragraph names
