@@ -40,8 +40,8 @@ struct Instance {
   Origin returned;  // the call that last gave it to a client
   Origin ended;
   void* object = nullptr;
-  ZELInstance holder = nullptr;     // the container that it was last seen in
-  ZELInstance validator = nullptr;  // that it is the schema of
+  ZELInstance holder = nullptr;  // the container that it was last seen in
+  ZELInstance schema = nullptr;  // of a validator
 };
 
 struct Atom {

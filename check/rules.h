@@ -42,7 +42,7 @@ namespace zelcheck {
   X(SecondThread, "second-thread", "Call the library in one thread, or hand it over as a whole and leave this rule out.") \
   X(ConcurrentCall, "concurrent-call", "One call at a time: put a lock around every use of the library and of the core services.") \
   X(ChangedInUse, "changed-in-use", "Change the container before or after the call that walks it.") \
-  X(SchemaChanged, "schema-changed", "Make a new schema and a new validator over it.") \
+  X(SchemaChanged, "schema-changed", "Change a schema before or after a validation with it.") \
   X(FailureIgnored, "failure-ignored", "Look at what a procedure returns before you use it.")
 
 #define ZEL_CHECK_HOST_RULES(X) \

@@ -260,18 +260,6 @@ bool IsWithin(ZELInstance inner, ZELInstance outer) {
   return false;
 }
 
-// The validator that a container, or what it is in, is the schema of.
-const Instance* LiveValidatorOver(ZELInstance container) {
-  for (int level = 0; container != nullptr && level < 600; ++level) {
-    const Instance* const known = Find(Known().instances, container);
-    if (known == nullptr) return nullptr;
-    const Instance* const validator = Find(Known().instances, known->validator);
-    if (validator != nullptr && validator->isLive) return validator;
-    container = known->holder;
-  }
-  return nullptr;
-}
-
 void NoteMember(const Call& call, std::size_t index) {
   if (call.side != Side::kClientToLibrary || call.failed) return;
   Instance* const member = Find(Known().instances, InstanceAt(call, index));
@@ -286,16 +274,19 @@ void Changes(Call& call) {
   for (const Call* around = call.outer; around != nullptr; around = around->outer) {
     if (around->side != Side::kClientToLibrary) continue;
     for (std::size_t i = 0; around->row.roles[i] != '\0'; ++i) {
-      if (around->row.roles[i] != 'h' || !IsWithin(container, InstanceAt(*around, i))) continue;
-      return Tell(Rule::kChangedInUse, call,
-                  "the container is in use by " + InWords(*around) + ", which has not returned.");
+      if (around->row.roles[i] != 'h') continue;
+      const ZELInstance used = InstanceAt(*around, i);
+      if (IsWithin(container, used)) {
+        return Tell(Rule::kChangedInUse, call,
+                    "the container is in use by " + InWords(*around) + ", which has not returned.");
+      }
+      const Instance* const validator = Find(Known().instances, used);
+      if (validator != nullptr && IsWithin(container, validator->schema)) {
+        return Tell(Rule::kSchemaChanged, call,
+                    "the container is, or is in, the schema of the validator that " +
+                        InWords(*around) + " works with, which has not returned.");
+      }
     }
-  }
-  const Instance* const validator = LiveValidatorOver(container);
-  if (validator != nullptr && call.row.method != std::string_view("RegisterCallbackProc")) {
-    Tell(Rule::kSchemaChanged, call,
-         "the container is, or is in, the schema of a validator, made by " +
-             InWords(validator->made) + ".");
   }
 }
 
@@ -304,8 +295,8 @@ void MemberSet(Call& call) { NoteMember(call, 2); }
 void MemberAppended(Call& call) { NoteMember(call, 1); }
 
 void SchemaTaken(Call& call) {
-  Instance* const schema = Find(Known().instances, InstanceAt(call, 0));
-  if (schema != nullptr) schema->validator = call.result.As<ZELInstance>();
+  Instance* const validator = Find(Known().instances, call.result.As<ZELInstance>());
+  if (validator != nullptr) validator->schema = InstanceAt(call, 0);
 }
 
 }  // namespace zelcheck::watch
