@@ -1,4 +1,4 @@
-// What single calls through the boundary cost, beside a call through a pointer that does nothing.
+// The cost of single calls through the boundary, beside a call through a pointer that does nothing.
 #include <benchmark/benchmark.h>
 
 #include "zel.h"

@@ -213,8 +213,8 @@ class ReleaseCase final : public LibraryCase<Library> {
   typename Library::Document document_;
 };
 
-// What malloc has handed out for documents of different seeds, built until what a library's own
-// slabs keep in reserve no longer counts.
+// Memory that malloc has handed out for documents of different seeds, built until what a library's
+// own slabs keep in reserve no longer counts.
 template <typename Library>
 Counters MemoryPerValue(const std::string& documentName) {
   constexpr std::size_t kEnough = std::size_t{32} << 20;

@@ -1,7 +1,7 @@
-// What the typed C++ client adds to the procedures that it calls. Each operation is done in three
-// ways, with the same references to what is kept: by the client; as a careful program in C does it,
-// which compares the binder's counter before each call, since addresses hold no longer than that,
-// and looks for a report where a result may be a failure; and by the bare calls.
+// The cost of the typed C++ client beside that of the procedures that it calls. Each operation is
+// done in three ways, with the same references to what is kept: by the client; as a careful program
+// in C does it, which compares the binder's counter before each call, since addresses hold no
+// longer than that, and looks for a report where a result may be a failure; and by the bare calls.
 #include <string>
 #include <string_view>
 #include <utility>
@@ -72,7 +72,7 @@ struct InC {
   const DictProcs& dicts() const { return Current(w.dicts); }
   const Iterators& iterators() const { return Current(w.iterators); }
 
-  // What a neutral result means only the reports tell.
+  // Only the reports tell the meaning of a neutral result.
   void Look() const {
     if (kIsCareful && !w.reports.empty()) Fail();
   }

@@ -108,7 +108,7 @@ class MixtureCase final : public DictCase {
   ZELStringAtom one_;
 };
 
-// What is left of a large dictionary when all but two keys were removed.
+// The rest of a large dictionary when all but two keys were removed.
 class RemnantCase final : public DictCase {
  public:
   explicit RemnantCase(std::size_t count) : DictCase(count) {

@@ -1,4 +1,4 @@
-// How the time per value grows with a document, and how much memory a streamer needs that the
+// Growth of the time per value with a document, and memory that a streamer needs which the
 // length of its stream has no part in.
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
-// What is measured, and the main program around it. A program holds the cases of one library; the
-// driver (run.py) starts it anew for each case and round.
+// The cases that are measured, and the main program around them. A program holds the cases of one
+// library; the driver (run.py) starts it anew for each case and round.
 #pragma once
 
 #include <cstddef>

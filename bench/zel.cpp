@@ -72,7 +72,7 @@ class AtomLookupCase final : public LibraryCase<Zel> {
   std::vector<std::pair<ZELInstance, ZELStringAtom>> members_;
 };
 
-// How often each of the host's procedures is called in one run of a case, per item.
+// Number of calls of each of the host's procedures in one run of a case, per item.
 Counters CallsPerItem(const std::string& name) {
   Case& work = PrepareCase(name);
   work.Prepare();

@@ -1,5 +1,5 @@
 // The library through the reference host: its public procedures by handle, as a client calls them.
-// What a procedure returns without reference the client takes a reference to, and gives it back.
+// The client takes a reference to each result that comes without one, and gives it back.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// What a call carries that must be replaced on its way: procedures in arguments and results.
+// Contents of a call that must be replaced on its way: procedures in arguments and results.
 #pragma once
 
 #include "rows.h"

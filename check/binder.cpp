@@ -15,8 +15,8 @@
 namespace zelcheck {
 namespace {
 
-// What the library asks for is what the host has, behind a thunk. What the library itself has
-// registered comes back as it was registered: it tells its own procedures by their addresses.
+// The library gets the host's procedures behind thunks. Those that the library itself has
+// registered come back as they were registered: it tells its own procedures by their addresses.
 ZELProc Answer(ZELLookupProc lookup, const char* interfaceName, const char* method,
                const char* procType) {
   const ZELProc found = lookup(interfaceName, method, procType);
@@ -58,7 +58,7 @@ constexpr std::array<ZELLookupProc, kHosts> MakeLookups(std::index_sequence<host
 }
 constexpr auto kLookups = MakeLookups(std::make_index_sequence<kHosts>());
 
-// What was put over the host's procedures.
+// Procedures that were put over the host's.
 struct Covered {
   const Row* row;
   const char* interfaceName;

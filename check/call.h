@@ -73,10 +73,10 @@ struct Argument {
   }
 };
 
-// Who acts in a call: whose references it moves.
+// The side that acts in a call: its references are moved.
 enum class Actor : std::uint8_t { kClient, kLibrary };
 
-// Where a call came from; kept of the calls that made, held and ended a thing.
+// The origin of a call; kept of the calls that made, held and ended a thing.
 struct Origin {
   const Row* row = nullptr;  // null: not known
   std::uint64_t number = 0;
@@ -97,7 +97,7 @@ class Call {
   bool Begin();
   // After it, whether it went on or not.
   void End(const Argument& value);
-  // What a call that is made to fail returns, where it returns an error object.
+  // The result of a call that is made to fail, if it returns an error object.
   ZELErrorObject InjectedError() const;
   // Keeps the call from going on, because what it would do is known to do harm.
   void Refuse() noexcept { isRefused_ = true; }

@@ -202,7 +202,7 @@ void CheckPhase(const Call& call) {
 
 constinit std::atomic<bool> g_concurrentIsTold{false};
 
-// What a call of the library has handed to its caller in the role of its result.
+// The handle that a call of the library has given to its caller in the role of its result.
 void NoteHandle(const Call& call, ZELInstance instance) {
   Layer& layer = TheLayer();
   if (instance == nullptr) {

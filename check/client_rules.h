@@ -1,4 +1,4 @@
-// What is asked of a client's call, and what it leaves behind.
+// Demands on a client's call, and its traces in the ledger.
 #pragma once
 
 #include "call.h"

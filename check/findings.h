@@ -19,13 +19,13 @@ void TellAtOnce(Rule rule, const std::string& what);
 // Whether a finding of the rule would be told at all.
 bool IsAskedFor(Rule rule);
 
-// Where findings, traces and tables go: standard error, or the file of out=FILE.
+// The place of findings, traces and tables: standard error, or the file of out=FILE.
 void Print(const std::string& text);
 // Of a new start: what was told is told again.
 void ForgetFindings();
 std::size_t FindingCount();
 
-// Where findings go in addition, with the word "callback"; null: nowhere.
+// An additional receiver of findings, with the word "callback"; null: none.
 void SetFindingProc(ZELUtilsCheckFindingProc procedure);
 
 }  // namespace zelcheck

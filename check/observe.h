@@ -1,4 +1,4 @@
-// What is done with every call besides looking for breaches: traces, tables, faults.
+// Traces, tables and faults: done with every call besides looking for breaches.
 #pragma once
 
 #include "call.h"

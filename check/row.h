@@ -10,7 +10,7 @@ namespace zelcheck {
 
 class Call;
 
-// Who calls whom. A thunk stands for one procedure on one side.
+// Direction of a call. A thunk stands for one procedure on one side.
 enum class Side : std::uint8_t {
   kClientToLibrary,  // a client, or the host, calls what the library has registered
   kLibraryToHost,    // the library calls a procedure that it has looked up
@@ -42,7 +42,7 @@ struct Row {
   const char* roles;
   char result;
   bool isOfLibrary;  // offered by the library, or by a client in its place
-  // What the layer learns from a call, and what it asks of it; null: nothing.
+  // Knowledge that the layer takes from a call, and its demands on it; null: none.
   void (*before)(Call& call);
   void (*after)(Call& call);
   // A thunk for the procedure, or the procedure itself when it is never called or no thunk is left.

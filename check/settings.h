@@ -1,4 +1,4 @@
-// What the environment variable ZELUTILS_CHECK asks for: words between commas.
+// Settings of the environment variable ZELUTILS_CHECK: words between commas.
 #pragma once
 
 #include <cstdint>

@@ -12,7 +12,7 @@
 
 namespace zelcheck {
 
-// What is replaced in a call on its way: nothing, unless a specialisation says otherwise.
+// Replacements in a call on its way: none, unless a specialisation says otherwise.
 template <auto member>
 struct Adapt {
   template <typename... Arguments>
@@ -21,8 +21,8 @@ struct Adapt {
   static void After(Side, Arguments&...) {}
 };
 
-// How many different procedures a host may have under one name in the course of a process. One more
-// is called directly: the call is as it should be, and goes unseen.
+// Number of different procedures that a host may have under one name in the course of a process.
+// One more is called directly: the call is as it should be, and goes unseen.
 inline constexpr std::size_t kPlaces = 8;
 
 template <Side side, auto member, typename Signature>

@@ -15,7 +15,7 @@
 namespace zelcheck {
 namespace {
 
-// Who calls whom, by Side.
+// Names of the directions, by Side.
 constexpr const char* kSides[] = {"client>library", "library>host", "client>host", "callback"};
 
 // Lines of the outermost call that runs, in the order in which the calls began. A line is complete

@@ -1,4 +1,4 @@
-// What the layer learns from single calls, by the row that they are of: functions for `before` and
+// Lessons of the layer from single calls, by the row that they are of: functions for `before` and
 // `after` in its table.
 #pragma once
 

@@ -95,7 +95,7 @@ void CounterAddress(Call& call) {
 
 namespace {
 
-// What "Realloc" must keep: the block's first bytes.
+// Bytes that "Realloc" must keep: the block's first bytes.
 struct Moving {
   std::array<unsigned char, 64> bytes{};
   std::size_t count = 0;

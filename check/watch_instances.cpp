@@ -16,8 +16,8 @@ ZELInstance InstanceAt(const Call& call, std::size_t index) {
   return call.arguments[index].As<ZELInstance>();
 }
 
-// What a call has stored beside an error object, or has not stored without one. Returns whether
-// there is a result.
+// A handle that a call has stored beside an error object, or has not stored without one. Returns
+// whether there is a result.
 bool HasResult(const Call& call, const void* stored, const char* noun) {
   if (call.result.bits != 0) {
     // A client's place may have held something before; the library's hold null.

@@ -1,5 +1,5 @@
-# cmake --install, in four components: runtime, development, tools and documentation. What another
-# project finds are ZELUtils::ZELUtils, ZELUtils::headers, ZELUtils::host and ZELUtils::host_shared
+# cmake --install, in four components: runtime, development, tools and documentation. Another
+# project finds ZELUtils::ZELUtils, ZELUtils::headers, ZELUtils::host and ZELUtils::host_shared
 # by CMake, zelutils and zelhost by pkg-config.
 include(CMakePackageConfigHelpers)
 

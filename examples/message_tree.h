@@ -10,8 +10,8 @@
 namespace demo {
 
 // A message leads from the outside of a value to the inside, and says at the end what is wrong
-// there: "pages (required, type != Pages): [1]: Missing required member size". What several
-// messages begin with is shown once, with their ends below it.
+// there: "pages (required, type != Pages): [1]: Missing required member size". A beginning
+// that several messages share is shown once, with their ends below it.
 class MessageTree {
  public:
   explicit MessageTree(const std::vector<std::string>& messages) {
@@ -27,7 +27,7 @@ class MessageTree {
       for (std::size_t step = shared; step < path.size(); ++step) {
         indentation += 2;
         std::string line = std::string(indentation, ' ') + path[step];
-        // What no other message shares stays on one line if it can.
+        // A part that no other message shares stays on one line if it can.
         const auto fits = [&] { return line.size() + 1 + path[step + 1].size() <= kLineWidth; };
         while (sharedNext <= step && step + 1 < path.size() && fits()) line += ' ' + path[++step];
         std::printf("%s\n", line.c_str());

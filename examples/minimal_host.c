@@ -4,7 +4,7 @@
  *   minimal_host PATH-OF-THE-LIBRARY
  *
  * Two things are left out: its stream factory refuses to make streams, and it trusts the handles
- * that it is given. What each procedure must do stands in docs/porting.md; host/ is a complete
+ * that it is given. The duties of each procedure stand in docs/porting.md; host/ is a complete
  * host.
  */
 #include <stdio.h>

@@ -44,7 +44,7 @@ std::int32_t Alternate(ZELInstance, ZELStringAtom, ZELSharedBuff, void* clientDa
   return static_cast<std::int32_t>(++*static_cast<std::uint32_t*>(clientData) % 2);
 }
 
-// What may keep a value from being checked against a schema that was found to be valid.
+// Reasons not to check a value against a schema that was found to be valid.
 bool IsAllowed(const std::string& report) {
   static const char* const kAllowed[] = {"Unknown category in schema",  // "objref"
                                          "nesting too deep", "FormatIntoPOSString overwrote buffer",

@@ -205,8 +205,8 @@ class Sequence {
     }
   }
 
-  // How many members a walk of the value meets, up to the limit; and whether `sought` is among
-  // them.
+  // Number of members that a walk of the value meets, up to the limit; and whether `sought` is
+  // among them.
   struct Walk {
     ZELInstance sought = nullptr;
     bool isFound = false;

@@ -1,5 +1,5 @@
-// What the fuzz targets share: a host with a started library, the library's procedures by interface
-// and method, and the check that the host has everything back.
+// Common parts of the fuzz targets: a host with a started library, the library's procedures by
+// interface and method, and the check that the host has everything back.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ namespace zelfuzz {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// What an input has shown to be wrong.
+// A fault that an input has shown.
 class Finding : public std::logic_error {
  public:
   using std::logic_error::logic_error;
@@ -43,7 +43,8 @@ class Session {
   void Restart();
   // After host.Stop().
   void StartAgain();
-  // How many blocks may still be taken before the memory is exhausted; returns how many before.
+  // Number of blocks that may still be taken before the memory is exhausted; returns the number
+  // before.
   static std::uint64_t SetBudget(std::uint64_t blocks);
 
   zelhost::Host host;

@@ -30,7 +30,7 @@ class Reader {
         mostPerRead_(mostPerRead),
         streamer_(session, session.procs.streamers.NewPOSStreamer()) {}
 
-  // Reads one value from the client's stream, which has so many bytes left. Whatever fails is
+  // Reads one value from the client's stream, which has so many bytes left. A failure is
   // reported, just once.
   Held Read(const Held& stream, std::size_t bytes) {
     session_.host.TakeReports();

@@ -16,7 +16,7 @@ void Run(const Target& target, Session& session, Bytes input) {
   target.run(session, input);
   const zelhost::Counts after = session.host.Live();
   if (after != before) {
-    // What the library keeps until it stops, it keeps once.
+    // Anything that the library keeps until it stops, it keeps once.
     target.run(session, input);
     Expect(session.host.Live() == after,
            "held: " + ToString(session.host.Live()) + "; before: " + ToString(after));

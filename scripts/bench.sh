@@ -11,7 +11,7 @@ usage: ./dev bench [--quick] [--rounds N] [--only REGEX] [--instructions | --no-
        ./dev bench --tool [--size MB]
 
 Measures the library beside Jansson, json-c, RapidJSON and nlohmann/json and prints tables; about
-eight minutes on a quiet machine, with --quick under two. What was measured is also left in
+eight minutes on a quiet machine, with --quick under two. The results are also left in
 build/bench/results.json.
 
   --quick         fewer and shorter rounds, without growth

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the fuzzers and runs one of them, or each in turn, for a number of seconds. What they learn
-# stays in build/fuzz/learnt/; an input that fails is put into fuzz/corpus/, where the tests run it.
+# Builds the fuzzers and runs one of them, or each in turn, for a number of seconds. Inputs that they
+# learn stay in build/fuzz/learnt/; one that fails is put into fuzz/corpus/, where the tests run it.
 #
 # usage: scripts/fuzz.sh [TARGET] [SECONDS]    TARGET: text, stream, schema, dict, sequence or all
 set -euo pipefail

@@ -1,4 +1,4 @@
-// Where the library is put together: the one place that knows every subsystem.
+// The subsystems together: no other place knows all of them.
 #include "fileutils/subsystem.h"
 #include "frame/link/subsystem.h"
 #include "pos/subsystem.h"

@@ -1,7 +1,8 @@
 // Start and stop: what is looked up, registered and withdrawn, in which order, and what happens
 // when something is missing.
-#include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 
 #include "support.h"
 
@@ -15,100 +16,54 @@ using zelhost::BindingEvent;
 using zelhost::Host;
 using zelhost::Service;
 
-struct Triple {
-  const char* interfaceName;
-  const char* method;
-  const char* procType;
-};
-
-// What the library registers, in this order.
-constexpr Triple kRegistrations[] = {
-    {"POSObjectInterface", "Clone", "POSObjectCloneProc"},
-    {"POSObjectInterface", "IsEqual", "POSObjectIsEqualProc"},
-    {"POSObjectInterface", "GetType", "POSObjectGetTypeProc"},
-    {"POSObjectStatics", "DebugDump", "POSObjectDebugDumpProc"},
-    {"POSObjectStatics", "DebugDumpWithHeader", "POSObjectDebugDumpWithHeaderProc"},
-    {"POSObjectStatics", "DebugDumpRewind", "POSObjectDebugDumpRewindProc"},
-    {"POSObjectStatics", "CreateFromText", "POSObjectCreateFromTextProc"},
-    {"POSNumberInterface", "NewPOSNumber", "POSNumberNewPOSNumberProc"},
-    {"POSNumberInterface", "IsPOSNumber", "POSNumberIsPOSNumberProc"},
-    {"POSNumberInterface", "Get", "POSNumberGetProc"},
-    {"POSStringInterface", "NewPOSString", "POSStringNewPOSStringProc"},
-    {"POSStringInterface", "IsPOSString", "POSStringIsPOSStringProc"},
-    {"POSStringInterface", "Get", "POSStringGetProc"},
-    {"POSUnicodeStringInterface", "NewPOSUnicodeString", "POSUnicodeStringNewPOSUnicodeStringProc"},
-    {"POSUnicodeStringInterface", "IsPOSUnicodeString", "POSUnicodeStringIsPOSUnicodeStringProc"},
-    {"POSUnicodeStringInterface", "Get", "POSUnicodeStringGetProc"},
-    {"POSBinDataInterface", "NewPOSBinData", "POSBinDataNewPOSBinDataProc"},
-    {"POSBinDataInterface", "IsPOSBinData", "POSBinDataIsPOSBinDataProc"},
-    {"POSBinDataInterface", "GetTypeName", "POSBinDataGetTypeNameProc"},
-    {"POSBinDataInterface", "GetBinData", "POSBinDataGetBinDataProc"},
-    {"POSBinDataInterface", "GetSize", "POSBinDataGetSizeProc"},
-    {"POSRawPointerInterface", "NewPOSRawPointer", "POSRawPointerNewPOSRawPointerProc"},
-    {"POSRawPointerInterface", "IsPOSRawPointer", "POSRawPointerIsPOSRawPointerProc"},
-    {"POSRawPointerInterface", "GetRawPointer", "POSRawPointerGetRawPointerProc"},
-    {"POSRawPointerInterface", "GetReleaseProc", "POSRawPointerGetReleaseProcProc"},
-    {"POSArrayInterface", "NewPOSArray", "POSArrayNewPOSArrayProc"},
-    {"POSArrayInterface", "IsPOSArray", "POSArrayIsPOSArrayProc"},
-    {"POSArrayInterface", "GetAt", "POSArrayGetAtProc"},
-    {"POSArrayInterface", "Count", "POSArrayCountProc"},
-    {"POSArrayInterface", "SetAt", "POSArraySetAtProc"},
-    {"POSArrayInterface", "Append", "POSArrayAppendProc"},
-    {"POSArrayInterface", "Remove", "POSArrayRemoveProc"},
-    {"POSDictInterface", "NewPOSDict", "POSDictNewPOSDictProc"},
-    {"POSDictInterface", "IsPOSDict", "POSDictIsPOSDictProc"},
-    {"POSDictInterface", "Get", "POSDictGetProc"},
-    {"POSDictInterface", "DeepGet", "POSDictDeepGetProc"},
-    {"POSDictInterface", "Put", "POSDictPutProc"},
-    {"POSDictInterface", "Remove", "POSDictRemoveProc"},
-    {"POSDictIteratorInterface", "NewPOSDictIterator", "POSDictIteratorNewPOSDictIteratorProc"},
-    {"POSDictIteratorInterface", "Begin", "POSDictIteratorBeginProc"},
-    {"POSDictIteratorInterface", "Next", "POSDictIteratorNextProc"},
-    {"POSDictIteratorInterface", "IsDone", "POSDictIteratorIsDoneProc"},
-    {"POSDictIteratorInterface", "CurKey", "POSDictIteratorCurKeyProc"},
-    {"POSStreamerInterface", "NewPOSStreamer", "POSStreamerNewPOSStreamerProc"},
-    {"POSStreamerInterface", "Serialize", "POSStreamerSerializeProc"},
-    {"POSStreamerInterface", "Deserialize", "POSStreamerDeserializeProc"},
-    {"POSValidatorInterface", "Validate", "POSValidatorValidateProc"},
-    {"POSStructValidatorInterface", "NewPOSStructValidator",
-     "POSStructValidatorNewStructValidatorProc"},
-    {"POSStructValidatorInterface", "RegisterCallbackProc",
-     "POSStructValidatorRegisterCallbackProc"},
-    {"POSStructValidatorInterface", "ValidateSchema", "POSStructValidatorValidateSchemaProc"},
-    {"ZELUtilsDirInterface", "GetTempDir", "ZELUtilsDirGetTempDir"},
-    {"ZELUtilsDirInterface", "GetCurrent", "ZELUtilsDirGetCurrent"},
-    {"ZELUtilsDirInterface", "NewZELUtilsDir", "ZELUtilsDirNewZELUtilsDir"},
-    {"ZELUtilsDirInterface", "FileExists", "ZELUtilsDirFileExists"},
-    {"ZELUtilsDirInterface", "Delete", "ZELUtilsDirDelete"},
-    {"ZELUtilsDirInterface", "Rename", "ZELUtilsDirRename"},
-    {"ZELUtilsDirInterface", "GetFilePathSpec", "ZELUtilsDirGetFilePathSpec"},
-    {"ZELUtilsDirInterface", "CreateUniqueFilename", "ZELUtilsDirCreateUniqueFilename"},
-    {"ZELUtilsTempFileStreamFactory", "NewTempFileStream",
-     "_ZELUtilsNewTempFileStreamProc_NewTempFileStream"},
+// Registrations of the library, in this order: the methods of each interface, whose procedure types
+// have the method's name between these two texts, or the name behind a colon.
+constexpr struct {
+  const char *interfaceName, *before, *behind, *methods;
+} kRegistrations[] = {
+    {"POSObjectInterface", "POSObject", "Proc", "Clone IsEqual GetType"},
+    {"POSObjectStatics", "POSObject", "Proc",
+     "DebugDump DebugDumpWithHeader DebugDumpRewind CreateFromText"},
+    {"POSNumberInterface", "POSNumber", "Proc", "NewPOSNumber IsPOSNumber Get"},
+    {"POSStringInterface", "POSString", "Proc", "NewPOSString IsPOSString Get"},
+    {"POSUnicodeStringInterface", "POSUnicodeString", "Proc",
+     "NewPOSUnicodeString IsPOSUnicodeString Get"},
+    {"POSBinDataInterface", "POSBinData", "Proc",
+     "NewPOSBinData IsPOSBinData GetTypeName GetBinData GetSize"},
+    {"POSRawPointerInterface", "POSRawPointer", "Proc",
+     "NewPOSRawPointer IsPOSRawPointer GetRawPointer GetReleaseProc"},
+    {"POSArrayInterface", "POSArray", "Proc",
+     "NewPOSArray IsPOSArray GetAt Count SetAt Append Remove"},
+    {"POSDictInterface", "POSDict", "Proc", "NewPOSDict IsPOSDict Get DeepGet Put Remove"},
+    {"POSDictIteratorInterface", "POSDictIterator", "Proc",
+     "NewPOSDictIterator Begin Next IsDone CurKey"},
+    {"POSStreamerInterface", "POSStreamer", "Proc", "NewPOSStreamer Serialize Deserialize"},
+    {"POSValidatorInterface", "POSValidator", "Proc", "Validate"},
+    {"POSStructValidatorInterface", "POSStructValidator", "Proc",
+     "NewPOSStructValidator:POSStructValidatorNewStructValidatorProc"
+     " RegisterCallbackProc:POSStructValidatorRegisterCallbackProc ValidateSchema"},
+    {"ZELUtilsDirInterface", "ZELUtilsDir", "",
+     "GetTempDir GetCurrent NewZELUtilsDir FileExists Delete Rename GetFilePathSpec"
+     " CreateUniqueFilename"},
+    {"ZELUtilsTempFileStreamFactory", "_ZELUtilsNewTempFileStreamProc_", "", "NewTempFileStream"},
 };
 
 // The interfaces in the order of their withdrawal.
-const std::vector<std::string> kWithdrawals = {
-    ZEL_UTILS_DIR_INTERFACE,
-    ZEL_UTILS_TEMP_FILE_STREAM_FACTORY,
-    POS_STRUCT_VALIDATOR_INTERFACE,
-    POS_VALIDATOR_INTERFACE,
-    POS_STREAMER_INTERFACE,
-    POS_OBJECT_INTERFACE,
-    POS_OBJECT_STATICS,
-    POS_NUMBER_INTERFACE,
-    POS_STRING_INTERFACE,
-    POS_UNICODE_STRING_INTERFACE,
-    POS_BIN_DATA_INTERFACE,
-    POS_RAW_POINTER_INTERFACE,
-    POS_ARRAY_INTERFACE,
-    POS_DICT_INTERFACE,
-    POS_DICT_ITERATOR_INTERFACE,
-};
+const char* const kWithdrawals =
+    "ZELUtilsDirInterface ZELUtilsTempFileStreamFactory POSStructValidatorInterface"
+    " POSValidatorInterface POSStreamerInterface POSObjectInterface POSObjectStatics"
+    " POSNumberInterface POSStringInterface POSUnicodeStringInterface POSBinDataInterface"
+    " POSRawPointerInterface POSArrayInterface POSDictInterface POSDictIteratorInterface";
 
-std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingEvent::Kind kind,
-                               bool wholeTriple) {
-  std::vector<std::string> names;
+using Names = std::vector<std::string>;
+
+Names Words(const char* text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+Names NamesOf(const std::vector<BindingEvent>& events, BindingEvent::Kind kind, bool wholeTriple) {
+  Names names;
   for (const BindingEvent& event : events) {
     if (event.kind != kind) continue;
     std::string name = event.interfaceName;
@@ -118,38 +73,44 @@ std::vector<std::string> Names(const std::vector<BindingEvent>& events, BindingE
   return names;
 }
 
-// The triples of a method list, first to last.
-#define TRIPLE(method, procType) prefix + "." #method "." #procType,
-#define TRIPLES(interfaceName, METHODS)               \
-  [] {                                                \
-    const std::string prefix = interfaceName;         \
-    return std::vector<std::string>{METHODS(TRIPLE)}; \
-  }()
-
 TEST(BoundaryTest, LinksInOrderAndRegistersInOrder) {
   Host host;
   host.RecordBindings(true);
   host.Start(zeltest::LibraryPath());
   const std::vector<BindingEvent> events = host.TakeBindings();
 
-  std::vector<std::string> lookups = TRIPLES("ZEL", ZEL_BINDER_METHODS);
-  for (std::vector<std::string> table : {TRIPLES(ZEL_CONTAINER_INTERFACE, ZEL_CONTAINER_METHODS),
-                                         TRIPLES(ZEL_ERROR_INTERFACE, ZEL_ERROR_METHODS),
-                                         TRIPLES(ZEL_STRING_INTERFACE, ZEL_STRING_METHODS),
-                                         TRIPLES(ZEL_MEMORY_INTERFACE, ZEL_MEMORY_METHODS)}) {
-    lookups.insert(lookups.end(), table.rbegin(), table.rend());  // from the last entry down
-  }
-  EXPECT_EQ(Names(events, BindingEvent::Kind::kLookup, true), lookups);
+  Names lookups;
+  const auto add = [&lookups](const char* interfaceName, const zelutils::Method& method) {
+    lookups.push_back(std::string(interfaceName) + "." + method.name + "." + method.procType);
+  };
+  for (const auto& method : zelutils::BinderInterface::kMethods) add("ZEL", method);
+  const auto addFromTheLast = [&]<typename Interface>(Interface) {
+    for (std::size_t i = std::size(Interface::kMethods); i-- > 0;) {
+      add(Interface::kName, Interface::kMethods[i]);
+    }
+  };
+  addFromTheLast(zelutils::ContainerInterface());
+  addFromTheLast(zelutils::ErrorInterface());
+  addFromTheLast(zelutils::AtomInterface());
+  addFromTheLast(zelutils::MemoryInterface());
+  EXPECT_EQ(NamesOf(events, BindingEvent::Kind::kLookup, true), lookups);
 
-  std::vector<std::string> registrations;
-  for (const Triple& row : kRegistrations) {
-    registrations.push_back(std::string(row.interfaceName) + "." + row.method + "." + row.procType);
+  Names registrations;
+  for (const auto& row : kRegistrations) {
+    for (const std::string& word : Words(row.methods)) {
+      const std::size_t colon = word.find(':');
+      const std::string method = word.substr(0, colon);
+      registrations.push_back(
+          std::string(row.interfaceName) + "." + method + "." +
+          (colon == word.npos ? row.before + method + row.behind : word.substr(colon + 1)));
+    }
   }
-  EXPECT_EQ(Names(events, BindingEvent::Kind::kRegister, true), registrations);
+  EXPECT_EQ(NamesOf(events, BindingEvent::Kind::kRegister, true), registrations);
   EXPECT_EQ(host.LibraryVersion(), 0x00010101u);
 
   host.Stop();
-  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kUnregister, false), kWithdrawals);
+  EXPECT_EQ(NamesOf(host.TakeBindings(), BindingEvent::Kind::kUnregister, false),
+            Words(kWithdrawals));
   EXPECT_TRUE(host.Live().AllZero());
 }
 
@@ -157,17 +118,17 @@ using StartedTest = zeltest::LibraryTest;
 
 TEST_F(StartedTest, ATableIsImportedAgainOnItsNextUseAfterAWithdrawal) {
   host.RecordBindings(true);
-  Keep(binData.NewPOSBinData("t", "x", 1));
+  NewBinData("t", "x");
   host.TakeBindings();
-  Keep(binData.NewPOSBinData("t", "x", 1));
+  NewBinData("t", "x");
   NewNumber(1);
   EXPECT_TRUE(host.TakeBindings().empty());
   host.ChangeUnregisterCount();
   NewNumber(1);  // uses the tables bound at link only
   EXPECT_TRUE(host.TakeBindings().empty());
-  Keep(binData.NewPOSBinData("t", "x", 1));
-  EXPECT_EQ(Names(host.TakeBindings(), BindingEvent::Kind::kLookup, false),
-            std::vector<std::string>{ZEL_SHARED_BUFF_INTERFACE});
+  NewBinData("t", "x");
+  EXPECT_EQ(NamesOf(host.TakeBindings(), BindingEvent::Kind::kLookup, false),
+            Names{ZEL_SHARED_BUFF_INTERFACE});
 
   // A method that is gone by then is an error without words; the next use tries again.
   host.Hide(ZEL_SHARED_BUFF_INTERFACE, "GetSize");
@@ -175,7 +136,7 @@ TEST_F(StartedTest, ATableIsImportedAgainOnItsNextUseAfterAWithdrawal) {
   EXPECT_EQ(binData.NewPOSBinData("t", "x", 1), nullptr);
   ExpectReports({"", ""});
   host.Show(ZEL_SHARED_BUFF_INTERFACE, "GetSize");
-  Keep(binData.NewPOSBinData("t", "x", 1));
+  NewBinData("t", "x");
 }
 
 TEST_F(StartedTest, MethodsOfAKindOfInstanceAreImportedOnce) {
@@ -214,19 +175,15 @@ void WorkAtExit() {
   zelhost::Host& host = *g_endingHost;
   int faults = 0;
   {
-    const zeltest::Procedures procs(host);
-    const ZELInstance string = procs.strings.NewPOSString("s");
-    if (procs.numbers.Get(string) != 0.0 || host.TakeReports().size() != 1) faults |= 1;
-    procs.containers.DeleteUnownedContainer(string);
-
+    zeltest::Library zel(host);
+    const ZELInstance string = zel.NewString("s");
+    if (zel.numbers.Get(string) != 0.0 || host.TakeReports().size() != 1) faults |= 1;
     ZELInstance directory = nullptr;
-    if (procs.directories.GetTempDir(&directory) != nullptr) faults |= 2;
-    const ZELStringAtom name = procs.atoms.NewStringAtom("no such file of any host");
-    const ZELErrorObject error = procs.directories.Delete(directory, name);
+    if (zel.directories.GetTempDir(&directory) != nullptr) faults |= 2;
+    const ZELErrorObject error =
+        zel.directories.Delete(zel.Keep(directory), zel.Atom("no such file"));
     if (error == nullptr) faults |= 4;
-    procs.errors.Release(error);
-    procs.atoms.DeleteStringAtom(name);
-    procs.containers.DeleteUnownedContainer(directory);
+    zel.errors.Release(error);
   }
   host.Stop();
   if (!host.Live().AllZero()) faults |= 8;

@@ -23,7 +23,7 @@ struct Findings {
 };
 inline Findings g_findings;
 
-// Starts the layer in a host; `words` are added to what the variable says. What the host offers may
+// Starts the layer in a host; `words` are added to those of the variable. The services of the host may
 // be changed between the construction and the start.
 class CheckedHost {
  public:
@@ -40,7 +40,7 @@ class CheckedHost {
     SetVariable("ZELUTILS_CHECK", "callback,out=" + log + "," + words);
     host.Start(ZEL_CHECK_PATH);
   }
-  // What the layer has written so far.
+  // All that the layer has written so far.
   std::string Log() const { return Folder::Contents(folder_.path / "log"); }
   std::string FileIn(const char* name) const { return folder_ / name; }
 

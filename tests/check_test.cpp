@@ -26,7 +26,7 @@ struct Client : zeltest::Procedures {
     return Hold(stream);
   }
   ZELStringAtom Atom(const char* text) const { return atoms.NewStringAtom(text); }
-  // What a dead thing looks like: an array that was released, an atom that was given back.
+  // Looks of a dead thing: an array that was released, an atom that was given back.
   ZELInstance Gone() const {
     const ZELInstance array = Array();
     Release(array);
@@ -51,7 +51,7 @@ struct Client : zeltest::Procedures {
   void Validating(POSStructValidatorCallbackProc check) const;
 };
 
-// What the callbacks of the library work on.
+// The state that the callbacks of the library work on.
 const Client* g_client;
 ZELInstance g_value;
 ZELInstance g_schema;

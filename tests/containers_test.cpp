@@ -6,13 +6,13 @@ namespace {
 class ContainersTest : public zeltest::LibraryTest {
  protected:
   // The numbers in an array, with -1 for an empty slot.
-  std::vector<double> Contents(ZELInstance array) {
-    std::vector<double> contents;
+  std::vector<double> Elements(ZELInstance array) {
+    std::vector<double> elements;
     for (std::uint32_t i = 0; i < arrays.Count(array); ++i) {
       const ZELInstance element = arrays.GetAt(array, i);
-      contents.push_back(element == nullptr ? -1 : numbers.Get(element));
+      elements.push_back(element == nullptr ? -1 : numbers.Get(element));
     }
-    return contents;
+    return elements;
   }
 
   // The keys that an iterator still has before it.
@@ -32,19 +32,19 @@ TEST_F(ContainersTest, ArraysGrowByDoublingAndKeepHoles) {
   const ZELInstance array = Keep(arrays.NewPOSArray());
   const ZELInstance value = NewNumber(7);
   arrays.SetAt(array, 5, value);
-  EXPECT_EQ(Contents(array), (Values{-1, -1, -1, -1, -1, 7}));
+  EXPECT_EQ(Elements(array), (Values{-1, -1, -1, -1, -1, 7}));
   EXPECT_EQ(host.RefCount(value), 2u);
   arrays.SetAt(array, 0, NewNumber(1));
   arrays.Append(array, value);
   arrays.Remove(array, 1);
   arrays.Remove(array, 6);
   arrays.Remove(array, 0xFFFFFFFFu);
-  EXPECT_EQ(Contents(array), (Values{1, -1, -1, -1, 7, 7}));
+  EXPECT_EQ(Elements(array), (Values{1, -1, -1, -1, 7, 7}));
   arrays.SetAt(array, 4, NewNumber(2));
   EXPECT_EQ(host.RefCount(value), 2u);
   EXPECT_EQ(arrays.GetAt(array, 6), nullptr);
   const ZELInstance clone = Keep(objects.Clone(array));
-  EXPECT_EQ(Contents(clone), Contents(array));
+  EXPECT_EQ(Elements(clone), Elements(array));
   EXPECT_TRUE(objects.IsEqual(array, clone));
   arrays.SetAt(clone, 1, value);
   EXPECT_FALSE(objects.IsEqual(array, clone)) << "an empty slot equals an empty slot only";
@@ -134,7 +134,7 @@ TEST_F(ContainersTest, DeepLookup) {
                            "a.b[99999999999999999999999]", "[0]", "s[0][0]]", "s[0]."}) {
     EXPECT_EQ(dicts.DeepGet(dict, Atom(path)), nullptr) << path;
   }
-  // A step looks up its text: it takes no atom that could fail. Only the path's own buffer can.
+  // A step looks up its text: it takes no atom that could fail.
   const ZELStringAtom deep = Atom("a.b[0]");
   host.FailAt(zelhost::Service::kNewStringAtom, 1);
   EXPECT_EQ(numbers.Get(dicts.DeepGet(dict, deep)), 10);
@@ -165,8 +165,7 @@ ZELInstance g_answer = nullptr;
 ZELInstance AnswerHeld(ZELInstance) { return g_answer; }
 
 TEST_F(ContainersTest, ACloneThatAMemberGivesIsNotEndedWhenItIsRefused) {
-  host.Register(POS_OBJECT_INTERFACE, "Clone", "POSObjectCloneProc",
-                reinterpret_cast<ZELProc>(&AnswerHeld));
+  zeltest::Replace<zelutils::ObjectInterface>(host, "Clone", &AnswerHeld);
   g_answer = Keep(arrays.NewPOSArray());
   const ZELInstance array = Parse("[[]]");
   const ZELInstance dict = Parse("<a []>");
@@ -198,7 +197,7 @@ TEST_F(ContainersTest, MembersMayCallBackWhileTheyAreReleased) {
   arrays.Append(g_container, number);
   arrays.Remove(g_container, 0);
   EXPECT_EQ(g_countSeen, 1u);
-  EXPECT_EQ(Contents(g_container), (Values{5, 5}));
+  EXPECT_EQ(Elements(g_container), (Values{5, 5}));
   arrays.SetAt(g_container, 0, Keep(rawPointers.NewPOSRawPointer(number, nullptr)));
 }
 

@@ -1,4 +1,4 @@
-// What is deep and what is large: every descent at its limit and one level beyond it on a small
+// Depths and sizes: every descent at its limit and one level beyond it on a small
 // stack, and the sizes, indices and counts that a caller or a stream can name.
 #include <algorithm>
 #include <cstring>
@@ -48,22 +48,10 @@ ZELSharedBuff NoBuffer(std::uint32_t size, std::int32_t, std::int32_t, std::int3
   g_largest = size;
   return nullptr;
 }
-template <typename Procedure>
-ZELProc AsProc(Procedure procedure) {
-  return reinterpret_cast<ZELProc>(procedure);
-}
-
 class DepthSizeTest : public zeltest::LibraryTest {
  protected:
-  ZELInstance Stream(const std::string& bytes) {
-    ZELInstance stream = nullptr;
-    EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
-    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    onStream.Rewind(stream);
-    return Keep(stream);
-  }
   ZELInstance Read(const std::string& bytes) {
-    return streamers.Deserialize(streamer, Stream(kHeader + bytes));
+    return streamers.Deserialize(streamer, NewStream(kHeader + bytes));
   }
 
   // Clones, compares, writes, reads and validates; returns how many of these were too deep.
@@ -79,7 +67,7 @@ class DepthSizeTest : public zeltest::LibraryTest {
     const ZELInstance clone = objects.Clone(value);
     check(clone != nullptr, POS_NESTING_LIMIT + 1);  // one from each level
     check(objects.IsEqual(value, clone == nullptr ? value : Keep(clone)));
-    const ZELInstance stream = Stream("");
+    const ZELInstance stream = NewStream("");
     const bool isWritten = streamers.Serialize(streamer, stream, value, nullptr) == 1;
     check(isWritten);
     if (isWritten) {
@@ -145,14 +133,14 @@ TEST_F(DepthSizeTest, CyclesEndAtTheLimitAndPathsDoNot) {
 
 TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
   const char* const name = "LyingStream";
-  host.Register(name, "Read", "ZELSimpleStreamReadProc", AsProc(&LiarRead));
-  host.Register(name, "Mark", "ZELPositionableStreamMarkProc", AsProc(&LiarMark));
-  host.Register(name, "Seek", "ZELPositionableStreamSeekProc", AsProc(&LiarSeek));
-#define REGISTER_REST(method, procType)                   \
-  if (host.Lookup(name, #method, #procType) == nullptr) { \
-    host.Register(name, #method, #procType, &NotCalled);  \
-  }
-  ZEL_STREAM_METHODS(REGISTER_REST)
+  zelutils::StreamInterface own;
+  own.Read = &LiarRead;
+  own.Mark = &LiarMark;
+  own.Seek = &LiarSeek;
+#define REGISTER(method, procType)        \
+  host.Register(name, #method, #procType, \
+                own.method == nullptr ? &NotCalled : reinterpret_cast<ZELProc>(own.method));
+  ZEL_STREAM_METHODS(REGISTER)
   ZELInstance stream = nullptr;
   ASSERT_EQ(containers.NewFullContainer(&stream, &g_liar, Atom(name), nullptr, Atom(name), 0, 0, 0),
             nullptr);
@@ -186,16 +174,13 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
 
 TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   zelhost::Host host;
-  g_alloc = host.Find<ZELMemAllocProc>(ZEL_MEMORY_INTERFACE, "Alloc", "ZELMemAllocProc");
-  host.Register(ZEL_MEMORY_INTERFACE, "Alloc", "ZELMemAllocProc", AsProc(&SmallAlloc));
-  host.Register(ZEL_SHARED_BUFF_INTERFACE, "NewBuffer", "ZELSharedBuffNewBufferV3Proc",
-                AsProc(&NoBuffer));
+  g_alloc = zeltest::Import<zelutils::MemoryInterface>(host).Alloc;
+  zeltest::Replace<zelutils::MemoryInterface>(host, "Alloc", &SmallAlloc);
+  zeltest::Replace<zelutils::SharedBuffInterface>(host, "NewBuffer", &NoBuffer);
   host.Start(zeltest::LibraryPath());
-  const zeltest::Procedures procs(host);
-  const ZELInstance array = procs.arrays.NewPOSArray();
-  procs.containers.AddRef(array);
-  const ZELInstance value = procs.numbers.NewPOSNumber(1);
-  procs.containers.AddRef(value);
+  zeltest::Library zel(host);
+  const ZELInstance array = zel.Parse("[]");
+  const ZELInstance value = zel.NewNumber(1);
 
   std::vector<std::uint32_t> edges = {0xFFFFFFFE, 0xFFFFFFFF};
   for (std::uint32_t power = 1u << 20; power != 0; power *= 2) {
@@ -203,20 +188,19 @@ TEST(SizeTest, NothingLargerIsTakenThanWhatIsStoredThere) {
   }
   for (const std::uint32_t edge : edges) {
     g_largest = 0;
-    procs.arrays.SetAt(array, edge, value);
+    zel.arrays.SetAt(array, edge, value);
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
-    EXPECT_EQ(procs.arrays.Count(array), 0u);
-    EXPECT_EQ(procs.arrays.GetAt(array, edge), nullptr);
-    procs.arrays.Remove(array, edge);
+    EXPECT_EQ(zel.arrays.Count(array), 0u);
+    EXPECT_EQ(zel.arrays.GetAt(array, edge), nullptr);
+    zel.arrays.Remove(array, edge);
     EXPECT_TRUE(g_largest < 4096 || g_largest / sizeof(void*) > edge) << edge;
 
-    EXPECT_EQ(procs.binData.NewPOSBinData("t", &edge, edge), nullptr);
+    EXPECT_EQ(zel.binData.NewPOSBinData("t", &edge, edge), nullptr);
     EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"bad allocation"}) << edge;
     EXPECT_EQ(g_largest, edge);
   }
   EXPECT_EQ(host.RefCount(value), 1u);
-  procs.containers.Release(array);
-  procs.containers.Release(value);
+  zel.GiveBack();
   host.Stop();
   EXPECT_EQ(ToString(host.Live()), "nothing");
 }

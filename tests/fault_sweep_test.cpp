@@ -1,6 +1,14 @@
 // Every procedure of the library with the first, the second, ... call of each service of the host
-// failing, until it gets through. Whatever fails, nothing crashes, nothing is lost, somebody is
-// told, containers are as they were, and right afterwards the same thing succeeds.
+// failing, until it gets through. With any of these faults nothing crashes, nothing is lost,
+// somebody is told, containers are as they were, and right afterwards the same thing succeeds.
+//
+// A scenario is a body of calls, each of which succeeds or ends the attempt: Call() throws Failure
+// at the first report or error object. For each service of the host and each n, Sweep() lets the
+// n-th call of that service fail (Arm), runs the scenario (Attempt), which gives back what it holds
+// (LetGo), takes the fault away again (Disarm), and runs it once more without one (Settle): what
+// lives then must be what lived before. It is over when n is beyond the calls that the scenario
+// makes. SweepEveryWay() does this for the faults of Extent, after what Before says. Pause keeps a
+// fault away from the calls that the test makes for itself.
 #include <cstring>
 #include <iostream>
 
@@ -15,10 +23,10 @@ constexpr const char* kText =
     "<list [1 (two) [`0003` <> x]] name (a \\(longer\\) text that takes part in filling a block)"
     " inner <k <k [<k (found)>]> l [1 2 3 4 5 6 7 8 9]> zero 0>";
 
-// How a service fails: once; from then on; or once, with the host unable to make an error of it.
+// Extents of a failure: once; from then on; or once, with the host unable to make an error of it.
 // An error that is none comes back from a procedure that returns errors like a success.
 enum class Extent { kOnce, kForGood, kWithoutErrors };
-// What precedes each attempt: nothing, so that everything is imported already; a withdrawal, so
+// Events before each attempt: nothing, so that everything is imported already; a withdrawal, so
 // that it is imported again; a stop and the start itself.
 enum class Before { kNothing, kWithdrawal, kRestart };
 
@@ -35,12 +43,10 @@ class FaultSweep : public zeltest::LibraryTest {
  protected:
   void SetUp() override {
     host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});  // a restart finds the fixture's
-    dicts.Put(world, Atom("blob"), Keep(binData.NewPOSBinData("type", "\0\1\2", 3)));
+    dicts.Put(world, Atom("blob"), NewBinData("type", std::string("\0\1\2", 3)));
     arrays.SetAt(dicts.Get(world, Atom("list")), 4, Parse("afterahole"));
     pristine = Keep(objects.Clone(world));
-    const std::string block(200, '\xFF');
-    arrays.Append(dicts.Get(written, Atom("list")),
-                  Keep(binData.NewPOSBinData("t", block.data(), 200)));
+    arrays.Append(dicts.Get(written, Atom("list")), NewBinData("t", std::string(200, '\xFF')));
     const ZELInstance stream = NewStream("");
     ASSERT_EQ(streamers.Serialize(streamer, stream, written, nullptr), 1);
     text = Contents(stream);
@@ -156,11 +162,7 @@ class FaultSweep : public zeltest::LibraryTest {
   }
   std::string Contents(ZELInstance stream) {
     const Pause pause(*this);
-    char bytes[4096];
-    std::uint32_t count = 0;
-    onStream.Rewind(stream);
-    onStream.Read(stream, &count, bytes, sizeof bytes);
-    return std::string(bytes, count);
+    return Library::Contents(stream);
   }
 
   // ---- The sweep ----
@@ -213,7 +215,7 @@ class FaultSweep : public zeltest::LibraryTest {
     EXPECT_EQ(host.FaultsInjected() - before, isDispensable ? 1u : 0u);
   }
 
-  // What has been spoilt would show here, and what is lost in the counts that it returns.
+  // Damage would show here, and losses in the counts that it returns.
   std::string Settle(Before before) {
     if (!host.Started()) host.Start(zeltest::LibraryPath());
     if (before != Before::kNothing) host.ChangeUnregisterCount();
@@ -470,18 +472,15 @@ SCENARIO(Validating) {
 // A failure while a type name is looked up is a message of its own, or an empty one.
 SCENARIO(CheckingSchemas) {
   takesLong = true;
-  const auto verdict = [&](ZELInstance checked, const std::string& finding) {
-    g_messages.clear();
-    const std::int32_t valid = Call(structValidators.ValidateSchema, checked, &Collect);
-    bool isFound = false;
-    for (const std::string& message : g_messages) {
-      isFound = isFound || message.find(finding) != std::string::npos;
-    }
-    const bool isExpected = isFound == !finding.empty() && valid == (isFound ? 0 : 1);
-    if (!isExpected && failAt != 0 && valid == 0 && !g_messages.empty()) throw Failure{true};
-    EXPECT_TRUE(isExpected) << finding;
-  };
-  verdict(badSchema, "Cannot locate definition of type Nowhere");
+  g_messages.clear();
+  const std::int32_t valid = Call(structValidators.ValidateSchema, badSchema, &Collect);
+  bool isFound = false;
+  for (const std::string& message : g_messages) {
+    isFound |= message.ends_with("Cannot locate definition of type Nowhere");
+  }
+  EXPECT_EQ(valid, 0);
+  if (!isFound && failAt != 0 && !g_messages.empty()) throw Failure{true};
+  EXPECT_TRUE(isFound);
 }
 
 SCENARIO(UsingDirectories) {
@@ -512,13 +511,11 @@ SCENARIO(UsingTempFiles) {
   Call(onStream.Write, stream, "abcdef", 6u);
   Call(onStream.Seek, stream, 2u, 0u);
   EXPECT_TRUE(read(stream) == "cdef" || service == Service::kShortRead);
-  const auto create = [&](auto procedure) {
-    ZELInstance created = nullptr;
-    Call(procedure, stream, &created);
-    return Own(created);
-  };
-  const ZELInstance reader = create(onStream.CreateIndependentlyPositionableStream);
-  const ZELInstance other = create(onStream.CreateIndependentlyRewindableStream);
+  ZELInstance reader = nullptr, other = nullptr;
+  Call(onStream.CreateIndependentlyPositionableStream, stream, &reader);
+  Own(reader);
+  Call(onStream.CreateIndependentlyRewindableStream, stream, &other);
+  Own(other);
   EXPECT_EQ(read(reader).substr(0, 1), "a");
   Call(onStream.Rewind, reader);
   EXPECT_EQ(read(reader).substr(0, 1), "a");

@@ -12,10 +12,9 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace zelutils;
-
-using zeltest::kIsWindows;
+using zeltest::kIsWindows, zeltest::Paths;
+namespace fs = std::filesystem;
 
 #if !defined(_WIN32)
 // Runs a body in a process of its own; what it expects counts here.
@@ -30,24 +29,16 @@ void InProcess(const std::function<void()>& body) {
 }
 #endif
 
-class FileUtilsTest : public zeltest::ClientTest {
+class FileUtilsTest : public zeltest::FilesTest {
  protected:
   FileUtilsTest() { fs::permissions(folder.path, fs::perms::all); }
   void TearDown() override {
     directory.reset();
-    ClientTest::TearDown();
+    FilesTest::TearDown();
   }
   void MakeFile(const char* name, const char* text = "") { std::ofstream(folder / name) << text; }
-  std::set<fs::path> Names() { return folder.Names(); }
-  Stream NewStream(const char* mode = "w+b") {
-    return client.NewTempFileStream("pre", "ext", mode);
-  }
-  static std::string DirFailure(const char* message, int number) {
-    return std::string("ZELUtilsDir: ZELUtilsDirImpl::") + message + " (" + std::to_string(number) +
-           ")";
-  }
+  Paths Names() { return folder.Names(); }
 
-  zeltest::TempFolder folder;
   std::optional<Directory> directory{Directory(client, folder.path.string())};
 };
 
@@ -102,7 +93,7 @@ TEST_F(FileUtilsTest, TheTempDirectoryIsThatOfTheMomentWhenItWasAskedFor) {
     MakeFile(("inner/inner/" + name).c_str(), "strange");
     EXPECT_EQ(owner.CreateIndependent().ReadAll(), "own");
   }
-  EXPECT_EQ(folder.Names(folder / "inner"), std::set<fs::path>{"inner"});
+  EXPECT_EQ(folder.Names(folder / "inner"), Paths{"inner"});
   EXPECT_EQ(folder.Names(folder / "inner/inner").size(), 1u);
 
   fs::create_directory(folder / "gone");
@@ -167,7 +158,7 @@ TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
   here.Rename("folder", "folder");
   EXPECT_NE(Failure([&] { Directory(client, nullptr, Handed::kHeld).FileExists("file"); }), "");
   EXPECT_EQ(folder.Contents(folder / "file"), "kept");
-  EXPECT_EQ(Names(), (std::set<fs::path>{"file", "folder", "locked", "other"}));
+  EXPECT_EQ(Names(), (Paths{"file", "folder", "locked", "other"}));
 #if defined(_WIN32)
   std::cout << "not run: what a folder without permission answers\n";
 #else
@@ -202,7 +193,7 @@ TEST_F(FileUtilsTest, FoldersAndLinksAreFiles) {
   directory->Delete("link");
   directory->Delete("file");
 #endif
-  EXPECT_EQ(Names(), std::set<fs::path>{"new folder"});
+  EXPECT_EQ(Names(), Paths{"new folder"});
 }
 
 TEST_F(FileUtilsTest, AUniqueNameIsTheFirstFreeOne) {
@@ -300,7 +291,7 @@ TEST_F(FileUtilsTest, AFileThatIsGoneIsNobodys) {
   owner.reset();
   ExpectLateReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
 
-  // What opening answers is passed on, unless there is another file by now.
+  // The answer of opening is passed on, unless there is another file by now.
   const std::string failure = Failure([&] { reader->CreateIndependent(); });
   EXPECT_EQ(failure.substr(failure.size() - 3), "(2)") << failure;
   EXPECT_EQ(failure.find("owner"), std::string::npos) << failure;
@@ -312,7 +303,7 @@ TEST_F(FileUtilsTest, AFileThatIsGoneIsNobodys) {
   EXPECT_EQ(ToString(host.Live()), live);
   EXPECT_EQ(reader->ReadAll(), "old");
   reader.reset();
-  EXPECT_EQ(Names(), std::set<fs::path>{file.filename()}) << "it is another stream's";
+  EXPECT_EQ(Names(), Paths{file.filename()}) << "it is another stream's";
 }
 
 // Stands for a system that forbids to delete an open file.
@@ -330,8 +321,7 @@ struct Forbidding {
 TEST_F(FileUtilsTest, WhereTheOwnerCannotDeleteTheLastReaderDoes) {
   Forbidding::realDelete = client.Procedures<UtilsDirInterface>().Delete;
   Forbidding::newError = client.Procedures<ErrorInterface>().NewError;
-  host.Register(ZEL_UTILS_DIR_INTERFACE, "Delete", "ZELUtilsDirDelete",
-                reinterpret_cast<ZELProc>(&Forbidding::Delete));
+  zeltest::Replace<UtilsDirInterface>(host, "Delete", &Forbidding::Delete);
   {
     std::optional<Stream> owner = NewStream();
     const Stream last = owner->CreateIndependent();
@@ -345,7 +335,7 @@ TEST_F(FileUtilsTest, WhereTheOwnerCannotDeleteTheLastReaderDoes) {
   EXPECT_EQ(Forbidding::calls, 2);
   EXPECT_TRUE(Names().empty());
 
-  // Whoever is the last and cannot do it either reports it, once.
+  // The last one, if it cannot do it either, reports it once.
   Forbidding::forbids = true;
   NewStream();
   ExpectLateReports({"forbidden"});

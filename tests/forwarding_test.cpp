@@ -1,9 +1,6 @@
 // Values are reached directly while nobody has put procedures over the library's own, and through
 // the binder otherwise: both ways give the same.
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "support.h"
 
@@ -40,11 +37,6 @@ void PutOver(zelhost::Host& host, const char* interfaceName, const char* method,
     METHODS(FORWARD)                                    \
   }
 
-std::string ReadFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::vector<fs::path> Corpus() {
   const fs::path examples = ZEL_EXAMPLES_DIR;
   std::vector<fs::path> files;
@@ -60,41 +52,22 @@ std::vector<fs::path> Corpus() {
 
 class ForwardingTest : public zeltest::LibraryTest {
  protected:
-  // What a host sees of a file used as a text, as a stream and as a schema.
-  std::vector<std::string> Seen(const std::string& bytes) {
+  // The view of a host of a file used as a text, as a stream and as a schema.
+  std::vector<std::string> Seen(const fs::path& file) {
+    const std::string bytes = zeltest::Folder::Contents(file);
     seen_.clear();
     const char* stopped = nullptr;
-    if (const ZELInstance value = Made(statics.CreateFromText(bytes.c_str(), &stopped))) {
-      Use(value);
-      containers.Release(value);
-    }
+    Use(statics.CreateFromText(bytes.c_str(), &stopped));
     seen_.push_back(stopped == nullptr ? "read" : std::to_string(stopped - bytes.c_str()));
-    const ZELInstance streamer = Made(streamers.NewPOSStreamer());
-    const ZELInstance stream = NewStream(bytes);
-    if (const ZELInstance value = Made(streamers.Deserialize(streamer, stream))) {
-      Use(value);
-      containers.Release(value);
-    }
-    for (const ZELInstance held : {stream, streamer}) containers.Release(held);
+    const ZELInstance streamer = Keep(streamers.NewPOSStreamer());
+    Use(streamers.Deserialize(streamer, NewStream(bytes)));
+    GiveBack();
     Note("end");
     seen_.push_back(ToString(host.Live()));
     return seen_;
   }
 
  private:
-  ZELInstance Made(ZELInstance made) {
-    if (made != nullptr) containers.AddRef(made);
-    Note("made");
-    return made;
-  }
-  ZELInstance NewStream(const std::string& bytes) {
-    ZELInstance stream = nullptr;
-    EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
-    containers.AddRef(stream);
-    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    onStream.Rewind(stream);
-    return stream;
-  }
   void Note(const char* step) {
     seen_.push_back(step);
     for (const std::string& report : host.TakeReports()) seen_.push_back("report " + report);
@@ -103,41 +76,31 @@ class ForwardingTest : public zeltest::LibraryTest {
     }
   }
   void Use(ZELInstance value) {
-    const ZELInstance streamer = Made(streamers.NewPOSStreamer());
+    Note("made");
+    if (value == nullptr) return;
+    Keep(value);
+    const ZELInstance streamer = Keep(streamers.NewPOSStreamer());
     const ZELInstance stream = NewStream("");
     seen_.push_back(std::to_string(streamers.Serialize(streamer, stream, value, nullptr)));
-    onStream.Rewind(stream);
-    std::string written(1 << 20, ' ');
-    std::uint32_t count = 0;
-    onStream.Read(stream, &count, written.data(), static_cast<std::uint32_t>(written.size()));
-    seen_.push_back(written.substr(0, count));
-    if (const ZELInstance clone = Made(objects.Clone(value))) {
-      seen_.push_back(std::to_string(objects.IsEqual(clone, value)));
-      containers.Release(clone);
+    seen_.push_back(Contents(stream));
+    if (const ZELInstance clone = objects.Clone(value)) {
+      seen_.push_back(std::to_string(objects.IsEqual(Keep(clone), value)));
     }
     seen_.push_back(std::to_string(structValidators.ValidateSchema(value, &zeltest::Collect)));
     Note("as a schema");
-    if (const ZELInstance validator = Made(structValidators.NewPOSStructValidator(value))) {
-      if (dicts.IsPOSDict(value)) UseAsSchema(validator, value);
-      containers.Release(validator);
-    }
-    for (const ZELInstance held : {stream, streamer}) containers.Release(held);
+    if (!dicts.IsPOSDict(value)) return;
+    UseAsSchema(Keep(structValidators.NewPOSStructValidator(value)), value);
   }
   // Every definition is checked against every type.
   void UseAsSchema(ZELInstance validator, ZELInstance schema) {
-    const ZELInstance iterator = Made(iterators.NewPOSDictIterator(schema));
-    std::vector<std::string> types;
-    for (; !iterators.IsDone(iterator); iterators.Next(iterator)) {
-      types.emplace_back(iterators.CurKey(iterator));
-    }
-    containers.Release(iterator);
-    for (std::size_t i = 0; i < types.size() && i < 16; ++i) {
-      const ZELStringAtom type = atoms.NewStringAtom(types[i].c_str());
-      seen_.push_back(
-          std::to_string(validators.Validate(validator, schema, type, &zeltest::Collect)));
-      seen_.push_back(std::to_string(
-          validators.Validate(validator, dicts.Get(schema, type), type, &zeltest::Collect)));
-      atoms.DeleteStringAtom(type);
+    const ZELInstance iterator = Keep(iterators.NewPOSDictIterator(schema));
+    for (int i = 0; i < 16 && !iterators.IsDone(iterator); iterators.Next(iterator), ++i) {
+      const ZELStringAtom type = Atom(iterators.CurKey(iterator));
+      for (const ZELInstance value : {schema, dicts.Get(schema, type)}) {
+        const std::int32_t conforms =
+            validators.Validate(validator, value, type, &zeltest::Collect);
+        seen_.push_back(std::to_string(conforms));
+      }
       Note("validated");
     }
   }
@@ -149,16 +112,16 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
   const std::vector<fs::path> files = Corpus();
   ASSERT_GT(files.size(), 50u);
   // The tables of methods that the first use leaves behind are there before anything is compared.
-  for (const fs::path& file : files) Seen(ReadFile(file));
+  for (const fs::path& file : files) Seen(file);
   std::vector<std::vector<std::string>> direct;
   direct.reserve(files.size());
-  for (const fs::path& file : files) direct.push_back(Seen(ReadFile(file)));
+  for (const fs::path& file : files) direct.push_back(Seen(file));
   EXPECT_EQ(g_forwarded, 0u);
 
   POS_INTERFACES(FORWARD_INTERFACE)
   host.ChangeUnregisterCount();
   for (std::size_t i = 0; i < files.size(); ++i) {
-    EXPECT_EQ(Seen(ReadFile(files[i])), direct[i]) << files[i];
+    EXPECT_EQ(Seen(files[i]), direct[i]) << files[i];
   }
   EXPECT_GT(g_forwarded, 10000u);
 }

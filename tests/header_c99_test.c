@@ -6,27 +6,15 @@
 
 #include "zelutils/zelutils.h"
 
-/* The typedef of that name exists and is a procedure's. */
+/* The typedefs of these names exist and are procedures'. */
 #define DECLARE_SLOT(method, procedureType) procedureType method;
-/* clang-format off */
+#define DECLARE_TABLE(Name, interfaceName, METHODS) \
+  struct {                                          \
+    METHODS(DECLARE_SLOT)                           \
+  } Name;
 typedef struct Slots {
-  struct { POS_OBJECT_METHODS(DECLARE_SLOT) } object;
-  struct { POS_OBJECT_STATICS_METHODS(DECLARE_SLOT) } statics;
-  struct { POS_NUMBER_METHODS(DECLARE_SLOT) } number;
-  struct { POS_STRING_METHODS(DECLARE_SLOT) } string;
-  struct { POS_UNICODE_STRING_METHODS(DECLARE_SLOT) } unicode_string;
-  struct { POS_BIN_DATA_METHODS(DECLARE_SLOT) } bin_data;
-  struct { POS_RAW_POINTER_METHODS(DECLARE_SLOT) } raw_pointer;
-  struct { POS_ARRAY_METHODS(DECLARE_SLOT) } array;
-  struct { POS_DICT_METHODS(DECLARE_SLOT) } dict;
-  struct { POS_DICT_ITERATOR_METHODS(DECLARE_SLOT) } iterator;
-  struct { POS_STREAMER_METHODS(DECLARE_SLOT) } streamer;
-  struct { POS_STRUCT_VALIDATOR_METHODS(DECLARE_SLOT) } struct_validator;
-  struct { POS_VALIDATOR_METHODS(DECLARE_SLOT) } validator;
-  struct { ZEL_UTILS_DIR_METHODS(DECLARE_SLOT) } directory;
-  struct { ZEL_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS(DECLARE_SLOT) } temp_file;
+  ZEL_LIBRARY_INTERFACES(DECLARE_TABLE)
 } Slots;
-/* clang-format on */
 
 #ifdef ZEL_LINKED
 static ZELProc find_nothing(const char *interface_name, const char *method,

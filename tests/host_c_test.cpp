@@ -127,6 +127,8 @@ TEST(HostCTest, TheLibraryIsFoundWithoutBeingNamed) {
       {ZEL_HELLO_PATH, ".", nullptr, nullptr, true},
       {ZEL_HELLO_PATH, fromBin, nullptr, "bad", true},
       {ZEL_HELLO_PATH, "../lib", nullptr, "bad", true},
+      {ZEL_HELLO_PATH, "../lib64", nullptr, "bad", true, true},
+      {ZEL_HELLO_PATH, "../" ZEL_MULTIARCH, nullptr, "bad", true, true},
       {ZEL_HELLO_PATH, fromBin, ".", "good", false},
       {ZEL_HELLO_PATH, nullptr, nullptr, "good", true},
       {ZEL_HELLO_PATH, nullptr, nullptr, "bad", false},
@@ -141,7 +143,8 @@ TEST(HostCTest, TheLibraryIsFoundWithoutBeingNamed) {
     const zeltest::Folder folder;
     const fs::path bin = folder.path / "prefix" / "bin";
     const auto inside = [&](const char* name) { return (bin / name).lexically_normal(); };
-    for (const char* name : {".", fromBin, "../lib", "../host", "../searched", "../far"}) {
+    for (const char* name : {".", fromBin, "../lib", "../lib64", "../" ZEL_MULTIARCH, "../host",
+                             "../searched", "../far"}) {
       fs::create_directories(inside(name));
     }
     const fs::path program = bin / fs::path(row.program).filename();

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <map>
 
-#include "support.h"
+#include "host_fixture.h"
 
 namespace {
 
@@ -11,52 +11,20 @@ using zelhost::Host;
 using zelhost::HostError;
 using zelhost::Service;
 
-// The binder's types have its methods' names.
-template <typename Proc>
-Proc OfBinder(const Host& host, const char* name) {
-  return host.Find<Proc>(ZEL_BINDER_INTERFACE, name, name);
-}
-
-struct HostHolder {
-  explicit HostHolder(bool guarded)
-      : host({.guardMemory = guarded, .firstUnregisterCount = 0xFFFFFFFFu}) {}
-  Host host;
-};
-
-// Everything runs with slabs and with a malloc for each block.
-class HostTest : public testing::TestWithParam<bool>,
-                 protected HostHolder,
-                 protected zeltest::CoreProcedures {
+class HostTest : public zeltest::HostFixture {
  protected:
-  HostTest() : HostHolder(GetParam()), CoreProcedures(host) {}
   void TearDown() override {
     for (const ZELStringAtom atom : kept) atoms.DeleteStringAtom(atom);
     EXPECT_EQ(zelhost::ToString(host.Live()), "nothing");
     EXPECT_EQ(host.Leaks().size(), misuses);
   }
 
-  // Gives an error object back and says what it was; "" for null.
-  std::string Text(ZELErrorObject error) {
-    if (error == nullptr) return "";
-    std::string text = atoms.GetCString(errors.GetComponent(error));
-    text = text + ": " + atoms.GetCString(errors.GetErrorMessage(error));
-    errors.Release(error);
-    return text;
+  ZELStringAtom Keep(const char* text) { return kept.emplace_back(atoms.NewStringAtom(text)); }
+  ZELInstance NewMemoryStream() {
+    ZELInstance stream = nullptr;
+    EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
+    return stream;
   }
-
-  ZELStringAtom Keep(const char* text) {
-    kept.push_back(atoms.NewStringAtom(text));
-    return kept.back();
-  }
-  ZELInstance NewInstance(void* object, ZELDestroyProc destroy) {
-    ZELInstance instance = nullptr;
-    EXPECT_EQ(Text(containers.NewFullContainer(&instance, object, Keep("Impl"), destroy,
-                                               Keep("Interface"), 0, 0, 0)),
-              "");
-    return instance;
-  }
-  void End(ZELInstance instance) { containers.DeleteUnownedContainer(instance); }
-
   ZELInstance Open(const char* mode) {
     ZELInstance stream = nullptr;
     openError = Text(streams.NewPositionableFileStream(&stream, path.c_str(), mode));
@@ -80,7 +48,6 @@ class HostTest : public testing::TestWithParam<bool>,
     return position;
   }
 
-  ZELRegisterProcAddress add = OfBinder<ZELRegisterProcAddress>(host, "ZELRegisterProcAddress");
   std::vector<ZELStringAtom> kept;
   std::size_t misuses = 0;  // that the test commits
   std::string openError;
@@ -88,17 +55,16 @@ class HostTest : public testing::TestWithParam<bool>,
   const std::string path = folder / "file";
 };
 
-INSTANTIATE_TEST_SUITE_P(Memory, HostTest, testing::Bool(),
-                         [](const auto& test) { return test.param ? "guarded" : "slabs"; });
+ZELTEST_WITH_AND_WITHOUT_SLABS(HostTest);
 
 void Nothing() {}
 void Other() {}
 
 TEST_P(HostTest, BinderKeepsTriples) {
   const auto lookup = Host::LookupProc();
-  const auto remove = OfBinder<ZELUnregisterInterface>(host, "ZELUnregisterInterface");
-  const std::uint32_t& count =
-      *OfBinder<ZELGetUnregisterCountAddr>(host, "ZELGetUnregisterCountAddr")();
+  const auto add = binder.ZELRegisterProcAddress;
+  const auto remove = binder.ZELUnregisterInterface;
+  const std::uint32_t& count = *binder.ZELGetUnregisterCountAddr();
   host.RecordBindings(true);
   std::string name = "A";
   EXPECT_NE(add(name.c_str(), "M", "T", Nothing), 0);
@@ -251,7 +217,7 @@ TEST_P(HostTest, InstancesEndWithTheirLastReference) {
 
 TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
   host.Register("Interface", "Method", "Type", Nothing);
-  const ZELStringAtom impl = Keep("Impl"), method = Keep("Method"), type = Keep("Type");
+  const ZELStringAtom impl = Keep("Kind"), method = Keep("Method"), type = Keep("Type");
   int objects[2] = {};
   ZELInstance instances[2] = {};
   const ZELPrimaryInstance* records[2] = {};
@@ -278,20 +244,17 @@ TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
   };
   expectMethod(method, Nothing);
   expectMethod(impl, nullptr);
-  host.Register("Interface", "Impl", "Type", Nothing);
+  host.Register("Interface", "Kind", "Type", Nothing);
   expectMethod(impl, Nothing);  // looked up at the call
   for (const ZELStringAtom atom : std::exchange(kept, {})) atoms.DeleteStringAtom(atom);
-  EXPECT_STREQ(records[0]->implementationName, "Impl") << "the instance keeps its name alive";
+  EXPECT_STREQ(records[0]->implementationName, "Kind") << "the instance keeps its name alive";
   for (ZELInstance instance : instances) End(instance);
 }
 
 TEST_P(HostTest, MemoryAndFileStreamsBehaveAlike) {
   for (const bool file : {false, true}) {
     SCOPED_TRACE(file);
-    ZELInstance stream = nullptr;
-    EXPECT_EQ(Text(file ? streams.NewPositionableFileStream(&stream, path.c_str(), "w+b")
-                        : streams.NewPositionableMemoryStream(&stream)),
-              "");
+    ZELInstance stream = file ? Open("w+b") : NewMemoryStream();
     EXPECT_EQ(host.RefCount(stream), 0u);
     EXPECT_EQ(ReadAll(stream), "");
     EXPECT_EQ(Write(stream, std::string("0123\r\n\0z89", 10)), "");
@@ -366,8 +329,7 @@ TEST_P(HostTest, WhatCannotBeStoredIsAnError) {
   EXPECT_EQ(Position(file), 0xFFFFFFFEu);
   End(file);
 
-  ZELInstance stream = nullptr;
-  EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
+  const ZELInstance stream = NewMemoryStream();
   EXPECT_NE(Text(onStream.Seek(stream, 1, 0)), "");
   EXPECT_EQ(Position(stream), 0u);
   End(stream);
@@ -445,8 +407,7 @@ TEST_P(HostTest, ClientStreamsCallBack) {
 }
 
 TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
-  ZELInstance stream = nullptr;
-  EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
+  const ZELInstance stream = NewMemoryStream();
   EXPECT_EQ(Write(stream, "1234"), "");
   const ZELStringAtom name = Keep("ZELMemoryStream");
   std::uint32_t number = 0;
@@ -454,7 +415,7 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   void* object = nullptr;
   ZELProc found = nullptr;
 
-  // What a call made is given back at once; each answers whether it failed as it should.
+  // The result of a call is given back at once; each answers whether it failed as it should.
   ZELInstance made = nullptr;
   const auto failed = [&](ZELErrorObject error) {
     const std::string text = Text(error);
@@ -470,7 +431,7 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   // clang-format off
   const std::map<Service, std::function<bool()>> calls = {
       {Service::kLookup, [&] { return Host::LookupProc()("ZEL", "ZELReportError", "ZELReportError") == nullptr; }},
-      {Service::kRegisterProcAddress, [&] { return add("A", "M", "T", Nothing) == 0; }},
+      {Service::kRegisterProcAddress, [&] { return binder.ZELRegisterProcAddress("A", "M", "T", Nothing) == 0; }},
       {Service::kAlloc, [&] { return isNull(memory.Alloc(8), memory.Free); }},
       {Service::kRealloc, [&] {
          void* block = memory.Alloc(8);
@@ -540,8 +501,9 @@ struct FakeLibrary {
   static inline std::int32_t answer = 1;
 
   static std::int32_t Initialize(ZELLookupProc) {
-    OfBinder<ZELRegisterProcAddress>(*host, "ZELRegisterProcAddress")("Left", "M", "T", Nothing);
+    const auto binder = zeltest::Import<zelutils::BinderInterface>(*host);
     const zeltest::CoreProcedures procs(*host);
+    binder.ZELRegisterProcAddress("Left", "M", "T", Nothing);
     procs.memory.Alloc(24);
     procs.atoms.AddRef(procs.atoms.NewStringAtom("a\ntext"));
     procs.errors.NewError("message", "Component", 1, 0, 0);
@@ -549,7 +511,7 @@ struct FakeLibrary {
     ZELInstance stream = nullptr;
     procs.streams.NewPositionableMemoryStream(&stream);
     procs.containers.Release(stream);
-    OfBinder<ZELReportError>(*host, "ZELReportError")("reported");
+    binder.ZELReportError("reported");
     return answer;
   }
   static constexpr zelhost::LibraryEntryPoints kEntryPoints = {[] { return std::uint32_t{3}; },

@@ -46,7 +46,7 @@ TEST(SessionTest, TellsWhatWasReportedAndWhatIsStillHeld) {
   EXPECT_THROW(Session({"no/such/library", nullptr}), zelhost::HostError);
 }
 
-// Whatever came from a session and is still there afterwards can be destroyed, moved and assigned
+// Objects of a session that are still there afterwards can be destroyed, moved and assigned
 // to; the address sanitizer watches that nothing else happens.
 TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
   Lines told;

@@ -1,10 +1,9 @@
 // A reader that knows nothing of the library but docs/stream-format.md reads what the library
 // reads: the page's examples, the fuzzers' inputs, values of every kind, and damaged streams.
-#include <cstdio>
 #include <map>
-#include <random>
 #include <sstream>
 
+#include "random_values.h"
 #include "session.h"
 #include "support.h"
 
@@ -27,12 +26,11 @@ std::string Quoted(const Unit* units) {
     const auto unit = static_cast<std::make_unsigned_t<Unit>>(*units);
     const std::string named = "\b\t\n\f\r\"\\", letters = "btnfr\"\\";
     const std::size_t index = unit < 128 ? named.find(static_cast<char>(unit)) : named.npos;
-    char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04x", unsigned{unit});
     if (index != named.npos) {
       text += std::string("\\") + letters[index];
     } else {
-      text += unit >= 32 && unit < 127 ? std::string(1, static_cast<char>(unit)) : escape;
+      text += unit >= 32 && unit < 127 ? std::string(1, static_cast<char>(unit))
+                                       : zeltest::Formatted("\\u%04x", unsigned{unit});
     }
   }
   return text + '"';
@@ -41,34 +39,24 @@ std::string Quoted(const Unit* units) {
 class StreamFormatTest : public zeltest::LibraryTest {
  protected:
   std::string Json(ZELInstance value) {
-    switch (objects.GetType(value)) {
-      case POSTypeNumber: {
-        char text[40];
-        std::snprintf(text, sizeof text, "%.17g", numbers.Get(value));
-        return text;
+    const std::int32_t type = objects.GetType(value);
+    if (type == POSTypeNumber) return zeltest::Formatted("%.17g", numbers.Get(value));
+    if (type == POSTypeString) return Quoted(strings.Get(value));
+    if (type == POSTypeUnicodeString) return "{\"\": " + Quoted(unicodeStrings.Get(value)) + "}";
+    if (type == POSTypeBinData) {
+      std::string digits;
+      const auto* bytes = static_cast<const unsigned char*>(binData.GetBinData(value));
+      for (std::uint32_t i = 0; i < binData.GetSize(value); ++i) {
+        digits += zeltest::Formatted("%02x", unsigned{bytes[i]});
       }
-      case POSTypeString:
-        return Quoted(strings.Get(value));
-      case POSTypeUnicodeString:
-        return "{\"\": " + Quoted(unicodeStrings.Get(value)) + "}";
-      case POSTypeBinData: {
-        std::string digits;
-        const auto* bytes = static_cast<const unsigned char*>(binData.GetBinData(value));
-        for (std::uint32_t i = 0; i < binData.GetSize(value); ++i) {
-          digits += "0123456789abcdef"[bytes[i] >> 4];
-          digits += "0123456789abcdef"[bytes[i] & 15];
-        }
-        return "{\"\": [" + Quoted(binData.GetTypeName(value)) + ", \"" + digits + "\"]}";
+      return "{\"\": [" + Quoted(binData.GetTypeName(value)) + ", \"" + digits + "\"]}";
+    }
+    if (type == POSTypeArray) {
+      std::string text = "[";
+      for (std::uint32_t i = 0; i < arrays.Count(value); ++i) {
+        text += (i == 0 ? "" : ", ") + Json(arrays.GetAt(value, i));
       }
-      case POSTypeArray: {
-        std::string text = "[";
-        for (std::uint32_t i = 0; i < arrays.Count(value); ++i) {
-          text += (i == 0 ? "" : ", ") + Json(arrays.GetAt(value, i));
-        }
-        return text + "]";
-      }
-      default:
-        break;
+      return text + "]";
     }
     std::string text = "{";
     const ZELInstance iterator = Keep(iterators.NewPOSDictIterator(value));
@@ -80,7 +68,7 @@ class StreamFormatTest : public zeltest::LibraryTest {
     return text + "}";
   }
 
-  // What the library makes of a stream: value and position behind it, or the report.
+  // The result of the library for a stream: value and position behind it, or the report.
   std::string ReadByLibrary(const std::string& bytes) {
     zelfuzz::MemoryClient client{.bytes = bytes};
     const ZELInstance stream = Keep(client.Open(*this));
@@ -133,47 +121,6 @@ class StreamFormatTest : public zeltest::LibraryTest {
     EXPECT_GT(count, 30u);
   }
 
-  ZELInstance RandomValue(std::mt19937& random, int depth) {
-    const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
-    switch (below(depth == 0 ? 4 : 6)) {
-      case 0:
-        return NewNumber(
-            below(2) == 0 ? below(1000)
-                          : std::ldexp(below(1u << 31) - 1e9, static_cast<int>(below(200)) - 100));
-      case 1: {
-        std::string text;
-        for (unsigned size = below(30); size > 0; --size) text += static_cast<char>(1 + below(255));
-        return NewString(text);
-      }
-      case 2: {
-        std::u16string units;
-        for (unsigned size = below(30); size > 0; --size)
-          units += static_cast<char16_t>(1 + below(0xFFFF));
-        return Keep(unicodeStrings.NewPOSUnicodeString(
-            reinterpret_cast<const std::uint16_t*>(units.c_str())));
-      }
-      case 3: {
-        std::string bytes;
-        for (unsigned size = below(90); size > 0; --size) bytes += static_cast<char>(below(256));
-        return Keep(
-            binData.NewPOSBinData("type", bytes.data(), static_cast<std::uint32_t>(bytes.size())));
-      }
-      case 4: {
-        const ZELInstance array = Keep(arrays.NewPOSArray());
-        for (unsigned size = below(6); size > 0; --size)
-          arrays.Append(array, RandomValue(random, depth - 1));
-        return array;
-      }
-      default: {
-        const ZELInstance dict = Keep(dicts.NewPOSDict());
-        for (unsigned size = below(6); size > 0; --size) {
-          dicts.Put(dict, Atom("key" + std::to_string(below(100))), RandomValue(random, depth - 1));
-        }
-        return dict;
-      }
-    }
-  }
-
   ZELInstance streamer = Keep(streamers.NewPOSStreamer());
   const zeltest::Folder folder;
   std::map<std::string, std::string> cases;
@@ -186,12 +133,13 @@ TEST_F(StreamFormatTest, AReaderMadeFromThePageAgreesWithTheLibrary) {
     const std::string bytes = zeltest::Folder::Contents(entry.path());
     if (!bytes.empty()) Add((bytes[0] & 0x80 ? "" : kHeader) + bytes.substr(1));
   }
-  std::mt19937 random(1);
+  zeltest::ValueMaker maker(1, false);
   for (int i = 0; i < 300; ++i) {
-    std::string bytes = Written(RandomValue(random, 4));
+    const std::string given = kHeader + ToStream(maker.Make(4));
+    std::string bytes = Written(Keep(streamers.Deserialize(streamer, NewStream(given))));
     Add(bytes);
-    const std::size_t at = kHeader.size() + random() % (bytes.size() - kHeader.size());
-    bytes[at] = " \\01a\"`{}[]<>#$\t"[random() % 16];
+    const std::size_t at = kHeader.size() + maker.Below(bytes.size() - kHeader.size());
+    bytes[at] = " \\01a\"`{}[]<>#$\t"[maker.Below(16)];
     Add(bytes);
     GiveBack();
     streamer = Keep(streamers.NewPOSStreamer());

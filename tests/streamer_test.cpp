@@ -24,7 +24,7 @@ class StreamerTest : public zeltest::LibraryTest {
  protected:
   ZELInstance StreamOver(Client& client) { return Keep(client.Open(*this)); }
 
-  // What an object is written as, without the header, which is checked.
+  // The bytes of an object, without the header, which is checked.
   std::string Written(ZELInstance object) {
     Client client;
     EXPECT_EQ(streamers.Serialize(streamer, StreamOver(client), object, nullptr), 1);
@@ -43,18 +43,13 @@ class StreamerTest : public zeltest::LibraryTest {
     return ReadFrom(client);
   }
 
-  ZELInstance BytesOf(std::size_t size, const char* typeName) {
-    const std::string bytes(size, '\xAB');
-    return Keep(binData.NewPOSBinData(typeName, bytes.data(), static_cast<std::uint32_t>(size)));
-  }
-
   ZELInstance streamer = Keep(streamers.NewPOSStreamer());
 };
 
-// What is written of each value is in the document that the platform tests compare.
+// The bytes of more values are in the document that the platform tests compare.
 TEST_F(StreamerTest, WritesAndReadsEveryKind) {
   const ZELInstance dict = Parse("<name (a\"b) n 2.5 list [1 `00E9`]>");
-  dicts.Put(dict, Atom("blob"), Keep(binData.NewPOSBinData("raw", "\x01\xFF", 2)));
+  dicts.Put(dict, Atom("blob"), NewBinData("raw", "\x01\xFF"));
   const std::string text =
       "<\n\t\"blob\" {\"raw\" #2  \n\t\t01FF\n\t}\n\t\"list\" [\n\t\t#1 \n\t\t`00e9`\n\t]\n"
       "\t\"n\" #2.5 \n\t\"name\" \"a\\\"b\"\n>";
@@ -118,8 +113,9 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
     EXPECT_EQ(Written(ReadText('`' + Repeat(length, "1234") + '`')),
               '`' + Repeat(length, "1234") + '`');
   }
-  EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#3.9 a\tb \n AB Ab }"), BytesOf(3, "t")));
-  EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#-0 }"), BytesOf(0, "t")));
+  const ZELInstance bytes = ReadText("{\"t\"#3.9 a\tb \n AB Ab }");
+  EXPECT_TRUE(objects.IsEqual(bytes, NewBinData("t", "\xAB\xAB\xAB")));
+  EXPECT_TRUE(objects.IsEqual(ReadText("{\"t\"#-0 }"), NewBinData("t", "")));
 }
 
 // Each byte at each place of a text that is looked at by the word, and of one that is not.
@@ -291,66 +287,58 @@ TEST_F(StreamerTest, ValuesMayGoWhileTheyAreWritten) {
   constexpr std::size_t kLong = 600;
   const auto run = [](char letter) { return std::string(kLong, letter); };
   const std::string keys[] = {"1", run('k'), "3", "4"};
-  std::vector<std::uint16_t> units(kLong, 0xEEEE);
-  units.push_back(0);
+  const std::u16string units(kLong, u'\xEEEE');
   const auto put = [&](ZELInstance dict, const std::string& key, ZELInstance value) {
     const ZELStringAtom atom = atoms.NewStringAtom(key.c_str());
     dicts.Put(dict, atom, value);
     atoms.DeleteStringAtom(atom);
     return dict;
   };
-  const auto text = [&](char letter) { return strings.NewPOSString(run(letter).c_str()); };
   const auto newArray = [&](std::initializer_list<ZELInstance> members) {
     const ZELInstance array = arrays.NewPOSArray();
     for (const ZELInstance member : members) arrays.Append(array, member);
     return array;
   };
   const auto newDocument = [&] {
+    const auto text = [&](char letter) { return strings.NewPOSString(run(letter).c_str()); };
     const ZELInstance dict = dicts.NewPOSDict();
     containers.AddRef(dict);
-    put(dict, keys[0],
-        newArray({text('x'), newArray({text('y')}), put(dicts.NewPOSDict(), run('h'), text('z'))}));
+    const ZELInstance inner = put(dicts.NewPOSDict(), run('h'), text('z'));
+    put(dict, keys[0], newArray({text('x'), newArray({text('y')}), inner}));
     put(dict, keys[1],
         binData.NewPOSBinData(run('t').c_str(), run('\xDD').c_str(), std::uint32_t{kLong}));
-    put(dict, keys[2], unicodeStrings.NewPOSUnicodeString(units.data()));
+    put(dict, keys[2],
+        unicodeStrings.NewPOSUnicodeString(reinterpret_cast<const std::uint16_t*>(units.c_str())));
     return put(dict, keys[3], numbers.NewPOSNumber(1));
   };
-  using Action = std::function<void(ZELInstance document, const std::string& key)>;
-  const Action actions[] = {
-      [&](ZELInstance dict, const std::string& key) {
-        const ZELInstance array = dicts.Get(dict, Atom("1"));
-        while (key == "1" && array != nullptr && arrays.Count(array) > 0) arrays.Remove(array, 0);
-      },
-      [&](ZELInstance dict, const std::string& key) { dicts.Remove(dict, Atom(key)); },
-      [&](ZELInstance dict, const std::string& key) { put(dict, key, numbers.NewPOSNumber(2)); },
-      [&](ZELInstance dict, const std::string& key) {
-        if (key == "4") containers.Release(dict);
-      },
-      [&](ZELInstance, const std::string&) { host.ChangeUnregisterCount(); },
-  };
-  for (const Action& action : actions) {
-    const bool releases = &action == &actions[3];
-    for (std::size_t at = 3;; ++at) {
+  enum { kEmptied, kRemoved, kReplaced, kReleased, kWithdrawn, kEnd };
+  for (int action = 0; action < kEnd; ++action) {
+    std::size_t writes = 0;
+    for (std::size_t at = 3; at <= 3 || writes >= at - 1; ++at) {
       const ZELInstance document = newDocument();
       Client client;
-      std::size_t writes = 0;
+      writes = 0;
       client.duringWrite = [&] {
         if (++writes != at) return;
-        for (const std::string& key : keys) action(document, key);
+        const ZELInstance array = dicts.Get(document, Atom("1"));
+        while (action == kEmptied && arrays.Count(array) > 0) arrays.Remove(array, 0);
+        for (const std::string& key : keys) {
+          if (action == kRemoved) dicts.Remove(document, Atom(key));
+          if (action == kReplaced) put(document, key, numbers.NewPOSNumber(2));
+        }
+        if (action == kReleased) containers.Release(document);
+        if (action == kWithdrawn) host.ChangeUnregisterCount();
       };
-      const ZELInstance stream = StreamOver(client);
-      const bool written = streamers.Serialize(streamer, stream, document, nullptr) == 1;
-      if (!written) ExpectReports({"CPOSDict::Get failed"});
-      if (!releases || writes < at) containers.Release(document);
-      for (std::size_t i = 0; i < client.bytes.size();) {
-        const std::size_t end =
-            std::min(client.bytes.find_first_not_of(client.bytes[i], i), client.bytes.size());
+      if (streamers.Serialize(streamer, StreamOver(client), document, nullptr) == 0) {
+        ExpectReports({"CPOSDict::Get failed"});
+      }
+      if (action != kReleased || writes < at) containers.Release(document);
+      for (std::size_t i = 0, end; i < client.bytes.size(); i = end) {
+        end = std::min(client.bytes.find_first_not_of(client.bytes[i], i), client.bytes.size());
         if (std::strchr("kxyhzt", client.bytes[i]) != nullptr && end - i > 1) {
           EXPECT_EQ(end - i, kLong) << client.bytes[i] << " at Write " << at;
         }
-        i = end;
       }
-      if (writes < at) break;
     }
   }
 }

@@ -1,196 +1,17 @@
 // Random values through every format of zelpos and back, random changes under diff, and the places
 // of values in random texts. The values are written here, by code that knows nothing of the tool's.
-#include <array>
-#include <cstdio>
-#include <random>
 #include <zelutils/text_places.hpp>
 
-#include "support.h"
+#include "random_values.h"
 #include "tool_fixture.h"
 
 namespace {
 
+using zeltest::Node, zeltest::ToStream;
 using zelutils::PathSteps;
+using Maker = zeltest::ValueMaker;
 
 constexpr std::uint32_t kSeed = 20240601;
-
-// A value as the test knows it.
-struct Node {
-  enum class Kind { kNumber, kString, kUnicode, kBinary, kArray, kDict } kind = Kind::kNumber;
-  double number = 0;
-  std::string bytes{};  // of a string, or binary data; of Unicode: four digits a unit
-  std::string name{};   // the type of binary data
-  std::vector<std::pair<std::string, Node>> members{};  // keys empty in an array
-};
-
-class Maker {
- public:
-  // Of what a text has a form for, or of everything.
-  Maker(std::uint32_t seed, bool isForText) : random_(seed), isForText_(isForText) {}
-
-  std::size_t Below(std::size_t limit) { return random_() % limit; }
-
-  Node Make(std::size_t depth) {
-    const std::size_t kind = Below(depth == 0 ? 7 : 12);
-    Node node;
-    if (kind < 3) {
-      node.number = Number();
-    } else if (kind < 5) {
-      node.kind = Node::Kind::kString;
-      node.bytes = Bytes();
-    } else if (kind == 5 || (kind == 6 && isForText_)) {
-      node.kind = Node::Kind::kUnicode;
-      node.bytes = Units();
-    } else if (kind == 6) {
-      node.kind = Node::Kind::kBinary;
-      node.name = Bytes();
-      node.bytes = Bytes() + std::string(Below(3), '\0');
-    } else {
-      node.kind = kind < 9 ? Node::Kind::kArray : Node::Kind::kDict;
-      const std::size_t count = Below(40) == 0 ? 60 : Below(5);
-      for (std::size_t i = 0; i < count; ++i) {
-        std::string key = kind < 9 ? "" : Key(i);
-        node.members.emplace_back(std::move(key), Make(Below(30) == 0 ? depth : depth - 1));
-      }
-    }
-    return node;
-  }
-  Node Deep() {
-    Node node;
-    for (int i = 0; i < 500; ++i) {
-      Node outer;
-      outer.kind = i % 2 == 0 ? Node::Kind::kArray : Node::Kind::kDict;
-      outer.members.emplace_back(i % 2 == 0 ? "" : "k", std::move(node));
-      node = std::move(outer);
-    }
-    return node;
-  }
-
-  // Keys of one dictionary differ.
-  std::string Key(std::size_t i) {
-    static const char* const kOdd[] = {"$unicode", "$$bytes", "$bytes:41", "a.b", "[0]",    "(",
-                                       "\\)",      "k",       "$",         "",    "$number"};
-    const std::string number = std::to_string(i);
-    switch (Below(4)) {
-      case 0:
-        return kOdd[i % std::size(kOdd)] + (i < std::size(kOdd) ? "" : number);
-      case 1:
-        return Bytes().substr(0, 40) + '#' + number;
-      default:
-        return "key" + number;
-    }
-  }
-
- private:
-  double Number() {
-    switch (Below(6)) {
-      case 0:
-        return static_cast<double>(Below(1000));
-      case 1:
-        return -static_cast<double>(Below(1u << 31)) * 4294967296.0;
-      case 2:
-        return static_cast<double>(Below(100000)) / 256;
-      case 3: {
-        static constexpr double kOdd[] = {0.0, -0.0, 1e23, 9007199254740993.0,
-                                          0.1, 1e-5, 1e21, 1e22};
-        return kOdd[Below(std::size(kOdd))];
-      }
-      default: {
-        if (isForText_)
-          return std::ldexp(static_cast<double>(random_()), static_cast<int>(Below(80)) - 60);
-        static constexpr double kExtreme[] = {
-            5e-324,  1.7976931348623157e308, -2.2250738585072014e-308, 1e300,
-            -1e-300, 123456789012345678e90};
-        return kExtreme[Below(std::size(kExtreme))];
-      }
-    }
-  }
-  std::string Bytes() {
-    static const char* const kParts[] = {"a",
-                                         "word",
-                                         " ",
-                                         ")",
-                                         "\\",
-                                         "(",
-                                         "\"",
-                                         "\n",
-                                         "\r",
-                                         "\t",
-                                         "\x1B[31m",
-                                         "\x7F",
-                                         "\xC3\xA9",
-                                         "\xE2\x80\xAE",
-                                         "\xFF",
-                                         "\xC3",
-                                         "\xF0\x9F\x98\x80",
-                                         "\xED\xA0\x80",
-                                         "null",
-                                         "\x01"};
-    std::string bytes;
-    const std::size_t count = !isForText_ && Below(50) == 0 ? 500 : Below(8);
-    for (std::size_t i = 0; i < count; ++i) bytes += kParts[Below(std::size(kParts))];
-    return bytes;
-  }
-  std::string Units() {
-    static const char* const kParts[] = {"0041", "00E9", "4E2D", "D83DDE00",
-                                         "D83D", "DE00", "FFFF", "0001"};
-    std::string digits;
-    for (std::size_t i = Below(6); i > 0; --i) digits += kParts[Below(std::size(kParts))];
-    return digits;
-  }
-
-  std::mt19937 random_;
-  bool isForText_;
-};
-
-std::string Hex(const std::string& bytes) {
-  std::string digits;
-  for (const char c : bytes) {
-    std::array<char, 4> pair;
-    std::snprintf(pair.data(), pair.size(), "%02X", static_cast<unsigned char>(c));
-    digits += pair.data();
-  }
-  return digits;
-}
-
-std::string Formatted(const char* format, double number) {
-  std::array<char, 400> digits;
-  std::snprintf(digits.data(), digits.size(), format, number);
-  return digits.data();
-}
-
-// As the stream format has it, on one line.
-std::string ToStream(const Node& node) {
-  const auto quoted = [](const std::string& bytes) {
-    std::string text = "\"";
-    for (const char c : bytes) {
-      std::array<char, 8> octal;
-      std::snprintf(octal.data(), octal.size(), "\\%03o", static_cast<unsigned char>(c));
-      text += octal.data();
-    }
-    return text + '"';
-  };
-  switch (node.kind) {
-    case Node::Kind::kNumber:
-      return '#' + Formatted("%.32g", node.number) + ' ';
-    case Node::Kind::kString:
-      return quoted(node.bytes);
-    case Node::Kind::kUnicode:
-      return '`' + node.bytes + '`';
-    case Node::Kind::kBinary:
-      return '{' + quoted(node.name) + " #" + std::to_string(node.bytes.size()) + "  " +
-             Hex(node.bytes) + '}';
-    default: {
-      const bool isDict = node.kind == Node::Kind::kDict;
-      std::string text(1, isDict ? '<' : '[');
-      for (const auto& [key, member] : node.members) {
-        if (isDict) text += quoted(key) + ' ';
-        text += ToStream(member) + '\n';
-      }
-      return text + (isDict ? '>' : ']');
-    }
-  }
-}
 
 // As the text syntax has it, the values' places noted.
 struct Placed {
@@ -204,46 +25,33 @@ void AppendText(const Node& node, Maker& maker, std::string& text, PathSteps& pa
     for (const char c : bytes) raw += (c == ')' || c == '\\' ? "\\" : "") + std::string(1, c);
     return raw + ')';
   };
-  const auto space = [&] {
-    static const char* const kSpaces[] = {" ", "\n", "\t", "\r\n", "  \n  "};
-    text += kSpaces[maker.Below(std::size(kSpaces))];
-  };
+  const auto space = [&] { text += maker.Any({" ", "\n", "\t", "\r\n", "  \n  "}); };
   const std::size_t begin = text.size();
   const std::size_t index = places.size();
   places.push_back({path, {}});
-  switch (node.kind) {
-    case Node::Kind::kNumber:
-      text += Formatted("%f", node.number);
-      break;
-    case Node::Kind::kString:
-      text += quoted(node.bytes);
-      break;
-    case Node::Kind::kUnicode:
-      text += '`' + node.bytes + '`';
-      break;
-    default: {
-      const bool isDict = node.kind == Node::Kind::kDict;
-      text += isDict ? '<' : '[';
-      std::uint32_t next = 0;
-      for (const auto& [key, member] : node.members) {
-        space();
-        if (isDict) {
-          // An earlier value under the same key does not count.
-          if (maker.Below(8) == 0) text += quoted(key) + "[<a [1]>]";
-          const std::size_t real = text.size();
-          text += quoted(key);
-          path.emplace_back(key);
-          const std::size_t mine = places.size();
-          AppendText(member, maker, text, path, places);
-          places[mine].place.key = real;
-        } else {
-          path.emplace_back(next++);
-          AppendText(member, maker, text, path, places);
-        }
-        path.pop_back();
-      }
-      text += isDict ? '>' : ']';
+  if (node.kind == Node::Kind::kNumber) {
+    text += zeltest::Formatted("%f", node.number);
+  } else if (node.kind == Node::Kind::kString) {
+    text += quoted(node.bytes);
+  } else if (node.kind == Node::Kind::kUnicode) {
+    text += '`' + node.bytes + '`';
+  } else {
+    const bool isDict = node.kind == Node::Kind::kDict;
+    text += isDict ? '<' : '[';
+    std::uint32_t next = 0;
+    for (const auto& [key, member] : node.members) {
+      space();
+      // An earlier value under the same key does not count.
+      if (isDict && maker.Below(8) == 0) text += quoted(key) + "[<a [1]>]";
+      const std::size_t keyAt = text.size();
+      if (isDict) text += quoted(key);
+      isDict ? path.emplace_back(key) : path.emplace_back(next++);
+      const std::size_t mine = places.size();
+      AppendText(member, maker, text, path, places);
+      if (isDict) places[mine].place.key = keyAt;
+      path.pop_back();
     }
+    text += isDict ? '>' : ']';
   }
   places[index].place.begin = begin;
   places[index].place.end = text.size();

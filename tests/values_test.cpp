@@ -1,13 +1,11 @@
 // The scalar values and the operations that every POS object has.
-#include <cstring>
 #include <limits>
-#include <memory>
-#include <optional>
 
 #include "support.h"
 
 namespace {
 
+using namespace std::string_literals;
 using ValuesTest = zeltest::LibraryTest;
 
 TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
@@ -44,19 +42,16 @@ TEST_F(ValuesTest, EveryTypeHasItsTagAndIsOnlyItself) {
 TEST_F(ValuesTest, EqualityFollowsTheContents) {
   const std::uint16_t empty[] = {0}, one[] = {1, 0, 2}, two[] = {2, 0, 2};
   const auto make = [&] {
-    return std::vector<ZELInstance>{NewNumber(0),
-                                    NewNumber(1),
-                                    NewString("ab"),
-                                    NewString("aB"),
-                                    Keep(unicodeStrings.NewPOSUnicodeString(empty)),
-                                    Keep(unicodeStrings.NewPOSUnicodeString(one)),
-                                    Keep(unicodeStrings.NewPOSUnicodeString(two)),
-                                    Keep(binData.NewPOSBinData("t", nullptr, 0)),
-                                    Keep(binData.NewPOSBinData("t", "\1\0\2", 2)),
-                                    Keep(binData.NewPOSBinData("t", "\1\0\2", 3)),
-                                    Keep(binData.NewPOSBinData("t", "\1\0\3", 3)),
-                                    Keep(binData.NewPOSBinData("u", "\1\0\3", 3)),
-                                    Keep(rawPointers.NewPOSRawPointer(&host, nullptr))};
+    std::vector<ZELInstance> made = {NewNumber(0), NewNumber(1), NewString("ab"), NewString("aB")};
+    for (const std::uint16_t* units : {empty, one, two}) {
+      made.push_back(Keep(unicodeStrings.NewPOSUnicodeString(units)));
+    }
+    for (const std::string& bytes : {""s, "\1\0"s, "\1\0\2"s, "\1\0\3"s}) {
+      made.push_back(NewBinData("t", bytes));
+    }
+    made.push_back(NewBinData("u", "\1\0\3"s));
+    made.push_back(Keep(rawPointers.NewPOSRawPointer(&host, nullptr)));
+    return made;
   };
   const std::vector<ZELInstance> all = make(), others = make();
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -149,81 +144,6 @@ TEST_F(ValuesTest, BadHandlesAndArgumentsAreReported) {
   ExpectFailure("null text", binData.NewPOSBinData, nullptr, "x", 1u);
   ExpectFailure("null text", statics.CreateFromText, nullptr, nullptr);
   ExpectFailure("null data", binData.NewPOSBinData, "t", nullptr, 1u);
-}
-
-// Atoms of a host that does not intern: a text beginning with "own" gets a new one each time.
-struct LooseAtoms {
-  static constexpr ZELStringAtom kFirst = 0x80000000u;
-  static bool IsLoose(ZELStringAtom atom) { return atom >= kFirst; }
-
-  static ZELStringAtom New(const char* text) {
-    if (std::strncmp(text, "own", 3) != 0) return host->atoms.NewStringAtom(text);
-    texts.push_back(std::make_unique<std::string>(text));
-    return kFirst + static_cast<ZELStringAtom>(texts.size() - 1);
-  }
-  static void Delete(ZELStringAtom atom) {
-    if (!IsLoose(atom)) host->atoms.DeleteStringAtom(atom);
-  }
-  static void AddRef(ZELStringAtom atom) {
-    if (!IsLoose(atom)) host->atoms.AddRef(atom);
-  }
-  static const char* Text(ZELStringAtom atom) {
-    return IsLoose(atom) ? texts[atom - kFirst]->c_str() : host->atoms.GetCString(atom);
-  }
-  static void OfferTo(zelhost::Host& target) {
-    texts.clear();
-    host.emplace(target);
-    const auto offer = [&target](const char* method, const char* procType, auto procedure) {
-      target.Register(ZEL_STRING_INTERFACE, method, procType, reinterpret_cast<ZELProc>(procedure));
-    };
-    offer("NewStringAtom", "ZELNewStringAtomProc", &New);
-    offer("DeleteStringAtom", "ZELDeleteStringAtomProc", &Delete);
-    offer("AddRef", "ZELAddRefStringAtomProc", &AddRef);
-    offer("GetCString", "ZELGetCStringProc", &Text);
-  }
-
-  static inline std::optional<zeltest::CoreProcedures> host;
-  static inline std::vector<std::unique_ptr<std::string>> texts;
-};
-
-TEST(LooseAtomsTest, TextsThatDifferInAddressAreComparedByTheirBytes) {
-  zelhost::Host host;
-  LooseAtoms::OfferTo(host);
-  host.Start(zeltest::LibraryPath());
-  const zeltest::Procedures procs(host);
-  const auto parse = [&procs](const char* text) {
-    const ZELInstance value = procs.statics.CreateFromText(text, nullptr);
-    procs.containers.AddRef(value);
-    return value;
-  };
-  const char* const texts[] = {"(own a)",       "(own b)",           "<(own k) (own v)>",
-                               "<(own k) (w)>", "<(own l) (own v)>", "[(own a)]"};
-  for (const char* left : texts) {
-    for (const char* right : texts) {
-      const ZELInstance values[] = {parse(left), parse(right)};
-      EXPECT_EQ(procs.objects.IsEqual(values[0], values[1]), left == right) << left << right;
-      for (const ZELInstance value : values) procs.containers.Release(value);
-    }
-  }
-  const ZELInstance dict = parse("<(own k) 1 (own k) 2 c <(own d) 3>>");
-  const auto deepGet = [&](const char* path) {
-    const ZELStringAtom atom = LooseAtoms::New(path);
-    const ZELInstance found = procs.dicts.DeepGet(dict, atom);
-    LooseAtoms::Delete(atom);
-    return found == nullptr ? 0 : procs.numbers.Get(found);
-  };
-  EXPECT_EQ(deepGet("own k"), 2);
-  EXPECT_EQ(deepGet("c.own d"), 3);
-  EXPECT_EQ(deepGet("c.own e"), 0);
-  procs.containers.Release(dict);
-  const ZELInstance data[] = {procs.binData.NewPOSBinData("own t", "x", 1),
-                              procs.binData.NewPOSBinData("own t", "x", 1)};
-  for (const ZELInstance value : data) procs.containers.AddRef(value);
-  EXPECT_TRUE(procs.objects.IsEqual(data[0], data[1]));
-  for (const ZELInstance value : data) procs.containers.Release(value);
-  EXPECT_EQ(host.Reports(), std::vector<std::string>());
-  host.Stop();
-  EXPECT_EQ(ToString(host.Live()), "nothing");
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ Finding Understand(const zelutils::Value& root, std::string_view message);
 
 // Leaves out what says little: of a union whose alternatives are told apart by a member with listed
 // values, such as a kind or category, the findings of those that the member rules out.
-// What all alternatives have against the value comes once.
+// An objection that all alternatives share comes once.
 std::vector<Finding> Essential(const std::vector<Finding>& findings);
 // The same for the faults of a schema: a definition is judged by the category that it names.
 std::vector<Finding> EssentialOfSchema(const zelutils::Value& schema,

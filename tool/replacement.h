@@ -12,8 +12,8 @@ namespace zelpos {
 
 // Writes to a new file in the same folder, hence in the same file system, and moves that one over
 // the old. The permissions of the file that was there stay; without one, they are those of any new
-// file. Behind symbolic links it is the file they lead to that is replaced. What is there but no
-// regular file, such as a device or a pipe, is written to directly.
+// file. Behind symbolic links it is the file they lead to that is replaced. An existing file that
+// is not regular, such as a device or a pipe, is written to directly.
 //
 // The methods throw FileError, which leaves the file as it was; so does a signal that is being held
 // when Commit is about to make the change.

@@ -1,4 +1,4 @@
-// What the steps inside of the library cost, with its code linked in.
+// The cost of the steps inside of the library, with its code linked in.
 #include <benchmark/benchmark.h>
 
 #include <cstring>

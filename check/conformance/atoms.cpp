@@ -31,10 +31,13 @@ Verdict KeepsManyApart(const Probe& host) {
   for (const ZELStringAtom atom : atoms) {
     if (atom != 0) host.atoms.DeleteStringAtom(atom);
   }
-  return Expect(holds && different.size() == kCount, "among 300 atoms two are the same, or one has another text");
+  return Expect(holds && different.size() == kCount,
+                "among 300 atoms two are the same, or one has another text");
 }
 
-bool HasText(const Probe& host, const std::string& text) { return HeldAtom(host, text.c_str()).Text() == text; }
+bool HasText(const Probe& host, const std::string& text) {
+  return HeldAtom(host, text.c_str()).Text() == text;
+}
 
 // clang-format off
 constexpr HostTest kAtomTests[] = {

@@ -31,7 +31,7 @@ class Method {
   const Probe& host_;
 };
 
-// What "GetMethod" gives; null also with an error object.
+// The result of "GetMethod"; null also with an error object.
 ZELProc MethodOf(const Probe& host, ZELInstance instance, const char* method,
                  const char* procType = "ZELUtilsCheckProc") {
   const HeldAtom name(host, method);

@@ -1,4 +1,4 @@
-// What the tests of a host work with: its procedures as it registers them, and the answer of a
+// Means of the tests of a host: its procedures as it registers them, and the answer of a
 // test.
 #pragma once
 

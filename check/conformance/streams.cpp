@@ -37,16 +37,21 @@ class HeldStream {
 
   // Each answers whether it went well.
   bool Write(const std::string& bytes) const {
-    return !host_.Failed(methods_.Write(stream_, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+    return !host_.Failed(
+        methods_.Write(stream_, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
   }
-  bool Seek(std::uint32_t position) const { return !host_.Failed(methods_.Seek(stream_, position, 0)); }
+  bool Seek(std::uint32_t position) const {
+    return !host_.Failed(methods_.Seek(stream_, position, 0));
+  }
   bool Rewind() const { return !host_.Failed(methods_.Rewind(stream_)); }
   // "?" for a failure, and for a count that is more than wanted.
   std::string Read(std::uint32_t wanted) const {
     std::string bytes(wanted + 8, '\x7e');
     std::uint32_t delivered = 0;
     if (host_.Failed(methods_.Read(stream_, &delivered, bytes.data(), wanted))) return "?";
-    if (delivered > wanted || bytes.substr(delivered) != std::string(bytes.size() - delivered, '\x7e')) return "?";
+    if (delivered > wanted ||
+        bytes.substr(delivered) != std::string(bytes.size() - delivered, '\x7e'))
+      return "?";
     return bytes.substr(0, delivered);
   }
   // All ones for a failure.
@@ -55,7 +60,8 @@ class HeldStream {
     return host_.Failed(methods_.Mark(stream_, &position)) ? ~0U : position;
   }
   ZELErrorObject Create(bool positionable, ZELInstance* result) const {
-    return positionable ? methods_.CreateIndependentlyPositionableStream(stream_, result) : methods_.CreateIndependentlyRewindableStream(stream_, result);
+    return positionable ? methods_.CreateIndependentlyPositionableStream(stream_, result)
+                        : methods_.CreateIndependentlyRewindableStream(stream_, result);
   }
 
  private:
@@ -66,7 +72,8 @@ class HeldStream {
       const HeldAtom name(host_, method);
       const HeldAtom type(host_, procType);
       ZELProc found = nullptr;
-      const bool failed = host_.Failed(host_.containers.GetMethod(&found, stream_, name.Get(), type.Get(), 0));
+      const bool failed =
+          host_.Failed(host_.containers.GetMethod(&found, stream_, name.Get(), type.Get(), 0));
       return failed ? nullptr : found;
     }) == nullptr;
   }
@@ -89,7 +96,8 @@ Verdict WithDigits(const Probe& host, Test test) {
 }
 
 // A stream made from another one.
-Verdict OfIndependent(const Probe& host, bool positionable, Verdict (*test)(const HeldStream& stream, const HeldStream& independent)) {
+Verdict OfIndependent(const Probe& host, bool positionable,
+                      Verdict (*test)(const HeldStream& stream, const HeldStream& independent)) {
   return WithDigits(host, [&](const HeldStream& stream) {
     ZELInstance made = nullptr;
     const ZELErrorObject error = stream.Create(positionable, &made);
@@ -100,7 +108,7 @@ Verdict OfIndependent(const Probe& host, bool positionable, Verdict (*test)(cons
   });
 }
 
-// What a client's stream was asked.
+// Questions that a client's stream was asked.
 struct Client {
   std::uint32_t wanted = 0, sought = 0, second = 1;
   std::string written;
@@ -108,7 +116,8 @@ struct Client {
   ZELErrorObject error = nullptr;
 
   static Client& Of(void* client) { return *static_cast<Client*>(client); }
-  static ZELErrorObject Read(void* client, std::uint32_t* delivered, void* buffer, std::uint32_t wanted) {
+  static ZELErrorObject Read(void* client, std::uint32_t* delivered, void* buffer,
+                             std::uint32_t wanted) {
     Of(client).wanted = wanted;
     *static_cast<char*>(buffer) = 'r';
     *delivered = 1;
@@ -139,7 +148,9 @@ template <typename Test>
 Verdict WithClient(const Probe& host, Test test) {
   Client client;
   ZELInstance made = nullptr;
-  const ZELErrorObject error = host.streams.NewClientPositionableStream(&made, &client, &Client::Read, &Client::Write, &Client::Create, &Client::Rewind, &Client::Create, &Client::Mark, &Client::Seek, &Client::Destroy);
+  const ZELErrorObject error = host.streams.NewClientPositionableStream(
+      &made, &client, &Client::Read, &Client::Write, &Client::Create, &Client::Rewind,
+      &Client::Create, &Client::Mark, &Client::Seek, &Client::Destroy);
   HeldStream stream(host, error, made);
   if (!stream.IsMade()) return Undecided("this host makes no streams of clients");
   if (!stream.HasMethods()) return Failed("the stream lacks methods");
@@ -148,25 +159,31 @@ Verdict WithClient(const Probe& host, Test test) {
 
 // A file that is gone at the end.
 struct File {
-  const std::string path = (std::filesystem::temp_directory_path() / "zelutils-check-probe.tmp").string();
+  const std::string path =
+      (std::filesystem::temp_directory_path() / "zelutils-check-probe.tmp").string();
   ~File() { std::remove(path.c_str()); }
 };
 
 Verdict OfFile(const Probe& host) {
   const File file;
-  const auto open = [&](const char* mode, ZELInstance* stream) { return host.streams.NewPositionableFileStream(stream, file.path.c_str(), mode); };
+  const auto open = [&](const char* mode, ZELInstance* stream) {
+    return host.streams.NewPositionableFileStream(stream, file.path.c_str(), mode);
+  };
   ZELInstance made = nullptr;
   {
     const ZELErrorObject error = open("w+b", &made);
     const HeldStream stream(host, error, made);
     if (!stream.IsMade()) return Undecided("this host makes no streams over files");
     if (!stream.HasMethods()) return Failed("the stream lacks methods");
-    if (!stream.Write("bytes\r\n\x1a\n") || !stream.Rewind() || stream.Read(99) != "bytes\r\n\x1a\n") return Failed("bytes written to a file are not read back");
+    if (!stream.Write("bytes\r\n\x1a\n") || !stream.Rewind() ||
+        stream.Read(99) != "bytes\r\n\x1a\n")
+      return Failed("bytes written to a file are not read back");
   }
   made = nullptr;
   const ZELErrorObject error = open("rb", &made);
   const HeldStream again(host, error, made);
-  return Expect(again.HasMethods() && again.Read(99) == "bytes\r\n\x1a\n", "a file does not hold what was written to it");
+  return Expect(again.HasMethods() && again.Read(99) == "bytes\r\n\x1a\n",
+                "a file does not hold what was written to it");
 }
 
 // clang-format off

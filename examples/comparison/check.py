@@ -16,7 +16,7 @@ LIBRARIES = ["zelutils", "nlohmann", "rapidjson", "jansson"]
 TASKS = {"tree": "build a tree, look into it, print it",
          "schema": "read a file, print everything that is wrong with it",
          "struct": "a struct from a text and back"}
-# What a program needs besides.
+# Files that a program needs besides.
 BESIDES = {"schema_zelutils": ["book.schema.pos"]}
 ALLOWED = 2  # lines more than with the library that needs the fewest
 

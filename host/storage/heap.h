@@ -3,7 +3,7 @@
 //
 // Small blocks are cells of a chunk, of one size each; a chunk starts at a multiple of its size, so
 // that a block's address leads to it. Larger blocks are a malloc of their own each; in guard mode
-// all blocks are, so that a memory checker sees them. What is known of the blocks is kept beside
+// all blocks are, so that a memory checker sees them. The records of the blocks are kept beside
 // them: sixteen bytes fill a cell of sixteen, and what a client writes past a block's end cannot
 // change it.
 //

@@ -13,7 +13,7 @@
  * ZELHostLastError tells why. Nothing is thrown. A null host, one that has been destroyed, and any
  * other null where none is allowed are such failures.
  * Ownership. The texts that these functions return belong to the host and are valid until the time
- * that each function tells. What is made through procedures is held by references, which the
+ * that each function tells. Objects made through procedures are held by references, which the
  * procedures' own headers explain; no handle, block or atom outlives its host.
  * Threads. One call at a time, of these functions, of the host's procedures and of the library's.
  *

@@ -191,8 +191,8 @@ class Client {
   }
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
-  // What came from the client and is still there can only be destroyed from now on, and gives
-  // nothing back; any other use of it throws.
+  // Objects that came from the client and are still there can only be destroyed from now on, and
+  // give nothing back; any other use of it throws.
   ~Client() {
     if (lasting_ != this) lasting_->End();
   }
@@ -376,7 +376,7 @@ class Client {
 
 // ---- Holders --------------------------------------------------------------------------------
 
-// What a holder knows of the client that it came from, or nothing.
+// A holder's link to the client that it came from, or none.
 class ClientUse {
  public:
   ClientUse() noexcept = default;
@@ -443,8 +443,8 @@ class Atom {
   ZELStringAtom atom_ = 0;
 };
 
-// How a handle comes: others hold the instance as well (null is none), it was just made and nobody
-// holds it, or one was asked for and may or may not be new.
+// The state of a handle that comes: others hold the instance as well (null is none), it was just
+// made and nobody holds it, or one was asked for and may or may not be new.
 enum class Handed { kHeld, kNew, kAsked };
 
 // One reference to an instance, or empty.

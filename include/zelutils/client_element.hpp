@@ -70,7 +70,7 @@ class Element {
     return stream << element.Find();
   }
 
-  // Further in. What is beyond an absent member is absent.
+  // Further in. Members of an absent member are absent.
   Element operator[](const Text& key) const { return Element(*this, key, Step::kKey); }
   template <IndexType T>
   Element operator[](T index) const {
@@ -173,7 +173,8 @@ class Element {
   std::string trail_;  // the path up to this element
   std::optional<std::uint32_t> index_;
   Step step_;
-  // Where the path ended before this element: how much of the trail leads to the container.
+  // Length of the part of the trail that leads to the container, if the path ended before this
+  // element.
   std::size_t reached_ = std::string::npos;
 };
 

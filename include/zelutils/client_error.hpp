@@ -1,4 +1,4 @@
-// What the typed client throws: errors with the place in a value that they are about, what was
+// Errors that the typed client throws, with the place in a value that they are about, what was
 // wanted there and what was found. Programs include zelutils/client.hpp.
 #pragma once
 
@@ -68,9 +68,10 @@ class Error : public std::runtime_error {
   }
   // The message alone.
   const char* Message() const noexcept { return std::runtime_error::what(); }
-  // Where in the value that the expression began with; empty when it is about that value itself.
+  // The place in the value that the expression began with; empty when it is about that value
+  // itself.
   const std::string& Path() const noexcept { return path_; }
-  // What was reported through the binder, oldest first; empty for an error object or a finding of
+  // Reports through the binder, oldest first; empty for an error object or a finding of
   // the client's own.
   const std::vector<std::string>& Reports() const noexcept { return reports_; }
   // The component and number of an error object; empty and 0 otherwise.
@@ -132,11 +133,11 @@ class ParseError : public Error {
         line_(line),
         column_(column),
         position_(position) {}
-  // What is wrong, and what was expected.
+  // The fault, and the expectation.
   const std::string& Explanation() const noexcept { return explanation_; }
   std::size_t Line() const noexcept { return line_; }
   std::size_t Column() const noexcept { return column_; }
-  // Where the library stopped, in bytes from the start; the text's length at its end.
+  // The place at which the library stopped, in bytes from the start; the text's length at its end.
   std::size_t Position() const noexcept { return position_; }
 
  private:

@@ -96,7 +96,7 @@ inline bool WriteFolderThrough(const std::filesystem::path& folder) {
 class Neighbour {
  public:
   explicit Neighbour(const std::filesystem::path& file) : name_(file), file_(file) {
-    // What a link leads to is replaced, not the link.
+    // The file that a link leads to is replaced, not the link.
     std::error_code code;
     const std::filesystem::path behind = std::filesystem::canonical(file, code);
     if (!code) file_ = behind;

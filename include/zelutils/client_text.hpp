@@ -29,7 +29,7 @@ inline void AppendHex(std::string& out, unsigned unit) {
   out += digits.data();
 }
 
-// The text syntax. What it cannot say is an error, or stands in braces for people to read.
+// The text syntax. A value that it cannot say is an error, or stands in braces for people to read.
 struct TextSyntax {
   static constexpr std::string_view kArray = "[]";
   static constexpr std::string_view kDict = "<>";

@@ -43,8 +43,8 @@ inline std::string Utf8Of(std::u16string_view units) {
   return text;
 }
 
-// How many bytes from a position on are the UTF-8 of one code point, stored in `codePoint`; 0 where
-// there is none, overlong forms and surrogates included.
+// Number of bytes from a position on that are the UTF-8 of one code point, stored in `codePoint`; 0
+// where there is none, overlong forms and surrogates included.
 inline std::size_t DecodeUtf8(std::string_view text, std::size_t position, char32_t& codePoint) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[position + i]); };
   const unsigned first = byte(0);

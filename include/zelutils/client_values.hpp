@@ -154,7 +154,8 @@ class Number : public Value {
   double Get() const { return Get(Owner(), Handle()); }
 };
 
-// What Get and its like give is borrowed from a value that has a name, and a copy from a temporary.
+// The result of Get and its like is borrowed from a value that has a name, and a copy from a
+// temporary.
 
 class String : public Value {
  public:

@@ -1,4 +1,4 @@
-// What is wrong with a POS text that CreateFromText does not take. It tells only where it stopped;
+// The fault of a POS text that CreateFromText does not take. That tells only where it stopped;
 // the rest is found in the text before that place, all of which is well-formed.
 #pragma once
 
@@ -92,7 +92,7 @@ class TextErrorFinder {
     return {};
   }
 
-  // What somebody who knows another notation may not know about this one.
+  // Advice for those who know another notation.
   static std::string Hint(char c) {
     switch (c) {
       case ',':

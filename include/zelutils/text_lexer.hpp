@@ -66,7 +66,7 @@ class TextLexer {
     return token;
   }
 
-  // What stands between the quotes of a token, or the whole of one without.
+  // The text between the quotes of a token, or the whole of one without.
   std::string_view RawContent(const TextToken& token) const noexcept {
     const bool isQuoted = token.kind == Kind::kQuoted || token.kind == Kind::kUnicode;
     const std::size_t quotes = isQuoted ? 1 : 0;

@@ -77,7 +77,7 @@ int ToByteText(const wchar_t* wide, DirectoryText& text) noexcept {
   return lost ? EILSEQ : 0;
 }
 
-// What the system answers for a directory: a length without NUL, or the size it needs, or 0.
+// The answer of the system for a directory: a length without NUL, or the size it needs, or 0.
 int DirectoryResult(DWORD length, const wchar_t* wide, DirectoryText& text) noexcept {
   if (length == 0) return LastErrorNumber();
   if (length >= kDirectoryTextSize) return ENAMETOOLONG;
@@ -177,7 +177,7 @@ bool Exists(const char* path) noexcept {
     CloseHandle(file);
     return true;
   }
-  // What may not be opened can still be seen in its directory.
+  // A file that may not be opened can still be seen in its directory.
   const DWORD error = GetLastError();
   return (error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION) &&
          HasAttributes(wide.Get());

@@ -14,7 +14,7 @@ struct RenameCalls {
 };
 extern const RenameCalls kRenameCalls;
 
-// As Rename of file_system.h, by these calls. Where nothing renames exclusively, the new name is
+// As Rename of file_system.h, by these calls. If nothing renames exclusively, the new name is
 // reserved with an empty file or directory of its own, which the renamed one replaces; a failure
 // takes the reservation away.
 int RenameBy(const RenameCalls& calls, const char* from, const char* to) noexcept;

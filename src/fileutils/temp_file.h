@@ -13,7 +13,7 @@
 
 namespace NFileUtilsImpl {
 
-// The directory's procedures are called through the binder. Where they cannot be, since they were
+// The directory's procedures are called through the binder. If they cannot be, since they were
 // withdrawn or the library has been stopped while a client kept the stream, and where the host has
 // no memory for the call, deletion goes to the library's own directory object instead.
 class TempFile : public ZEL_T_NMT::CZELClientBase {
@@ -26,8 +26,8 @@ class TempFile : public ZEL_T_NMT::CZELClientBase {
   // no owner: it stays, empty.
   ~TempFile();
 
-  // Opens the file with a mode of the host's file streams. What opens once the owner is gone is not
-  // given out: the name may be that of another file by then.
+  // Opens the file with a mode of the host's file streams. A file that opens once the owner is gone
+  // is not given out: the name may be that of another file by then.
   ZEL_T_NMT::CZELPositionableStream Open(const char* mode) const;
 
   // The file has got an owner that a client holds. Before, a failure has the file deleted quietly,

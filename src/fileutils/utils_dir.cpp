@@ -12,7 +12,7 @@ namespace {
 
 using ZEL_T_NMT::BinderBlock;
 
-// What an operation's failures are called.
+// Names of an operation's failures.
 struct Messages {
   const char* invalidFilename;
   const char* permissionDenied;

@@ -22,7 +22,7 @@ constexpr std::uint32_t kMaxCapacity =
 }  // namespace
 
 Array::~Array() {
-  // What is released may call back into this array: it holds nothing while that happens.
+  // A member that is released may call back into this array: it holds nothing while that happens.
   while (slots_ != nullptr) {
     ZELInstance* const slots = std::exchange(slots_, nullptr);
     const std::uint32_t count = std::exchange(count_, 0);

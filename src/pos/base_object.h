@@ -40,7 +40,7 @@ inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
     [](BaseObject* value) noexcept { delete static_cast<T*>(value); },
 };
 
-// How deep the running clone and the running comparison are, counted by NestingLevel: a level may
+// Depths of the running clone and of the running comparison, counted by NestingLevel: a level may
 // go through a member's own procedure.
 extern constinit std::uint32_t g_cloneDepth;
 extern constinit std::uint32_t g_equalDepth;

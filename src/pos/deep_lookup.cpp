@@ -65,7 +65,7 @@ class Walk {
 }  // namespace
 
 ZELInstance DeepGet(const Dict& dict, const char* path) {
-  // Who is asked for objects on the way may let go of the path's atom: the walk has a copy.
+  // Code that is asked for objects on the way may let go of the path's atom: the walk has a copy.
   const std::size_t size = std::strlen(path) + 1;
   const ZEL_T_NMT::BinderBlock<char> copy(size);
   std::memcpy(copy.Get(), path, size);

@@ -16,7 +16,8 @@ Dict::~Dict() {
     iterator->dict_ = nullptr;
     iterator->state_ = DictIterator::State::kDone;
   }
-  // What is released may call back into this dictionary: it holds nothing while that happens.
+  // A member that is released may call back into this dictionary: it holds nothing while that
+  // happens.
   while (!entries_.IsEmpty()) const DictEntries released(std::move(entries_));
 }
 

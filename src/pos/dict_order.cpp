@@ -171,7 +171,7 @@ void DictOrder::SortAll(const DictStore& store, std::uint32_t sorted,
 // made anew with Spread.
 std::uint32_t DictOrder::Flatten() noexcept {
   if (!HasLinks()) return headCount_;
-  // Leaves change places until they lie in the order of their keys. Where each belongs is kept in
+  // Leaves change places until they lie in the order of their keys. The place of each is kept in
   // the links of level 1.
   const auto target = [this](std::uint32_t leaf) -> std::uint32_t& {
     return leaves_[leaf].next[1];

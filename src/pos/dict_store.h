@@ -113,8 +113,9 @@ class DictStore {
   std::uint32_t firstTombstone_ = kNone;
 };
 
-// How many entries ahead memory is asked for what a walk will need: texts, records and objects lie
-// all over it, and waiting for each of them in turn would take longer than everything else.
+// Number of entries by which memory is asked ahead for the needs of a walk: texts, records and
+// objects lie all over it, and waiting for each of them in turn would take longer than everything
+// else.
 inline constexpr std::uint32_t kPrefetchDistance = 6;
 
 }  // namespace NPOSObjectImpl

@@ -1,6 +1,6 @@
 // Members of composites, cloned and compared.
 //
-// It is the member's own procedures that do this. Where these are the library's, as they mostly
+// It is the member's own procedures that do this. If these are the library's, as they mostly
 // are, the object is reached directly, with the results and reports that the procedure would give.
 #pragma once
 

@@ -1,4 +1,4 @@
-// What the object model lets its clients in other folders do with its arrays and dictionaries.
+// Operations on arrays and dictionaries for the clients of the object model in other folders.
 #pragma once
 
 #include "frame/client/own_operations.h"

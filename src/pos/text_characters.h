@@ -6,7 +6,7 @@
 
 namespace NPOSObjectImpl {
 
-// What a character may be.
+// Classes of characters.
 enum CharacterClass : std::uint8_t {
   kWhitespace = 1,
   kDigit = 2,

@@ -11,7 +11,7 @@ class CFTParseError : public ZEL_T_NMT::DUXException {
  public:
   CFTParseError(const char* message, const char* position) noexcept
       : DUXException(message), position_(position) {}
-  // Where in the text parsing stopped.
+  // The place in the text at which parsing stopped.
   const char* Position() const noexcept { return position_; }
 
  private:

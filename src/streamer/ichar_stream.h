@@ -62,7 +62,7 @@ class ICharStream final : public CharStream {
   std::uint32_t GetChars(char* buffer, std::uint32_t wanted, bool mustFill, bool skipWhitespace);
 
   // The whole text up to the closing character, which is used up, with a NUL behind it: in `buffer`
-  // or, until the next call, in the block. What follows a NUL in the text is dropped.
+  // or, until the next call, in the block. The rest behind a NUL in the text is dropped.
   std::string_view GetText(TextBuffer<char>& buffer);
 
   // The following take what stands in the block as plain digits, side by side, and leave the rest

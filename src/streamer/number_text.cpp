@@ -47,7 +47,7 @@ class Fraction {
   explicit Fraction(std::uint64_t bits) noexcept : bits_(bits) {}
   bool IsZero() const noexcept { return bits_ == 0; }
 
-  // How many zeros follow the point; the fraction is not 0.
+  // Number of zeros behind the point; the fraction is not 0.
   int LeadingZeros() const noexcept {
     constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
     int zeros = 0;
@@ -105,8 +105,8 @@ std::size_t FormatNumber(double value, char* buffer) noexcept {
   const int exponent = static_cast<int>(bits >> kFractionBits & 0x7FF) - kBias;
   char* const end = buffer + kNumberTextCapacity;
 
-  // Where no bit counts for less than 2^-64, wholes and fraction fit in a word each: all arithmetic
-  // is exact, and so are the digits.
+  // As long as no bit counts for less than 2^-64, wholes and fraction fit in a word each: all
+  // arithmetic is exact, and so are the digits.
   constexpr int kLeastExponent = kFractionBits - 64;
   if (exponent >= kLeastExponent && exponent <= kFractionBits) {
     const std::uint64_t significand =

@@ -52,7 +52,7 @@ class TypeAStreamer : public StreamerBase {
 
   // Arrays and dictionaries inside one another, as everywhere in the library.
   static constexpr std::int32_t kContainerLimit = std::int32_t{ZEL_T_NMT::kNestingLimit};
-  // Binary data fits into the innermost of them. What it holds in turn is flat, except in a
+  // Binary data fits into the innermost of them. Its parts in turn are flat, except in a
   // malformed text, which may go on nesting where the type name or the size should be.
   static constexpr std::int32_t kBinDataLimit = kContainerLimit + 1;
 

@@ -1,4 +1,4 @@
-// What every validator is.
+// The base of every validator.
 #pragma once
 
 #include "frame/client/pos_wrappers.h"

@@ -112,8 +112,8 @@ std::int32_t ValidateUnion(Run& run, Definition& definition, POSView value) {
   TypeNames& set = definition.Types(Keyword::kSet);
   const MessageList::Mark mark = run.Messages().End();
   Attempts attempts(run);
-  // What a built-in type has against the value is put into words only when something follows it in
-  // the list, which mostly nothing does: a later alternative takes the value.
+  // The objection of a built-in type to the value is put into words only when something follows it
+  // in the list, which mostly nothing does: a later alternative takes the value.
   std::uint32_t worded = 0;
   const auto catchUp = [&](std::uint32_t end) {
     for (; worded < end; ++worded) {

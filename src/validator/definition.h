@@ -49,14 +49,14 @@ class TypeNames : public ZEL_T_NMT::CZELClientBase {
   Names names_;
 };
 
-// What a definition says of one member of dictionaries.
+// The rule of a definition for one member of dictionaries.
 struct MemberRule {
   ZEL_T_NMT::CZELStringAtom key;
   std::optional<TypeName> required;
   std::optional<TypeName> optional;
 };
 
-// What a definition says of the members of dictionaries.
+// The rules of a definition for the members of dictionaries.
 class DictRules : public ZEL_T_NMT::CZELClientBase {
  public:
   using Rules = std::vector<MemberRule, ZEL_T_NMT::BinderAllocator<MemberRule>>;

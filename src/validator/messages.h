@@ -16,7 +16,7 @@ namespace NPOSValidatorImpl {
 // The room for a message with its terminating NUL, and for what a callback has to say.
 inline constexpr std::uint32_t kMessageBytes = 1024;
 
-// What stands for a placeholder: %d a 32-bit integer, %f a double, %s a text.
+// The value of a placeholder: %d a 32-bit integer, %f a double, %s a text.
 class FormatArgument {
  public:
   // NOLINTBEGIN(google-explicit-constructor): passed as printf's arguments are

@@ -22,7 +22,7 @@ enum class BuiltinCheckResult : std::int32_t {
   kBuiltinInvalid = 2,  // one message has been appended
 };
 
-// What a validator was given.
+// Schema and callbacks that a validator was given.
 struct ValidatorSetup {
   explicit ValidatorSetup(ZEL_T_NMT::CPOSObject givenSchema) : schema(std::move(givenSchema)) {}
 
@@ -93,7 +93,7 @@ class Run {
   MessageList& messages_;
   std::uint32_t depth_ = 0;
   std::uint32_t deepest_ = 0;  // depth reached since a check began whose verdict may be noted
-  // How often foreign code has run. What a name stands for is looked up again after that.
+  // Number of calls of foreign code. Names are looked up again after each.
   std::uint32_t foreignCalls_ = 0;
   std::uint64_t checksThatLeadOn_ = 0;
   std::uint32_t attempts_ = 0;  // how many values are being checked against one type after another

@@ -19,7 +19,7 @@ class TypeName : public ZEL_T_NMT::CZELClientBase {
 
   // Null unless built in.
   const BuiltinType* Builtin() const noexcept { return builtin_; }
-  // What the definition is looked up by; empty for a built-in type.
+  // The key of the definition; empty for a built-in type.
   const ZEL_T_NMT::CZELStringAtom& Atom() const noexcept { return atom_; }
   const char* Text() const noexcept { return text_; }
 

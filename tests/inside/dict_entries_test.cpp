@@ -88,7 +88,7 @@ class Beside {
     operations_ = 0;
     work_ = WorkSoFar();
   }
-  // What an operation took, in units of a binary search.
+  // The work of an operation, in units of a binary search.
   double WorkPerOperation() const {
     return static_cast<double>(WorkSoFar() - work_) / static_cast<double>(operations_) /
            std::log2(static_cast<double>(size_ + 16));

@@ -1,5 +1,5 @@
-// What of the frame cannot be seen from the boundary: error objects, guards, atoms, getters that no
-// procedure uses, wrappers, streams of the library's own.
+// Parts of the frame that cannot be seen from the boundary: error objects, guards, atoms, getters
+// that no procedure uses, wrappers, streams of the library's own.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +10,7 @@
 #include "frame/object/client_stream.h"
 #include "frame/object/guard.h"
 #include "frame/object/registry.h"
-#include "zelhost/host.h"
+#include "procedures.h"
 
 namespace {
 
@@ -78,7 +78,7 @@ std::int32_t ReturnOrRaise(int kind) {
 }
 
 TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
-  const char* const reports[] = {nullptr,
+  const char* const reports[] = {"",
                                  "a text",
                                  "bad allocation",
                                  "an error",
@@ -87,22 +87,24 @@ TEST_F(FrameTest, TheGuardsTurnExceptionsIntoReportsAndErrorObjects) {
                                  "Invalid CZELError",
                                  "bad allocation"};
   for (int kind = 0; kind < 8; ++kind) {
+    SCOPED_TRACE(kind);
     EXPECT_EQ(ProcedureGuard<&ReturnOrRaise>::Call(kind), kind == 0 ? 42 : 0);
-    EXPECT_EQ(host.TakeReports(),
-              kind == 0 ? std::vector<std::string>() : std::vector<std::string>{reports[kind]});
+    if (kind != 0) {
+      EXPECT_EQ(host.TakeReports(), std::vector<std::string>{reports[kind]});
+    }
     const ZELErrorObject error = MethodGuard<&RaiseKind>::Call(kind);
-    if (kind == 0 || kind == 6) {
-      EXPECT_EQ(error, nullptr);
-    } else if (kind == 1 || kind == 3 || kind == 5) {
-      const CZELError held = CZELError::Adopt(error);
+    EXPECT_EQ(error == nullptr, kind == 0 || kind == 6);
+    if (error == nullptr) continue;
+    const CZELError held = CZELError::Adopt(error);
+    if (kind == 1 || kind == 3 || kind == 5) {
       EXPECT_STREQ(held.what(), reports[kind]);
       EXPECT_STREQ(held.GetComponent().Text(), kind == 3 ? "ZEL" : "DUX");
+      EXPECT_EQ(Errors().GetID(error), 0);
     } else {
       EXPECT_EQ(error, (kind == 4 ? g_unknownError : g_outOfMemoryError)->Handle());
-      Errors().Release(error);
     }
   }
-  // Where the host has no error object to give, a failure is still no success.
+  // If the host has no error object to give, a failure is still no success.
   host.FailAt(Service::kGetCoreError, 1);
   host.FailAt(Service::kNewError, 1);
   for (const int kind : {1, 2}) {
@@ -143,22 +145,20 @@ TEST_F(FrameTest, InterfacesThatNoProcedureUsesCanBeImported) {
 TEST_F(FrameTest, DowncastsKeepOrRefuseWithoutLosingAReference) {
   const CPOSObject number = CPOSNumber::New(1);
   const CPOSObject string = CPOSString::New("s");
-  const auto refuses = [&]<class Wrapper>(const std::string& name, Wrapper*) {
-    for (const CPOSObject& other : {string, CPOSObject()}) {
-      EXPECT_EQ(Raised([&] { Wrapper(other, false); }),
-                "downcast from CPOSObject to " + name + " failed");
-      EXPECT_EQ(Raised([&] { EXPECT_TRUE(Wrapper(other, true).IsEmpty()); }), "nothing raised");
+  const auto refuses = [&]<class Wrapper>(const char* name, const CPOSObject& other, Wrapper) {
+    for (const CPOSObject& refused : {other, CPOSObject()}) {
+      EXPECT_EQ(Raised([&] { Wrapper(refused, false); }),
+                "downcast from CPOSObject to " + std::string(name) + " failed");
+      EXPECT_TRUE(Wrapper(refused, true).IsEmpty());
     }
   };
-  refuses("CPOSArray", static_cast<CPOSArray*>(nullptr));
-  refuses("CPOSBinData", static_cast<CPOSBinData*>(nullptr));
-  refuses("CPOSDict", static_cast<CPOSDict*>(nullptr));
-  refuses("CPOSNumber", static_cast<CPOSNumber*>(nullptr));
-  refuses("CPOSRawPointer", static_cast<CPOSRawPointer*>(nullptr));
-  refuses("CPOSUnicodeString", static_cast<CPOSUnicodeString*>(nullptr));
-  EXPECT_EQ(Raised([&] { CPOSString(number, false); }),
-            "downcast from CPOSObject to CPOSString failed");
-  EXPECT_TRUE(CPOSString(number, true).IsEmpty());
+  refuses("CPOSArray", string, CPOSArray());
+  refuses("CPOSBinData", string, CPOSBinData());
+  refuses("CPOSDict", string, CPOSDict());
+  refuses("CPOSNumber", string, CPOSNumber());
+  refuses("CPOSRawPointer", string, CPOSRawPointer());
+  refuses("CPOSUnicodeString", string, CPOSUnicodeString());
+  refuses("CPOSString", number, CPOSString());
   EXPECT_STREQ(CPOSString(string, false).Get(), "s");
   EXPECT_EQ(host.RefCount(number.Handle()), 1u);
   EXPECT_EQ(host.RefCount(string.Handle()), 1u);
@@ -186,18 +186,46 @@ TEST_F(FrameTest, ANodeThatDoesNotFitIn32BitsIsRefused) {
   }
 }
 
+TEST_F(FrameTest, ARefreshThatFailsLeavesTheMethodsThatHoldersHave) {
+  const CPOSObject number = CPOSNumber::New(1);
+  const zelutils::ObjectInterface* const methods = g_posObjects->Lookup(number.Handle());
+  host.Hide(POS_OBJECT_INTERFACE, "IsEqual");
+  EXPECT_EQ(g_posObjects->Lookup(number.Handle()), nullptr);
+  EXPECT_NE(methods->IsEqual, nullptr);
+  host.Show(POS_OBJECT_INTERFACE, "IsEqual");
+}
+
 int g_streamsDestroyed = 0;
 
-// Stands still while it fails.
-class FailingStream : public ZELClientPositionableStream {
+// A stream of the library's own, which stands still while it fails.
+class OwnStream : public ZELClientPositionableStream {
  public:
-  std::uint32_t Read(void*, std::uint32_t) override { ZELRaise("no read", "ZEL"); }
-  void Write(const void*, std::uint32_t) override {}
-  void Seek(std::uint32_t, std::uint32_t) override {}
-  std::uint32_t Mark() override { ZELRaise("no mark", "ZEL"); }
+  explicit OwnStream(bool fails = false) : fails_(fails) {}
+  ~OwnStream() override { ++g_streamsDestroyed; }
+  std::uint32_t Read(void* buffer, std::uint32_t count) override {
+    if (fails_) ZELRaise("no read", "ZEL");
+    std::memset(buffer, 'x', count);
+    return count;
+  }
+  void Write(const void*, std::uint32_t) override { ZELRaise("read only", "ZEL"); }
+  void Seek(std::uint32_t position, std::uint32_t second) override {
+    position_ = position + second;
+  }
+  std::uint32_t Mark() override {
+    if (fails_) ZELRaise("no mark", "ZEL");
+    return position_;
+  }
+
+  static ZELInstance Publish(bool fails = false) {
+    return PublishPositionableStream(std::make_unique<OwnStream>(fails));
+  }
+
+ private:
+  bool fails_;
+  std::uint32_t position_ = 9;
 };
 
-// What the library hands to the host for a stream of its own.
+// The callbacks that the library hands to the host for a stream of its own.
 struct Callbacks {
   void* client;
   ZELClientStreamReadProc read;
@@ -216,52 +244,24 @@ ZELErrorObject NoteCallbacks(ZELInstance* result, void* client, ZELClientStreamR
 }
 
 TEST_F(FrameTest, ACountIsDeliveredInEveryCase) {
-  host.Register(ZEL_STREAM_FACTORY_INTERFACE, "NewClientPositionableStream",
-                "ZELNewClientPositionableStreamProc", reinterpret_cast<ZELProc>(&NoteCallbacks));
-  PublishPositionableStream(std::make_unique<FailingStream>());
+  zeltest::Replace<zelutils::StreamFactoryInterface>(host, "NewClientPositionableStream",
+                                                     &NoteCallbacks);
+  OwnStream::Publish(true);
   std::uint32_t count = 99;
+  std::uint32_t position = 99;
   char byte = 0;
   const CZELError noRead = CZELError::Adopt(g_callbacks.read(g_callbacks.client, &count, &byte, 1));
-  EXPECT_STREQ(noRead.what(), "no read");
-  EXPECT_EQ(count, 0u);
-  std::uint32_t position = 99;
   const CZELError noMark = CZELError::Adopt(g_callbacks.mark(g_callbacks.client, &position));
+  EXPECT_STREQ(noRead.what(), "no read");
   EXPECT_STREQ(noMark.what(), "no mark");
-  EXPECT_EQ(position, 0u);
+  EXPECT_EQ(count + position, 0u);
   g_callbacks.destroy(g_callbacks.client);
 }
-
-TEST_F(FrameTest, ARefreshThatFailsLeavesTheMethodsThatHoldersHave) {
-  const CPOSObject number = CPOSNumber::New(1);
-  const zelutils::ObjectInterface* const methods = g_posObjects->Lookup(number.Handle());
-  host.Hide(POS_OBJECT_INTERFACE, "IsEqual");
-  EXPECT_EQ(g_posObjects->Lookup(number.Handle()), nullptr);
-  EXPECT_NE(methods->IsEqual, nullptr);
-  host.Show(POS_OBJECT_INTERFACE, "IsEqual");
-}
-
-// Notes how it is called.
-class NotingStream : public ZELClientPositionableStream {
- public:
-  ~NotingStream() override { ++g_streamsDestroyed; }
-  std::uint32_t Read(void* buffer, std::uint32_t count) override {
-    std::memset(buffer, 'x', count);
-    return count;
-  }
-  void Write(const void*, std::uint32_t) override { ZELRaise("read only", "ZEL"); }
-  void Seek(std::uint32_t position, std::uint32_t second) override {
-    position_ = position + second;
-  }
-  std::uint32_t Mark() override { return position_; }
-
- private:
-  std::uint32_t position_ = 9;
-};
 
 TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
   g_streamsDestroyed = 0;
   {
-    CZELPositionableStream stream(PublishPositionableStream(std::make_unique<NotingStream>()));
+    CZELPositionableStream stream(OwnStream::Publish());
     char bytes[4] = {};
     EXPECT_EQ(stream.Read(bytes, 3), 3u);
     EXPECT_STREQ(bytes, "xxx");
@@ -282,12 +282,11 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
   EXPECT_EQ(g_streamsDestroyed, 1);
 
   host.FailAt(Service::kNewClientStream, 1);
-  EXPECT_NE(Raised([] { PublishPositionableStream(std::make_unique<NotingStream>()); }),
-            "nothing raised");
+  EXPECT_NE(Raised([] { OwnStream::Publish(); }), "nothing raised");
   EXPECT_EQ(g_streamsDestroyed, 2);
   host.Hide(ZEL_STREAM_FACTORY_INTERFACE);
   g_link.strict = false;
-  EXPECT_EQ(PublishPositionableStream(std::make_unique<NotingStream>()), nullptr);
+  EXPECT_EQ(OwnStream::Publish(), nullptr);
   g_link.strict = true;
   EXPECT_EQ(g_streamsDestroyed, 3);
 
@@ -299,7 +298,7 @@ TEST_F(FrameTest, StreamsOfTheLibraryAreDrivenThroughTheHost) {
 TEST_F(FrameTest, AStreamHeldAcrossLinksGetsItsMethodsAnew) {
   host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
   {
-    CZELPositionableStream stream(PublishPositionableStream(std::make_unique<NotingStream>()));
+    CZELPositionableStream stream(OwnStream::Publish());
     EXPECT_EQ(stream.Mark(), 9u);
     host.Stop();
     host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});

@@ -105,7 +105,7 @@ bool IsNearest(double value, const std::string& text) {
   return IsNearest(value, digits, power);
 }
 
-// What follows a number decides how many of its digits are looked at together.
+// The text behind a number decides how many of its digits are looked at together.
 void ExpectRead(const std::string& text) {
   const bool negative = text[0] == '-';
   for (const std::string behind : {"", "/", " 12345678"}) {

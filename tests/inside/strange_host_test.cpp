@@ -1,6 +1,7 @@
 // Hosts and neighbours that do what few of them will: start and stop out of turn, call after the
 // stop, offer instances that are POS objects by their methods alone, or have nothing where
 // something should be.
+#include <cstring>
 #include <deque>
 
 #include "frame/core/core_interfaces.h"
@@ -19,11 +20,6 @@ using Reports = std::vector<std::string>;
 class StrangeHostTest : public ::testing::Test {
  protected:
   void Start() { host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
-  template <typename Procedure>
-  void Replace(const char* interfaceName, const char* method, const char* procType,
-               Procedure procedure) {
-    host.Register(interfaceName, method, procType, reinterpret_cast<ZELProc>(procedure));
-  }
   void TearDown() override {
     host.Stop();
     EXPECT_EQ(ToString(host.Live()), "nothing");
@@ -54,45 +50,36 @@ TEST_F(StrangeHostTest, StartAndStopOutOfTurnDoNothing) {
 TEST_F(StrangeHostTest, ProceduresCalledAfterTheStopFail) {
   Start();
   host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
-  const zeltest::Procedures procs(host);
-  const ZELInstance dict = procs.statics.CreateFromText("<a <b [1]>>", nullptr);
-  procs.containers.AddRef(dict);
-  const ZELInstance iterator = procs.iterators.NewPOSDictIterator(dict);
-  procs.containers.AddRef(iterator);
-  const ZELStringAtom key = procs.atoms.NewStringAtom("a");
+  zeltest::Library zel(host);
+  const ZELInstance dict = zel.Parse("<a <b [1]>>");
+  const ZELInstance iterator = zel.Keep(zel.iterators.NewPOSDictIterator(dict));
+  const ZELStringAtom key = zel.Atom("a");
   host.Stop();
   const zelhost::Counts live = host.Live();
 
-  EXPECT_EQ(procs.numbers.NewPOSNumber(1), nullptr);
-  EXPECT_EQ(procs.statics.CreateFromText("[1]", nullptr), nullptr);
-  EXPECT_EQ(procs.objects.Clone(dict), nullptr);
-  EXPECT_FALSE(procs.objects.IsEqual(dict, dict));
-  EXPECT_EQ(procs.dicts.Get(dict, key), nullptr);
-  procs.dicts.Put(dict, key, dict);
-  procs.dicts.Remove(dict, key);
-  EXPECT_TRUE(procs.iterators.IsDone(iterator));
-  EXPECT_EQ(procs.streamers.NewPOSStreamer(), nullptr);
-  EXPECT_EQ(procs.streamers.Serialize(dict, dict, dict, nullptr), 0);
+  EXPECT_EQ(zel.numbers.NewPOSNumber(1), nullptr);
+  EXPECT_EQ(zel.statics.CreateFromText("[1]", nullptr), nullptr);
+  EXPECT_EQ(zel.objects.Clone(dict), nullptr);
+  EXPECT_FALSE(zel.objects.IsEqual(dict, dict));
+  EXPECT_EQ(zel.dicts.Get(dict, key), nullptr);
+  zel.dicts.Put(dict, key, dict);
+  zel.dicts.Remove(dict, key);
+  EXPECT_TRUE(zel.iterators.IsDone(iterator));
+  EXPECT_EQ(zel.streamers.NewPOSStreamer(), nullptr);
+  EXPECT_EQ(zel.streamers.Serialize(dict, dict, dict, nullptr), 0);
   EXPECT_EQ(host.TakeReports().size(), 10u) << "one for each";
   EXPECT_EQ(ToString(host.Live()), ToString(live));
 
   Start();
-  EXPECT_STREQ(procs.iterators.CurKey(iterator), "a");
-  const ZELInstance clone = procs.objects.Clone(dict);
-  procs.containers.AddRef(clone);
-  EXPECT_TRUE(procs.objects.IsEqual(dict, clone));
-  for (const ZELInstance instance : {clone, iterator, dict}) procs.containers.Release(instance);
-  procs.atoms.DeleteStringAtom(key);
+  EXPECT_STREQ(zel.iterators.CurKey(iterator), "a");
+  EXPECT_TRUE(zel.objects.IsEqual(dict, zel.Keep(zel.objects.Clone(dict))));
 }
 
-// A second link may fail after any of its lookups. What the first one made answers all the same,
-// fails with an error where it fails, and can be given back.
+// A second link may fail after any of its lookups. Objects of the first one answer all the same,
+// fail with an error where they fail, and can be given back.
 TEST_F(StrangeHostTest, ALinkThatFailsTakesNothingFromTheOneBefore) {
   host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
-  struct {
-    const char* interfaceName;
-    const char* method;
-  } const rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {ZEL_BINDER_INTERFACE, "ZELReportError"},
       {ZEL_BINDER_INTERFACE, "ZELIsMultiThreaded"},
       {ZEL_CONTAINER_INTERFACE, "Release"},
@@ -104,37 +91,32 @@ TEST_F(StrangeHostTest, ALinkThatFailsTakesNothingFromTheOneBefore) {
       {ZEL_MEMORY_INTERFACE, "Free"},
       {ZEL_MEMORY_INTERFACE, "Alloc"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.interfaceName) + "." + row.method);
+  for (const auto& [interfaceName, method] : rows) {
+    SCOPED_TRACE(std::string(interfaceName) + "." + method);
     Start();
     {
-      const zeltest::Procedures procs(host);
-      const ZELInstance dict = procs.statics.CreateFromText("<a <b [1]>>", nullptr);
-      const ZELInstance data = procs.binData.NewPOSBinData("t", "x", 1);
+      zeltest::Library zel(host);
+      const ZELInstance dict = zel.Parse("<a <b [1]>>");
+      zel.NewBinData("t", "x");
       ZELInstance stream = nullptr;
       ZELInstance reader = nullptr;
-      ASSERT_EQ(procs.tempFiles.NewTempFileStream(&stream, "p", "e", "w+b"), nullptr);
-      for (const ZELInstance held : {dict, data, stream}) procs.containers.AddRef(held);
-      const auto create = host.Find<ZELPositionableStreamCreateIndependentlyPositionableStreamProc>(
-          "ZELMemoryStream", "CreateIndependentlyPositionableStream",
-          "ZELPositionableStreamCreateIndependentlyPositionableStreamProc");
-      ASSERT_EQ(create(stream, &reader), nullptr) << "and the stream cannot be written to any more";
-      procs.containers.AddRef(reader);
+      ASSERT_EQ(zel.tempFiles.NewTempFileStream(&stream, "p", "e", "w+b"), nullptr);
+      zel.Keep(stream);
+      ASSERT_EQ(zel.onStream.CreateIndependentlyPositionableStream(stream, &reader), nullptr)
+          << "and the stream cannot be written to any more";
+      zel.Keep(reader);
       host.Stop();
 
-      host.Hide(row.interfaceName, row.method);
+      host.Hide(interfaceName, method);
       EXPECT_THROW(Start(), zelhost::HostError);
-      const auto write = host.Find<ZELSimpleStreamWriteProc>("ZELMemoryStream", "Write",
-                                                             "ZELSimpleStreamWriteProc");
-      const ZELErrorObject error = write(stream, "x", 1);
+      const ZELErrorObject error = zel.onStream.Write(stream, "x", 1);
       EXPECT_NE(error, nullptr);
-      procs.errors.Release(error);
-      EXPECT_EQ(procs.numbers.Get(dict), 0.0);
+      zel.errors.Release(error);
+      EXPECT_EQ(zel.numbers.Get(dict), 0.0);
       EXPECT_EQ(host.TakeReports().size(), 1u);
-      for (const ZELInstance held : {dict, data, stream, reader}) procs.containers.Release(held);
     }
     EXPECT_EQ(ToString(host.Live()), "nothing");
-    host.Show(row.interfaceName, row.method);
+    host.Show(interfaceName, method);
   }
   Start();
 }
@@ -155,8 +137,8 @@ ZELProc OtherLookup(const char* interfaceName, const char* method, const char* p
 }
 
 TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReadsTheSame) {
-  auto* const counter = host.Find<ZELGetUnregisterCountAddr>(
-      ZEL_BINDER_INTERFACE, "ZELGetUnregisterCountAddr", "ZELGetUnregisterCountAddr")();
+  std::uint32_t* const counter =
+      zeltest::Import<zelutils::BinderInterface>(host).ZELGetUnregisterCountAddr();
   const std::uint32_t first = *counter;
   constexpr std::uint64_t kBinderProcs = 5;
   constexpr std::uint64_t kCoreProcs = 16 + 8 + 4 + 4;
@@ -178,48 +160,36 @@ TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReads
   }
 }
 
-std::vector<std::string> g_givenBack;
-ZELDeleteStringAtomProc g_deleteStringAtom = nullptr;
-ZELErrorReleaseProc g_releaseError = nullptr;
-ZELErrorGetMessageProc g_getErrorMessage = nullptr;
-ZELGetCStringProc g_getCString = nullptr;
+Reports g_givenBack;
+zelutils::Table<zelutils::AtomInterface> g_atoms;  // the host's own
+zelutils::Table<zelutils::ErrorInterface> g_errors;
 
 TEST_F(StrangeHostTest, TheLinkGivesBackInOrder) {
-  g_deleteStringAtom = host.Find<ZELDeleteStringAtomProc>(ZEL_STRING_INTERFACE, "DeleteStringAtom",
-                                                          "ZELDeleteStringAtomProc");
-  g_getCString =
-      host.Find<ZELGetCStringProc>(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc");
-  g_getErrorMessage = host.Find<ZELErrorGetMessageProc>(ZEL_ERROR_INTERFACE, "GetErrorMessage",
-                                                        "ZELErrorGetMessageProc");
-  g_releaseError =
-      host.Find<ZELErrorReleaseProc>(ZEL_ERROR_INTERFACE, "Release", "ZELErrorReleaseProc");
-  Replace(
-      ZEL_STRING_INTERFACE, "DeleteStringAtom", "ZELDeleteStringAtomProc", +[](ZELStringAtom atom) {
-        g_givenBack.emplace_back(g_getCString(atom));
-        g_deleteStringAtom(atom);
+  g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
+  g_errors = zeltest::Import<zelutils::ErrorInterface>(host);
+  zeltest::Replace<zelutils::AtomInterface>(
+      host, "DeleteStringAtom", +[](ZELStringAtom atom) {
+        g_givenBack.emplace_back(g_atoms.GetCString(atom));
+        g_atoms.DeleteStringAtom(atom);
       });
-  Replace(
-      ZEL_ERROR_INTERFACE, "Release", "ZELErrorReleaseProc", +[](ZELErrorObject error) {
-        if (error != nullptr) g_givenBack.emplace_back(g_getCString(g_getErrorMessage(error)));
-        g_releaseError(error);
+  zeltest::Replace<zelutils::ErrorInterface>(
+      host, "Release", +[](ZELErrorObject error) {
+        if (error != nullptr) {
+          g_givenBack.emplace_back(g_atoms.GetCString(g_errors.GetErrorMessage(error)));
+        }
+        g_errors.Release(error);
       });
   Start();
   std::string ofValues;
   std::string ofStreams;
   {
-    const zeltest::Procedures procs(host);
-    const auto signature = [&](ZELInstance instance) {
-      return ZEL_T_NMT::PrimaryInstance(instance).signature;
-    };
-    const ZELInstance streamer = procs.streamers.NewPOSStreamer();
-    const ZELInstance value = procs.numbers.NewPOSNumber(1);
-    ZELInstance stream = nullptr;
-    procs.streams.NewPositionableMemoryStream(&stream);
-    ofValues = signature(value);
-    ofStreams = signature(stream);
-    for (const ZELInstance held : {streamer, value, stream}) procs.containers.AddRef(held);
-    EXPECT_EQ(procs.streamers.Serialize(streamer, stream, value, nullptr), 1);
-    for (const ZELInstance held : {streamer, value, stream}) procs.containers.Release(held);
+    zeltest::Library zel(host);
+    const ZELInstance streamer = zel.Keep(zel.streamers.NewPOSStreamer());
+    const ZELInstance value = zel.NewNumber(1);
+    const ZELInstance stream = zel.NewStream("");
+    ofValues = ZEL_T_NMT::PrimaryInstance(value).signature;
+    ofStreams = ZEL_T_NMT::PrimaryInstance(stream).signature;
+    EXPECT_EQ(zel.streamers.Serialize(streamer, stream, value, nullptr), 1);
   }
   g_givenBack.clear();
   host.Stop();
@@ -237,13 +207,12 @@ TEST_F(StrangeHostTest, TheLinkGivesBackInOrder) {
 TEST_F(StrangeHostTest, AfterTheDetachNothingCallsTheHost) {
   const auto endAfterDetach = [this] {
     Start();
-    const zeltest::Procedures procs(host);
-    const ZELInstance dict = procs.statics.CreateFromText("<a <b [1]>>", nullptr);
-    const ZELInstance data = procs.binData.NewPOSBinData("t", "x", 1);
-    for (const ZELInstance held : {dict, data}) procs.containers.AddRef(held);
+    zeltest::Library zel(host);
+    zel.Parse("<a <b [1]>>");
+    zel.NewBinData("t", "x");
     ZEL_T_NMT::ZELProcessDetach();
     const std::uint64_t calls = host.TotalCalls();
-    for (const ZELInstance held : {dict, data}) procs.containers.Release(held);
+    zel.GiveBack();
     const ZEL_T_NMT::CZELError error = *ZEL_T_NMT::g_unknownError;
     *ZEL_T_NMT::g_unknownError = ZEL_T_NMT::CZELError();
     _exit(host.TotalCalls() == calls + 2 ? 0 : 1);
@@ -252,151 +221,151 @@ TEST_F(StrangeHostTest, AfterTheDetachNothingCallsTheHost) {
 }
 #endif
 
-ZELErrorObject FindNothing(void** object, ZELInstance, ZELStringAtom) {
-  *object = nullptr;
-  return nullptr;
-}
-
 TEST_F(StrangeHostTest, AnInstanceWithThePOSMethodsAloneIsNoPOSObject) {
   for (const bool hostFindsNothing : {false, true}) {
     if (hostFindsNothing) {
-      Replace(ZEL_CONTAINER_INTERFACE, "NGetInstance", "ZELNGetInstanceProc", &FindNothing);
+      zeltest::Replace<zelutils::ContainerInterface>(
+          host, "NGetInstance", +[](void** object, ZELInstance, ZELStringAtom) {
+            *object = nullptr;
+            return ZELErrorObject();
+          });
     }
     Start();
-    const zeltest::Procedures procs(host);
-    const ZELStringAtom foreign = procs.atoms.NewStringAtom("Foreign");
-    const ZELStringAtom posObject = procs.atoms.NewStringAtom(POS_OBJECT_INTERFACE);
-    ZELInstance stranger = nullptr;
-    ASSERT_EQ(
-        procs.containers.NewFullContainer(&stranger, &host, foreign, nullptr, posObject, 0, 0, 0),
-        nullptr);
-    const ZELInstance array = procs.arrays.NewPOSArray();
-    const ZELInstance streamer = procs.streamers.NewPOSStreamer();
-    ZELInstance stream = nullptr;
-    procs.streams.NewPositionableMemoryStream(&stream);
-    for (const ZELInstance held : {array, streamer, stream}) procs.containers.AddRef(held);
-    procs.arrays.Append(array, stranger);
-    EXPECT_EQ(host.TakeReports(), Reports());
+    {
+      zeltest::Library zel(host);
+      ZELInstance stranger = nullptr;
+      ASSERT_EQ(zel.containers.NewFullContainer(&stranger, &host, zel.Atom("Foreign"), nullptr,
+                                                zel.Atom(POS_OBJECT_INTERFACE), 0, 0, 0),
+                nullptr);
+      const ZELInstance array = zel.Parse("[]");
+      const ZELInstance streamer = zel.Keep(zel.streamers.NewPOSStreamer());
+      zel.arrays.Append(array, stranger);
+      EXPECT_EQ(host.TakeReports(), Reports());
 
-    EXPECT_EQ(procs.objects.GetType(stranger), 0);
-    if (hostFindsNothing) {
-      EXPECT_EQ(host.TakeReports(), Reports{"invalid container"});
+      EXPECT_EQ(zel.objects.GetType(stranger), 0);
+      if (hostFindsNothing) {
+        EXPECT_EQ(host.TakeReports(), Reports{"invalid container"});
+      }
+      EXPECT_FALSE(zel.objects.IsEqual(array, array));
+      EXPECT_EQ(zel.objects.Clone(array), nullptr);
+      EXPECT_EQ(host.TakeReports().back(), "CPOSObject::Clone failed");
+      EXPECT_EQ(zel.streamers.Serialize(streamer, zel.NewStream(""), array, nullptr), 0);
+      EXPECT_EQ(host.TakeReports().back(), "Cannot determine writing params");
     }
-    EXPECT_FALSE(procs.objects.IsEqual(array, array));
-    EXPECT_EQ(procs.objects.Clone(array), nullptr);
-    EXPECT_EQ(host.TakeReports().back(), "CPOSObject::Clone failed");
-    EXPECT_EQ(procs.streamers.Serialize(streamer, stream, array, nullptr), 0);
-    EXPECT_EQ(host.TakeReports().back(), "Cannot determine writing params");
-
-    for (const ZELInstance held : {array, streamer, stream}) procs.containers.Release(held);
-    for (const ZELStringAtom atom : {foreign, posObject}) procs.atoms.DeleteStringAtom(atom);
     host.Stop();
   }
 }
 
 TEST_F(StrangeHostTest, ABufferWithoutBytesIsNoBuffer) {
-  using NoBytes = void* (*)(ZELSharedBuff);
-  const NoBytes noBytes = [](ZELSharedBuff) -> void* { return nullptr; };
-  Replace(ZEL_SHARED_BUFF_INTERFACE, "GetBuffer", "ZELSharedBuffGetBufferProc", noBytes);
+  zeltest::Replace<zelutils::SharedBuffInterface>(
+      host, "GetBuffer", +[](ZELSharedBuff) -> void* { return nullptr; });
   Start();
-  const zeltest::Procedures procs(host);
-  EXPECT_EQ(procs.binData.NewPOSBinData("t", "x", 1), nullptr);
+  zeltest::Library zel(host);
+  EXPECT_EQ(zel.binData.NewPOSBinData("t", "x", 1), nullptr);
   EXPECT_EQ(host.TakeReports(), Reports{"bad allocation"});
-  const ZELInstance empty = procs.binData.NewPOSBinData("t", nullptr, 0);
-  EXPECT_EQ(procs.binData.GetSize(empty), 0u);
+  EXPECT_EQ(zel.binData.GetSize(zel.NewBinData("t", "")), 0u);
   EXPECT_EQ(host.TakeReports(), Reports());
-  procs.containers.DeleteUnownedContainer(empty);
 }
 
-// A host that does not intern: each text that it gives has an address of its own.
-std::deque<std::string> g_copies;
-const char* Copy(const char* text) { return g_copies.emplace_back(text).c_str(); }
-const char* CopyText(ZELStringAtom atom) { return Copy(g_getCString(atom)); }
-ZELNewFullContainerV5Proc g_newFullContainer;
-std::int32_t g_primaryOffset;
+// A host that does not intern: each text that it gives has an address of its own, and one that
+// begins with "own" gets a new atom each time.
+struct LooseAtoms {
+  static constexpr ZELStringAtom kFirst = 0x80000000u;
+  static ZELStringAtom New(const char* text) {
+    if (std::strncmp(text, "own", 3) != 0) return g_atoms.NewStringAtom(text);
+    own.emplace_back(text);
+    return kFirst + static_cast<ZELStringAtom>(own.size() - 1);
+  }
+  static void Delete(ZELStringAtom atom) {
+    if (atom < kFirst) g_atoms.DeleteStringAtom(atom);
+  }
+  static void AddRef(ZELStringAtom atom) {
+    if (atom < kFirst) g_atoms.AddRef(atom);
+  }
+  static const char* Copy(const char* text) { return copies.emplace_back(text).c_str(); }
+  static const char* Text(ZELStringAtom atom) {
+    return Copy(atom < kFirst ? g_atoms.GetCString(atom) : own[atom - kFirst].c_str());
+  }
+  static inline std::deque<std::string> own, copies;
+};
+zelutils::Table<zelutils::ContainerInterface> g_containers;  // the host's own
 ZELErrorObject PublishWithCopies(ZELInstance* result, void* object, ZELStringAtom implementation,
                                  ZELDestroyProc destroy, ZELStringAtom interfaceName,
                                  std::int32_t first, std::int32_t second, std::int32_t third) {
-  const ZELErrorObject error = g_newFullContainer(result, object, implementation, destroy,
-                                                  interfaceName, first, second, third);
+  const ZELErrorObject error = g_containers.NewFullContainer(
+      result, object, implementation, destroy, interfaceName, first, second, third);
   if (error != nullptr) return error;
-  auto& primary =
-      *reinterpret_cast<ZELPrimaryInstance*>(reinterpret_cast<char*>(*result) + g_primaryOffset);
-  primary.implementationName = Copy(primary.implementationName);
-  primary.signature = Copy(primary.signature);
+  auto& primary = *reinterpret_cast<ZELPrimaryInstance*>(reinterpret_cast<char*>(*result) +
+                                                         g_containers.GetOffsetToPrimaryInstance());
+  primary.implementationName = LooseAtoms::Copy(primary.implementationName);
+  primary.signature = LooseAtoms::Copy(primary.signature);
   return nullptr;
 }
 
-TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddress) {
-  g_getCString =
-      host.Find<ZELGetCStringProc>(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc");
-  Replace(ZEL_STRING_INTERFACE, "GetCString", "ZELGetCStringProc", &CopyText);
-  constexpr const char* kPublish = "ZELNewFullContainerV5Proc";
-  g_newFullContainer =
-      host.Find<ZELNewFullContainerV5Proc>(ZEL_CONTAINER_INTERFACE, "NewFullContainer", kPublish);
-  Replace(ZEL_CONTAINER_INTERFACE, "NewFullContainer", kPublish, &PublishWithCopies);
+TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddressAndAtom) {
+  g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
+  zeltest::Replace<zelutils::AtomInterface>(host, "NewStringAtom", &LooseAtoms::New);
+  zeltest::Replace<zelutils::AtomInterface>(host, "DeleteStringAtom", &LooseAtoms::Delete);
+  zeltest::Replace<zelutils::AtomInterface>(host, "AddRef", &LooseAtoms::AddRef);
+  zeltest::Replace<zelutils::AtomInterface>(host, "GetCString", &LooseAtoms::Text);
+  g_containers = zeltest::Import<zelutils::ContainerInterface>(host);
+  zeltest::Replace<zelutils::ContainerInterface>(host, "NewFullContainer", &PublishWithCopies);
   Start();
-  const zeltest::Procedures procs(host);
-  g_primaryOffset = procs.containers.GetOffsetToPrimaryInstance();
-  std::vector<ZELInstance> kept;
-  const auto keep = [&](ZELInstance instance) {
-    procs.containers.AddRef(instance);
-    return kept.emplace_back(instance);
-  };
-  const ZELInstance schema = keep(procs.statics.CreateFromText(
-      "<T <category dict required <a int b bool c C>> C <category string oneof [x y]>>", nullptr));
-  const ZELInstance value = keep(procs.statics.CreateFromText("<a 1 b true c y>", nullptr));
-  const ZELInstance validator = keep(procs.structValidators.NewPOSStructValidator(schema));
-  for (const char* name : {"T", "any"}) {
-    const ZELStringAtom type = procs.atoms.NewStringAtom(name);
-    EXPECT_EQ(procs.validators.Validate(validator, value, type, nullptr), 1);
-    procs.atoms.DeleteStringAtom(type);
+  {
+    zeltest::Library zel(host);
+    const ZELInstance schema = zel.Parse(
+        "<T <category dict required <a int b bool c C>> C <category string oneof [x y]>>");
+    const ZELInstance validator = zel.Keep(zel.structValidators.NewPOSStructValidator(schema));
+    for (const char* type : {"T", "any"}) {
+      const ZELInstance value = zel.Parse("<a 1 b true c y>");
+      EXPECT_EQ(zel.validators.Validate(validator, value, zel.Atom(type), nullptr), 1);
+    }
+    EXPECT_EQ(zel.structValidators.ValidateSchema(schema, nullptr), 1);
+
+    const char* const texts[] = {"(own a)",       "(own b)",           "<(own k) (own v)>",
+                                 "<(own k) (w)>", "<(own l) (own v)>", "[(own a)]"};
+    for (const char* left : texts) {
+      for (const char* right : texts) {
+        const bool isEqual = zel.objects.IsEqual(zel.Parse(left), zel.Parse(right));
+        EXPECT_EQ(isEqual, left == right) << left << right;
+      }
+    }
+    EXPECT_TRUE(zel.objects.IsEqual(zel.NewBinData("own t", "x"), zel.NewBinData("own t", "x")));
   }
-  EXPECT_EQ(procs.structValidators.ValidateSchema(schema, nullptr), 1);
 
   // Few keys, and so many that an index is needed; one comes twice.
   for (const int count : {3, 30}) {
-    std::string text = "<k1 0";
-    for (int i = 0; i < count; ++i)
-      text += " k" + std::to_string(i) + " [<w (v)> " + std::to_string(i) + "]";
+    std::string text = "<own1 0";
+    for (int i = 0; i < count; ++i) {
+      text += " own" + std::to_string(i) + " [<w (v)> " + std::to_string(i) + "]";
+    }
     const auto round = [&] {
-      ZELInstance both[2];
-      for (ZELInstance& dict : both) {
-        dict = procs.statics.CreateFromText((text + ">").c_str(), nullptr);
-        procs.containers.AddRef(dict);
-      }
-      EXPECT_TRUE(procs.objects.IsEqual(both[0], both[1]));
-      const ZELInstance clone = procs.objects.Clone(both[1]);
-      procs.containers.AddRef(clone);
-      EXPECT_TRUE(procs.objects.IsEqual(clone, both[0]));
-      const ZELInstance walk = procs.iterators.NewPOSDictIterator(clone);
-      procs.containers.AddRef(walk);
+      zeltest::Library zel(host);
+      const ZELInstance first = zel.Parse(text + ">");
+      const ZELInstance clone = zel.Keep(zel.objects.Clone(zel.Parse(text + ">")));
+      EXPECT_TRUE(zel.objects.IsEqual(clone, first));
+      const ZELInstance walk = zel.Keep(zel.iterators.NewPOSDictIterator(clone));
       int keys = 0;
-      for (; !procs.iterators.IsDone(walk); procs.iterators.Next(walk), ++keys) {
-        const std::string key = procs.iterators.CurKey(walk);
-        const ZELStringAtom atoms[] = {procs.atoms.NewStringAtom(key.c_str()),
-                                       procs.atoms.NewStringAtom((key + "[0].w").c_str())};
-        const ZELInstance found = procs.dicts.Get(clone, atoms[0]);
-        EXPECT_EQ(
-            "k" + std::to_string(static_cast<int>(procs.numbers.Get(procs.arrays.GetAt(found, 1)))),
-            key);
-        EXPECT_STREQ(procs.strings.Get(procs.dicts.DeepGet(clone, atoms[1])), "v");
-        procs.dicts.Put(clone, atoms[0], found);
-        for (const ZELStringAtom atom : atoms) procs.atoms.DeleteStringAtom(atom);
+      for (; !zel.iterators.IsDone(walk); zel.iterators.Next(walk), ++keys) {
+        const std::string key = zel.iterators.CurKey(walk);
+        const ZELInstance found = zel.dicts.Get(clone, zel.Atom(key));
+        const double number = zel.numbers.Get(zel.arrays.GetAt(found, 1));
+        EXPECT_EQ("own" + std::to_string(static_cast<int>(number)), key);
+        const ZELInstance deep = zel.dicts.DeepGet(clone, zel.Atom(key + "[0].w"));
+        EXPECT_STREQ(zel.strings.Get(deep), "v");
+        EXPECT_EQ(zel.dicts.DeepGet(clone, zel.Atom(key + "x")), nullptr);
+        zel.dicts.Put(clone, zel.Atom(key), found);
       }
       EXPECT_EQ(keys, count);
-      for (const ZELInstance held : {walk, clone, both[1], both[0]}) procs.containers.Release(held);
     };
     round();
     const zelhost::Counts live = host.Live();
     round();
     EXPECT_EQ(ToString(host.Live()), ToString(live)) << "method tables that grow";
   }
-
-  for (const ZELInstance instance : kept) procs.containers.Release(instance);
   EXPECT_EQ(host.TakeReports(), Reports());
   host.Stop();
-  g_copies.clear();
+  LooseAtoms::copies.clear();
 }
 
 }  // namespace

@@ -4,7 +4,7 @@ import pytest
 
 import zelutils
 
-# What the library caches (method tables, fixed atoms) stays until it stops.
+# Caches of the library (method tables, fixed atoms) stay until it stops.
 COUNTED = ("instances", "instance_references", "shared_buffers")
 
 

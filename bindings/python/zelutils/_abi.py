@@ -130,7 +130,7 @@ STREAM_METHODS = {
     "Seek": ("ZELPositionableStreamSeekProc", PYFUNCTYPE(Error, Instance, c_uint32, c_uint32)),
 }
 
-# What GetType answers.
+# The answers of GetType.
 NUMBER, STRING, UNICODE_STRING, BIN_DATA, RAW_POINTER, ARRAY, DICT = range(1, 8)
 
 

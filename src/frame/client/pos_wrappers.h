@@ -61,7 +61,7 @@ class CPOSObject {
 // the source is empty, a quiet downcast makes an empty wrapper and any other raises "downcast from
 // CPOSObject to CPOS... failed".
 //
-// `New` raises when the object cannot be made. What was just made is not asked for its kind.
+// `New` raises when the object cannot be made. A value just made is not asked for its kind.
 
 class CPOSNumber : public CPOSObject {
  public:

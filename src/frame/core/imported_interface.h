@@ -7,7 +7,7 @@
 
 namespace ZEL_T_NMT {
 
-// The procedure under a triple. Where there is none, an error with an empty message is raised in
+// The procedure under a triple. Without one, an error with an empty message is raised in
 // strict mode, and null returned otherwise.
 ZELProc FindProcedure(const char* interfaceName, const char* method, const char* procType);
 

@@ -1,4 +1,5 @@
-// The loader's notices. What it calls runs before the destructors of the process-wide objects.
+// The loader's notices. Functions that it calls run before the destructors of the process-wide
+// objects.
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
 #include <windows.h>

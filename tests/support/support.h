@@ -1,5 +1,5 @@
-// What the tests through the boundary share: a started library with its procedures, a check after
-// each test that the host has everything back, a folder for files.
+// Common parts of the tests through the boundary: a started library with its procedures, a check
+// after each test that the host has everything back, a folder for files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -81,22 +81,18 @@ struct HostHolder {
   StartedHost host;
 };
 
-class LibraryTest : public ::testing::Test, protected HostHolder, protected Procedures {
- protected:
-  LibraryTest() : Procedures(host) {}
-  void TearDown() override {
-    GiveBack();
-    EXPECT_EQ(host.Reports(), std::vector<std::string>()) << "not expected";
-    host.Stop();
-    EXPECT_EQ(ToString(host.Live()), "nothing");
-    EXPECT_TRUE(host.Leaks().empty());
-  }
+// The procedures of a started library, and what has been made with them until it is given back.
+class Library : public Procedures {
+ public:
+  explicit Library(zelhost::Host& started) : Procedures(started) {}
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+  ~Library() { GiveBack(); }
 
-  // Takes a reference that the test gives back at its end.
+  // Takes a reference that is given back in the end.
   ZELInstance Keep(ZELInstance instance) {
     EXPECT_NE(containers.AddRef(instance), 0);
-    kept_.push_back(instance);
-    return instance;
+    return kept_.emplace_back(instance);
   }
   ZELInstance Parse(const std::string& text) {
     return Keep(statics.CreateFromText(text.c_str(), nullptr));
@@ -105,16 +101,51 @@ class LibraryTest : public ::testing::Test, protected HostHolder, protected Proc
   ZELInstance NewString(const std::string& text) {
     return Keep(strings.NewPOSString(text.c_str()));
   }
+  ZELInstance NewBinData(const char* type, const std::string& bytes) {
+    return Keep(
+        binData.NewPOSBinData(type, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+  }
   ZELStringAtom Atom(const std::string& text) {
-    keptAtoms_.push_back(atoms.NewStringAtom(text.c_str()));
-    return keptAtoms_.back();
+    return keptAtoms_.emplace_back(atoms.NewStringAtom(text.c_str()));
+  }
+  // A stream in memory that stands before these bytes.
+  ZELInstance NewStream(const std::string& bytes) {
+    ZELInstance stream = nullptr;
+    EXPECT_EQ(streams.NewPositionableMemoryStream(&stream), nullptr);
+    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    onStream.Rewind(stream);
+    return Keep(stream);
+  }
+  // All that is in a stream, which stands behind it then.
+  std::string Contents(ZELInstance stream) {
+    std::string bytes(std::size_t{1} << 20, ' ');
+    std::uint32_t count = 0;
+    onStream.Rewind(stream);
+    onStream.Read(stream, &count, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    return bytes.substr(0, count);
   }
   void GiveBack() {
     for (ZELInstance instance : std::exchange(kept_, {})) containers.Release(instance);
     for (ZELStringAtom atom : std::exchange(keptAtoms_, {})) atoms.DeleteStringAtom(atom);
   }
 
-  // What was reported since the last call, which must be just this.
+ private:
+  std::vector<ZELInstance> kept_;
+  std::vector<ZELStringAtom> keptAtoms_;
+};
+
+class LibraryTest : public ::testing::Test, protected HostHolder, protected Library {
+ protected:
+  LibraryTest() : Library(host) {}
+  void TearDown() override {
+    GiveBack();
+    EXPECT_EQ(host.Reports(), std::vector<std::string>()) << "not expected";
+    host.Stop();
+    EXPECT_EQ(ToString(host.Live()), "nothing");
+    EXPECT_TRUE(host.Leaks().empty());
+  }
+
+  // The reports since the last call, which must be just these.
   void ExpectReports(const std::vector<std::string>& reports) {
     EXPECT_EQ(host.TakeReports(), reports);
   }
@@ -129,10 +160,6 @@ class LibraryTest : public ::testing::Test, protected HostHolder, protected Proc
     }
     ExpectReports({report});
   }
-
- private:
-  std::vector<ZELInstance> kept_;
-  std::vector<ZELStringAtom> keptAtoms_;
 };
 
 }  // namespace zeltest

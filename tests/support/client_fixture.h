@@ -1,4 +1,4 @@
-// What the tests that reach the library through the typed client share.
+// Common parts of the tests that reach the library through the typed client.
 #pragma once
 
 #include <zelutils/client.hpp>
@@ -39,5 +39,21 @@ class ClientTest : public LibraryTest {
 
   zelutils::Client client{host};
 };
+
+// The same with a folder, in which temporary files are made.
+class FilesTest : public ClientTest {
+ protected:
+  zelutils::Stream NewStream(const char* mode = "w+b") {
+    return client.NewTempFileStream("pre", "ext", mode);
+  }
+  // A failure of the utilities directory, as Failure() has it.
+  static std::string DirFailure(const char* message, int number) {
+    return std::string("ZELUtilsDir: ZELUtilsDirImpl::") + message + " (" + std::to_string(number) +
+           ")";
+  }
+
+  TempFolder folder;
+};
+using Paths = std::set<std::filesystem::path>;
 
 }  // namespace zeltest

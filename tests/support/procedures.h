@@ -1,6 +1,8 @@
 // The procedures of the host and of the library, typed, by interface and method.
 #pragma once
 
+#include <string_view>
+
 #include "zelhost/host.h"
 #include "zelutils/table.hpp"
 
@@ -15,6 +17,15 @@ zelutils::Table<Interface> Import(const zelhost::Host& host,
     return host.Find<ZELProc>(interfaceName, method, procType);
   });
   return table;
+}
+
+// Puts a procedure in the place of the one that the interface has.
+template <typename Interface, typename Procedure>
+void Replace(zelhost::Host& host, std::string_view method, Procedure procedure) {
+  for (const zelutils::Method& row : Interface::kMethods) {
+    if (row.name != method) continue;
+    host.Register(Interface::kName, row.name, row.procType, reinterpret_cast<ZELProc>(procedure));
+  }
 }
 
 struct CoreProcedures {
