@@ -23,8 +23,8 @@ struct Findings {
 };
 inline Findings g_findings;
 
-// Starts the layer in a host; `words` are added to those of the variable. The services of the host may
-// be changed between the construction and the start.
+// Starts the layer in a host; `words` are added to those of the variable. The services of the host
+// may be changed between the construction and the start.
 class CheckedHost {
  public:
   CheckedHost() {
