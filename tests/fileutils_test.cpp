@@ -13,7 +13,6 @@
 namespace {
 
 using namespace zelutils;
-using zeltest::kIsWindows, zeltest::Paths;
 namespace fs = std::filesystem;
 
 #if !defined(_WIN32)

@@ -7,6 +7,7 @@
 #include "frame/client/pos_wrappers.h"
 #include "frame/core/core_interfaces.h"
 #include "frame/core/error.h"
+#include "frame/link/lazy_terminate.h"
 #include "frame/object/client_stream.h"
 #include "frame/object/guard.h"
 #include "frame/object/registry.h"
@@ -177,6 +178,20 @@ TEST_F(FrameTest, DowncastsKeepOrRefuseWithoutLosingAReference) {
   EXPECT_EQ(Raised([&] { array.Append(CPOSObject()); }), "CPOSArray::Append failed");
   EXPECT_EQ(Raised([&] { dict.Put("n", CPOSObject()); }), "CPOSDict::Put failed");
   EXPECT_EQ(host.TakeReports(), std::vector<std::string>(2, "invalid container"));
+}
+
+TEST_F(FrameTest, AnElementThatCannotBeginFailsTheStart) {
+  const zelhost::LibraryEntryPoints library = {&ZELUtilsGetVersion, &ZELUtilsInitialize,
+                                               &ZELUtilsTerminate};
+  host.Stop();
+  struct Failing : LazyTerminate {
+    bool Initialize() override { ZELRaise("no start", "ZEL"); }
+  };
+  {
+    const Failing element;
+    EXPECT_THROW(host.Start(library), zelhost::HostError);
+  }
+  host.Start(library);
 }
 
 TEST_F(FrameTest, ANodeThatDoesNotFitIn32BitsIsRefused) {

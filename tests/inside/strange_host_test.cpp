@@ -267,6 +267,48 @@ TEST_F(StrangeHostTest, ABufferWithoutBytesIsNoBuffer) {
   EXPECT_EQ(host.TakeReports(), Reports());
 }
 
+// A procedure that somebody has put over the library's own, and that passes the wrong handle on.
+template <typename Proc>
+struct Mistaken;
+template <typename Result, typename... Arguments>
+struct Mistaken<Result (*)(ZELInstance, Arguments...)> {
+  static inline Result (*original)(ZELInstance, Arguments...) = nullptr;
+  static Result Call(ZELInstance, Arguments... arguments) {
+    return original(nullptr, arguments...);
+  }
+};
+
+TEST_F(StrangeHostTest, AReportOfAForeignProcedureEndsTheWriting) {
+  const auto check = [&]<typename Interface, typename Proc>(Proc Interface::*slot,
+                                                            const char* method, const char* value,
+                                                            const char* name) {
+    SCOPED_TRACE(name);
+    Start();
+    {
+      zeltest::Library zel(host);
+      const ZELInstance written = zel.Parse(value);
+      const ZELInstance streamer = zel.Keep(zel.streamers.NewPOSStreamer());
+      Mistaken<Proc>::original = zeltest::Import<Interface>(host).*slot;
+      zeltest::Replace<Interface>(host, method, &Mistaken<Proc>::Call);
+      host.ChangeUnregisterCount();
+      EXPECT_EQ(zel.streamers.Serialize(streamer, zel.NewStream(""), written, nullptr), 0);
+      EXPECT_EQ(host.TakeReports().back(), name + std::string(" failed"));
+    }
+    host.Stop();
+  };
+  using zelutils::ArrayInterface, zelutils::DictInterface, zelutils::DictIteratorInterface;
+  check(&DictIteratorInterface::Begin, "Begin", "<k 1>", "CPOSDictIterator::Begin");
+  check(&DictIteratorInterface::Next, "Next", "<k 1>", "CPOSDictIterator::Next");
+  check(&DictIteratorInterface::IsDone, "IsDone", "<k 1>", "CPOSDictIterator::IsDone");
+  check(&DictIteratorInterface::CurKey, "CurKey", "<k 1>", "CPOSDictIterator::CurKey");
+  check(&DictInterface::Get, "Get", "<k 1>", "CPOSDict::Get");
+  check(&ArrayInterface::Count, "Count", "[1]", "CPOSArray::Count");
+  check(&ArrayInterface::GetAt, "GetAt", "[1]", "CPOSArray::GetAt subscript");
+  check(&zelutils::NumberInterface::Get, "Get", "1", "CPOSNumber::Get");
+  check(&zelutils::StringInterface::Get, "Get", "a", "CPOSString::Get");
+  check(&zelutils::UnicodeStringInterface::Get, "Get", "`0041`", "CPOSUnicodeString::Get");
+}
+
 // A host that does not intern: each text that it gives has an address of its own, and one that
 // begins with "own" gets a new atom each time.
 struct LooseAtoms {

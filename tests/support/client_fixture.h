@@ -43,6 +43,8 @@ class ClientTest : public LibraryTest {
 // The same with a folder, in which temporary files are made.
 class FilesTest : public ClientTest {
  protected:
+  using Paths = std::set<std::filesystem::path>;
+  static constexpr bool kIsWindows = zeltest::kIsWindows;
   zelutils::Stream NewStream(const char* mode = "w+b") {
     return client.NewTempFileStream("pre", "ext", mode);
   }
@@ -54,6 +56,5 @@ class FilesTest : public ClientTest {
 
   TempFolder folder;
 };
-using Paths = std::set<std::filesystem::path>;
 
 }  // namespace zeltest
