@@ -31,7 +31,7 @@ def test_writing(value, text, indented):
 
 @pytest.mark.parametrize("value, place", [
     ([{"a": BinData("t", b"")}], r"\[0\]\.a: .*BinData"), ({"a": [1, "x" * 101]}, r"a\[1\]: .*101"),
-    ([float("nan")], r"\[0\]: .*nan"), (1e300, "the value: "), ([")" * 51], r"\[0\]: .*102"),
+    ([float("nan")], r"\[0\]: .*nan"), ({"a": [None]}, r"a\[0\]: .*NoneType"), (1e300, "the value: "), ([")" * 51], r"\[0\]: .*102"),
     ({"k" * 101: 1}, "k: "), ([UnicodeString("x" * 101)], r"\[0\]: .*101"),
 ])
 def test_what_the_syntax_cannot_say(value, place):
@@ -39,11 +39,13 @@ def test_what_the_syntax_cannot_say(value, place):
         zelutils.dumps(value)
 
 
-@pytest.mark.parametrize("text, line, column", [
-    ("[1 2", 1, 5), ("[1\n é >", 2, 2), ("", 1, 1), ("<a>", 1, 4), ("[1]\0", 1, 4),
+@pytest.mark.parametrize("text, line, column, said", [
+    ("[1 2", 1, 5, "at the end"), ("[1\n é >", 2, 2, "before 'é >'"), ("", 1, 1, "at the end"),
+    ("<a>", 1, 4, "at the end"), ("[1]\0", 1, 4, r"before '\\x00'"), ('{"a": 1}', 1, 1, """before '{"a": 1}'"""),
 ])
-def test_what_is_no_text(text, line, column):
-    with pytest.raises(zelutils.ParseError, match="line %d, column %d" % (line, column)) as raised:
+def test_what_is_no_text(text, line, column, said):
+    expected = "line %d, column %d: this is no value; reading stopped %s" % (line, column, said)
+    with pytest.raises(zelutils.ParseError, match=expected) as raised:
         zelutils.loads(text)
     assert (raised.value.line, raised.value.column) == (line, column)
 
@@ -96,6 +98,18 @@ def test_files(tmp_path):
     with pytest.raises(ValueError):
         zelutils.store_file(["a\0"], stream)
     assert zelutils.parse_file(stream) == value and sorted(os.listdir(tmp_path)) == ["v.pos", "v.zel"]
+    # Permissions and links stay; what is no regular file is written to.
+    stream.chmod(0o640)
+    os.symlink("v.zel", tmp_path / "link")
+    zelutils.store_file([1], tmp_path / "link")
+    assert zelutils.parse_file(stream) == [1] and stream.stat().st_mode & 0o777 == 0o640
+    assert (tmp_path / "link").is_symlink()
+    os.mkfifo(tmp_path / "pipe")
+    pipe = os.open(tmp_path / "pipe", os.O_RDONLY | os.O_NONBLOCK)
+    zelutils.store_file([1], tmp_path / "pipe")
+    assert os.read(pipe, 999) == zelutils.to_stream([1])
+    os.close(pipe)
+    assert sorted(os.listdir(tmp_path)) == ["link", "pipe", "v.pos", "v.zel"]
 
 
 def test_temporary_files():
@@ -158,6 +172,17 @@ def test_callbacks():
     with pytest.raises(KeyError, match="of a callback"):
         schema.validate(pages, "Book")
 
+    # One that validates within, after another has raised, and puts another into its own place.
+    def inner(width):
+        schema.register("Width", lambda _: "inner")
+        return schema.validate(width, "Width")[0].message
+
+    schema.register("Width", inner)
+    with pytest.raises(KeyError, match="of a callback"):
+        schema.validate({"title": "t", "pages": [{"width": 12}, {"width": 12}]}, "Book")
+    schema.register("Width", inner)
+    assert [f.message for f in schema.validate(12, "Width")] == ["inner"]
+
 
 def run(*arguments):
     return subprocess.run([sys.executable, "-m", "zelutils", *map(str, arguments)],
@@ -166,14 +191,18 @@ def run(*arguments):
 
 def test_command_line(tmp_path):
     files = {"book.pos": "<title (A book) pages [<width 5>]>", "schema.pos": SCHEMA, "bad.pos": "[1 }",
-             "faulty.pos": "<T <category nonsense>>"}
+             "faulty.pos": "<T <category nonsense>>", "list.pos": "[1 <a [2]>]",
+             "long.pos": "[[%s]]" % (30 * "word ")}
     for name, text in files.items():
         (tmp_path / name).write_text(text)
     book, schema = tmp_path / "book.pos", tmp_path / "schema.pos"
     for arguments, status, output in [
             (("get", book, "pages[0].width", "title"), 0, "5\n(A book)\n"),
             (("get", "--raw", book, "title"), 0, "A book\n"),
-            (("get", book, ""), 0, "<\n  pages [\n    <\n      width 5\n    >\n  ]\n  title (A book)\n>\n"),
+            (("get", book, ""), 0, "<pages [<width 5>] title (A book)>\n"),
+            (("get", tmp_path / "list.pos", "[1].a[0]", "[0]"), 0, "2\n1\n"),
+            (("get", tmp_path / "long.pos", "[0]"), 0, "[\n  %s\n]\n" % "\n  ".join(["word"] * 30)),
+            (("validate", schema, "Nope", book), 2, ""), (("get", tmp_path / "list.pos", "[2]"), 1, ""),
             (("get", book, "nowhere"), 1, ""),
             (("get", tmp_path / "bad.pos", ""), 2, ""), (("get", tmp_path / "none", ""), 2, ""),
             (("validate", schema, "Book", book), 1,
@@ -182,4 +211,4 @@ def test_command_line(tmp_path):
             (("validate", tmp_path / "faulty.pos", "T", book), 2, "")]:
         done = run(*arguments)
         assert (done.returncode, done.stdout) == (status, output), done.stderr
-        assert bool(done.stderr) == (status == 2 or arguments[-1] == "nowhere")
+        assert bool(done.stderr) == (status == 2 or not output and status == 1)

@@ -65,14 +65,19 @@ def test_changes_are_made_in_place():
     shared.append(3)
     assert len(book["pages"]) == 3
     assert book.deep_get("nowhere[1]", "default") == "default"
+    rows = zelutils.from_python([[1, {"a": [2]}]])
+    for path, found in [("[0][1].a[0]", 2), ("[0][0]", 1), ("[0]", [1, {"a": [2]}]), ("[1]", None), ("a", None),
+                        ("[0][0].a", None), ("[0][1].b", None), ("[0]x", None), ("", None)]:
+        assert rows.deep_get(path) == found, path
     assert "title" in book and "titl" not in book and 5 not in book
     del book["again"]
     with pytest.raises(KeyError):
         del book["again"]
     with pytest.raises(KeyError):
         book["again"]
-    with pytest.raises(IndexError):
-        pages[3]
+    for index, kind in [(3, IndexError), (-4, IndexError), ("b", TypeError), (1.5, TypeError)]:
+        with pytest.raises(kind):
+            pages[index]
     assert bool(zelutils.from_python({})) is False and bool(book) is True
     assert copy.copy(pages) == pages and copy.copy(pages)[0]._handle == pages[0]._handle
 
@@ -85,6 +90,11 @@ def test_an_iteration_survives_changes():
     array = zelutils.from_python([1, 2])
     grown = [array.append(member) or member for member in array if len(array) < 5]
     assert grown == [1, 2, 1] and len(array) == 5
+    holder = zelutils.from_python({"a": [1, 2]})
+    holder["a"].extend(holder["a"])
+    holder["a"] += holder["a"][:1]
+    holder["a"][1:1] = holder["a"]
+    assert holder["a"] == [1, 1, 2, 1, 2, 1, 2, 1, 2, 1]
 
 
 def random_value(source, depth):
@@ -186,6 +196,7 @@ def test_a_value_that_contains_itself_is_told():
     cycle.append(cycle)
     with pytest.raises(zelutils.Error, match="nesting too deep"):
         copy.deepcopy(cycle)
+    assert "nesting too deep" in repr(cycle)
     cycle.clear()
 
 
@@ -195,6 +206,8 @@ def test_empty_slots():
     session = live._session
     session._arrays.SetAt(live["a"]._handle, 3, live["a"]._handle)
     assert live["a"][2] is None
-    with pytest.raises(TypeError):
-        live["a"][1:2] = [5]
+    for change in (lambda a: a.__setitem__(slice(1, 2), [5]), lambda a: a.insert(0, 5)):
+        with pytest.raises(TypeError):
+            change(live["a"])
+        assert [member is None for member in live["a"]] == [False, False, True, False]
     live["a"].clear()

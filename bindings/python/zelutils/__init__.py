@@ -17,6 +17,7 @@ and where the system keeps its libraries.
 from __future__ import annotations
 
 import os as _os
+import secrets as _secrets
 from typing import IO as _IO
 from typing import Any as _Any
 
@@ -64,15 +65,36 @@ def dump(value: _Any, file: _IO[_Any], indent: int | None = None) -> None:
 
 
 def store_file(value: _Any, path: str | _os.PathLike[str]) -> None:
-    """Writes a value as a stream to a path: whole or not at all, through a file beside it."""
-    beside = "%s.%d.tmp" % (path, _os.getpid())
+    """Writes a value as a stream to a path: whole or not at all, through a file beside it.
+
+    The file is on the disk when the call returns; it keeps its permissions, and links that lead to
+    it stay. What is no regular file, such as a pipe, is written to directly.
+    """
+    data = to_stream(value)
+    target = _os.path.realpath(path)
+    if _os.path.exists(target) and not _os.path.isfile(target):
+        with open(target, "wb") as file:
+            file.write(data)
+        return
+    mode = _os.stat(target).st_mode & 0o777 if _os.path.exists(target) else None
+    beside = _os.path.join(_os.path.dirname(target), ".zel%s.tmp" % _secrets.token_hex(8))
+    flags = _os.O_WRONLY | _os.O_CREAT | _os.O_EXCL | getattr(_os, "O_BINARY", 0)
+    # Until it has the old file's permissions, only its owner may look into it.
+    descriptor = _os.open(beside, flags, 0o666 if mode is None else 0o600)
     try:
-        with open(beside, "xb") as file:
-            file.write(to_stream(value))
+        with open(descriptor, "wb") as file:
+            file.write(data)
             file.flush()
             _os.fsync(file.fileno())
-        _os.replace(beside, path)
+        if mode is not None:
+            _os.chmod(beside, mode)
+        _os.replace(beside, target)
     except BaseException:
-        if _os.path.exists(beside):
-            _os.unlink(beside)
+        _os.unlink(beside)
         raise
+    if _os.name == "posix":
+        folder = _os.open(_os.path.dirname(target), _os.O_RDONLY)
+        try:
+            _os.fsync(folder)
+        finally:
+            _os.close(folder)

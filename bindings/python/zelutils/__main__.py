@@ -3,15 +3,20 @@
 import argparse
 import sys
 
-from . import Dict, Error, ParseError, Schema, Value, dumps, parse_file
+from . import Error, ParseError, Schema, Value, dumps, parse_file
+
+_LINE_WIDTH = 96  # what fits stands on one line
 
 
 def _read(path):
     try:
         return parse_file(path)
     except ParseError as error:
-        raise SystemExit(_fail("%s:%d:%d: this is no value" % (path, error.line, error.column)))
-    except (OSError, Error) as error:
+        raise SystemExit(_fail(
+            "%s:%d:%d: %s" % (path, error.line, error.column, error.explanation)))
+    except OSError as error:
+        raise SystemExit(_fail("%s: %s" % (path, error.strerror or error)))
+    except Error as error:
         raise SystemExit(_fail("%s: %s" % (path, error)))
 
 
@@ -24,19 +29,20 @@ def get(options):
     value = _read(options.file)
     for path in options.paths:
         found = value if path == "" else (
-            value.deep_get(path) if isinstance(value, Dict) else None)
+            value.deep_get(path) if isinstance(value, Value) else None)
         if found is None:
-            return _fail("%s: nothing at %s" % (options.file, path)) and 1
+            return _fail('%s: nothing at "%s"' % (options.file, path)) and 1
         if options.raw and not isinstance(found, Value):
             print(found)
         else:
-            print(dumps(found, 2))
+            text = dumps(found)
+            print(text if len(text) <= _LINE_WIDTH else dumps(found, 2))
     return 0
 
 
 def validate(options):
     schema = Schema(_read(options.schema))
-    faults = schema.check()
+    faults = list(dict.fromkeys(schema.check()))
     for fault in faults:
         _fail("%s: %s: %s" % (options.schema, fault.path, fault.message))
     if faults:
@@ -44,6 +50,8 @@ def validate(options):
     wrong = False
     for path in options.files:
         for finding in schema.validate(_read(path), options.type):
+            if finding.text == "Schema not applicable, no definition for " + options.type:
+                return _fail('%s: no type "%s"' % (options.schema, options.type))
             wrong = True
             print("%s: %s: %s" % (path, finding.path, finding.message) if finding.path
                   else "%s: %s" % (path, finding.message))

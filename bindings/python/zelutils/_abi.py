@@ -18,7 +18,7 @@ MessageProc = ctypes.CFUNCTYPE(None, c_char_p)
 CallbackProc = ctypes.CFUNCTYPE(c_int32, c_void_p, c_uint32, c_void_p, c_void_p)
 
 # Interface -> (method, procedure type, result, arguments) of what this package calls.
-INTERFACES = {
+INTERFACES: dict[str, list[tuple[str, str, typing.Any, tuple[typing.Any, ...]]]] = {
     "ZELContainerInterface": [
         ("AddRef", "ZELAddRefContainerV2Proc", c_int32, (Instance,)),
         ("Release", "ZELReleaseContainerProc", None, (Instance,)),

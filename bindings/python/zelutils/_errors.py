@@ -20,7 +20,8 @@ class Error(Exception):
 class ParseError(Error, ValueError):
     """A text is not in the text syntax.
 
-    ``position`` counts bytes of the text (UTF-8) from 0; ``line`` and ``column`` count from 1.
+    ``position`` counts bytes of the text (UTF-8) from 0; ``line`` and ``column`` count from 1, columns
+    in bytes too. ``explanation`` is the message without the place.
     """
 
     def __init__(self, text: bytes, position: int):
@@ -28,7 +29,10 @@ class ParseError(Error, ValueError):
         self.position = position
         self.line = before.count(b"\n") + 1
         self.column = position - (before.rfind(b"\n") + 1) + 1
-        super().__init__("line %d, column %d: this is no value" % (self.line, self.column))
+        after = text[position:].decode("utf-8", "replace")
+        self.explanation = "this is no value; reading stopped " + (
+            "before %r" % after[:10] if after else "at the end of the text")
+        super().__init__("line %d, column %d: %s" % (self.line, self.column, self.explanation))
 
 
 class StreamError(Error, OSError):

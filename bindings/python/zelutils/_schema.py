@@ -58,7 +58,8 @@ class Schema:
             self._schema = _values.Value(session, handle)
             self._validator = _values.Value(
                 session, session._struct_validators.NewPOSStructValidator(handle))
-        self._callbacks: dict[str, Any] = {}  # what the library calls must stay alive
+        # What the library calls must stay alive, also what is replaced while it runs.
+        self._callbacks: list[Any] = []
         self._raised: BaseException | None = None
 
     def check(self) -> list[Finding]:
@@ -95,7 +96,7 @@ class Schema:
             session._struct_validators.RegisterCallbackProc(
                 self._validator._handle, atom, callback, None)
             session._check("register")
-        self._callbacks[type_name] = callback
+        self._callbacks.append(callback)
 
     def _answer(self, function, value, buffer):
         session = self._session
@@ -112,11 +113,11 @@ class Schema:
         return 0
 
     def _collect(self, call):
-        lines = []
+        lines: list[bytes] = []
         report = _abi.MessageProc(lines.append)
-        self._raised = None
+        outer, self._raised = self._raised, None  # a callback may validate too
         conforms = call(report)
-        raised, self._raised = self._raised, None
+        raised, self._raised = self._raised, outer
         if raised is not None:
             self._session._host.take_reports()
             raise raised

@@ -142,7 +142,7 @@ class Session:
         with self._atom(name.encode()) as method, self._atom(proc_type.encode()) as kind:
             self._raise_error_object(
                 self._containers.GetMethod(ctypes.byref(found), instance, method, kind, 0))
-        return prototype(found.value)
+        return prototype(self._require(found.value))
 
 
 def _sentence(reports):

@@ -52,7 +52,7 @@ class _Stream:
     def write(self, data: bytes) -> int:
         """Writes bytes at the present position and returns how many."""
         handle = self._open()
-        data = bytes(data)
+        data = _values.bytes_of(data)
         for start in range(0, len(data), _PIECE):
             piece = data[start:start + _PIECE]
             self._checked(self._write(handle, piece, len(piece)))
@@ -77,6 +77,8 @@ class _Stream:
 
     def seek(self, position: int) -> None:
         """Goes to a position in bytes from the start."""
+        if not 0 <= position < 1 << 32:
+            raise ValueError("no position in a stream: %d" % position)
         self._checked(self._seek(self._open(), position, 0))
 
     def tell(self) -> int:

@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import collections.abc
 import ctypes
 import decimal
+import numbers
 import re
 from typing import Any
 
@@ -12,6 +14,7 @@ from ._errors import ParseError
 from ._session import Session, default_session
 
 _WORD = re.compile(rb"[A-Za-z_][A-Za-z0-9_]*\Z")
+_NO_ARRAYS = (str, bytes, bytearray, memoryview)
 LENGTH_LIMIT = 100  # bytes of a string, a word or a number; units of a Unicode string
 
 
@@ -22,7 +25,7 @@ def loads(text: str | bytes, session: Session | None = None) -> Any:
     """
     session = session or default_session()
     session._enter()
-    data = _values.encode_text(text) if isinstance(text, str) else bytes(text)
+    data = _values.encode_text(text) if isinstance(text, str) else _values.bytes_of(text)
     if b"\0" in data:
         raise ParseError(data, data.index(b"\0"))
     source = ctypes.create_string_buffer(data)
@@ -48,19 +51,17 @@ def dumps(value: Any, indent: int | None = None) -> str:
 
 
 def _write(parts, value, path, indent, depth):
-    if isinstance(value, (_values.Array, _values.Dict)):
-        value = {k: value[k] for k in value} if isinstance(value, _values.Dict) else list(value)
     if depth > _values.NESTING_LIMIT:
         raise ValueError("nesting too deep")
-    if isinstance(value, (list, tuple)):
+    if isinstance(value, collections.abc.Sequence) and not isinstance(value, _NO_ARRAYS):
         parts.append("[")
         for index, member in enumerate(value):
             _separate(parts, index, indent, depth + 1)
             _write(parts, member, "%s[%d]" % (path, index), indent, depth + 1)
         _close(parts, "]", bool(value), indent, depth)
-    elif isinstance(value, dict):
+    elif isinstance(value, collections.abc.Mapping):
         parts.append("<")
-        for index, key in enumerate(sorted(value, key=_values.encode_text)):
+        for index, key in enumerate(sorted(value, key=_key_bytes)):
             _separate(parts, index, indent, depth + 1)
             where = "%s.%s" % (path, key) if path else key
             parts.append(_string(_values.encode_text(key), where) + " ")
@@ -68,6 +69,10 @@ def _write(parts, value, path, indent, depth):
         _close(parts, ">", bool(value), indent, depth)
     else:
         parts.append(_scalar(value, path or "the value"))
+
+
+def _key_bytes(key):
+    return _values.encode_text(_values._key_text(key))
 
 
 def _separate(parts, index, indent, depth):
@@ -86,7 +91,7 @@ def _close(parts, bracket, has_members, indent, depth):
 def _scalar(value, where):
     if isinstance(value, bool):
         return "true" if value else "false"
-    if isinstance(value, (int, float)):
+    if isinstance(value, numbers.Real):
         return _number(value, where)
     if isinstance(value, _values.UnicodeString):
         return _unicode_string(value, where)

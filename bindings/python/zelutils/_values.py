@@ -21,13 +21,18 @@ from __future__ import annotations
 import collections.abc
 import ctypes
 import numbers
+import operator
+import re
 import sys
-from typing import Any, Iterator
+from typing import Any, Iterable, Iterator
 
 from . import _abi
+from ._errors import Error
 from ._session import Session, default_session
 
 NESTING_LIMIT = 512
+# At the front of a path; ASCII digits alone.
+_SUBSCRIPT = re.compile(r"\[([0-9]+)\](.*)", re.DOTALL)
 
 
 class UnicodeString(str):
@@ -55,7 +60,7 @@ class BinData:
 
     def __init__(self, type_name: str, data: bytes):
         self._type_name = type_name
-        self._data = bytes(data)
+        self._data = bytes_of(data)
 
     @property
     def type_name(self) -> str:
@@ -89,6 +94,11 @@ class RawPointer:
         return "RawPointer(0x%x)" % self.address
 
 
+def bytes_of(data):
+    """A copy of what holds bytes; of a number, `bytes` would make as many zeros."""
+    return bytes(memoryview(data))
+
+
 def encode_text(text):
     """The bytes of a str as the library holds them."""
     return text.encode("utf-8", "surrogateescape")
@@ -102,6 +112,11 @@ class Value:
     """An array or a dictionary of the library, held by one reference."""
 
     __slots__ = ("_session", "_handle", "__weakref__")
+    _PLAIN: tuple[type, ...] = ()
+
+    @staticmethod
+    def _new(session: Session) -> Any:
+        raise NotImplementedError
 
     def __init__(self, session, handle):
         """Takes a reference of its own to a handle that a procedure has returned."""
@@ -140,12 +155,35 @@ class Value:
         """A copy in plain Python objects, list and dict."""
         return to_python(self)
 
+    def deep_get(self, path: str, default: Any = None) -> Any:
+        """The value at a path such as ``pages[0].width``, or ``[2].width`` from an array; `default`
+        where it leads nowhere."""
+        value: Any = self
+        while isinstance(value, Array):
+            match = _SUBSCRIPT.match(path)
+            if not match or int(match[1]) >= len(value):
+                return default
+            value, path = value[int(match[1])], match[2]
+            if not path:
+                return default if value is None else value
+        if not isinstance(value, Dict):
+            return default
+        session = self._session
+        session._enter()
+        with session._atom(encode_text(path)) as atom:
+            handle = session._dicts.DeepGet(value._handle, atom)
+            session._check("deep_get")
+        return from_handle(session, handle) if handle else default
+
     def __repr__(self):
         return "%s(%s)" % (type(self).__name__, _short(self))
 
 
 def _short(value, limit=200):
-    text = repr(value.to_python())
+    try:
+        text = repr(value.to_python())
+    except (ValueError, Error) as error:  # it contains itself, or its session is closed
+        text = "<%s>" % error
     return text if len(text) <= limit else text[:limit - 3] + "..."
 
 
@@ -175,6 +213,7 @@ class Array(Value, collections.abc.MutableSequence):
         return self._session._arrays.Count(self._handle)
 
     def _place(self, index, end):
+        index = operator.index(index)
         place = index + end if index < 0 else index
         if not 0 <= place < end:
             raise IndexError("array index out of range")
@@ -228,6 +267,10 @@ class Array(Value, collections.abc.MutableSequence):
     def clear(self) -> None:
         del self[:]
 
+    def extend(self, values: Iterable[Any]) -> None:
+        for value in list(values):  # which may be those of this array
+            self.append(value)
+
     def append(self, value: Any) -> None:
         self._session._enter()
         with Holder(self._session, value) as handle:
@@ -237,14 +280,13 @@ class Array(Value, collections.abc.MutableSequence):
     def insert(self, index: int, value: Any) -> None:
         count = len(self)
         place = max(index + count, 0) if index < 0 else min(index, count)
-        self.append(value)
         arrays = self._session._arrays
+        if not all(arrays.GetAt(self._handle, moved) for moved in range(place, count)):
+            raise TypeError("an array with an empty slot cannot be shifted")
+        self.append(value)
         with Holder(self._session, None, arrays.GetAt(self._handle, count)) as handle:
             for moved in range(count, place, -1):
-                before = arrays.GetAt(self._handle, moved - 1)
-                if not before:
-                    raise TypeError("an array with an empty slot cannot be shifted")
-                arrays.SetAt(self._handle, moved, before)
+                arrays.SetAt(self._handle, moved, arrays.GetAt(self._handle, moved - 1))
             arrays.SetAt(self._handle, place, handle)
             self._session._check("insert")
 
@@ -314,14 +356,6 @@ class Dict(Value, collections.abc.MutableMapping):
 
     def __bool__(self):
         return next(iter(self), None) is not None
-
-    def deep_get(self, path: str, default: Any = None) -> Any:
-        """The value at a path such as ``pages[0].width``; `default` where it leads nowhere."""
-        self._session._enter()
-        with self._session._atom(encode_text(path)) as atom:
-            handle = self._session._dicts.DeepGet(self._handle, atom)
-            self._session._check("deep_get")
-        return from_handle(self._session, handle) if handle else default
 
 
 def _key_text(key):
@@ -504,7 +538,7 @@ def to_python(value):
     """A copy in plain Python objects; other objects are returned as they are."""
     if not isinstance(value, Value):
         return value
-    root = [] if isinstance(value, Array) else {}
+    root: Any = [] if isinstance(value, Array) else {}
     open_containers = [(root, _live_members(value))]
     while open_containers:
         plain, members = open_containers[-1]
