@@ -8,13 +8,18 @@
 #include <map>
 #include <ranges>
 #include <sstream>
+#include <tuple>
 #include <unordered_map>
 
 #include "client_fixture.h"
 
-#ifdef __linux__
+#ifndef _WIN32
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#endif
 
+#ifdef __linux__
 // Asked instead of the system by everything in this program: 0 or an error number.
 static std::function<int(bool isFolder)> g_onSync;
 extern "C" int fsync(int descriptor) {
@@ -99,6 +104,36 @@ TEST_F(ClientDataTest, ObjectsComeBack) {
   const Value text = client.New("text");
   EXPECT_EQ(text.As<std::string_view>(), "text");
   EXPECT_EQ(text.As<Value>(), text);
+}
+
+// The limits of every arithmetic type go in and come out, what is beyond is refused.
+TEST_F(ClientDataTest, ArithmeticTypesHaveTheirLimits) {
+  const auto isRefused = [&](auto action) { return !Thrown(action).empty(); };
+  const auto expect = [&]<typename T>(T /*type*/) {
+    using Limits = std::numeric_limits<T>;
+    constexpr bool isExact = Limits::digits <= 53;
+    for (const T number : {T{0}, T{1}, Limits::lowest(), Limits::max()}) {
+      if (isExact || number != Limits::max()) {
+        EXPECT_EQ(client.New(number).template As<T>(), number) << number;
+      } else if (Limits::is_integer) {
+        EXPECT_TRUE(isRefused([&] { client.New(number); })) << number;
+      }
+    }
+    if (!Limits::is_integer) {
+      EXPECT_EQ(client.New(0.5).template As<T>(), T(0.5));
+      return;
+    }
+    const auto reads = [&](double number) { return [=, this] { client.New(number).As<T>(); }; };
+    EXPECT_TRUE(isRefused(reads(std::ldexp(1.0, Limits::digits))) && isRefused(reads(0.5)));
+    // The next double below the lowest number.
+    const double lowest = static_cast<double>(Limits::lowest());
+    EXPECT_TRUE(isRefused(reads(std::min(lowest - 1, std::nextafter(lowest, -1e300)))));
+    EXPECT_TRUE(isRefused(reads(std::numeric_limits<double>::quiet_NaN())));
+  };
+  std::apply([&](auto... type) { (expect(type), ...); },
+             std::tuple<signed char, unsigned char, short, unsigned short, int, unsigned, long,
+                        unsigned long, long long, unsigned long long, float, double>());
+  EXPECT_EQ(client.New(0.5L).As<long double>(), 0.5L);
 }
 
 TEST_F(ClientDataTest, WhatDoesNotFitIsRefused) {
@@ -363,6 +398,22 @@ TEST_F(ClientDataTest, FilesAreReplacedWholeOrNotAtAll) {
   EXPECT_EQ(Caught([&] { client.StoreFile(folder.path / "no" / "file", book); }).Id(), ENOENT);
   EXPECT_EQ(Caught([&] { client.LoadFile(folder.path / "none"); }).Id(), ENOENT);
   EXPECT_NE(Thrown([&] { client.LoadFile(folder.path); }), "");
+#ifndef _WIN32
+  // Links stay, also one to a file that is not there yet; what is no regular file is written to.
+  std::filesystem::create_symlink("behind.zel", folder.path / "link");
+  for (const int number : {1, 2}) {
+    client.StoreFile(folder.path / "link", client.New(number));
+    EXPECT_EQ(client.LoadFile(folder.path / "behind.zel"), client.New(number));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.path / "link"));
+  }
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const int pipe = open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+  client.StoreFile(folder.path / "pipe", client.New(1));
+  std::array<char, 100> bytes{};
+  EXPECT_GT(read(pipe, bytes.data(), bytes.size()), 0);
+  EXPECT_EQ(std::string(bytes.data()).find("POSStreamerTypeA"), 0U);
+  close(pipe);
+#endif
 
   std::ofstream(file) << "<a\n 1]";
   EXPECT_EQ(Thrown([&] { client.ParseFile(file); }),

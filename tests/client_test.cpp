@@ -4,8 +4,12 @@
 #include <cerrno>
 #include <limits>
 #include <map>
+#include <new>
 #include <optional>
+#include <ranges>
+#include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 #include "client_fixture.h"
 
@@ -252,6 +256,147 @@ TEST_F(ClientTest, ValidationsAreWholeOrErrors) {
     EXPECT_EQ(error.Messages().size(), 1U);
   }
   EXPECT_TRUE(host.Reports().empty());
+}
+
+// Thrown out of a program's own functions.
+struct Thrower {};
+Value ToPos(const Client& client, const Thrower& /*object*/) {
+  const Value held = client.New("given back");
+  throw std::domain_error("of ToPos");
+}
+void FromPos(const Value& /*value*/, Thrower& /*object*/) { throw std::domain_error("of FromPos"); }
+
+// Whatever is done to objects works or throws; the address sanitizer, and the host, which counts
+// what is held, watch that it does no harm.
+TEST_F(ClientTest, HostileUseWorksOrThrows) {
+  Dict dict = client.Parse("<a [1 2 3 4] b <c 1>>").As<Dict>();
+  Array array = dict["a"].As<Array>();
+  const auto moved = [](auto object) {
+    const auto other = std::move(object);
+    return object;  // NOLINT(bugprone-use-after-move)
+  };
+  const Value noValue = moved(Value(dict));
+  Array noArray = moved(array);
+  Dict noDict = moved(dict);
+  Element noKey = moved(dict["b"]);
+  Element noIndex = moved(array[1]);
+  const zelutils::Atom noAtom = moved(zelutils::Atom(client, "a key"));
+  Stream noStream = moved(client.NewMemoryStream());
+  const Value schema = client.Parse("<T <category int>>");
+  Validator noValidator = moved(Validator(client, schema));
+  const auto noItem = moved(array.begin());
+  auto noEntry = moved(dict.begin());
+  Validator validator(client, schema);
+  const auto check = [&](const Validator::Check& own) {
+    validator.SetCheck("T", own);
+    return validator.Validate(client.New(1), "T");
+  };
+  const char* const empty = "an empty value was used";
+  const struct {
+    const char* message;
+    std::function<void()> action;
+  } rows[] = {
+      {empty, [&] { noValue.Type(); }},
+      {"the text syntax cannot say an empty slot", [&] { noValue.ToText(); }},
+      {empty, [&] { noValue["k"].As<int>(); }},
+      {"[1]: an empty value was used", [&] { noValue[1].As<int>(); }},
+      {"invalid container", [&] { array.Append(noValue); }},
+      {"", [&] { EXPECT_TRUE(noValue == noArray && !(noValue == dict)); }},
+      {empty, [&] { noArray.Append(1); }},
+      {"", [&] { EXPECT_EQ(std::ranges::distance(noArray), 0); }},
+      {empty, [&] { noDict.begin(); }},
+      {empty, [&] { noDict["k"] = 1; }},
+      {empty, [&] { noKey.As<int>(); }},
+      {empty, [&] { noKey = 1; }},
+      {empty, [&] { noKey.Remove(); }},
+      {empty, [&] { noKey[1].Find(); }},
+      {"[1]: an empty value was used", [&] { noIndex = dict["b"]; }},
+      {"[1]: an empty value was used", [&] { noIndex["k"].Find(); }},
+      {"", [&] { noKey.~Element(), new (&noKey) Element(dict["b"]); }},
+      {"null string atom", [&] { dict.Find(noAtom); }},
+      {empty, [&] { noAtom.CString(); }},
+      {empty, [&] { noStream.Write("x"); }},
+      {"the value was not written", [&] { Streamer(client).Serialize(noStream, dict); }},
+      {empty, [&] { noValidator.Validate(dict, "T"); }},
+      {empty, [&] { noValidator.SetCheck("T", nullptr); }},
+      {empty, [&] { *noItem; }},
+      {empty, [&] { *noEntry; }},
+      {empty, [&] { ++noEntry; }},
+      // An object meets itself.
+      {"", [&] { array = *&array, array = std::move(*&array); }},
+      {"", [&] { dict["b"] = dict["b"], array[0] = array[0]; }},
+      {"", [&] { array.Append(array), array.Remove(4), array.Append(array[0]), array.Remove(4); }},
+      {"", [&] { dict.Put("me", dict), dict["me"]["me"].Remove(); }},
+      {"nesting too deep; CPOSObject::Clone failed (512 times)",
+       [&] {
+         array.Append(array);
+         array.Append(array);
+         std::ostringstream stream;
+         stream << array;  // although it has 2 to the power of 512 members
+         EXPECT_LT(stream.str().size(), 100000U);
+         const auto clone = Caught([&] { array.Clone(); });
+         array.Remove(5), array.Remove(4);
+         throw Error(clone);
+       }},
+      // A container changes below its iterators.
+      {"",
+       [&] {
+         Array copy = array.Clone().As<Array>();
+         std::size_t steps = 0;
+         for (const Value& value : copy) {
+           copy.Remove(steps++);
+           EXPECT_TRUE(value);
+         }
+         EXPECT_EQ(std::tuple(steps, copy.ToText()), std::tuple(2U, "[2 4]"));
+         auto at = copy.begin() + 1;
+         copy.Remove(0), copy.Remove(0);
+         EXPECT_FALSE(*at || *copy.begin() || at != copy.end());
+       }},
+      {"",
+       [&] {
+         Dict copy = client.Parse("<a 1 b 2 c 3>").As<Dict>();
+         for (const auto& [key, value] : copy) copy.Remove(key), copy.Put("_" + key, value);
+         EXPECT_EQ(copy.ToText(), "<_a 1 _b 2 _c 3>");
+       }},
+      // Exceptions of a program's own functions.
+      {"of ToPos", [&] { dict.Put("k", Thrower()); }},
+      {"of ToPos",
+       [&] {
+         dict["k"] = {{"list", {1, Thrower()}}};
+       }},
+      {"of ToPos",
+       [&] {
+         client.New(std::map<std::string, std::vector<Thrower>>{{"k", {{}}}});
+       }},
+      {"of FromPos", [&] { array.As<std::vector<Thrower>>(); }},
+      {"of FromPos", [&] { dict["b"].As<std::map<std::string, Thrower>>(); }},
+      {"of FromPos",
+       [&] {
+         check([](const Value& value) {
+           value.As<Thrower>();
+           return std::optional<std::string>();
+         });
+       }},
+      {"7",
+       [&] {
+         try {
+           check([](const Value& /*value*/) -> std::optional<std::string> { throw 7; });
+         } catch (int thrown) {
+           throw Error(std::to_string(thrown));
+         }
+       }},
+      {"",
+       [&] {
+         const auto again = [&](const Value& value) -> std::optional<std::string> {
+           validator.SetCheck("T", [](const Value& /*value*/) { return std::optional("second"); });
+           const auto inner = validator.Validate(value, "T");
+           return "first, then " + inner.at(0);
+         };
+         EXPECT_EQ(check(again), std::vector<std::string>{"first, then second"});
+       }},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Thrown(row.action), row.message) << &row - rows;
+  EXPECT_EQ(dict.ToText(), "<a [1 2 3 4] b <c 1>>");
 }
 
 // A procedure put over the library's may give an instance that others hold and that refuses to be

@@ -1,4 +1,6 @@
 // Sessions: what they find, tell at their end, and what may outlive them.
+#include <thread>
+#include <type_traits>
 #include <zelutils/session.hpp>
 
 #include "support.h"
@@ -70,6 +72,10 @@ TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
   }
   EXPECT_NE(std::ranges::count_if(told, [](const auto& line) { return line.starts_with("still"); }),
             0);
+  told.clear();
+  std::optional<Session> later(TellingTo(told));
+  Dict dict = later->NewDict();
+  Array array = later->NewArray();
   const std::string gone = "the client that this came from has ended";
   const std::function<void()> uses[] = {
       [&] { value.Type(); },
@@ -86,6 +92,27 @@ TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
       [&] { ++entry; },
       [&] { *item; },
       [&] { value.ToText(); },
+      // Nothing of it gets into the next session.
+      [&] { array.Append(value); },
+      [&] { array.SetAt(0, value); },
+      [&] { array[0] = value; },
+      [&] { dict.Put("k", value); },
+      [&] { dict.Put(*atom, 1); },
+      [&] { dict.Find(*atom); },
+      [&] { dict.Remove(*atom); },
+      [&] { dict["k"] = *element; },
+      [&] { dict.DeepPut("k.l", value); },
+      [&] { EXPECT_FALSE(dict == value); },
+      [&] {
+        later->New({1, value});
+      },
+      [&] { Validator(*later, value); },
+      [&] { Validator::ValidateSchema(*later, value); },
+      [&] { Validator(*later, dict).Validate(value, "T"); },
+      [&] { Streamer(*later).Serialize(later->NewMemoryStream(), value); },
+      [&] { Streamer(*later).Serialize(stream, dict); },
+      [&] { Streamer(*later).Deserialize(stream); },
+      [&] { later->StoreFile("none", value); },
   };
   for (const auto& use : uses) {
     try {
@@ -96,17 +123,27 @@ TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
           << "row " << &use - uses << ": " << error.what();
     }
   }
-  // The next session has nothing to do with them.
-  told.clear();
-  {
-    Session zel(TellingTo(told));
-    Value moved = std::move(value);
-    value = zel.New(1);
-    moved = value;
-    element.reset();
-    EXPECT_THROW(Value(std::move(value)).As<std::string>(), TypeError);
+  EXPECT_EQ(dict.ToText() + array.ToText(), "<>[]");
+  EXPECT_EQ(told, Lines());
+  Value moved = std::move(value);
+  value = later->New(1);
+  moved = value;
+  element.reset();
+  EXPECT_THROW(Value(std::move(value)).As<std::string>(), TypeError);
+  // Another thread is refused as well.
+  std::thread([&] { EXPECT_THROW(later->New(1), Error); }).join();
+  moved = Value();
+  dict = Dict();
+  array = Array();
+  later.reset();
+  EXPECT_FALSE(told.empty());
+  for (const std::string& line : told) {
+    EXPECT_NE(line.find("from a thread that the host does not belong to"), line.npos) << line;
   }
-  EXPECT_EQ(told.size(), 0U) << testing::PrintToString(told);
 }
+
+// One place, where the host is.
+static_assert(!std::is_copy_constructible_v<Session> && !std::is_move_constructible_v<Session> &&
+              !std::is_assignable_v<Session&, Session>);
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <string_view>
+#include <system_error>
+#include <zelutils/replacement.hpp>
 #include <zelutils/text_errors.hpp>
 
 #include "byte_streams.h"
@@ -14,7 +16,6 @@
 #include "platform.h"
 #include "printable.h"
 #include "progress.h"
-#include "replacement.h"
 
 namespace zelpos {
 namespace {
@@ -183,12 +184,16 @@ void WriteOutput(const std::string& file, const std::function<void(const TakeTex
     return;
   }
   const HeldSignals signals;
-  Replacement output(file);
-  write([&output](std::string_view bytes) {
-    HeldSignals::Check();
-    output.Write(bytes);
-  });
-  output.Commit();
+  try {
+    zelutils::Replacement output(PathOf(file));
+    write([&output](std::string_view bytes) {
+      HeldSignals::Check();
+      output.Write(bytes);
+    });
+    output.Commit(HeldSignals::Check);
+  } catch (const std::system_error& error) {
+    Fail(file, error.code());
+  }
 }
 
 }  // namespace zelpos

@@ -1,4 +1,4 @@
-// Services that differ between systems: naming, making and flushing files.
+// Services that differ between systems: naming and opening files.
 #pragma once
 
 #include <cstddef>
@@ -16,18 +16,10 @@ std::filesystem::path PathOf(const std::string& file);
 // Opens with a mode of fopen; null when that fails.
 std::FILE* OpenPath(const std::filesystem::path& path, const char* mode);
 
-// Opens a new file for writing bytes; null when that fails, EEXIST when the name is taken. Its
-// permissions are those that any new file gets, or none but the owner's.
-enum class Access { kOrdinary, kPrivate };
-std::FILE* CreateNew(const std::filesystem::path& path, Access access);
-
 bool IsTerminal(std::FILE* file);
 
 // Has line ends not translated.
 void MakeBinary(std::FILE* file);
-
-// Waits until what was written is on the disk; false when it cannot be.
-bool WriteThrough(std::FILE* file);
 
 // A file in memory, a NUL behind it.
 struct Mapping {

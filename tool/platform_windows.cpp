@@ -4,7 +4,6 @@
 #define NOMINMAX
 #include <fcntl.h>
 #include <io.h>
-#include <sys/stat.h>
 #include <windows.h>
 
 #include <cerrno>
@@ -28,24 +27,9 @@ std::FILE* OpenPath(const std::filesystem::path& path, const char* mode) {
                  std::wstring(mode, mode + std::char_traits<char>::length(mode)).c_str());
 }
 
-// The C library does not know the mode x. Permissions come from the folder.
-std::FILE* CreateNew(const std::filesystem::path& path, Access) {
-  const int descriptor =
-      _wopen(path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
-  if (descriptor < 0) return nullptr;
-  std::FILE* file = _fdopen(descriptor, "wb");
-  if (file == nullptr) {
-    _close(descriptor);
-    _wunlink(path.c_str());
-  }
-  return file;
-}
-
 bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 
 void MakeBinary(std::FILE* file) { _setmode(_fileno(file), _O_BINARY); }
-
-bool WriteThrough(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
 
 // A view of a file ends with its last page, so that a NUL can stand behind it in most sizes only:
 // there files are read.

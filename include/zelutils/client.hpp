@@ -12,8 +12,9 @@
 //
 // Ownership. Every object here holds one reference to its instance, takes another when copied and
 // gives it back when destroyed. Arrays and dictionaries are shared by their copies; Clone makes
-// separate ones. Elements and iterators hold the array or dictionary that they are of. A client
-// must not outlive its host. An object that outlives its client can only be destroyed or assigned
+// separate ones. Elements and iterators hold the array or dictionary that they are of. Iterators
+// give copies: to change a member, assign to array[index] or dict[key]. A client must
+// not outlive its host. An object that outlives its client can only be destroyed or assigned
 // to: any other use throws, and its reference is not given back. Views of texts, units and bytes
 // are borrowed from a value that has a name; of a temporary one the text itself is given.
 //
@@ -21,9 +22,11 @@
 // Error (client_error.hpp), which tells where in a value, what was wanted and what was found. A
 // procedure that reports gives its caller only a neutral result, so that the client asks its source
 // of reports after every such result: what was reported earlier and taken by nobody, it takes for
-// its own.
+// its own. Exceptions of a program's own ToPos, FromPos and checks of a validation come through;
+// procedures that are given to the library by their addresses must not throw.
 //
-// Texts given are bytes without a NUL inside. All of it is used one call at a time.
+// Texts given are bytes without a NUL inside. All of it is used one call at a time, in
+// the thread that the host belongs to.
 #pragma once
 
 #include "zelutils/client_base.hpp"

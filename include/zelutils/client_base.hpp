@@ -217,8 +217,7 @@ class Client {
 
   // Files. Each Error names the file. ParseFile reads the text syntax, LoadFile the stream format;
   // StoreFile writes the latter, to a neighbour of the file that takes its place when it is on the
-  // disk (fsync of the file before and of the folder after; FlushFileBuffers on Windows): whatever
-  // happens, one of the two files is there, whole.
+  // disk: whatever happens, one of the two files is there, whole (zelutils/replacement.hpp).
   Value ParseFile(const std::filesystem::path& file) const;
   Value LoadFile(const std::filesystem::path& file) const;
   void StoreFile(const std::filesystem::path& file, const Value& value) const;
@@ -300,8 +299,9 @@ class Client {
         unregisterCount_(from.unregisterCount_),
         tables_(from.tables_) {}
   void Leave() {
-    if (--users_ == 0 && hasEnded_) delete this;
+    if (--users_ == 0 && hasEnded_) Delete();
   }
+  ZELUTILS_COLD void Delete() { delete this; }
   void End() {
     hasEnded_ = true;
     ++users_;
@@ -316,9 +316,12 @@ class Client {
   }
 
   // The containers' first: whatever a procedure makes can be held and given back.
+  void RequireLasting() const {
+    if (hasEnded_) detail::Throw("the client that this came from has ended");
+  }
   template <typename Interface>
   ZELUTILS_COLD void LookUp(Table<Interface>& table) const {
-    if (hasEnded_) detail::Throw("the client that this came from has ended");
+    RequireLasting();
     if (lasting_ != this) {
       table = lasting_->Procedures<Interface>();
       return;
@@ -401,6 +404,13 @@ class ClientUse {
     if (client_ == nullptr) detail::Throw("an empty value was used");
     return *client_;
   }
+  // A handle that came from the client, to be given to a procedure. Throws when the client has
+  // ended: the handle may be that of something else by now.
+  template <typename Handle>
+  Handle Lasting(Handle handle) const {
+    if (client_ != nullptr) client_->RequireLasting();
+    return handle;
+  }
 
  private:
   Client* client_ = nullptr;
@@ -414,7 +424,7 @@ class Atom {
     if (atom_ == 0) client.Fail("bad allocation");
   }
   // None.
-  explicit Atom(const Client& client) noexcept : client_(client) {}
+  Atom() noexcept = default;
   // Takes over the reference that came with an atom.
   Atom(const Client& client, ZELStringAtom atom) noexcept : client_(client), atom_(atom) {}
   Atom(const Atom& other) : client_(other.client_) {
@@ -434,6 +444,8 @@ class Atom {
   }
 
   ZELStringAtom Handle() const noexcept { return atom_; }
+  // The handle as an argument of a procedure; throws when the client has ended.
+  ZELStringAtom Argument() const { return client_.Lasting(atom_); }
   // Valid while the atom is held; a temporary gives a text of its own.
   const char* CString() const& { return (*client_).Procedures<AtomInterface>().GetCString(atom_); }
   std::string CString() const&& { return CString(); }
@@ -481,6 +493,8 @@ class Instance {
 
   explicit operator bool() const noexcept { return handle_ != nullptr; }
   ZELInstance Handle() const noexcept { return handle_; }
+  // The handle as an argument of a procedure; throws when the client has ended.
+  ZELInstance Argument() const { return client_.Lasting(handle_); }
   // The client that the instance came from. Throws when there is none.
   const Client& Owner() const { return *client_; }
 

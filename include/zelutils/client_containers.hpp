@@ -79,7 +79,7 @@ class Array : public Value {
   template <typename T, typename Call>
   void WithHandle(const T& value, Call call) {
     if constexpr (std::is_base_of_v<Value, T>) {
-      call(value.Handle());
+      call(value.Argument());
     } else {
       call(Owner().New(value).Handle());
     }
@@ -159,7 +159,7 @@ class Dict : public Value {
 
   // The value under a key; empty when the key is absent.
   Value Find(const Atom& key) const {
-    const ZELInstance found = Procedures<DictInterface>().Get(Handle(), key.Handle());
+    const ZELInstance found = Procedures<DictInterface>().Get(Handle(), key.Argument());
     return {Owner(), detail::OfType(Owner(), Handle(), kType, found)};
   }
   Value Find(const Text& key) const { return Find(Atom(Owner(), key)); }
@@ -172,7 +172,7 @@ class Dict : public Value {
     if constexpr (detail::isOptional<T>) {
       value ? Put(key, *value) : Remove(key);
     } else if constexpr (std::is_base_of_v<Value, T>) {
-      Procedures<DictInterface>().Put(Handle(), key.Handle(), value.Handle());
+      Procedures<DictInterface>().Put(Handle(), key.Argument(), value.Argument());
       detail::CheckType(Owner(), Handle(), kType);
     } else {
       Put(key, Owner().New(value));
@@ -186,7 +186,7 @@ class Dict : public Value {
   void Put(const Text& key, std::initializer_list<Input> list) { Put(key, Owner().New(list)); }
   // An absent key is no error.
   void Remove(const Atom& key) {
-    Procedures<DictInterface>().Remove(Handle(), key.Handle());
+    Procedures<DictInterface>().Remove(Handle(), key.Argument());
     detail::CheckType(Owner(), Handle(), kType);
   }
   void Remove(const Text& key) { Remove(Atom(Owner(), key)); }
@@ -224,7 +224,7 @@ class Dict::Iterator {
 
   Entry operator*() const {
     if (!key_) throw Error("no current key");
-    return {*key_, dict_.Find(*key_)};
+    return {*key_, dict_.Find(key_->c_str())};
   }
   Iterator& operator++() {
     if (!key_) throw Error("no current key");

@@ -71,12 +71,22 @@ class Element {
   }
 
   // Further in. Members of an absent member are absent.
-  Element operator[](const Text& key) const { return Element(*this, key, Step::kKey); }
-  template <IndexType T>
-  Element operator[](T index) const {
-    return Element(*this, FindableIndex(index));
+  Element operator[](const Text& key) const& { return Further(Path(), key, Step::kKey); }
+  Element operator[](const Text& key) && {
+    return Further(std::move(*this).Path(), key, Step::kKey);
   }
-  Element DeepGet(const Text& path) const { return Element(*this, path, Step::kPath); }
+  template <IndexType T>
+  Element operator[](T index) const& {
+    return Further(Path(), FindableIndex(index));
+  }
+  template <IndexType T>
+  Element operator[](T index) && {
+    return Further(std::move(*this).Path(), FindableIndex(index));
+  }
+  Element DeepGet(const Text& path) const& { return Further(Path(), path, Step::kPath); }
+  Element DeepGet(const Text& path) && {
+    return Further(std::move(*this).Path(), path, Step::kPath);
+  }
 
   // Assignment stores into the array or dictionary. A key or an index may be new (slots before it
   // stay empty), and a path stores as DeepPut does.
@@ -95,32 +105,41 @@ class Element {
   void Remove();
 
   // "pages[0].width"
-  std::string Path() const;
+  std::string Path() const& { return Extended(trail_); }
+  std::string Path() && { return Extended(std::move(trail_)); }
 
  private:
   friend class Value;
   enum class Step : std::uint8_t { kKey, kIndex, kPath };
 
-  Element(const Value& container, const Text& name, Step step)
-      : container_(container), name_(container.Owner(), name), step_(step) {}
-  Element(const Value& container, std::optional<std::uint32_t> index)
-      : container_(container), name_(container.Owner()), index_(index), step_(Step::kIndex) {}
-  // A step further, from the member found or from the last value on the way to it.
+  template <typename Container>
+  Element(Container&& container, const Text& name, Step step)
+      : container_(std::forward<Container>(container)),
+        name_(Owner(), name),
+        step_(step),
+        beginsWithIndex_(*name.CString() == '[') {}
+  template <typename Container>
+  Element(Container&& container, std::optional<std::uint32_t> index)
+      : container_(std::forward<Container>(container)), index_(index), step_(Step::kIndex) {}
+  // A step further, from the member found or from the last value on the way to it. The path is that
+  // of this element.
   template <typename... Step>
-  explicit Element(const Element& from, const Step&... step)
-      : Element(from.Lookup(), from, step...) {}
-  template <typename... Step>
-  Element(ZELInstance found, const Element& from, const Step&... step)
-      : Element(found == nullptr ? from.container_ : Value(from.Owner(), found), step...) {
-    trail_ = from.Path();
-    if (found == nullptr) reached_ = from.IsBeyond() ? from.reached_ : from.trail_.size();
+  Element Further(std::string path, const Step&... step) const {
+    const ZELInstance found = Lookup();
+    Element further(found == nullptr ? container_ : Value(Owner(), found), step...);
+    further.isBeyond_ = found == nullptr;
+    further.reached_ = found == nullptr ? reached_ : path.size();
+    further.trail_ = std::move(path);
+    return further;
   }
 
   const Client& Owner() const { return container_.Owner(); }
+  // The path of this element, of the one to it.
+  std::string Extended(std::string trail) const;
 
   // The member's handle, borrowed; null where there is none.
   ZELInstance Lookup() const {
-    if (IsBeyond()) return nullptr;
+    if (isBeyond_) return nullptr;
     if (step_ == Step::kKey) {
       const ZELInstance found =
           Owner().Procedures<DictInterface>().Get(container_.Handle(), name_.Handle());
@@ -153,7 +172,6 @@ class Element {
     if (container_.Type() == wanted) Owner().Check();
     Owner().TakeReports();
   }
-  bool IsBeyond() const { return reached_ != std::string::npos; }
   void Store(const Value& value);
   void StoreNext(const Value& value);
 
@@ -173,9 +191,9 @@ class Element {
   std::string trail_;  // the path up to this element
   std::optional<std::uint32_t> index_;
   Step step_;
-  // Length of the part of the trail that leads to the container, if the path ended before this
-  // element.
-  std::size_t reached_ = std::string::npos;
+  bool beginsWithIndex_ = false;  // the name
+  bool isBeyond_ = false;         // the path ended before this element
+  std::size_t reached_ = 0;       // how much of the trail leads to the container
 };
 
 // ---- Value's members --------------------------------------------------------------------------

@@ -137,18 +137,17 @@ inline void Value::DeepRemove(const Text& path) {
 
 // ---- Element's members ------------------------------------------------------------------------
 
-inline std::string Element::Path() const {
-  std::string path = trail_;
+inline std::string Element::Extended(std::string trail) const {
   if (step_ == Step::kIndex) {
-    AppendStep(path, detail::StepText(index_));
+    AppendStep(trail, detail::StepText(index_));
   } else {
-    AppendStep(path, name_.CString());
+    AppendStep(trail, name_.CString());
   }
-  return path;
+  return trail;
 }
 
 inline ZELInstance Element::LookupPath() const {
-  if (*name_.CString() != '[' || !container_.Is<Array>()) {
+  if (!beginsWithIndex_ || !container_.Is<Array>()) {
     const ZELInstance found =
         Owner().Procedures<DictInterface>().DeepGet(container_.Handle(), name_.Handle());
     return found != nullptr ? found : Absent(POSTypeDict);
@@ -163,7 +162,7 @@ inline ZELInstance Element::LookupPath() const {
 inline void Element::ThrowNotFound() const {
   std::string reached = trail_.substr(0, reached_);
   Value last = container_;
-  if (!IsBeyond() && step_ == Step::kPath) {
+  if (!isBeyond_ && step_ == Step::kPath) {
     const auto steps = detail::ParsePath(name_.CString(), container_.Is<Array>());
     if (!steps) throw NotFoundError("nothing there; the path is malformed");
     detail::Reach reach = detail::Follow(container_, *steps);
@@ -175,7 +174,7 @@ inline void Element::ThrowNotFound() const {
 }
 
 inline void Element::Store(const Value& value) {
-  if (IsBeyond()) Told([&] { ThrowNotFound(); });
+  if (isBeyond_) Told([&] { ThrowNotFound(); });
   const Client& client = Owner();
   const ZELInstance container = container_.Handle();
   try {
@@ -210,7 +209,7 @@ inline void Element::StoreNext(const Value& value) {
 }
 
 inline void Element::Remove() {
-  if (IsBeyond() || (step_ == Step::kIndex && !index_)) return;
+  if (isBeyond_ || (step_ == Step::kIndex && !index_)) return;
   const Client& client = Owner();
   if (step_ == Step::kKey) {
     client.Procedures<DictInterface>().Remove(container_.Handle(), name_.Handle());

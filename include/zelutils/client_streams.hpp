@@ -89,13 +89,13 @@ class Streamer : public Instance {
   // Writes at the stream's position. After an error, part may have been written.
   void Serialize(const Stream& stream, const Value& value, const char* version = nullptr) const {
     const auto& procedures = Procedures<StreamerInterface>();
-    if (procedures.Serialize(Handle(), stream.Handle(), value.Handle(), version) == 0) {
+    if (procedures.Serialize(Handle(), stream.Argument(), value.Argument(), version) == 0) {
       Owner().Fail("the value was not written");
     }
   }
   // Reads one value; the stream then stands right after it.
   Value Deserialize(const Stream& stream) const {
-    return {Owner(), Procedures<StreamerInterface>().Deserialize(Handle(), stream.Handle()),
+    return {Owner(), Procedures<StreamerInterface>().Deserialize(Handle(), stream.Argument()),
             Handed::kNew};
   }
 };

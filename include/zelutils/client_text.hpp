@@ -247,13 +247,14 @@ class ValueWriter {
     out_ += Syntax::kAfterKey;
   }
 
-  // Opens an array or dictionary and visits its members until one says false. Errors tell where.
+  // Opens an array or dictionary and visits its members until one says false; says so as well.
+  // Errors tell where.
   template <typename Visit>
   bool Members(const Value& value, std::size_t level, Visit visit) {
     if (level == POS_NESTING_LIMIT) {
-      if (Syntax::kDict != TextSyntax::kDict || syntax_.strict) throw Error("nesting too deep");
+      if (syntax_.strict) throw Error("nesting too deep");
       out_ += "{...";
-      return true;
+      return false;  // what holds itself twice would have no end
     }
     if (value.Is<Dict>()) {
       out_ += Syntax::kDict[0];

@@ -24,7 +24,7 @@ class Validator : public Instance {
   Validator(const Client& client, const Value& schema)
       : Instance(
             client,
-            client.Procedures<StructValidatorInterface>().NewPOSStructValidator(schema.Handle()),
+            client.Procedures<StructValidatorInterface>().NewPOSStructValidator(schema.Argument()),
             Handed::kNew) {}
 
   // The messages about a value that does not conform to the type; none when it does. Throws a
@@ -33,14 +33,15 @@ class Validator : public Instance {
   std::vector<std::string> Validate(const Value& value, const Text& typeName) const {
     const Atom type(Owner(), typeName);
     return Messages::Of(Owner(), [&](POSValidatorMessageProc report) {
-      return Procedures<ValidatorInterface>().Validate(Handle(), value.Handle(), type.Handle(),
+      return Procedures<ValidatorInterface>().Validate(Handle(), value.Argument(), type.Handle(),
                                                        report);
     });
   }
   // The same for a schema itself.
   static std::vector<std::string> ValidateSchema(const Client& client, const Value& schema) {
     return Messages::Of(client, [&](POSValidatorMessageProc report) {
-      return client.Procedures<StructValidatorInterface>().ValidateSchema(schema.Handle(), report);
+      return client.Procedures<StructValidatorInterface>().ValidateSchema(schema.Argument(),
+                                                                          report);
     });
   }
 

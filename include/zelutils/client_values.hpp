@@ -72,6 +72,20 @@ Result* NotNull(const Client& client, ZELInstance handle, POSObjectType wanted, 
 class Value : public Instance {
  public:
   using Instance::Instance;
+  Value() noexcept = default;
+  Value(const Value&) = default;
+  Value(Value&&) noexcept = default;
+  Value& operator=(const Value&) & = default;
+  Value& operator=(Value&&) & noexcept = default;
+  template <typename T>
+  Value& operator=(const T& /*value*/) && {
+    static_assert(
+        detail::never<T>,
+        "what was found is a copy, and assigning to it would change nothing: assign to an "
+        "element, as in dict[key] = value");
+    return *this;
+  }
+  ~Value() = default;
 
   POSObjectType Type() const {
     return static_cast<POSObjectType>(
@@ -124,7 +138,7 @@ class Value : public Instance {
   friend bool operator==(const Value& left, const Value& right) {
     if (!left || !right) return !left && !right;
     return left.Owner().Checked(
-        left.Procedures<ObjectInterface>().IsEqual(left.Handle(), right.Handle()));
+        left.Procedures<ObjectInterface>().IsEqual(left.Handle(), right.Argument()));
   }
 
   // As a text that Parse reads back: on one line, or each member that is too long for one on lines

@@ -30,12 +30,14 @@ void Use(const zelutils::Client& client, zelutils::Dict& dict, zelutils::Array& 
   value.As<std::vector<std::string_view>>();  // expect: a view may outlive what it is borrowed from
 #elif GROUP == 2
   dict["k"] = nullptr;                          // expect: nullptr is no value
+  *array.begin() = array;                       // expect: what was found is a copy
   client.NewString(nullptr);                    // expect: nullptr is no text
   dict.Put("k", &array);                        // expect: no value can be made from this type
   value.As<const char*>();                      // expect: no value can be read as this type
   value.As<std::optional<std::string_view>>();  // expect: a view may outlive
 #elif GROUP == 3
   array.SetAt(0, nullptr);           // expect: nullptr is no value
+  dict.Find("k") = value;            // expect: what was found is a copy
   dict[nullptr];                     // expect: nullptr is no text
   value.As<std::vector<Unknown>>();  // expect: no value can be read as this type
 #endif

@@ -58,7 +58,7 @@ class Schema:
             self._schema = _values.Value(session, handle)
             self._validator = _values.Value(
                 session, session._struct_validators.NewPOSStructValidator(handle))
-        # What the library calls must stay alive, also what is replaced while it runs.
+        # Kept alive for the library, also those that are replaced while they run.
         self._callbacks: list[Any] = []
         self._raised: BaseException | None = None
 
