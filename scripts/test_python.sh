@@ -16,7 +16,7 @@ PYTHONPATH=. /usr/bin/python3 -m pytest -q -p no:cacheprovider
 mypy --no-error-summary --check-untyped-defs zelutils
 # Programs of users may be as strict as they like: those of the pages are.
 sed -n '/^```python$/,/^```$/{/^```/d;p}' "$ZEL_DOCS/python.md" README.md >"$work/pages.py"
-mypy --no-error-summary --strict "$work/pages.py"
+MYPYPATH=. mypy --no-error-summary --strict --follow-imports=silent "$work/pages.py"
 
 /usr/bin/python3 -m pip --quiet wheel --no-index --no-deps --no-build-isolation -w "$work" .
 /usr/bin/python3 -m venv "$work/environment"
