@@ -67,7 +67,8 @@ def test_changes_are_made_in_place():
     assert book.deep_get("nowhere[1]", "default") == "default"
     rows = zelutils.from_python([[1, {"a": [2]}]])
     for path, found in [("[0][1].a[0]", 2), ("[0][0]", 1), ("[0]", [1, {"a": [2]}]), ("[1]", None), ("a", None),
-                        ("[0][0].a", None), ("[0][1].b", None), ("[0]x", None), ("", None)]:
+                        ("[0][0].a", None), ("[0][1].b", None), ("[0]x", None), ("", None),
+                        ("[00]", [1, {"a": [2]}]), ("[%s]" % ("9" * 5000), None)]:
         assert rows.deep_get(path) == found, path
     assert "title" in book and "titl" not in book and 5 not in book
     del book["again"]
@@ -184,11 +185,20 @@ try:
     live[0]
 except zelutils.Error as error:
     print(error)
+# One that cannot start does not stand in the way of the next.
+missing = zelutils._abi.INTERFACES["POSArrayInterface"]
+missing.append(("None", "NoneProc", None, ()))
+try:
+    zelutils.Session()
+except OSError as error:
+    print(error)
+missing.pop()
 with zelutils.Session() as other:
     print(zelutils.loads("[1]", other).to_python())
 """
     done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
-    assert (done.stdout, done.stderr) == ("the session is closed\n[1]\n", "")
+    assert (done.stdout, done.stderr) == (
+        "the session is closed\nthe library offers no None of POSArrayInterface\n[1]\n", "")
 
 
 def test_a_value_that_contains_itself_is_told():

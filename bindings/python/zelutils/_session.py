@@ -31,7 +31,13 @@ class Session:
         self._thread = threading.get_ident()
         self._held: collections.Counter[int] = collections.Counter()  # references by handle
         self._dropped: collections.deque[int] = collections.deque()  # by values that ended on any thread
-        find = self._host.find
+        try:
+            self._find_procedures(self._host.find)
+        except BaseException:
+            self._host.stop()
+            raise
+
+    def _find_procedures(self, find):
         self._containers = _abi.Procedures(find, "ZELContainerInterface")
         self._atoms = _abi.Procedures(find, "ZELStringInterface")
         self._errors = _abi.Procedures(find, "ZELErrorInterface")

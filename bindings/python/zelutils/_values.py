@@ -32,7 +32,7 @@ from ._session import Session, default_session
 
 NESTING_LIMIT = 512
 # At the front of a path; ASCII digits alone.
-_SUBSCRIPT = re.compile(r"\[([0-9]+)\](.*)", re.DOTALL)
+_SUBSCRIPT = re.compile(r"\[0*([0-9]+)\](.*)", re.DOTALL)
 
 
 class UnicodeString(str):
@@ -161,7 +161,7 @@ class Value:
         value: Any = self
         while isinstance(value, Array):
             match = _SUBSCRIPT.match(path)
-            if not match or int(match[1]) >= len(value):
+            if not match or len(match[1]) > 20 or int(match[1]) >= len(value):
                 return default
             value, path = value[int(match[1])], match[2]
             if not path:
