@@ -518,7 +518,7 @@ TEST_F(ValidatorWorkTest, CallbacksAreCalledForEachWay) {
   }
 }
 
-// The host counts the words that are read, so that a scan from the first would show.
+// A word is found without those behind it being read; one that is not there leads to the last.
 TEST_F(ValidatorTest, EnumeratedValuesAreReadOncePerRun) {
   std::string words, values;
   for (int n = 0; n < 300; ++n) {
