@@ -61,6 +61,10 @@ class ForwardingTest : public zeltest::LibraryTest {
     seen_.push_back(stopped == nullptr ? "read" : std::to_string(stopped - bytes.c_str()));
     const ZELInstance streamer = Keep(streamers.NewPOSStreamer());
     Use(streamers.Deserialize(streamer, NewStream(bytes)));
+    const ZELInstance array = Keep(arrays.NewPOSArray());  // of what no text has a form for
+    arrays.Append(array, NewBinData("raw", std::string(45, '\xAB')));
+    arrays.Append(array, rawPointers.NewPOSRawPointer(this, nullptr));
+    Use(array);
     GiveBack();
     Note("end");
     seen_.push_back(ToString(host.Live()));
