@@ -17,6 +17,13 @@ install(
 
 # ---- development ----
 
+# The checking layer is loaded, by the name without a version too, and never linked.
+if(TARGET ZELUtilsCheck)
+  install(
+    TARGETS ZELUtilsCheck
+    RUNTIME COMPONENT development
+    LIBRARY COMPONENT development)
+endif()
 install(
   DIRECTORY include/zelutils host/zelhost host/zelutils DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development)

@@ -60,8 +60,9 @@ zel_debian(runtime libzelutils${PROJECT_VERSION_MAJOR}
 zel_debian(development libzelutils-dev
   "typed values, streams and schemas (development files)"
   "This package has the headers, the reference host as a static library,
-and what CMake and pkg-config need."
+the checking layer, and what CMake and pkg-config need."
   SECTION libdevel
+  CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers
   DEPENDS "libzelutils${PROJECT_VERSION_MAJOR} (= ${zel_debian_version})")
 zel_debian(tools zelutils-tools
   "typed values, streams and schemas (command line)"
