@@ -49,7 +49,12 @@ constinit std::array<ZELLookupProc, kHosts> g_lookups{};
 
 template <std::size_t host>
 ZELProc LookupOf(const char* interfaceName, const char* method, const char* procType) {
-  return Answer(g_lookups[host], interfaceName, method, procType);
+  try {
+    return Answer(g_lookups[host], interfaceName, method, procType);
+  } catch (...) {  // in the telling that the host has no such procedure
+    TellOfLostSight();
+    return nullptr;
+  }
 }
 
 template <std::size_t... host>
@@ -82,11 +87,15 @@ void WatchClients(ZELLookupProc lookup) {
   g_register = reinterpret_cast<ZELRegisterProcAddress>(
       lookup(ZEL_BINDER_INTERFACE, "ZELRegisterProcAddress", "ZELRegisterProcAddress"));
   if (g_register == nullptr) return;
+  TheLayer().watchesClients = true;
+  // Clients may keep the addresses for as long as the host offers these procedures.
+  StayLoaded();
   for (const RowGroup& group : RowGroups()) {
     if (group.name == nullptr || group.isOfLibrary ||
         std::strcmp(group.name, ZEL_BINDER_INTERFACE) == 0) {
       continue;
     }
+    AllCovered().reserve(AllCovered().size() + group.rows.size());
     for (const Row& row : group.rows) {
       const ZELProc found = lookup(group.name, row.method, row.procType);
       if (found == nullptr) continue;
@@ -98,9 +107,6 @@ void WatchClients(ZELLookupProc lookup) {
       }
     }
   }
-  TheLayer().watchesClients = true;
-  // Clients may keep the addresses for as long as the host offers these procedures.
-  StayLoaded();
 }
 
 void StopWatchingClients() {

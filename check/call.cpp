@@ -1,6 +1,7 @@
 #include "call.h"
 
 #include "client_rules.h"
+#include "findings.h"
 #include "lasting.h"
 #include "layer.h"
 #include "observe.h"
@@ -27,9 +28,35 @@ Origin Call::Here() const noexcept {
   return here;
 }
 
-bool Call::Begin() {
+bool Call::Begin() noexcept {
+  try {
+    return Enters();
+  } catch (...) {
+    TellOfLostSight();
+    return !isRefused_;
+  }
+}
+
+void Call::End(const Argument& value) noexcept {
+  if (isBypassed_) return;
+  Layer& layer = TheLayer();
+  result = value;
+  try {
+    Leaves();
+  } catch (...) {
+    TellOfLostSight();
+  }
+  layer.current = outer;
+  if (outer == nullptr) layer.running.store(std::thread::id(), std::memory_order_release);
+}
+
+bool Call::Enters() {
   Layer& layer = TheLayer();
   const std::thread::id thisThread = std::this_thread::get_id();
+  if (layer.telling.load(std::memory_order_relaxed) == thisThread) {
+    isBypassed_ = true;
+    return true;
+  }
   if (layer.running.load(std::memory_order_relaxed) != thisThread) {
     std::thread::id none;
     if (!layer.running.compare_exchange_strong(none, thisThread, std::memory_order_acquire)) {
@@ -57,17 +84,12 @@ ZELErrorObject Call::InjectedError() const {
   return TheLayer().errors.NewError("injected failure", "ZELUtilsCheck", 0, 0, 0);
 }
 
-void Call::End(const Argument& value) {
-  if (isBypassed_) return;
-  Layer& layer = TheLayer();
-  result = value;
+void Call::Leaves() {
   if (!isRefused_) {
     if (row.after != nullptr) row.after(*this);
   }
   NoteResult(*this);
-  if (layer.observes) ObserveEnd(*this);
-  layer.current = outer;
-  if (outer == nullptr) layer.running.store(std::thread::id(), std::memory_order_release);
+  if (TheLayer().observes) ObserveEnd(*this);
 }
 
 }  // namespace zelcheck

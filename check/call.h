@@ -94,9 +94,9 @@ class Call {
   Call& operator=(const Call&) = delete;
 
   // Before the call goes on: whether it shall. Otherwise it is made to fail.
-  bool Begin();
+  bool Begin() noexcept;
   // After it, whether it went on or not.
-  void End(const Argument& value);
+  void End(const Argument& value) noexcept;
   // The result of a call that is made to fail, if it returns an error object.
   ZELErrorObject InjectedError() const;
   // Keeps the call from going on, because what it would do is known to do harm.
@@ -120,7 +120,12 @@ class Call {
   std::uint64_t innerTime = 0;  // spent in calls made in this one
 
  private:
-  bool isBypassed_ = false;  // another call runs on another thread: this one just goes on
+  bool Enters();
+  void Leaves();
+
+  // It just goes on: another call runs on another thread, or it is made in the
+  // procedure that is told of a finding.
+  bool isBypassed_ = false;
   bool isRefused_ = false;
   bool isInjected_ = false;
 };

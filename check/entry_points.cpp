@@ -20,10 +20,18 @@ void ReadEnvironment(Layer& layer) {
   }
 }
 
-std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
-  Layer& layer = TheLayer();
-  // A second start, which the library refuses, changes nothing here either.
-  if (layer.phase != Phase::kStopped) return initialize(lookup);
+// Does what may fail for lack of memory: no exception leaves the layer.
+template <typename Action>
+void Guarded(Action action) noexcept {
+  try {
+    action();
+  } catch (...) {
+    TellOfLostSight();
+  }
+}
+
+// What a start needs to be ready before the library is started.
+void Prepare(Layer& layer, ZELLookupProc lookup) {
   ReadEnvironment(layer);
   ForgetFindings();
   ForgetConcurrent();
@@ -37,13 +45,22 @@ std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
   layer.ledger = Ledger();  // what was left by an earlier start may have ended with its host
   layer.calls = 0;
   layer.offsetIsKnown = false;
-  layer.phase = Phase::kStarting;
   if (layer.settings.host && TestHost(lookup) > 0 && layer.settings.abort) std::abort();
+}
+
+std::int32_t Start(ZELUtilsInitializeProc initialize, ZELLookupProc lookup) {
+  Layer& layer = TheLayer();
+  // A second start, which the library refuses, changes nothing here either.
+  if (layer.phase != Phase::kStopped) return initialize(lookup);
+  layer.phase = Phase::kStarting;
+  Guarded([&] { Prepare(layer, lookup); });
   const ZELLookupProc before = LookupBefore(lookup);
   const std::int32_t result = initialize(before != nullptr ? before : lookup);
   layer.home = std::this_thread::get_id();
   layer.phase = Phase::kRunning;
-  if (result != 0 && layer.settings.core && before != nullptr) WatchClients(lookup);
+  if (result != 0 && layer.settings.core && before != nullptr) {
+    Guarded([lookup] { WatchClients(lookup); });
+  }
   return result;
 }
 
@@ -54,9 +71,9 @@ void Stop(ZELUtilsTerminateProc terminate) {
   terminate();
   layer.phase = Phase::kStopped;
   layer.home = std::thread::id();
-  TellLeaks();
+  Guarded([] { TellLeaks(); });
   if (layer.watchesClients) StopWatchingClients();
-  EndObserving();
+  Guarded([] { EndObserving(); });
   layer.observes = false;
   layer.ledger.ForgetAllButInstances();
 }

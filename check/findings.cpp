@@ -25,6 +25,7 @@ using Place = std::tuple<Rule, const Row*, const void*>;
 
 constinit Lasting<std::set<Place>> Told;
 constinit ZELUtilsCheckFindingProc g_procedure = nullptr;
+constinit bool g_isShort = false;  // memory has run out
 
 std::string Capitalized(std::string text) {
   if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
@@ -38,7 +39,11 @@ void Publish(Rule rule, const std::string& body, const std::string& who, const s
   paragraph += "  What to do: " + std::string(text.advice) + "\n";
   if (!stack.empty()) paragraph += "  Call stack:\n" + stack;
   Print(paragraph);
-  if (g_procedure != nullptr) g_procedure(text.id.data(), paragraph.c_str());
+  if (g_procedure != nullptr) {
+    TheLayer().telling.store(std::this_thread::get_id());
+    g_procedure(text.id.data(), paragraph.c_str());
+    TheLayer().telling.store(std::thread::id());
+  }
   if (TheLayer().settings.abort) {
     FlushTrace();
     std::abort();
@@ -73,7 +78,19 @@ void TellOf(Rule rule, const Origin& origin, const std::string& what, const std:
 
 void TellAtOnce(Rule rule, const std::string& what) { Publish(rule, what, "", CallStack()); }
 
-void ForgetFindings() { Told().clear(); }
+void TellOfLostSight() noexcept {
+  if (g_isShort) return;
+  g_isShort = true;
+  std::fputs(
+      "zelutils-check: the layer has no memory left; it goes on, and may miss things or take them "
+      "for others\n",
+      stderr);
+}
+
+void ForgetFindings() {
+  Told().clear();
+  g_isShort = false;
+}
 
 std::size_t FindingCount() { return Told().size(); }
 
@@ -81,14 +98,11 @@ void SetFindingProc(ZELUtilsCheckFindingProc procedure) { g_procedure = procedur
 
 void Print(const std::string& text) {
   const std::string& path = TheLayer().settings.out;
-  std::FILE* const file = path.empty() ? stderr : std::fopen(path.c_str(), "ab");
-  if (file == nullptr) return;
-  std::fwrite(text.data(), 1, text.size(), file);
-  if (path.empty()) {
-    std::fflush(file);
-  } else {
-    std::fclose(file);
-  }
+  std::FILE* const file = path.empty() ? nullptr : std::fopen(path.c_str(), "ab");
+  std::FILE* const out = file == nullptr ? stderr : file;  // a file that cannot be written
+  std::fwrite(text.data(), 1, text.size(), out);
+  std::fflush(out);
+  if (file != nullptr) std::fclose(file);
 }
 
 }  // namespace zelcheck

@@ -16,6 +16,8 @@ void Tell(Rule rule, const Call& call, const std::string& what, const std::strin
 void TellOf(Rule rule, const Origin& origin, const std::string& what, const std::string& who = "");
 // Tells without a look at what was told before, which another thread may be changing.
 void TellAtOnce(Rule rule, const std::string& what);
+// Tells that memory ran out in the layer, which then goes on and knows less.
+void TellOfLostSight() noexcept;
 // Whether a finding of the rule would be told at all.
 bool IsAskedFor(Rule rule);
 

@@ -28,6 +28,8 @@ struct Layer {
 
   // The thread of the call that runs; none between calls.
   std::atomic<std::thread::id> running{};
+  // The thread whose host is being told of a finding; calls that it makes then are not looked at.
+  std::atomic<std::thread::id> telling{};
   // The thread that started the library.
   std::thread::id home{};
 

@@ -97,11 +97,8 @@ void BeginObserving() {
   g_faults = 0;
   if (settings.trace) OpenTrace();
   if (settings.inject) {
-    std::array<char, 120> text{};
-    std::snprintf(text.data(), text.size(),
-                  "zelutils-check: core services fail at random: seed=%llu,fail=%g\n",
-                  static_cast<unsigned long long>(settings.seed), settings.failRate);
-    Print(text.data());
+    Print("zelutils-check: core services fail at random: seed=" + std::to_string(settings.seed) +
+          ",fail=" + RealInWords(settings.failRate) + "\n");
   }
 }
 

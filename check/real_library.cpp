@@ -55,10 +55,7 @@ bool Open(const std::string& path, std::string& reason) {
   return false;
 }
 
-}  // namespace
-
-const EntryPoints* RealLibrary() {
-  if (g_library != nullptr) return &g_entryPoints;
+const EntryPoints* Search() {
   std::string reasons;
   for (const std::string& candidate : Candidates()) {
     std::string reason;
@@ -70,6 +67,17 @@ const EntryPoints* RealLibrary() {
                "it beside the layer.\n%s",
                reasons.c_str());
   return nullptr;
+}
+
+}  // namespace
+
+const EntryPoints* RealLibrary() noexcept {
+  if (g_library != nullptr) return &g_entryPoints;
+  try {
+    return Search();
+  } catch (...) {  // no memory for the names of files
+    return nullptr;
+  }
 }
 
 void UnloadAll() {

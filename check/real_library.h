@@ -17,7 +17,7 @@ struct EntryPoints {
 // Loads the library at the first call: the file that ZELUTILS_LIBRARY names, the one beside the
 // layer, or the one that the loader finds under the library's name; never the layer itself. Null
 // when there is none, after a message to standard error.
-const EntryPoints* RealLibrary();
+const EntryPoints* RealLibrary() noexcept;
 // Unloads the library and drops the layer's state: when the layer itself is unloaded, and not
 // before. Clients may hold instances whose destroy
 // procedures are the library's code.

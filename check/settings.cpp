@@ -1,7 +1,7 @@
 #include "settings.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 
 namespace zelcheck {
 namespace {
@@ -16,22 +16,23 @@ constexpr Switch kSwitches[] = {
     {"callback", &Settings::callback},
 };
 
+// Reads digits alone, of a number that fits.
 bool ReadNumber(const std::string& text, std::uint64_t& number) {
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return false;
-  number = std::strtoull(text.c_str(), nullptr, 10);
-  return true;
+  const char* const end = text.data() + text.size();
+  const std::from_chars_result read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end;
 }
 
 // Reads 0.05 and 5%.
 bool ReadRate(const std::string& text, double& rate) {
-  char* end = nullptr;
-  rate = std::strtod(text.c_str(), &end);
-  if (end == text.c_str()) return false;
-  if (*end == '%') {
+  const char* const end = text.data() + text.size();
+  std::from_chars_result read = std::from_chars(text.data(), end, rate);
+  if (read.ec != std::errc()) return false;
+  if (read.ptr != end && *read.ptr == '%') {
     rate /= 100;
-    ++end;
+    ++read.ptr;
   }
-  return *end == '\0' && rate >= 0 && rate <= 1;
+  return read.ptr == end && rate >= 0 && rate <= 1;
 }
 
 bool ReadValue(Settings& settings, std::string_view name, const std::string& value) {
@@ -82,15 +83,24 @@ bool IsLikeAny(std::string_view text, const std::vector<std::string>& patterns) 
 }  // namespace
 
 bool IsLike(std::string_view text, std::string_view pattern) {
-  if (pattern.empty()) return text.empty();
-  if (pattern.front() != '*') {
-    return !text.empty() && text.front() == pattern.front() &&
-           IsLike(text.substr(1), pattern.substr(1));
+  std::size_t star = std::string_view::npos;  // the last one, after which all is tried again
+  std::size_t skipped = 0;                    // by that one
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    if (at < pattern.size() && pattern[at] == '*') {
+      star = at++;
+      skipped = i;
+    } else if (at < pattern.size() && pattern[at] == text[i]) {
+      ++at;
+      ++i;
+    } else if (star != std::string_view::npos) {
+      at = star + 1;
+      i = ++skipped;
+    } else {
+      return false;
+    }
   }
-  for (std::size_t skipped = 0; skipped <= text.size(); ++skipped) {
-    if (IsLike(text.substr(skipped), pattern.substr(1))) return true;
-  }
-  return false;
+  return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
 bool Settings::Asks(std::string_view rule) const {

@@ -30,9 +30,9 @@ constinit std::FILE* g_events = nullptr;
 constinit bool g_hasEvent = false;
 
 std::string Microseconds(std::uint64_t nanoseconds) {
-  std::array<char, 32> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), "%.3f", static_cast<double>(nanoseconds) / 1000);
-  return buffer.data();
+  // Digits alone: the decimal point of printf is that of the host's locale.
+  const std::string rest = std::to_string(nanoseconds % 1000);
+  return std::to_string(nanoseconds / 1000) + "." + std::string(3 - rest.size(), '0') + rest;
 }
 
 std::string InJson(const std::string& text) {

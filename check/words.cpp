@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 
@@ -37,6 +38,13 @@ std::string UnitsInWords(const std::uint16_t* units) {
 
 std::string Hex(std::uint64_t number) {
   return Formatted("0x%llx", static_cast<unsigned long long>(number));
+}
+
+std::string RealInWords(double number) {
+  std::array<char, 32> buffer{};
+  const std::to_chars_result end =
+      std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+  return std::string(buffer.data(), end.ptr);
 }
 
 std::string Quoted(const char* text, std::size_t room) {
@@ -78,7 +86,7 @@ std::string InWords(const Argument& value, char role) {
     case Type::kBoolean:
       return value.bits != 0 ? "true" : "false";
     case Type::kReal:
-      return Formatted("%.17g", value.As<double>());
+      return RealInWords(value.As<double>());
     case Type::kInstance:
       return Handle("instance", value);
     case Type::kError:

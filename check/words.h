@@ -12,6 +12,8 @@ namespace zelcheck {
 
 inline std::string Text(const char* text) { return text == nullptr ? "" : text; }
 std::string Hex(std::uint64_t number);
+// The fewest digits that tell the number from others, whatever the locale of the host.
+std::string RealInWords(double number);
 // In double quotes, with what cannot be printed escaped; at most `room` bytes are read.
 std::string Quoted(const char* text, std::size_t room = 40);
 // "1 reference", "3 references".

@@ -22,6 +22,7 @@ struct Findings {
   std::vector<std::string> paragraphs;
 };
 inline Findings g_findings;
+inline void (*g_whenTold)() = nullptr;  // called for each finding
 
 // Starts the layer in a host; `words` are added to those of the variable. The services of the host
 // may be changed between the construction and the start.
@@ -50,6 +51,7 @@ class CheckedHost {
   static void Collect(const char* rule, const char* paragraph) {
     g_findings.rules.emplace_back(rule);
     g_findings.paragraphs.emplace_back(paragraph);
+    if (g_whenTold != nullptr) g_whenTold();
   }
 
   Folder folder_;

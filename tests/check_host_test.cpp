@@ -1,5 +1,9 @@
 // The checking layer before hosts with one mistake each: the tests of a host tell them apart, and
 // those that matter in normal use are told of there.
+#if !defined(_WIN32)
+#include <dlfcn.h>
+#endif
+
 #include <cstring>
 #include <map>
 #include <set>
@@ -330,10 +334,20 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
   const struct {
     const char* words;
     std::size_t findings;
+    std::size_t unknown;  // words that say nothing
   } rows[] = {
-      {"core", 2},         {"core,rules=text-*", 1},      {"core,rules=*null", 2},
-      {"core,rules=x", 0}, {"core,without=*-null", 0},    {"core,rules=text-null,rules=atom-*", 2},
-      {"core,verbose", 2}, {"core,without=atom-null", 1}, {"core,fail=2", 2}};
+      {"core", 2, 0},
+      {"core,rules=text-*", 1, 0},
+      {"core,rules=*null", 2, 0},
+      {"core,rules=t*t*-**l", 1, 0},
+      {"core,rules=*t*t*t*t*t*t*t*t*t*t*t*t*t", 0, 0},
+      {"core,rules=x,rules=", 0, 0},
+      {"core,without=*-null", 0, 0},
+      {"core,without=atom-null", 1, 0},
+      {"core,rules=text-null,rules=atom-*", 2, 0},
+      {",core,,verbose,CORE,core=1, report", 2, 4},
+      {"core,fail=2,fail=nan,fail=,fail=1%%,fail=-1,seed=x,seed=99999999999999999999", 2, 7},
+      {"core,limit=0,limit=2147483648,limit=1e3", 2, 3}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.words);
     CheckedHost checked;
@@ -344,12 +358,56 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
       with.atoms.DeleteStringAtom(0);
     }
     EXPECT_EQ(g_findings.rules.size(), row.findings);
-    EXPECT_EQ(
-        CountLines(checked.Log(), "which says nothing"),
-        std::strstr(row.words, "verbose") != nullptr || std::strstr(row.words, "fail=2") != nullptr
-            ? 1U
-            : 0U);
+    EXPECT_EQ(CountLines(checked.Log(), "which says nothing"), row.unknown);
   }
+}
+
+TEST(CheckTest, WhatCannotBeWrittenGoesToStandardError) {
+  for (const char* const words : {"out=/no/such/folder/log", "trace=/no/such/folder/trace.json"}) {
+    CheckedHost checked;
+    testing::internal::CaptureStderr();
+    checked.Start(words);
+    zeltest::Procedures(checked.host).strings.NewPOSString(nullptr);
+    checked.host.Stop();
+    const std::string printed = testing::internal::GetCapturedStderr() + checked.Log();
+    EXPECT_EQ(CountLines(printed, "zelutils-check: text-null"), 1U) << printed;
+    EXPECT_EQ(CountLines(printed, "trace.json cannot be written"), words[0] == 't' ? 1U : 0U);
+  }
+}
+
+// Each start is one of its own: what was told is told again. The layer goes when it is unloaded.
+TEST(CheckTest, TheLayerIsStartedAgainAndUnloaded) {
+  {
+    CheckedHost checked;
+    for (std::size_t start = 1; start <= 3; ++start) {
+      checked.Start("report");
+      zeltest::Procedures(checked.host).strings.NewPOSString(nullptr);
+      checked.host.Stop();
+      EXPECT_EQ(g_findings.rules.size(), start);
+    }
+  }
+#if !defined(_WIN32)
+  EXPECT_EQ(dlopen(ZEL_CHECK_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
+#endif
+}
+
+// The procedure that is told of findings must not call, and does no harm when it does.
+TEST(CheckTest, TheProcedureThatIsToldMayCall) {
+  static const zeltest::Procedures* with;
+  CheckedHost checked;
+  checked.Start("core,trace");
+  const zeltest::Procedures procedures(checked.host);
+  with = &procedures;
+  zeltest::g_whenTold = [] {
+    if (g_findings.rules.size() == 1) with->strings.NewPOSString(nullptr);  // before the stop
+    with->atoms.DeleteStringAtom(with->atoms.NewStringAtom("told"));
+    with->containers.Release(nullptr);
+  };
+  procedures.strings.NewPOSString(nullptr);
+  procedures.atoms.NewStringAtom("lost");
+  checked.host.Stop();
+  zeltest::g_whenTold = nullptr;
+  EXPECT_EQ(g_findings.rules, (std::vector<std::string>{"text-null", "atom-reference-lost"}));
 }
 
 // With "core" the host's own procedures are covered from the start to the stop; without it nothing

@@ -1,6 +1,7 @@
 // Tests of a host's streams: over memory, over a file, and over a client's procedures.
 #include <cstdio>
 #include <filesystem>
+#include <random>
 
 #include "conformance/holders.h"
 
@@ -157,10 +158,17 @@ Verdict WithClient(const Probe& host, Test test) {
   return test(stream, client);
 }
 
-// A file that is gone at the end.
+// A file with a name that nobody else has, which is gone at the end.
 struct File {
-  const std::string path =
-      (std::filesystem::temp_directory_path() / "zelutils-check-probe.tmp").string();
+  static std::string NewPath() {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    std::random_device random;
+    return (folder /
+            ("zelutils-check-" + std::to_string(random()) + std::to_string(random()) + ".tmp"))
+        .string();
+  }
+  const std::string path = NewPath();
   ~File() { std::remove(path.c_str()); }
 };
 

@@ -10,6 +10,7 @@ import json
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -53,6 +54,14 @@ def check_events(program, layer, faults):
         faults.append("the trace of events has not just one call of Serialize")
 
 
+def check_abort(program, layer, faults):
+    """The first finding ends the process, and no other is told of."""
+    run = subprocess.run([program, layer], capture_output=True, text=True,
+                         env=dict(os.environ, ZELUTILS_CHECK="core,abort"))
+    if run.returncode != -signal.SIGABRT or run.stderr.count("zelutils-check: ") != 1:
+        faults.append(f"abort ends with {run.returncode} and prints\n{run.stderr}")
+
+
 def check_rules(faults):
     header = (ROOT / "check/rules.h").read_text(encoding="utf-8")
     rules = re.findall(r'X\(\w+, "([a-z0-9-]+)"', header)
@@ -65,6 +74,7 @@ def main():
     faults = []
     count = check_output(sys.argv[1], sys.argv[2], faults)
     check_events(sys.argv[1], sys.argv[2], faults)
+    check_abort(sys.argv[1], sys.argv[2], faults)
     check_rules(faults)
     print("\n".join(faults))
     print(f"{count} blocks, {len(faults)} faults")
