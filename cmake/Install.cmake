@@ -1,4 +1,4 @@
-# cmake --install, in four components: runtime, development, tools and documentation. Another
+# cmake --install, in components: runtime, check, development, tools and documentation. Another
 # project finds ZELUtils::ZELUtils, ZELUtils::headers, ZELUtils::host and ZELUtils::host_shared
 # by CMake, zelutils and zelhost by pkg-config.
 include(CMakePackageConfigHelpers)
@@ -15,15 +15,16 @@ install(
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE COMPONENT development)
 
-# ---- development ----
-
-# The checking layer is loaded, by the name without a version too, and never linked.
+# The checking layer, loaded by its name without a version and never linked.
 if(TARGET ZELUtilsCheck)
   install(
     TARGETS ZELUtilsCheck
-    RUNTIME COMPONENT development
-    LIBRARY COMPONENT development)
+    RUNTIME COMPONENT check
+    LIBRARY COMPONENT check NAMELINK_COMPONENT development)
 endif()
+
+# ---- development ----
+
 install(
   DIRECTORY include/zelutils host/zelhost host/zelutils DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development)

@@ -31,12 +31,13 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_COMPONENTS_ALL runtime development tools documentation)
+set(CPACK_COMPONENTS_ALL runtime check development tools documentation)
 if(ZEL_PYTHON_DIR)
   list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 
-set(zel_debian_version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
+set(zel_this_one
+  "${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 set(zel_about "ZELUtils gives a document-processing host typed values (POS objects)
 with a text syntax, a stream format that stores them, schemas that they
 are validated against, directories and temporary files, all behind the
@@ -57,19 +58,24 @@ zel_debian(runtime libzelutils${PROJECT_VERSION_MAJOR}
   "typed values, streams and schemas for a document host"
   "This package has the library, and its reference host as a shared library."
   CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers)
+zel_debian(check libzelutilscheck${PROJECT_VERSION_MAJOR}
+  "typed values, streams and schemas (checking layer)"
+  "This package has a library that is loaded in place of the library, and
+tells who breaks the contract between a host, its clients and the library."
+  CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers
+  DEPENDS "libzelutils${zel_this_one}")
 zel_debian(development libzelutils-dev
   "typed values, streams and schemas (development files)"
   "This package has the headers, the reference host as a static library,
-the checking layer, and what CMake and pkg-config need."
+and what CMake and pkg-config need."
   SECTION libdevel
-  CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers
-  DEPENDS "libzelutils${PROJECT_VERSION_MAJOR} (= ${zel_debian_version})")
+  DEPENDS "libzelutils${zel_this_one}, libzelutilscheck${zel_this_one}")
 zel_debian(tools zelutils-tools
   "typed values, streams and schemas (command line)"
   "This package has zelpos, which prints, changes, compares, converts and
 validates such values."
   SECTION utils
-  DEPENDS "libzelutils${PROJECT_VERSION_MAJOR} (= ${zel_debian_version})")
+  DEPENDS "libzelutils${zel_this_one}")
 zel_debian(documentation zelutils-doc
   "typed values, streams and schemas (documentation)"
   "This package has the manual, the reference of the headers, and examples."

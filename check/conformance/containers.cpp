@@ -63,7 +63,8 @@ constexpr HostTest kTests[] = {
     {"instance-is-made", "nothing that makes a value works", [](const Probe& host) {
        return WithInstance(host, [](HeldInstance&, Object& object) { return Expect(object.destroyed == 0, "a new instance is destroyed at once"); }); }},
     {"instance-offset-stays", kUnknown, [](const Probe& host) {
-       return Expect(host.containers.GetOffsetToPrimaryInstance() == host.containers.GetOffsetToPrimaryInstance(), "the offset changes"); }},
+       const std::int32_t first = host.containers.GetOffsetToPrimaryInstance(), second = host.containers.GetOffsetToPrimaryInstance();
+       return Expect(first == second, "the offset changes"); }},
     {"instance-record-object", kUnknown, [](const Probe& host) {
        return WithInstance(host, [](HeldInstance& instance, Object& object) { return Expect(instance.Record().object == &object, "the primary record does not hold the object"); }); }},
     {"instance-record-implementation", kUnknown, [](const Probe& host) {
