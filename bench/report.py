@@ -185,6 +185,22 @@ def instructions(counted):
     return table
 
 
+def checked_costs(counted):
+    """Instructions of each operation without the checking layer and with it."""
+    for name, result in counted.items():
+        checked = counted.get(name[:-len("zel")] + "checked", {}).get("per_item")
+        if name.endswith("/zel") and checked and "error" not in result:
+            yield " ".join(name.split("/")[:2]), result["per_item"], checked
+
+
+def checked(counted):
+    table = Table("The checking layer: instructions per value",
+                  ["operation", "without", "with", "times"])
+    for name, without, with_layer in checked_costs(counted):
+        table.add([name, number(without), number(with_layer), "%.1f" % (with_layer / without)])
+    return table
+
+
 def client_costs(counted):
     """Instructions of each operation as a careful program in C does it and by the typed client."""
     for name, result in counted.items():
@@ -240,6 +256,10 @@ def shortfalls(figures):
         if added > (1 + limit / 100) * careful:
             lines.append("%-24s %6.0f %% more instructions by the client, wanted %g %%" % (
                 name, 100 * (added / careful - 1), limit))
+    for name, without, with_layer in checked_costs(counted):
+        if with_layer > goals["checked"] * without:
+            lines.append("%-24s %6.1f times as many instructions with the checking layer, wanted %g" % (
+                name, with_layer / without, goals["checked"]))
     cost, limit = hardening(counted), goals["hardening"]
     if cost is not None and cost > limit:
         lines.append("hardening %31.1f %% more instructions, wanted %g %%" % (cost, limit))
@@ -262,7 +282,7 @@ def profiles(counted):
 def text(figures, markdown=False, with_profiles=False):
     times, counted = figures["times"], figures["instructions"]
     tables = [compared(times), digits(times), calls(times), growth(times), keys(times), peaks(times),
-              services(times), instructions(counted), client(counted)]
+              services(times), instructions(counted), checked(counted), client(counted)]
     if with_profiles:
         tables += profiles(counted)
     lines = [line for table in tables for line in table.lines(markdown)]

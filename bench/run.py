@@ -30,7 +30,7 @@ PLANS = {
               "services": (1, 0)},
 }
 INSTRUCTIONS = re.compile(r"^(parse|write|read|clone|equality|lookup|lookup_by_atom|path|build|"
-                          r"release|validate)/[^/]*/(zel|before|32 bits|not hardened)$|^client/")
+                          r"release|validate)/[^/]*/(zel|before|32 bits|not hardened|checked)$|^client/")
 # Figures whose quartiles lie farther apart are taken again, with as many rounds, so often.
 WIDE, REPEATS = 0.25, 2
 MARKS = re.compile(r"/(manual_time|iterations:\d+)")
@@ -74,7 +74,7 @@ def run_rounds(benchmarks, plan, show):
     for name in benchmarks:
         group = name.split("/")[0]
         is_operation = group in report.OPERATIONS and group != "memory"
-        if name.endswith(("/32 bits", "/not hardened")):
+        if name.endswith(("/32 bits", "/not hardened", "/checked")):
             continue
         rounds[name] = plan.get("compare" if is_operation else group, (0, 0))
 
@@ -121,13 +121,17 @@ def count_instructions(benchmarks, show):
     names = [name for name in benchmarks if INSTRUCTIONS.match(name)]
     for position, name in enumerate(names):
         show("callgrind, %d of %d: %s" % (position + 1, len(names), name))
+        environment = dict(os.environ)
+        if name.endswith("/checked"):
+            layer = os.path.join(os.path.dirname(benchmarks[name][0]), "libZELUtilsCheck.so")
+            environment.update(ZEL_BENCH_LIBRARY=os.path.abspath(layer), ZELUTILS_CHECK="report")
         with tempfile.TemporaryDirectory() as folder:
             out = os.path.join(folder, "callgrind.out")
             done = subprocess.run(
                 ["valgrind", "--tool=callgrind", "--toggle-collect=zelbench_measured",
                  "--callgrind-out-file=" + out, benchmarks[name][0],
                  "--once=" + MARKS.sub("", benchmarks[name][1])],
-                text=True, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                text=True, env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             if done.returncode != 0:
                 counted[name] = {"error": done.stderr.strip()[-200:]}
                 continue
@@ -201,6 +205,8 @@ def main():
                         help="a 32-bit build whose instructions are counted as well")
     parser.add_argument("--not-hardened", metavar="DIR", dest="not_hardened",
                         help="a build without hardening whose instructions are counted as well")
+    parser.add_argument("--check", action="store_true",
+                        help="count instructions with the checking layer as well")
     parser.add_argument("--goals", action="store_true",
                         help="print what misses a goal of goals.json behind the tables")
     parser.add_argument("--json", metavar="FILE", help="write all figures there")
@@ -219,6 +225,9 @@ def main():
         for name, (_, full_name) in list(benchmarks.items()):
             if folder and name.endswith("/zel") and INSTRUCTIONS.match(name):
                 benchmarks[name[:-len("zel")] + column] = (program, full_name)
+    for name, found in list(benchmarks.items()):
+        if arguments.check and name.endswith("/zel") and INSTRUCTIONS.match(name):
+            benchmarks[name[:-len("zel")] + "checked"] = found
     if arguments.only:
         benchmarks = {name: found for name, found in benchmarks.items()
                       if re.search(arguments.only, name)}

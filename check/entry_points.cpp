@@ -30,7 +30,7 @@ void Guarded(Action action) noexcept {
   }
 }
 
-// What a start needs to be ready before the library is started.
+// The preparation of a start, before the library is started.
 void Prepare(Layer& layer, ZELLookupProc lookup) {
   ReadEnvironment(layer);
   ForgetFindings();

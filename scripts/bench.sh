@@ -6,8 +6,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 usage() {
   cat <<'END_OF_USAGE'
 usage: ./dev bench [--quick] [--rounds N] [--only REGEX] [--instructions | --no-times]
-                   [--before DIR] [--32] [--hardening] [--goals] [--json FILE]
-                   [--svg FILE]
+                   [--before DIR] [--32] [--hardening] [--check] [--goals]
+                   [--json FILE] [--svg FILE]
        ./dev bench --tool [--size MB]
 
 Measures the library beside Jansson, json-c, RapidJSON and nlohmann/json and prints tables; about
@@ -21,6 +21,7 @@ build/bench/results.json.
   --before DIR    an older build of the benchmarks, measured in the same rounds
   --32            count the instructions of a 32-bit build too; takes g++-multilib
   --hardening     count the instructions of a build without hardening too, and compare
+  --check         count the instructions with the checking layer in place of the library too
   --tool          measure zelpos beside jq, Python and others on a document of 200 MB, or of --size;
                   takes up to 8 GB of memory and 2 GB in build/bench-tool
   --goals         list what misses a goal of bench/goals.json
@@ -56,6 +57,7 @@ while [ $# -gt 0 ]; do
       shift
       ;;
     --32) bits32=build/bench32 ;;
+    --check) arguments+=(--instructions --check) ;;
     --hardening) plain=build/bench-not-hardened ;;
     *) arguments+=("$1") ;;
   esac

@@ -18,6 +18,19 @@ mypy --no-error-summary --check-untyped-defs zelutils
 sed -n '/^```python$/,/^```$/{/^```/d;p}' "$ZEL_DOCS/python.md" README.md >"$work/pages.py"
 MYPYPATH=. mypy --no-error-summary --strict --follow-imports=silent "$work/pages.py"
 
+# With the checking layer beside the host in place of the library: it finds nothing.
+release=$(dirname "$ZELHOST_LIBRARY")
+mkdir "$work/checked"
+cp "$ZELHOST_LIBRARY" "$work/checked/libzelhost.so"
+cp "$release/libZELUtilsCheck.so" "$work/checked/$(basename "$release"/libZELUtils.so.?)"
+ZELHOST_LIBRARY=$work/checked/libzelhost.so ZELUTILS_LIBRARY=$release/libZELUtils.so \
+  ZELUTILS_CHECK=stats,out=$work/checked/log PYTHONPATH=. /usr/bin/python3 -m pytest -q -p no:cacheprovider
+if grep -E '^zelutils-check: [a-z]+-' "$work/checked/log" || ! grep -q 'calls, failures' "$work/checked/log"; then
+  cat "$work/checked/log"
+  echo "the checking layer finds something, or was not there"
+  exit 1
+fi
+
 /usr/bin/python3 -m pip --quiet wheel --no-index --no-deps --no-build-isolation -w "$work" .
 /usr/bin/python3 -m venv "$work/environment"
 "$work/environment/bin/pip" --quiet install --no-index "$work"/zelutils-*.whl
