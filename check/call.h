@@ -118,6 +118,7 @@ class Call {
   bool failed = false;  // a failure was reported while it ran
   std::uint64_t startTime = 0;
   std::uint64_t innerTime = 0;  // spent in calls made in this one
+  std::size_t line = 0;         // of the trace, counted from 1; 0: none
 
  private:
   bool Enters();

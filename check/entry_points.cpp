@@ -96,7 +96,12 @@ ZEL_EXPORTED std::uint32_t ZELUtilsGetVersion(void) {
 
 ZEL_EXPORTED std::int32_t ZELUtilsInitialize(ZELLookupProc lookup) {
   const zelcheck::EntryPoints* const library = zelcheck::RealLibrary();
-  return library == nullptr ? 0 : zelcheck::Start(library->initialize, lookup);
+  if (library == nullptr) return 0;
+  try {
+    return zelcheck::Start(library->initialize, lookup);
+  } catch (...) {  // no memory for the state of the layer: nothing was started
+    return 0;
+  }
 }
 
 ZEL_EXPORTED void ZELUtilsTerminate(void) {

@@ -20,11 +20,7 @@ constexpr const char* kSides[] = {"client>library", "library>host", "client>host
 
 // Lines of the outermost call that runs, in the order in which the calls began. A line is complete
 // when its call has returned.
-struct Lines {
-  std::vector<std::string> lines;
-  std::vector<std::size_t> open;  // those whose calls still run
-};
-constinit Lasting<Lines> OpenLines;
+constinit Lasting<std::vector<std::string>> OpenLines;
 
 constinit std::FILE* g_events = nullptr;
 constinit bool g_hasEvent = false;
@@ -89,13 +85,13 @@ void CloseTrace() {
   std::fclose(std::exchange(g_events, nullptr));
 }
 
-void TraceBegin(const Call& call) {
+void TraceBegin(Call& call) {
   if (!TheLayer().settings.traceFile.empty()) return;
-  Lines& all = OpenLines();
-  all.open.push_back(all.lines.size());
   std::array<char, 32> who{};
   std::snprintf(who.data(), who.size(), "%-14s ", kSides[static_cast<int>(call.side)]);
-  all.lines.push_back(who.data() + std::string(std::size_t{2} * call.depth, ' ') + InWords(call));
+  std::vector<std::string>& lines = OpenLines();
+  lines.push_back(who.data() + std::string(std::size_t{2} * call.depth, ' ') + InWords(call));
+  call.line = lines.size();
 }
 
 void TraceEnd(const Call& call, std::uint64_t duration) {
@@ -106,25 +102,25 @@ void TraceEnd(const Call& call, std::uint64_t duration) {
     }
     return;
   }
-  Lines& all = OpenLines();
-  if (all.open.empty()) return;
-  std::string& line = all.lines[all.open.back()];
-  all.open.pop_back();
-  if (settings.Shows(Text(call.row.interfaceName))) {
-    line += ResultInWords(call) + "  [" + Microseconds(duration) + "]\n";
-  } else {
-    line.clear();
+  std::vector<std::string>& lines = OpenLines();
+  if (call.line != 0 && call.line <= lines.size()) {
+    std::string& line = lines[call.line - 1];
+    if (settings.Shows(Text(call.row.interfaceName))) {
+      line += ResultInWords(call) + "  [" + Microseconds(duration) + "]\n";
+    } else {
+      line.clear();
+    }
   }
-  if (all.open.empty()) FlushTrace();
+  if (call.outer == nullptr) FlushTrace();
 }
 
 void FlushTrace() {
-  Lines& all = OpenLines();
   std::string text;
-  for (const std::size_t open : all.open) all.lines[open] += "  ... runs\n";
-  for (const std::string& line : all.lines) text += line;
-  all.lines.clear();
-  all.open.clear();
+  for (const std::string& line : OpenLines()) {
+    text += line;
+    if (!line.empty() && line.back() != '\n') text += "  ... runs\n";
+  }
+  OpenLines().clear();
   if (!text.empty()) Print(text);
 }
 

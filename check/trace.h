@@ -7,7 +7,7 @@ namespace zelcheck {
 
 void OpenTrace();
 void CloseTrace();
-void TraceBegin(const Call& call);
+void TraceBegin(Call& call);
 void TraceEnd(const Call& call, std::uint64_t duration);
 
 }  // namespace zelcheck
