@@ -15,6 +15,7 @@ cd "$work/source"
 PYTHONPATH=. /usr/bin/python3 -m pytest -q -p no:cacheprovider
 mypy --no-error-summary --check-untyped-defs zelutils
 # Programs of users may be as strict as they like: those of the pages are.
+# shellcheck disable=SC2016 # the backquotes are those of the page
 sed -n '/^```python$/,/^```$/{/^```/d;p}' "$ZEL_DOCS/python.md" README.md >"$work/pages.py"
 MYPYPATH=. mypy --no-error-summary --strict --follow-imports=silent "$work/pages.py"
 
