@@ -11,6 +11,22 @@ namespace zelhost {
 namespace {
 
 constexpr std::size_t kFirstSlotCount = 1024;  // a power of two
+
+// Copies a text of `size` bytes, its NUL included. The two ends of a short one may overlap.
+void CopyText(char* target, const char* text, std::size_t size) noexcept {
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  if (size < kWord || size > 2 * kWord) {
+    std::memcpy(target, text, size);
+    return;
+  }
+  std::uint64_t first;
+  std::uint64_t last;
+  std::memcpy(&first, text, kWord);
+  std::memcpy(&last, text + size - kWord, kWord);
+  std::memcpy(target, &first, kWord);
+  std::memcpy(target + size - kWord, &last, kWord);
+}
+
 }  // namespace
 
 void AtomTable::Open(bool separate) {
@@ -42,7 +58,8 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text) noexcept {
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
                                       std::uint32_t hash) noexcept {
-  for (std::size_t place = hash & mask_; slots_[place].atom != 0; place = (place + 1) & mask_) {
+  std::size_t place = hash & mask_;
+  for (; slots_[place].atom != 0; place = (place + 1) & mask_) {
     if (slots_[place].hash != hash) continue;
     Entry& entry = EntryOf(slots_[place].atom);
     if (entry.length == length && std::memcmp(TextOf(entry), text, length) == 0) {
@@ -50,63 +67,92 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
     }
   }
   try {
-    return Add(text, length, hash);
+    return Add(&slots_[place], text, length, hash);
   } catch (const std::bad_alloc&) {
     return {};
   }
 }
 
 // Throws bad_alloc.
-AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) {
+inline AtomTable::Found AtomTable::Add(Slot* free, const char* text, std::size_t length,
+                                       std::uint32_t hash) {
   if (length >= std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  if (used_ >= mask_ / 2) DoubleSlots();
-  const ZELStringAtom atom = TakeBlock(UnitsFor(length));
-  Entry& entry = EntryOf(atom);
-  char* copy = Behind(entry);
-  if (!IsInline(length)) {
-    copy = static_cast<char*>(longTexts_.Allocate(length + 1));
-    if (copy == nullptr) {
-      GiveBack(atom, UnitsFor(length));
-      throw std::bad_alloc();
-    }
-    std::memcpy(Behind(entry), &copy, sizeof copy);
+  if (used_ >= mask_ / 2) [[unlikely]] {
+    DoubleSlots();
+    free = FreeSlot(slots_, mask_, hash);
   }
-  entry = {0, 0, static_cast<std::uint32_t>(length), hash};
-  std::memcpy(copy, text, length + 1);
-  StateOf(atom) = IsInline(length) ? kInlineText : kTextElsewhere;
-  EnterInto(slots_, mask_, {atom, hash});
+  const Found added = TakeBlock(UnitsFor(length));
+  *added.entry = {0, 0, static_cast<std::uint32_t>(length), hash};
+  if (IsInline(length)) [[likely]] {
+    CopyText(Behind(*added.entry), text, length + 1);
+    StateOf(added.atom) = kInlineText;
+  } else {
+    KeepElsewhere(added, text, length);
+  }
+  *free = {added.atom, hash};
   ++used_;
-  return {atom, &entry};
+  return added;
+}
+
+// Throws bad_alloc, and has given the atom's block back then.
+void AtomTable::KeepElsewhere(const Found& added, const char* text, std::size_t length) {
+  void* const copy = longTexts_.Allocate(length + 1);
+  if (copy == nullptr) {
+    GiveBack(added, UnitsFor(length));
+    throw std::bad_alloc();
+  }
+  std::memcpy(copy, text, length + 1);
+  std::memcpy(Behind(*added.entry), &copy, sizeof copy);
+  StateOf(added.atom) = kTextElsewhere;
+}
+
+// Closes the gap in the slots that an atom leaves, so that no search ends too early.
+inline void AtomTable::Forget(ZELStringAtom atom, std::uint32_t hash) noexcept {
+  std::size_t gap = hash & mask_;
+  while (slots_[gap].atom != atom) gap = (gap + 1) & mask_;
+  for (std::size_t place = (gap + 1) & mask_; slots_[place].atom != 0;
+       place = (place + 1) & mask_) {
+    const std::size_t distance = (place - slots_[place].hash) & mask_;
+    if (distance < ((place - gap) & mask_)) continue;
+    slots_[gap] = slots_[place];
+    gap = place;
+  }
+  slots_[gap].atom = 0;
+  --used_;
 }
 
 void AtomTable::Remove(ZELStringAtom atom, Entry& entry) noexcept {
   Forget(atom, entry.hash);
   StateOf(atom) = kNoAtom;
-  if (!IsInline(entry.length)) longTexts_.Free(TextOf(entry));
-  GiveBack(atom, UnitsFor(entry.length));
+  if (!IsInline(entry.length)) [[unlikely]]
+    longTexts_.Free(TextOf(entry));
+  GiveBack({atom, &entry}, UnitsFor(entry.length));
 }
 
-void AtomTable::GiveBack(ZELStringAtom atom, std::uint32_t units) noexcept {
+inline void AtomTable::GiveBack(const Found& block, std::uint32_t units) noexcept {
   Free& free = free_[units];
-  EntryOf(atom).hash = 0;
-  (free.count == 0 ? free.oldest : EntryOf(free.newest).hash) = atom;
-  free.newest = atom;
+  block.entry->hash = 0;
+  (free.count == 0 ? free.oldest : free.newest->hash) = block.atom;
+  free.newest = block.entry;
   ++free.count;
 }
 
 // Throws bad_alloc.
-ZELStringAtom AtomTable::TakeBlock(std::uint32_t units) {
+inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) {
   Free& free = free_[units];
-  if (free.count > kFewestFree) {
-    const ZELStringAtom atom = free.oldest;
-    free.oldest = EntryOf(atom).hash;
-    --free.count;
-    return atom;
-  }
+  if (free.count <= kFewestFree) return TakeFreshBlock(units);
+  const Found taken = {free.oldest, &EntryOf(free.oldest)};
+  free.oldest = taken.entry->hash;
+  --free.count;
+  return taken;
+}
+
+// Throws bad_alloc.
+AtomTable::Found AtomTable::TakeFreshBlock(std::uint32_t units) {
   if (kUnits - fresh_ < units) AddChunk();
   const ZELStringAtom atom = ((chunkCount_ - 1) << kUnitBits) + fresh_;
   fresh_ += units;
-  return atom;
+  return {atom, &EntryOf(atom)};
 }
 
 // Throws bad_alloc.
@@ -123,15 +169,18 @@ void AtomTable::AddChunk() {
   std::memset(chunk->states, kNoAtom, sizeof chunk->states);
   // The rest of the newest chunk is too little for one block and enough for a smaller one.
   const std::uint32_t left = chunkCount_ == 0 ? 0 : kUnits - fresh_;
-  if (left > 1) GiveBack(((chunkCount_ - 1) << kUnitBits) + fresh_, left);
+  if (left > 1) {
+    const ZELStringAtom rest = ((chunkCount_ - 1) << kUnitBits) + fresh_;
+    GiveBack({rest, &EntryOf(rest)}, left);
+  }
   chunks_[chunkCount_++] = chunk;
   fresh_ = 0;
 }
 
-void AtomTable::EnterInto(Slot* slots, std::size_t mask, Slot entered) noexcept {
-  std::size_t place = entered.hash & mask;
+AtomTable::Slot* AtomTable::FreeSlot(Slot* slots, std::size_t mask, std::uint32_t hash) noexcept {
+  std::size_t place = hash & mask;
   while (slots[place].atom != 0) place = (place + 1) & mask;
-  slots[place] = entered;
+  return &slots[place];
 }
 
 // Throws bad_alloc.
@@ -139,26 +188,12 @@ void AtomTable::DoubleSlots() {
   const std::size_t count = (mask_ + 1) * 2;
   auto* larger = new Slot[count]{};
   for (std::size_t place = 0; place <= mask_; ++place) {
-    if (slots_[place].atom != 0) EnterInto(larger, count - 1, slots_[place]);
+    const Slot moved = slots_[place];
+    if (moved.atom != 0) *FreeSlot(larger, count - 1, moved.hash) = moved;
   }
   delete[] slots_;
   slots_ = larger;
   mask_ = count - 1;
-}
-
-// Closes the gap in the slots that an atom leaves, so that no search ends too early.
-void AtomTable::Forget(ZELStringAtom atom, std::uint32_t hash) noexcept {
-  std::size_t gap = hash & mask_;
-  while (slots_[gap].atom != atom) gap = (gap + 1) & mask_;
-  for (std::size_t place = (gap + 1) & mask_; slots_[place].atom != 0;
-       place = (place + 1) & mask_) {
-    const std::size_t distance = (place - slots_[place].hash) & mask_;
-    if (distance < ((place - gap) & mask_)) continue;
-    slots_[gap] = slots_[place];
-    gap = place;
-  }
-  slots_[gap].atom = 0;
-  --used_;
 }
 
 }  // namespace zelhost

@@ -106,8 +106,8 @@ class AtomTable {
   };
   // The free blocks of one size, the oldest first.
   struct Free {
+    Entry* newest;
     ZELStringAtom oldest;
-    ZELStringAtom newest;
     std::uint32_t count;
   };
 
@@ -125,11 +125,14 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  Found Add(const char* text, std::size_t length, std::uint32_t hash);
-  ZELStringAtom TakeBlock(std::uint32_t units);
-  void GiveBack(ZELStringAtom atom, std::uint32_t units) noexcept;
+  // The free slot where a search for the hash ends.
+  static Slot* FreeSlot(Slot* slots, std::size_t mask, std::uint32_t hash) noexcept;
+  Found Add(Slot* free, const char* text, std::size_t length, std::uint32_t hash);
+  void KeepElsewhere(const Found& added, const char* text, std::size_t length);
+  Found TakeBlock(std::uint32_t units);
+  Found TakeFreshBlock(std::uint32_t units);
+  void GiveBack(const Found& block, std::uint32_t units) noexcept;
   void AddChunk();
-  static void EnterInto(Slot* slots, std::size_t mask, Slot entered) noexcept;
   void DoubleSlots();
   void Forget(ZELStringAtom atom, std::uint32_t hash) noexcept;
 

@@ -95,15 +95,16 @@ bool Heap::AddArea() noexcept {
   return true;
 }
 
-// At least half of the table stays free.
+// At least three quarters of the table stay free.
 bool Heap::Register(Chunk* chunk) noexcept {
   const auto enter = [](Chunk** table, std::size_t mask, Chunk* entered) {
     std::size_t place = PlaceOf(entered);
+    if (table[place & mask] != &noChunk_) place = FurtherPlaceOf(entered);
     while (table[place & mask] != &noChunk_) ++place;
     table[place & mask] = entered;
   };
   const std::size_t size = tableMask_ + 1;
-  if ((chunkCount_ + 1) * 2 > size) {
+  if ((chunkCount_ + 1) * 4 > size) {
     auto** larger = new (std::nothrow) Chunk*[size * 2];
     if (larger == nullptr) return false;
     std::fill_n(larger, size * 2, &noChunk_);
@@ -120,10 +121,12 @@ bool Heap::Register(Chunk* chunk) noexcept {
 }
 
 Heap::Chunk* Heap::ChunkOf(const void* block) const noexcept {
-  for (std::size_t place = PlaceOf(block);; ++place) {
-    Chunk* const chunk = table_[place & tableMask_];
-    if (chunk == &noChunk_ || chunk->Covers(block)) return chunk;
+  Chunk* chunk = table_[PlaceOf(block) & tableMask_];
+  for (std::size_t place = FurtherPlaceOf(block); chunk != &noChunk_ && !chunk->Covers(block);
+       ++place) {
+    chunk = table_[place & tableMask_];
   }
+  return chunk;
 }
 
 void* Heap::AllocateLarge(std::size_t size) noexcept {

@@ -7,14 +7,13 @@ namespace NPOSObjectImpl {
 // order; what lies deeper waits until the outermost destruction is through.
 class DestructionQueue {
  public:
-  void Destroy(BaseObject* object) noexcept {
-    if (depth_ >= kMaxDepth && object->Kind().isComposite) {
-      auto* composite = static_cast<Composite*>(object);
+  void Destroy(Composite* composite) noexcept {
+    if (depth_ >= kMaxDepth) {
       composite->nextPending = pending_;
       pending_ = composite;
       return;
     }
-    DestroyNow(object);
+    DestroyNow(composite);
     while (depth_ == 0 && pending_ != nullptr) {
       Composite* next = pending_;
       pending_ = next->nextPending;
@@ -25,9 +24,9 @@ class DestructionQueue {
  private:
   static constexpr std::uint32_t kMaxDepth = 64;
 
-  void DestroyNow(BaseObject* object) noexcept {
+  void DestroyNow(Composite* composite) noexcept {
     ++depth_;
-    object->Kind().destroy(object);
+    composite->Kind().destroy(composite);
     --depth_;
   }
 
@@ -42,7 +41,9 @@ constinit DestructionQueue g_destructions;
 }  // namespace
 
 void DestroyPublished(void* object) noexcept {
-  g_destructions.Destroy(static_cast<BaseObject*>(object));
+  auto* const value = static_cast<BaseObject*>(object);
+  if (!value->Kind().isComposite) return value->Kind().destroy(value);
+  g_destructions.Destroy(static_cast<Composite*>(value));
 }
 
 constinit std::uint32_t g_cloneDepth = 0;

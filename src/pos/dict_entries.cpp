@@ -51,9 +51,13 @@ struct Block {
 // Of a few keys, their first bytes tell more cheaply than a hash which one it may be.
 template <typename IsKey>
 std::uint32_t FindAmongFew(const DictStore& store, char first, IsKey isKey) noexcept {
-  for (std::uint32_t number = 0; number < store.End(); ++number) {
-    const char* const text = store.Text(number);
-    if (text != nullptr && *text == first && isKey(text)) return number;
+  const DictEntry* const begin = store.Begin();
+  const DictEntry* const end = begin + store.End();
+  for (const DictEntry* entry = begin; entry != end; ++entry) {
+    const char* const text = entry->key.Text();
+    if (text != nullptr && *text == first && isKey(text)) {
+      return static_cast<std::uint32_t>(entry - begin);
+    }
   }
   return kNone;
 }
@@ -108,7 +112,7 @@ void DictEntries::Insert(CZELStringAtom&& key, std::uint32_t hash,
   if (store_.IsFull()) MoveTo(CapacityAfter(store_.Capacity()));
   if (index_.IsThere() && hash == 0) hash = HashOf(key);
   const std::uint32_t number = store_.Add(std::move(key), hash, std::move(value));
-  index_.Add(number, hash);
+  if (index_.IsThere()) index_.Add(number, hash);
   order_.Add(store_, number);
 }
 

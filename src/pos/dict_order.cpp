@@ -52,12 +52,6 @@ void DictOrder::MoveTo(DictOrder& target, const DictStore& from) noexcept {
   if (count > 0) target.Spread(count);
 }
 
-void DictOrder::Add(const DictStore& store, std::uint32_t number) noexcept {
-  if (number >= covered_) return;
-  Insert(store, number);
-  ++version_;
-}
-
 void DictOrder::Remove(const DictStore& store, std::uint32_t number) noexcept {
   if (number >= covered_) return;
   const std::uint32_t leaf = FindLeaf(store, store.Text(number), Bound::kUpTo, nullptr);

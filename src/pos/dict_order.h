@@ -31,7 +31,12 @@ class DictOrder {
   void MoveTo(DictOrder& target, const DictStore& from) noexcept;
 
   // Of an entry that has just been added to the store, or is about to be removed from it.
-  void Add(const DictStore& store, std::uint32_t number) noexcept;
+  void Add(const DictStore& store, std::uint32_t number) noexcept {
+    // One that is behind all others is taken in when somebody asks for the order.
+    if (number >= covered_) return;
+    Insert(store, number);
+    ++version_;
+  }
   void Remove(const DictStore& store, std::uint32_t number) noexcept;
 
   // The first place, the one after another, and the first one with a key greater than `key`; kEnd

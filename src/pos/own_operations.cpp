@@ -26,6 +26,12 @@ const ConstDictIterator& IteratorOf(const OwnWalk& walk) noexcept {
   return *std::launder(reinterpret_cast<const ConstDictIterator*>(walk.state));
 }
 
+// Reports the exception being handled and raises the operation's text.
+[[noreturn]] ZEL_NEVER_INLINE void ReportAndRaise(const char* message) {
+  ZEL_T_NMT::ReportCurrentException();
+  ZEL_T_NMT::RaisePOSException(message);
+}
+
 template <typename T, typename... Arguments>
 ZELInstance NewValue(Arguments... arguments) {
   ZELInstance made = nullptr;
@@ -47,13 +53,21 @@ constinit const ZEL_T_NMT::OwnOperations kOwnOperations = {
     .newDict = &NewValue<Dict>,
     .append =
         [](OwnArray& array, ContainerReference&& value) {
-          static_cast<Array&>(array).Append(std::move(value));
+          try {
+            static_cast<Array&>(array).Append(std::move(value));
+          } catch (...) {
+            ReportAndRaise("CPOSArray::Append failed");
+          }
         },
     .find = [](const OwnDict& dict,
                const char* key) noexcept { return static_cast<const Dict&>(dict).Get(key); },
     .put =
         [](OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value) {
-          static_cast<Dict&>(dict).Put(std::move(key), std::move(value));
+          try {
+            static_cast<Dict&>(dict).Put(std::move(key), std::move(value));
+          } catch (...) {
+            ReportAndRaise("CPOSDict::Put failed");
+          }
         },
     .beginWalk =
         [](OwnWalk& walk, OwnDict& dict) noexcept {

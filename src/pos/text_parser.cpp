@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "frame/base/byte_words.h"
+#include "frame/base/compiler.h"
 #include "frame/base/decimal.h"
 #include "frame/client/key_atoms.h"
 #include "frame/core/nesting.h"
@@ -73,11 +74,16 @@ class Parser {
     }
   }
 
-  // The object whose first character the cursor is at.
-  CPOSObject ReadObject() {
+  // The object whose first character the cursor is at. Inline, and each kind in a function of its
+  // own: a level of nesting takes no more of the stack than its container needs.
+  ZEL_ALWAYS_INLINE CPOSObject ReadObject() {
     const char first = *cursor_;
     if (IsOneOf(first, kDigit | kSign | kPoint)) return ReadNumber();
     if (IsOneOf(first, kLetter) || first == '(') return ReadString(first);
+    return ReadOther(first);
+  }
+
+  ZEL_NEVER_INLINE CPOSObject ReadOther(char first) {
     if (first == '[') return ReadArray();
     if (first == '<') return ReadDict();
     if (first == '`') return ReadUnicodeString();
@@ -95,7 +101,7 @@ class Parser {
     ++cursor_;
   }
 
-  CPOSObject ReadArray() {
+  ZEL_NEVER_INLINE CPOSObject ReadArray() {
     EnterContainer();
     CPOSArray array = CPOSArray::New();
     for (;;) {
@@ -108,7 +114,7 @@ class Parser {
     return array;
   }
 
-  CPOSObject ReadDict() {
+  ZEL_NEVER_INLINE CPOSObject ReadDict() {
     EnterContainer();
     CPOSDict dict = CPOSDict::New();
     for (;;) {
@@ -124,26 +130,25 @@ class Parser {
   // A key, whose first character is at the cursor, and its value. The key is made a String only
   // where somebody else's procedures are to see it.
   void ReadMember(const CPOSDict& dict, char first) {
-    CPOSObject made;
-    if (first == '(' || IsOneOf(first, kLetter)) {
-      Text text;
-      ReadText(first, text);
-      if (ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn()) [[likely]] {
-        if (!keys_) keys_.emplace();
-        CZELStringAtom key = keys_->Get(text.bytes, text.length);
-        dict.Put(std::move(key), ParseObject());
-        return;
-      }
-      made = CPOSString::New(text.bytes);
-    } else {
-      made = ReadObject();
+    if (ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn() && (first == '(' || IsOneOf(first, kLetter)))
+        [[likely]] {
+      CZELStringAtom key = ReadKey(first);
+      dict.Put(std::move(key), ParseObject());
+      return;
     }
-    const CPOSString key(std::move(made), true);
+    const CPOSString key(ReadObject(), true);
     if (key.IsEmpty()) Fail("Expected dictionary key string");
     dict.Put(key.Get(), ParseObject());
   }
 
-  CPOSObject ReadString(char first) {
+  ZEL_NEVER_INLINE CZELStringAtom ReadKey(char first) {
+    Text text;
+    ReadText(first, text);
+    if (!keys_) keys_.emplace();
+    return keys_->Get(text.bytes, text.length);
+  }
+
+  ZEL_NEVER_INLINE CPOSObject ReadString(char first) {
     Text text;
     ReadText(first, text);
     return CPOSString::New(text.bytes);
@@ -222,7 +227,7 @@ class Parser {
     }
   }
 
-  CPOSObject ReadNumber() {
+  ZEL_NEVER_INLINE CPOSObject ReadNumber() {
     const char* const start = cursor_;
     const std::size_t limit =
         std::min(static_cast<std::size_t>(end_ - start), std::size_t{POS_TEXT_NUMBER_LIMIT} + 1);
@@ -235,7 +240,7 @@ class Parser {
     return CPOSNumber::New(decimal.value);
   }
 
-  CPOSObject ReadUnicodeString() {
+  ZEL_NEVER_INLINE CPOSObject ReadUnicodeString() {
     const char* const start = ++cursor_;
     while (*cursor_ != '`') {
       if (*cursor_ == '\0') Fail("Unterminated Unicode string");

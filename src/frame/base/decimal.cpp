@@ -209,9 +209,33 @@ bool IsLarge(const char* begin, const char* mantissaEnd, std::int64_t exponent) 
   return places + exponent > 0;
 }
 
-}  // namespace
+// Most numbers are a few digits, many with a point and a few digits behind it: up to seven of each
+// are told by a word each. Stores what DecimalPrefix gives for such a number that begins the text,
+// which has room for both words and the point. False for any other, also where an exponent may
+// follow.
+ZEL_ALWAYS_INLINE bool ShortPrefix(const char* text, Decimal& result) noexcept {
+  const std::uint64_t word = LoadWord(text);
+  const std::uint32_t wholes = BytesBefore(BytesNoDigits(word));
+  if (wholes == 0 || wholes >= kWordSize) return false;
+  LeadingDigits digits{DigitsValue(word, wholes)};
+  std::size_t length = wholes;
+  std::uint32_t fractions = 0;
+  if (text[wholes] == '.') {
+    const std::uint64_t rest = LoadWord(text + wholes + 1);
+    fractions = BytesBefore(BytesNoDigits(rest));
+    if (fractions == 0 || fractions >= kWordSize) return false;
+    digits.value = digits.value * kPowersOfTen[fractions] + DigitsValue(rest, fractions);
+    length += std::size_t{1} + fractions;
+  }
+  if ((text[length] | 0x20) == 'e') return false;
+  double value = 0;
+  if (!RoundByProduct(digits, -std::int64_t{fractions}, value)) return false;
+  result = {value, length};
+  return true;
+}
 
-Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) noexcept {
+ZEL_NEVER_INLINE Decimal LongPrefix(const char* text, std::size_t length,
+                                    bool allowExponent) noexcept {
   const char* const end = text + length;
   const bool negative = text != end && *text == '-';
   const char* const begin = text != end && (*text == '-' || *text == '+') ? text + 1 : text;
@@ -251,6 +275,17 @@ Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) 
     }
   }
   return {negative ? -value : value, static_cast<std::size_t>(cursor - text)};
+}
+
+}  // namespace
+
+Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) noexcept {
+  if constexpr (kHasByteWords) {
+    Decimal result;
+    if (length > 2 * kWordSize + 1 && ShortPrefix(text, result)) [[likely]]
+      return result;
+  }
+  return LongPrefix(text, length, allowExponent);
 }
 
 }  // namespace ZEL_T_NMT

@@ -16,7 +16,7 @@ class KeyAtoms {
   // allocation failure when the host has none.
   CZELStringAtom Get(const char* text, std::size_t length) {
     const std::uint32_t fingerprint = Fingerprint(text, length);
-    Slot& slot = slots_[fingerprint >> (32 - kSlotBits)];
+    Slot& slot = SlotOf(fingerprint);
     if (slot.fingerprint != fingerprint) {
       // A key that comes once shall cost nothing here: an atom is kept from the second time on, and
       // then for good.
@@ -32,11 +32,20 @@ class KeyAtoms {
   }
 
  private:
-  static constexpr std::uint32_t kSlotBits = 5;
+  static constexpr std::uint32_t kSlotBits = 6;
   struct Slot {
     CZELStringAtom atom;
     std::uint32_t fingerprint = 0;
   };
+
+  // One of the two slots where a fingerprint may be: the one that has it, or else one that holds no
+  // atom if there is any.
+  Slot& SlotOf(std::uint32_t fingerprint) noexcept {
+    Slot& slot = slots_[fingerprint >> (32 - kSlotBits)];
+    if (slot.fingerprint == fingerprint) return slot;
+    Slot& other = slots_[fingerprint >> (32 - 2 * kSlotBits) & (slots_.size() - 1)];
+    return other.fingerprint == fingerprint || slot.atom.Atom() != 0 ? other : slot;
+  }
 
   // Short keys mostly differ in their length or in one of these bytes. Never 0.
   static std::uint32_t Fingerprint(const char* text, std::size_t length) noexcept {

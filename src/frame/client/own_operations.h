@@ -23,20 +23,23 @@ struct OwnWalk {
   alignas(void*) std::byte state[18 * sizeof(void*)];
 };
 
-// Operations on values of the library's own. Those that may fail raise; nothing has changed then. A
-// text of the object model is valid until the dictionary changes or the walk moves.
+// Operations on values of the library's own. Those that may fail do so as the procedures' wrappers
+// do: with a report, and then by raising the operation's text; nothing has changed then. A text of
+// the object model is valid until the dictionary changes or the walk moves.
 struct OwnOperations {
-  // New values, published, each with one reference that is the caller's. They fail as the
-  // procedures do: with a report, and then by raising "invalid container".
+  // New values, published, each with one reference that is the caller's; the text is "invalid
+  // container".
   ZELInstance (*newNumber)(double value);
   ZELInstance (*newString)(const char* text);
   ZELInstance (*newUnicodeString)(const std::uint16_t* units);
   ZELInstance (*newArray)();
   ZELInstance (*newDict)();
 
+  // "CPOSArray::Append failed".
   void (*append)(OwnArray& array, ContainerReference&& value);
   // Null for an absent key; borrowed.
   ZELInstance (*find)(const OwnDict& dict, const char* key) noexcept;
+  // "CPOSDict::Put failed".
   void (*put)(OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value);
 
   // A walk in key order that stays valid whatever is done to the dictionary, and ends with it.
@@ -75,6 +78,9 @@ class POSInterface : public ImportedInterface<Interface> {
   }
   // The same at any time: false while there is no link.
   bool IsLinkedAndOwn() { return g_link.unregisterCount != nullptr && IsOwn(); }
+  // Whether values of the kind are made directly, and are then known to have the methods of the
+  // library's own. False as well where that is not known.
+  bool MakesDirectly() const noexcept;
   // As IsOwn, but imports nothing: false where it would have to.
   bool IsKnownToBeOwn() const noexcept { return ownGeneration_ == g_link.Generation(); }
 
@@ -114,6 +120,14 @@ struct OwnMethods {
   std::uint64_t generation = 0;
 };
 extern constinit OwnMethods g_ownMethods;
+
+template <typename Interface>
+inline bool POSInterface<Interface>::MakesDirectly() const noexcept {
+  if (g_link.unregisterCount == nullptr) [[unlikely]]
+    return false;
+  const std::uint64_t generation = g_link.Generation();
+  return ownGeneration_ == generation && g_ownMethods.generation == generation;
+}
 
 // Whether the methods of an instance are known to be the library's own; not null, while linked.
 inline bool HasKnownMethods(ZELInstance instance) noexcept {

@@ -1,19 +1,8 @@
 #include "frame/client/pos_wrappers.h"
 
 #include "frame/client/report_watch.h"
-#include "frame/object/guard.h"
 
 namespace ZEL_T_NMT {
-namespace {
-
-// A composite of the library's own fails as its procedure would: with a report, and then by raising
-// the operation's text.
-[[noreturn]] void ReportAndRaise(const char* message) {
-  ReportCurrentException();
-  RaisePOSException(message);
-}
-
-}  // namespace
 
 void CPOSObject::Expect(bool isOfType, bool quiet, const char* message) {
   if (isOfType) return;
@@ -28,15 +17,13 @@ void CPOSObject::Expect(bool isOfType, bool quiet, const char* message) {
 POS_KINDS(ZEL_DOWNCAST)
 #undef ZEL_DOWNCAST
 
-CPOSObject CPOSNumber::New(double value) {
-  if (g_pos.numbers.IsLinkedAndOwn()) [[likely]]
-    return TakeOver(g_own.newNumber(value));
+CPOSObject CPOSNumber::NewElsewhere(double value) {
+  if (g_pos.numbers.IsLinkedAndOwn()) return TakeOver(g_own.newNumber(value));
   return Adopt(Require(g_pos.numbers.Get())->NewPOSNumber(value));
 }
 
-CPOSObject CPOSString::New(const char* text) {
-  if (g_pos.strings.IsLinkedAndOwn()) [[likely]]
-    return TakeOver(g_own.newString(text));
+CPOSObject CPOSString::NewElsewhere(const char* text) {
+  if (g_pos.strings.IsLinkedAndOwn()) return TakeOver(g_own.newString(text));
   return Adopt(Require(g_pos.strings.Get())->NewPOSString(text));
 }
 
@@ -58,12 +45,8 @@ CPOSArray CPOSArray::New() {
 
 void CPOSArray::AppendElsewhere(CPOSObject&& value) const {
   if (OwnArray* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
-    try {
-      g_own.append(*own, value.TakeReference());
-      return;
-    } catch (...) {
-      ReportAndRaise("CPOSArray::Append failed");
-    }
+    g_own.append(*own, value.TakeReference());
+    return;
   }
   const ReportWatch watch;
   Require(g_pos.arrays.Get())->Append(Handle(), value.Handle());
@@ -94,15 +77,7 @@ CPOSString CPOSDict::GetString(const char* key, bool quiet) const {
   return {Get(key, quiet), quiet};
 }
 
-void CPOSDict::Put(CZELStringAtom&& key, CPOSObject&& value) const {
-  if (OwnDict* const own = View().Directly(); own != nullptr && !value.IsEmpty()) [[likely]] {
-    try {
-      g_own.put(*own, std::move(key), value.TakeReference());
-      return;
-    } catch (...) {
-      ReportAndRaise("CPOSDict::Put failed");
-    }
-  }
+void CPOSDict::PutThroughBinder(const CZELStringAtom& key, const CPOSObject& value) const {
   const ReportWatch watch;
   Require(g_pos.dicts.Get())->Put(Handle(), key.Atom(), value.Handle());
   watch.RaiseIfReported("CPOSDict::Put failed");

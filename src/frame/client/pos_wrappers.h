@@ -27,6 +27,12 @@ class CPOSObject {
   static CPOSObject TakeOver(ZELInstance referenced) {
     return CPOSObject(ContainerReference::TakeOver(referenced));
   }
+  // The same of a value that was just made directly, whose methods are known.
+  static CPOSObject TakeOverMade(ZELInstance referenced) noexcept {
+    CPOSObject made;
+    made.reference_ = ContainerReference::TakeOver(referenced);
+    return made;
+  }
 
   bool IsEmpty() const noexcept { return reference_.Get() == nullptr; }
   ZELInstance Handle() const noexcept { return reference_.Get(); }
@@ -68,9 +74,16 @@ class CPOSNumber : public CPOSObject {
   CPOSNumber() noexcept = default;
   CPOSNumber(CPOSObject source, bool quiet);
   static bool Is(ZELInstance handle) { return NumberView::Is(POSView(handle)); }
-  static CPOSObject New(double value);
+  static CPOSObject New(double value) {
+    if (g_pos.numbers.MakesDirectly()) [[likely]]
+      return TakeOverMade(g_own.newNumber(value));
+    return NewElsewhere(value);
+  }
   NumberView View() const noexcept { return NumberView(CPOSObject::View()); }
   double Get() const { return View().Get(); }
+
+ private:
+  static CPOSObject NewElsewhere(double value);
 };
 
 class CPOSString : public CPOSObject {
@@ -78,10 +91,17 @@ class CPOSString : public CPOSObject {
   CPOSString() noexcept = default;
   CPOSString(CPOSObject source, bool quiet);
   static bool Is(ZELInstance handle) { return StringView::Is(POSView(handle)); }
-  static CPOSObject New(const char* text);
+  static CPOSObject New(const char* text) {
+    if (g_pos.strings.MakesDirectly()) [[likely]]
+      return TakeOverMade(g_own.newString(text));
+    return NewElsewhere(text);
+  }
   StringView View() const noexcept { return StringView(CPOSObject::View()); }
   // Valid as long as the object lives.
   const char* Get() const { return View().Get(); }
+
+ private:
+  static CPOSObject NewElsewhere(const char* text);
 };
 
 class CPOSUnicodeString : public CPOSObject {
@@ -156,9 +176,17 @@ class CPOSDict : public CPOSObject {
   // Raises "CPOSDict::Put failed". The dictionary takes over the reference of a value that is given
   // up.
   void Put(const char* key, CPOSObject value) const { Put(CZELStringAtom(key), std::move(value)); }
-  void Put(CZELStringAtom&& key, CPOSObject&& value) const;
+  void Put(CZELStringAtom&& key, CPOSObject&& value) const {
+    OwnDict* const own = View().Directly();
+    if (own != nullptr && !value.IsEmpty()) [[likely]] {
+      g_own.put(*own, std::move(key), value.TakeReference());
+    } else {
+      PutThroughBinder(key, value);
+    }
+  }
 
  private:
+  void PutThroughBinder(const CZELStringAtom& key, const CPOSObject& value) const;
   explicit CPOSDict(CPOSObject made) noexcept : CPOSObject(std::move(made)) {}
 };
 
