@@ -113,8 +113,8 @@ class Heap {
   static std::size_t PlaceOf(const void* address) noexcept {
     return reinterpret_cast<std::uintptr_t>(address) >> kChunkBits;
   }
-  // Where a search goes on when another chunk has that place. Rows that meet in the table would
-  // make one long run of taken places: from here on neighbours lie apart.
+  // The place of a search's second step, when another chunk has the first one. Rows that meet in
+  // the table would make one long run of taken places: from here on neighbours lie apart.
   static std::size_t FurtherPlaceOf(const void* address) noexcept {
     return static_cast<std::size_t>(PlaceOf(address) * std::uint64_t{0x9E3779B97F4A7C15u} >> 32);
   }

@@ -46,15 +46,12 @@ Array* Array::Clone() const {
 bool Array::IsEqual(const Array& other) const {
   if (other.count_ != count_) return false;
   const NestingLevel level(g_equalDepth);
-  OwnScalars scalars;
   for (std::uint32_t i = 0; i < count_; ++i) {
     const ZELInstance left = GetAt(i);
     const ZELInstance right = other.GetAt(i);
-    if (scalars.AreEqual(left, right)) continue;
     const bool equal =
         left == nullptr ? right == nullptr : right != nullptr && MembersAreEqual(left, right);
     if (!equal) return false;
-    scalars = OwnScalars();
   }
   return true;
 }

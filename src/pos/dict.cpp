@@ -33,38 +33,13 @@ Dict* Dict::Clone() {
   return copy.release();
 }
 
-// Moves two walks over members with one atom as their key and equal scalars of the library's own.
-void Dict::SkipEqual(ConstDictIterator& walk, ConstDictIterator& beside) noexcept {
-  if (walk.IsDone() || beside.IsDone()) return;
-  const OwnScalars scalars;
-  const DictEntries& entries = walk.Entries();
-  const DictEntries& otherEntries = beside.Entries();
-  DictEntries::Place place = walk.CurPlace();
-  DictEntries::Place otherPlace = beside.CurPlace();
-  while (place != DictEntries::kEnd && otherPlace != DictEntries::kEnd) {
-    const DictEntry& entry = entries.At(entries.NumberAt(place));
-    const DictEntry& other = otherEntries.At(otherEntries.NumberAt(otherPlace));
-    if (entry.key.Text() != other.key.Text()) break;
-    if (!scalars.AreEqual(entry.value.Get(), other.value.Get())) break;
-    place = entries.After(place);
-    otherPlace = otherEntries.After(otherPlace);
-    if (place != DictEntries::kEnd) entries.PrefetchAfter(place);
-    if (otherPlace != DictEntries::kEnd) otherEntries.PrefetchAfter(otherPlace);
-  }
-  walk.GoTo(place);
-  beside.GoTo(otherPlace);
-}
-
 bool Dict::IsEqual(Dict& other) {
   const NestingLevel level(g_equalDepth);
   ConstDictIterator it(*this);
   ConstDictIterator beside(other);
   // Equal dictionaries have the same keys at each step.
-  for (;;) {
-    SkipEqual(it, beside);
-    if (it.IsDone() || !ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey())) break;
+  for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey()); it.Next()) {
     if (!MembersAreEqual(it.Value(), beside.Value())) return false;
-    it.Next();
     beside.Next();
   }
   if (it.IsDone() && beside.IsDone()) return true;
@@ -154,13 +129,13 @@ void DictIterator::Next() noexcept {
   GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
 }
 
-const char* DictIterator::NextKey() noexcept {
+ZEL_T_NMT::OwnMember DictIterator::NextMember() noexcept {
   if (state_ == State::kAtEntry && dict_->entries_.PlacesAreOf(placesVersion_)) [[likely]] {
     GoTo(dict_->entries_.After(place_));
-    return state_ == State::kAtEntry ? Entry().key.Text() : nullptr;
+  } else {
+    Next();
   }
-  Next();
-  return CurKey();
+  return CurMember();
 }
 
 const char* DictIterator::CurKey() const noexcept {

@@ -8,7 +8,6 @@
 namespace NPOSObjectImpl {
 
 class DictIterator;
-class ConstDictIterator;
 
 class Dict final : public ZEL_T_NMT::OwnDict {
  public:
@@ -29,6 +28,8 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   void Put(ZELStringAtom key, const char* text, ZEL_T_NMT::ContainerReference&& value);
   void Put(ZEL_T_NMT::CZELStringAtom&& key, ZEL_T_NMT::ContainerReference&& value);
   void Remove(const char* key);
+  // For a walk while nothing is done to the dictionary.
+  DictEntries& Entries() noexcept { return entries_; }
 
  private:
   friend class DictIterator;
@@ -36,7 +37,6 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   ZELInstance ValueAt(std::uint32_t number) const noexcept {
     return number == kNone ? nullptr : entries_.At(number).value.Get();
   }
-  static void SkipEqual(ConstDictIterator& walk, ConstDictIterator& beside) noexcept;
   template <typename MakeKey>
   void PutUnder(const char* text, ZEL_T_NMT::ContainerReference&& value, MakeKey makeKey);
 
@@ -56,29 +56,31 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
   void Begin() noexcept;
   void Next() noexcept;
-  // Next and CurKey in one.
-  const char* NextKey() noexcept;
   bool IsDone() const noexcept { return state_ == State::kDone; }
   // Null when done.
   const char* CurKey() const noexcept;
 
  protected:
+  // The current entry's key and value in one; only right after Begin or Next.
+  ZEL_T_NMT::OwnMember CurMember() const noexcept {
+    if (state_ != State::kAtEntry) return {};
+    const DictEntry& entry = Entry();
+    return {entry.key.Text(), entry.value.Get()};
+  }
+  // Next and CurMember in one.
+  ZEL_T_NMT::OwnMember NextMember() noexcept;
   // The current entry's key and value; only while the entry has not been removed.
   const DictKey& Key() const noexcept { return Entry().key; }
   ZELInstance Value() const noexcept { return Entry().value.Get(); }
   // The value of the current key, whatever has been done to the dictionary; null when it has none.
   ZELInstance ValueNow() const noexcept;
 
-  // For a walk that takes several steps while nothing is done to the dictionary.
-  const DictEntries& Entries() const noexcept { return dict_->entries_; }
-  DictEntries::Place CurPlace() const noexcept { return place_; }
-  void GoTo(DictEntries::Place place) noexcept;
-
  private:
   friend class Dict;
   // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
   enum class State { kAtEntry, kAtKey, kDone };
 
+  void GoTo(DictEntries::Place place) noexcept;
   DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
   void HoldKey();
 
@@ -97,10 +99,9 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 class ConstDictIterator final : public DictIterator {
  public:
   explicit ConstDictIterator(Dict& dict) noexcept : DictIterator(dict) {}
-  using DictIterator::CurPlace;
-  using DictIterator::Entries;
-  using DictIterator::GoTo;
+  using DictIterator::CurMember;
   using DictIterator::Key;
+  using DictIterator::NextMember;
   using DictIterator::Value;
   using DictIterator::ValueNow;
 };

@@ -1,6 +1,7 @@
 // "POSObjectInterface" and "POSObjectStatics".
 #include "pos/base_object.h"
 #include "pos/interfaces.h"
+#include "pos/own_comparison.h"
 #include "pos/text_parser.h"
 
 namespace NPOSObjectImpl {
@@ -17,7 +18,15 @@ ZELInstance ObjectInterface::Clone(ZELInstance handle) {
 bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
   const CPOSObject other(otherHandle);
   BaseObject& object = ResolveObject(handle);
-  return object.Kind().isEqual(object, ResolveObject(other.Handle()));
+  BaseObject& otherObject = ResolveObject(other.Handle());
+  // Inside of another comparison that has been tried already.
+  if (g_equalDepth == 0) {
+    using Result = OwnComparison::Result;
+    const Result result = OwnComparison().Compare(object, otherObject);
+    if (result != Result::kUnknown) [[likely]]
+      return result == Result::kEqual;
+  }
+  return object.Kind().isEqual(object, otherObject);
 }
 
 std::int32_t ObjectInterface::GetType(ZELInstance handle) { return ResolveObject(handle).Type(); }

@@ -72,9 +72,9 @@ constinit const ZEL_T_NMT::OwnOperations kOwnOperations = {
     .beginWalk =
         [](OwnWalk& walk, OwnDict& dict) noexcept {
           return (new (static_cast<void*>(walk.state)) ConstDictIterator(static_cast<Dict&>(dict)))
-              ->CurKey();
+              ->CurMember();
         },
-    .nextInWalk = [](OwnWalk& walk) noexcept { return IteratorOf(walk).NextKey(); },
+    .nextInWalk = [](OwnWalk& walk) noexcept { return IteratorOf(walk).NextMember(); },
     .endWalk = [](OwnWalk& walk) noexcept { IteratorOf(walk).~ConstDictIterator(); },
     .valueInWalk = [](const OwnWalk& walk) noexcept { return IteratorOf(walk).ValueNow(); },
 };

@@ -21,9 +21,15 @@ class TypeAStreamer;
 // Writes the content of a value of its kind. The marker is written, and the kind's rules are in
 // force.
 using WriterProc = void (*)(TypeAStreamer& streamer, OCharStream& output, POSView value);
+// Writes a value of the library's own whole, with marker and closing character, where the stream is
+// called only when all of the value has been read. False, with nothing put, where it may be called
+// before.
+using WholeWriterProc = bool (*)(const StreamingParams& params, OCharStream& output,
+                                 const ZEL_T_NMT::OwnValue& value);
 struct Writer {
   WriterProc write;
   const char* raw;  // the bytes that it puts without asking the record
+  WholeWriterProc writeWhole = nullptr;
 };
 // Reads the content of an object of its kind up to and including the closing character. The marker
 // is read, and the kind's rules are in force. An object is given only when it was read whole.

@@ -35,6 +35,7 @@ char* OCharStream::WriteBlock(const char* end) {
   HoldOpenValues();
   std::memcpy(block_.Data(), text_, kBlockSize);
   end_ = text_;  // nothing waits should the stream fail
+  ++blocksWritten_;
   stream_.Write(block_.Data(), kBlockSize);
   std::memcpy(text_, blockEnd, rest);
   return text_ + rest;
@@ -64,44 +65,52 @@ std::uint64_t Load4(const char* bytes) noexcept {
 
 }  // namespace
 
-void OCharStream::PutText(const char* text, std::size_t length) {
+// Characters that are escaped come several in a row: of one beyond ASCII there are several bytes.
+template <typename Within>
+char* OCharStream::StoreText(const StreamingParams& params, char* place, const char* text,
+                             std::size_t length, Within within) {
   static_assert(kRoom >= kWordSize + sizeof WrittenByte::text);
   const char* const end = text + length;
-  char* place = end_;
-  if constexpr (ZEL_T_NMT::kHasByteWords) {
-    const EscapedBytes escaped = params_->escaped;
-    for (auto left = length; left > 0; left = static_cast<std::size_t>(end - text)) {
+  const EscapedBytes escaped = params.escaped;
+  while (text != end) {
+    if constexpr (ZEL_T_NMT::kHasByteWords) {
+      const auto left = static_cast<std::size_t>(end - text);
       const std::size_t count = std::min(left, kWordSize);
       const std::uint64_t word =
           left >= kWordSize ? ZEL_T_NMT::LoadWord(text) : LastBytes(end, left, length);
       ZEL_T_NMT::StoreWord(place, word);  // what is not counted is replaced
       const std::uint64_t found = escaped.Find(word);
-      if (found == 0 || ZEL_T_NMT::BytesBefore(found) >= count) [[likely]] {
-        text += count;
-        place = WithinBlock(place + count);
-      } else {
-        text += ZEL_T_NMT::BytesBefore(found);
-        place = PutEscapes(WithinBlock(place + ZEL_T_NMT::BytesBefore(found)), text, end);
-      }
+      const std::size_t plain =
+          found == 0 ? count : std::min<std::size_t>(ZEL_T_NMT::BytesBefore(found), count);
+      text += plain;
+      place = within(place + plain);
+      if (plain == count) [[likely]]
+        continue;
     }
-  } else {
-    while (text != end) place = PutEscapes(place, text, end);
+    std::size_t stored = 0;
+    do {
+      stored = StoreEscaped(params, place, *text++);
+      place = within(place + stored);
+    } while (text != end && stored > 1);
   }
-  end_ = place;
+  return place;
 }
 
-// Puts one character, and those that follow as long as they are escaped: of a character beyond
-// ASCII there are several bytes.
-char* OCharStream::PutEscapes(char* place, const char*& text, const char* end) {
-  const StreamingParams& params = *params_;
-  const char* at = text;
-  std::size_t stored = 0;
-  do {
-    stored = StoreEscaped(params, place, *at++);
-    place = WithinBlock(place + stored);
-  } while (at != end && stored > 1);
-  text = at;
-  return place;
+void OCharStream::PutText(const char* text, std::size_t length) {
+  end_ =
+      StoreText(*params_, end_, text, length, [this](char* place) { return WithinBlock(place); });
+}
+
+bool OCharStream::PutMarkedText(const StreamingParams& params, const char* text,
+                                std::size_t length) {
+  constexpr std::size_t kMostOfByte = sizeof WrittenByte::text;
+  const auto room = static_cast<std::size_t>(text_ + kBlockSize - end_);
+  if (length >= kBlockSize / kMostOfByte || room < (length + 1) * kMostOfByte + 1) return false;
+  char* place = end_ + StoreEscaped(*params_, end_, params.open);
+  place = StoreText(params, place, text, length, [](char* stored) { return stored; });
+  *place++ = params.close;
+  end_ = place;
+  return true;
 }
 
 void OCharStream::PutRawBytes(const char* bytes, std::size_t length) {
@@ -112,14 +121,6 @@ void OCharStream::PutRawBytes(const char* bytes, std::size_t length) {
     bytes += piece;
     length -= piece;
   }
-}
-
-void OCharStream::PutNewLine(std::uint32_t tabs) {
-  constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
-  constexpr std::uint32_t kLength = sizeof kFewTabs - 1;
-  std::memcpy(end_, kFewTabs, kLength);  // of which what comes next replaces some
-  Advance(std::size_t{1} + std::min(tabs, kLength - 1));
-  for (; tabs >= kLength; --tabs) PutRaw('\t');
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

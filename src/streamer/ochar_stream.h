@@ -1,6 +1,7 @@
 // Writes the text of values to a stream, escaped by the rules in force, in blocks of 512 bytes.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -51,6 +52,18 @@ class OCharStream final : public CharStream {
   virtual void PutChar(char character) { Advance(StoreEscaped(*params_, end_, character)); }
   // As PutChar of each character.
   void PutText(const char* text, std::size_t length);
+  // Puts marker, content and closing character of a kind, whose content `store` stores at the place
+  // that it is given: as it is to stand there, at most kRoom bytes. It returns their number.
+  template <typename Store>
+  void PutMarked(const StreamingParams& params, Store store) {
+    char* place = end_ + StoreEscaped(*params_, end_, params.open);
+    place += store(place);
+    *place++ = params.close;
+    Advance(static_cast<std::size_t>(place - end_));
+  }
+  // The same of a text, where the stream is not called for it. False, with nothing put, where the
+  // block might not hold all of it.
+  bool PutMarkedText(const StreamingParams& params, const char* text, std::size_t length);
 
   // Writes a byte as it is.
   void PutRaw(char byte) {
@@ -60,7 +73,15 @@ class OCharStream final : public CharStream {
   // As PutRaw of each byte.
   void PutRawBytes(const char* bytes, std::size_t length);
   // As PutRaw of LF and of `tabs` TABs.
-  void PutNewLine(std::uint32_t tabs);
+  void PutNewLine(std::uint32_t tabs) {
+    constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
+    constexpr std::uint32_t kLength = sizeof kFewTabs - 1;
+    std::memcpy(end_, kFewTabs, kLength);  // of which what comes next replaces some
+    Advance(std::size_t{1} + std::min(tabs, kLength - 1));
+    for (; tabs >= kLength; --tabs) PutRaw('\t');
+  }
+  // The number of calls of the stream so far; may begin again after 2^32 of them.
+  std::uint32_t BlocksWritten() const noexcept { return blocksWritten_; }
 
   // The place of the next bytes, where up to kRoom may be stored for Advance to put.
   static constexpr std::size_t kRoom = 64;
@@ -86,11 +107,16 @@ class OCharStream final : public CharStream {
       return WriteBlock(end);
     return end;
   }
-  char* PutEscapes(char* place, const char*& text, const char* end);
+  // Stores a text and returns the place behind it. `within`, which may write a block, is given the
+  // place after each step of less than kRoom bytes, and returns the one to go on at.
+  template <typename Within>
+  static char* StoreText(const StreamingParams& params, char* place, const char* text,
+                         std::size_t length, Within within);
   char* WriteBlock(const char* end);
 
   OpenValue* openValues_ = nullptr;  // the innermost one
-  char text_[kBlockSize + kRoom];
+  std::uint32_t blocksWritten_ = 0;
+  char text_[kBlockSize + sizeof WrittenByte::text + kRoom + 1];
   char* end_ = text_;
 };
 

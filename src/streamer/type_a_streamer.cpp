@@ -16,7 +16,7 @@ void TypeAStreamer::Deserialize(CPOSObject& result, CZELPositionableStream& stre
   input.Finish();
 }
 
-void TypeAStreamer::WriteObject(OCharStream& output, POSView value) {
+void TypeAStreamer::WriteOpenObject(OCharStream& output, POSView value) {
   const OCharStream::OpenValue open(output, value.Handle());
   const KindFormat* kind;
   if (value.IsDirect()) [[likely]] {

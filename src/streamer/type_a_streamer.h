@@ -22,7 +22,14 @@ class TypeAStreamer : public StreamerBase {
   void Deserialize(CPOSObject& result, CZELPositionableStream& stream) final;
 
   // Writes a value whole. Raises "Cannot determine writing params".
-  void WriteObject(OCharStream& output, POSView value);
+  void WriteObject(OCharStream& output, POSView value) {
+    if (value.IsDirect()) [[likely]] {
+      const KindFormat& kind = *format_.OfType(value.Own()->Type());
+      const WholeWriterProc writeWhole = kind.writer.writeWhole;
+      if (writeWhole != nullptr && writeWhole(kind.params, output, *value.Own())) return;
+    }
+    WriteOpenObject(output, value);
+  }
   // Reads the next object whole; empty when the closing character of the enclosing value comes
   // first. Raises "Cannot determine streaming params".
   CPOSObject ReadObject(ICharStream& input);
@@ -72,6 +79,9 @@ class TypeAStreamer : public StreamerBase {
   };
 
  private:
+  // The same for a value that is read while the stream may be called.
+  void WriteOpenObject(OCharStream& output, POSView value);
+
   const Format& format_;
   std::int32_t depth_ = 0;
   std::optional<ZEL_T_NMT::KeyAtoms> keys_;

@@ -17,6 +17,9 @@ using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::NumberView;
+using ZEL_T_NMT::OwnNumber;
+using ZEL_T_NMT::OwnString;
+using ZEL_T_NMT::OwnValue;
 using ZEL_T_NMT::RaisePOSException;
 using ZEL_T_NMT::RawPointerView;
 using ZEL_T_NMT::StringView;
@@ -43,13 +46,18 @@ void WriteAs(const StreamingParams& params, OCharStream& output, Content content
 }
 
 // A text as a String of it is written, and a size as a Number. None is made unless somebody else's
-// procedures are to see it, or the text does not stay while the stream is called.
-void WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, bool stays) {
+// procedures are to see it, or the text does not stay while the stream is called. Returns whether
+// nothing of somebody else's has been called but the stream.
+bool WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, bool stays) {
   if (stays && POSView::IsKindDirect(POSTypeString)) [[likely]] {
-    WriteAs(streamer.ParamsOf(POSTypeString), output, [&] { PutString(output, text); });
-  } else {
-    streamer.WriteObject(output, CPOSString::New(text).View());
+    const StreamingParams& params = streamer.ParamsOf(POSTypeString);
+    const std::size_t length = std::strlen(text);
+    if (!output.PutMarkedText(params, text, length)) [[unlikely]]
+      WriteAs(params, output, [&] { output.PutText(text, length); });
+    return true;
   }
+  streamer.WriteObject(output, CPOSString::New(text).View());
+  return false;
 }
 
 void WriteSize(TypeAStreamer& streamer, OCharStream& output, std::uint32_t size) {
@@ -78,8 +86,19 @@ void WriteNumber(TypeAStreamer&, OCharStream& output, POSView value) {
   PutNumber(output, NumberView(value).Get());
 }
 
+bool WriteWholeNumber(const StreamingParams& params, OCharStream& output, const OwnValue& value) {
+  const double number = static_cast<const OwnNumber&>(value).Get();
+  output.PutMarked(params, [number](char* place) { return FormatNumber(number, place); });
+  return true;
+}
+
 void WriteString(TypeAStreamer&, OCharStream& output, POSView value) {
   PutString(output, StringView(value).Get());
+}
+
+bool WriteWholeString(const StreamingParams& params, OCharStream& output, const OwnValue& value) {
+  const char* const text = static_cast<const OwnString&>(value).Get();
+  return output.PutMarkedText(params, text, std::strlen(text));
 }
 
 void WriteUnicodeString(TypeAStreamer&, OCharStream& output, POSView value) {
@@ -141,10 +160,13 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
     if (!ZEL_T_NMT::g_pos.dictIterators.IsKnownToBeOwn()) [[unlikely]]
       output.HoldOpenValues();
     for (MemberWalk walk((DictView(value))); walk.Key() != nullptr; walk.Next()) {
+      // The member may be another one, or none any more, when somebody else's code has run.
+      const std::uint32_t blocks = output.BlocksWritten();
       streamer.PutNewLine(output);
-      WriteText(streamer, output, walk.Key(), walk.KeepsKey());
+      const bool isOwn = WriteText(streamer, output, walk.Key(), walk.KeepsKey());
       output.PutRaw(' ');
-      streamer.WriteObject(output, walk.Value());
+      const bool isSame = isOwn && output.BlocksWritten() == blocks;
+      streamer.WriteObject(output, isSame ? walk.ValueFound() : walk.Value());
     }
   }
   streamer.PutNewLine(output);

@@ -6,9 +6,13 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 void WriteNumber(TypeAStreamer& streamer, OCharStream& output, POSView value);
-inline constexpr Writer kNumberWriter = {&WriteNumber, "+-.0123456789aefin"};
+bool WriteWholeNumber(const StreamingParams& params, OCharStream& output,
+                      const ZEL_T_NMT::OwnValue& value);
+inline constexpr Writer kNumberWriter = {&WriteNumber, "+-.0123456789aefin", &WriteWholeNumber};
 void WriteString(TypeAStreamer& streamer, OCharStream& output, POSView value);
-inline constexpr Writer kStringWriter = {&WriteString, ""};
+bool WriteWholeString(const StreamingParams& params, OCharStream& output,
+                      const ZEL_T_NMT::OwnValue& value);
+inline constexpr Writer kStringWriter = {&WriteString, "", &WriteWholeString};
 void WriteUnicodeString(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kUnicodeStringWriter = {&WriteUnicodeString, "0123456789ABCDEFabcdef"};
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value);

@@ -23,6 +23,12 @@ struct OwnWalk {
   alignas(void*) std::byte state[18 * sizeof(void*)];
 };
 
+// A member of a dictionary, borrowed; without key behind the last one.
+struct OwnMember {
+  const char* key = nullptr;
+  ZELInstance value = nullptr;
+};
+
 // Operations on values of the library's own. Those that may fail do so as the procedures' wrappers
 // do: with a report, and then by raising the operation's text; nothing has changed then. A text of
 // the object model is valid until the dictionary changes or the walk moves.
@@ -43,9 +49,9 @@ struct OwnOperations {
   void (*put)(OwnDict& dict, CZELStringAtom&& key, ContainerReference&& value);
 
   // A walk in key order that stays valid whatever is done to the dictionary, and ends with it.
-  // Each step returns the key that it has come to; null behind the last one.
-  const char* (*beginWalk)(OwnWalk& walk, OwnDict& dict) noexcept;
-  const char* (*nextInWalk)(OwnWalk& walk) noexcept;
+  // Each step returns the member that it has come to.
+  OwnMember (*beginWalk)(OwnWalk& walk, OwnDict& dict) noexcept;
+  OwnMember (*nextInWalk)(OwnWalk& walk) noexcept;
   void (*endWalk)(OwnWalk& walk) noexcept;
   // The value of the key, borrowed; null when it has been taken out meanwhile.
   ZELInstance (*valueInWalk)(const OwnWalk& walk) noexcept;

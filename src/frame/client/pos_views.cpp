@@ -143,7 +143,7 @@ POSView DictView::FindOrReport(const CZELStringAtom& key) const {
 MemberWalk::MemberWalk(const DictView& dict)
     : dict_(dict), isDirect_(g_pos.dictIterators.IsOwn() && dict.Directly() != nullptr) {
   if (isDirect_) {
-    key_ = g_own.beginWalk(walk_, *dict.Directly());
+    found_ = g_own.beginWalk(walk_, *dict.Directly());
     return;
   }
   const auto& iterators = *Require(g_pos.dictIterators.Get());
@@ -164,13 +164,13 @@ void MemberWalk::NextThroughBinder() {
 void MemberWalk::FetchKey() {
   const auto& iterators = *Require(g_pos.dictIterators.Get());
   const ReportWatch watch;
-  key_ = nullptr;
+  found_ = {};
   if (watch.Checked(iterators.IsDone(iterator_.Get()), "CPOSDictIterator::IsDone failed")) return;
-  key_ = NotNull(iterators.CurKey(iterator_.Get()), "CPOSDictIterator::CurKey failed");
+  found_.key = NotNull(iterators.CurKey(iterator_.Get()), "CPOSDictIterator::CurKey failed");
 }
 
 POSView MemberWalk::Value() const {
-  if (!isDirect_) return dict_.Get(key_);
+  if (!isDirect_) return dict_.Get(found_.key);
   return DictView::NotAbsent(POSView(g_own.valueInWalk(walk_)));
 }
 

@@ -240,18 +240,20 @@ class MemberWalk {
   }
 
   // The current key, valid until the walk moves; null behind the last one.
-  const char* Key() const noexcept { return key_; }
+  const char* Key() const noexcept { return found_.key; }
   // Whether the key stays whatever is done to the dictionary meanwhile.
   bool KeepsKey() const noexcept { return isDirect_; }
   void Next() {
     if (isDirect_) [[likely]] {
-      key_ = g_own.nextInWalk(walk_);
+      found_ = g_own.nextInWalk(walk_);
     } else {
       NextThroughBinder();
     }
   }
   // The value under the current key; raises "CPOSDict::Get failed" when it has been taken out.
   POSView Value() const;
+  // The same where nothing of somebody else's has been called since the walk came to the key.
+  POSView ValueFound() const { return isDirect_ ? POSView(found_.value) : Value(); }
 
  private:
   void NextThroughBinder();
@@ -259,7 +261,7 @@ class MemberWalk {
 
   const DictView dict_;
   const bool isDirect_;
-  const char* key_ = nullptr;
+  OwnMember found_;
   OwnWalk walk_;
   ContainerReference iterator_;
 };
