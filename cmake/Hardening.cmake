@@ -7,8 +7,9 @@ endif()
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 
-# Stack smashing, stack clashes, and jumps into the middle of the code.
-foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full)
+# Stack smashing, stack clashes, and jumps into the middle of the code (x86, ARM).
+foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full
+    -mbranch-protection=standard)
   string(MAKE_C_IDENTIFIER "ZEL_HAS${flag}" has)
   check_cxx_compiler_flag(${flag} ${has})
   # On Windows the compiler takes the flag of stack clashes and breaks the unwinding tables.

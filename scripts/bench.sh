@@ -19,7 +19,7 @@ build/bench/results.json.
   --only REGEX    only those whose names match, such as '^parse/.*/(zel|json-c)$'
   --instructions  count instructions with callgrind as well; --no-times: nothing else
   --before DIR    an older build of the benchmarks, measured in the same rounds
-  --32            count the instructions of a 32-bit build too; takes g++-multilib
+  --32            count the instructions of a 32-bit build too; takes g++-12-multilib
   --hardening     count the instructions of a build without hardening too, and compare
   --check         count the instructions with the checking layer in place of the library too
   --tool          measure zelpos beside jq, Python and others on a document of 200 MB, or of --size;

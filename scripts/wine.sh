@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Runs a program for 32-bit Windows under Wine, whose files and settings are kept in build/wine and
-# not with those of the person who runs it.
+# Runs a program for Windows under Wine, whose files and settings are kept in build/wine (32 bits) or
+# build/wine64 and not with those of the person who runs it. ZEL_WINE_BITS is 32 or 64.
 set -euo pipefail
 
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-mkdir -p "$tree/build/wine"
-export WINEPREFIX=$tree/build/wine
-export WINEARCH=win32
+case ${ZEL_WINE_BITS:-32} in
+  64) export WINEPREFIX=$tree/build/wine64 WINEARCH=win64 ;;
+  *) export WINEPREFIX=$tree/build/wine WINEARCH=win32 ;;
+esac
+mkdir -p "$WINEPREFIX"
 export WINEDEBUG=${WINEDEBUG:--all}
 # Neither .NET nor a browser: Wine would ask whether to fetch them.
 export WINEDLLOVERRIDES='mscoree,mshtml='

@@ -1,6 +1,6 @@
 # Fails unless BINARY, a program or a shared library, was built with the means of ZEL_HARDENING: all
 # relocations are done and sealed before its code runs, the stack can hold no code, functions with
-# buffers check for a smashed stack, and jumps land only where they may.
+# buffers check for a smashed stack, and jumps land only where they may, where PROCESSOR can see to it.
 execute_process(
   COMMAND ${READELF} --dynamic --program-headers --wide ${BINARY}
   OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
@@ -14,7 +14,13 @@ foreach(wanted IN ITEMS "GNU_RELRO" "Flags: NOW" "GNU_STACK [^\n]* RW " "DYN|Sha
     list(APPEND missing "${wanted}")
   endif()
 endforeach()
-foreach(wanted IN ITEMS "__stack_chk_fail" "endbr(32|64)")
+set(wanted_code "__stack_chk_fail")
+if(PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
+  list(APPEND wanted_code "endbr(32|64)")
+elseif(PROCESSOR STREQUAL "aarch64")
+  list(APPEND wanted_code "paciasp" "bti")
+endif()
+foreach(wanted IN LISTS wanted_code)
   if(NOT code MATCHES "${wanted}")
     list(APPEND missing "${wanted}")
   endif()

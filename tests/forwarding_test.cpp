@@ -2,6 +2,7 @@
 // the binder otherwise: both ways give the same.
 #include <algorithm>
 
+#include "checksum.h"
 #include "support.h"
 
 namespace {
@@ -121,6 +122,14 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
   direct.reserve(files.size());
   for (const fs::path& file : files) direct.push_back(Seen(file));
   EXPECT_EQ(g_forwarded, 0u);
+  // What is seen is the same on every platform, but for the number of blocks that are held.
+  std::string results;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    if (files[i].string().starts_with(ZEL_EXAMPLES_DIR)) continue;
+    for (std::size_t step = 0; step + 1 < direct[i].size(); ++step)
+      results += direct[i][step] + '\n';
+  }
+  zeltest::ExpectChecksum("corpus", results);
 
   POS_INTERFACES(FORWARD_INTERFACE)
   host.ChangeUnregisterCount();

@@ -168,8 +168,8 @@ TEST(HostCTest, TheLibraryIsFoundWithoutBeingNamed) {
 #else
     const std::string command = "ZELUTILS_LIBRARY='" + named + "' LD_LIBRARY_PATH='" +
                                 inside("../host").string() + ":" + inside("../searched").string() +
-                                "' '" + program.string() + "' >/dev/null 2>'" + (folder / "error") +
-                                "'";
+                                "' " ZEL_EMULATOR "'" + program.string() + "' >/dev/null 2>'" +
+                                (folder / "error") + "'";
     EXPECT_EQ(std::system(command.c_str()) == 0, row.found) << folder.Contents(folder / "error");
 #endif
   }

@@ -253,6 +253,42 @@ TEST(LoaderTest, UnloadingMakesNoCallIntoTheHost) {
   EXPECT_FALSE(IsLoaded());
 }
 
+TEST(LoaderTest, TheHundredthLoadingIsAsTheFirst) {
+  std::string first;
+  for (int time = 0; time < 100; ++time) {
+    zeltest::StartedHost host;
+    const zeltest::Procedures procs(host);
+    const ZELInstance value = procs.statics.CreateFromText("<a [(b) 1]>", nullptr);
+    ASSERT_NE(procs.containers.AddRef(value), 0);
+    procs.containers.Release(value);
+    if (time == 0) first = ToString(host.Live());
+    EXPECT_EQ(ToString(host.Live()), first);
+    host.Stop();
+    EXPECT_EQ(ToString(host.Live()), "nothing");
+    ASSERT_FALSE(IsLoaded()) << time;
+  }
+}
+
+#if defined(_WIN32)
+LONG CALLBACK GoOn(EXCEPTION_POINTERS* raised) {
+  return raised->ExceptionRecord->ExceptionCode == 0xE0000001 ? EXCEPTION_CONTINUE_EXECUTION
+                                                              : EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST_F(PlatformTest, AStructuredExceptionOfACallbackIsNotTheLibrarys) {
+  void* const handler = AddVectoredExceptionHandler(1, &GoOn);
+  const ZELInstance schema = Parse("<A <category nonsense>>");
+  const auto collect = [](const char* message) {
+    RaiseException(0xE0000001, 0, 0, nullptr);
+    zeltest::g_messages.emplace_back(message);
+  };
+  zeltest::g_messages.clear();
+  EXPECT_FALSE(structValidators.ValidateSchema(schema, +collect));
+  EXPECT_FALSE(std::exchange(zeltest::g_messages, {}).empty());
+  RemoveVectoredExceptionHandler(handler);
+}
+#endif
+
 TEST(LoaderTest, AThreadThatEndsChangesNothing) {
   zeltest::StartedHost host;
   zeltest::Library zel(host);

@@ -2,6 +2,7 @@
 // of values in random texts. The values are written here, by code that knows nothing of the tool's.
 #include <zelutils/text_places.hpp>
 
+#include "checksum.h"
 #include "random_values.h"
 #include "tool_fixture.h"
 
@@ -104,6 +105,19 @@ TEST_F(ToolValuesTest, EqualThroughTexts) {
   EXPECT_EQ(Run({"diff", compact, stored}).status, 0);
   EXPECT_EQ(Run({"format", compact}).status, 0);
   EXPECT_TRUE(Contents(Converted(compact, "back", {})) == Contents(stored));
+}
+
+TEST_F(ToolValuesTest, TheSameBytesOnEveryPlatform) {
+  for (const bool isForText : {false, true}) {
+    const std::string other = isForText ? "text" : "JSON";
+    Maker maker(kSeed, isForText);
+    const std::string given = File("given", kHeader + ToStream(ArrayOf(maker, 3000)));
+    const std::string stored = Converted(given, "stored", {});
+    zeltest::ExpectChecksum("stream beside " + other, Contents(stored));
+    const std::string converted = Converted(stored, isForText ? "a.pos" : "a.json", {});
+    zeltest::ExpectChecksum(other, Contents(converted));
+    EXPECT_TRUE(Contents(Converted(converted, "back", {})) == Contents(stored));
+  }
 }
 
 // Changes one thing inside of a value, and tells what diff has to say about it.

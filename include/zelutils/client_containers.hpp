@@ -335,7 +335,7 @@ inline Value Input::Make(const Client& client) const {
   if (list.empty()) {
     throw Error("{} may be an array or a dictionary: use NewArray() or NewDict()");
   }
-  if (!std::ranges::all_of(list, IsPair)) return detail::ArrayOf(client, list);
+  if (!std::all_of(list.begin(), list.end(), IsPair)) return detail::ArrayOf(client, list);
   Dict dict = client.NewDict();
   for (const Input& pair : list) {
     const auto& members = std::get<std::vector<Input>>(pair.content_);

@@ -22,7 +22,8 @@ struct Node {
 
 class ValueMaker {
  public:
-  // Of what a text has a form for, or of everything.
+  // Of what a text has a form for, or of everything. A seed makes the same values everywhere: no
+  // distribution of the standard library, no two draws in one expression.
   ValueMaker(std::uint32_t seed, bool isForText) : random_(seed), isForText_(isForText) {}
 
   std::size_t Below(std::size_t limit) { return random_() % limit; }
@@ -47,7 +48,8 @@ class ValueMaker {
     } else if (kind == 6) {
       node.kind = Node::Kind::kBinary;
       node.name = Bytes();
-      node.bytes = Bytes() + std::string(Below(3), '\0');
+      node.bytes = Bytes();
+      node.bytes.append(Below(3), '\0');
     } else {
       node.kind = kind < 9 ? Node::Kind::kArray : Node::Kind::kDict;
       const std::size_t count = Below(40) == 0 ? 60 : Below(5);
