@@ -6,7 +6,7 @@ set(CMAKE_SYSTEM_PROCESSOR ${zel_processor})
 set(CMAKE_C_COMPILER ${zel_triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${zel_triplet}-g++)
 
-# What this warning says depends on how the compiler inlines for the processor; here it is wrong about
+# This warning depends on how the compiler inlines for the processor, and is wrong here about
 # std::variant. The other builds have it.
 set(CMAKE_CXX_FLAGS_INIT "-Wno-maybe-uninitialized")
 

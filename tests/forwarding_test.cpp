@@ -122,7 +122,7 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
   direct.reserve(files.size());
   for (const fs::path& file : files) direct.push_back(Seen(file));
   EXPECT_EQ(g_forwarded, 0u);
-  // What is seen is the same on every platform, but for the number of blocks that are held.
+  // The same is seen on every platform, but for the number of blocks that are held.
   std::string results;
   for (std::size_t i = 0; i < files.size(); ++i) {
     if (!files[i].generic_string().starts_with(ZEL_CORPUS_DIR)) continue;
