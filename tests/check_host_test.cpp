@@ -375,8 +375,20 @@ TEST(CheckTest, WhatCannotBeWrittenGoesToStandardError) {
   }
 }
 
-// Each start is one of its own: what was told is told again. The layer goes when it is unloaded.
+bool IsLayerLoaded() {
+#if defined(_WIN32)
+  return false;
+#else
+  void* const layer = dlopen(ZEL_CHECK_PATH, RTLD_NOW | RTLD_NOLOAD);
+  if (layer != nullptr) dlclose(layer);
+  return layer != nullptr;
+#endif
+}
+
+// Each start is one of its own: findings of the one before are told again. The layer goes when it
+// is unloaded, unless an earlier test in this process has made it stay, by the word "core".
 TEST(CheckTest, TheLayerIsStartedAgainAndUnloaded) {
+  const bool stays = IsLayerLoaded();
   {
     CheckedHost checked;
     for (std::size_t start = 1; start <= 3; ++start) {
@@ -386,9 +398,7 @@ TEST(CheckTest, TheLayerIsStartedAgainAndUnloaded) {
       EXPECT_EQ(g_findings.rules.size(), start);
     }
   }
-#if !defined(_WIN32)
-  EXPECT_EQ(dlopen(ZEL_CHECK_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
-#endif
+  EXPECT_EQ(IsLayerLoaded(), stays);
 }
 
 // The procedure that is told of findings must not call, and does no harm when it does.
