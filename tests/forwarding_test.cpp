@@ -53,6 +53,9 @@ std::vector<fs::path> Corpus() {
 
 class ForwardingTest : public zeltest::LibraryTest {
  protected:
+  // Addresses and numbers of blocks come behind it: the rest is the same on every platform.
+  static constexpr const char* kOnePlatform = "of this platform";
+
   // The view of a host of a file used as a text, as a stream and as a schema.
   std::vector<std::string> Seen(const fs::path& file) {
     const std::string bytes = zeltest::Folder::Contents(file);
@@ -62,6 +65,7 @@ class ForwardingTest : public zeltest::LibraryTest {
     seen_.push_back(stopped == nullptr ? "read" : std::to_string(stopped - bytes.c_str()));
     const ZELInstance streamer = Keep(streamers.NewPOSStreamer());
     Use(streamers.Deserialize(streamer, NewStream(bytes)));
+    seen_.emplace_back(kOnePlatform);
     const ZELInstance array = Keep(arrays.NewPOSArray());  // of what no text has a form for
     arrays.Append(array, NewBinData("raw", std::string(45, '\xAB')));
     arrays.Append(array, rawPointers.NewPOSRawPointer(this, nullptr));
@@ -122,12 +126,13 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
   direct.reserve(files.size());
   for (const fs::path& file : files) direct.push_back(Seen(file));
   EXPECT_EQ(g_forwarded, 0u);
-  // The same is seen on every platform, but for the number of blocks that are held.
   std::string results;
   for (std::size_t i = 0; i < files.size(); ++i) {
     if (!files[i].generic_string().starts_with(ZEL_CORPUS_DIR)) continue;
-    for (std::size_t step = 0; step + 1 < direct[i].size(); ++step)
-      results += direct[i][step] + '\n';
+    for (const std::string& step : direct[i]) {
+      if (step == kOnePlatform) break;
+      results += step + '\n';
+    }
   }
   zeltest::ExpectChecksum("corpus", results);
 
