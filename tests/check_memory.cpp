@@ -16,7 +16,7 @@ namespace {
 std::size_t g_left = 0;  // allocations of the layer until the one that fails; 0: none fails
 
 // Whether the layer allocates, by itself or through the C++ library.
-bool IsOfLayer() {
+[[gnu::noinline]] bool IsOfLayer() {
   std::array<void*, 12> frames{};
   const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
   for (int i = 2; i < count; ++i) {  // this function and its caller are left out
