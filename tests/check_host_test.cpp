@@ -73,7 +73,7 @@ const WrongHost kWrongHosts[] = {
     {"binder-counter-counts", PLANT(Binder, ZELGetUnregisterCountAddr, std::uint32_t*, (), { g_counter = 5; return &g_counter; })},
     {"binder-counter-address", PLANT(Binder, ZELGetUnregisterCountAddr, std::uint32_t*, (), { static std::uint32_t counters[2] = {1, 1}; return &counters[++g_count % 2]; })},
     {"memory-is-aligned", PLANT(Memory, Alloc, void*, (std::size_t size), { const std::size_t off = size == 392 ? 4 : 0; return static_cast<char*>(g_real->memory.Alloc(size + off)) + off; })},
-    {"memory-keeps-apart", PLANT(Memory, Alloc, void*, (std::size_t size), { static void* last; return size == 31 ? last : last = g_real->memory.Alloc(size); })},
+    {"memory-keeps-apart", PLANT(Memory, Alloc, void*, (std::size_t size), { static void* last; return size == 31 ? last : last = g_real->memory.Alloc(size + 8); })},
     {"memory-refuses", PLANT(Memory, Alloc, void*, (std::size_t size), { return g_real->memory.Alloc(size & 0xffffff); })},
     {"memory-grows", PLANT(Memory, Realloc, void*, (void* block, std::size_t size), { g_real->memory.Free(block); void* const made = g_real->memory.Alloc(size & 0xffffff); std::memset(made, 0, size & 0xffffff); return made; })},
     {"memory-refuses-to-grow", PLANT(Memory, Realloc, void*, (void* block, std::size_t size), { if (size > 1U << 30) *static_cast<char*>(block) = 0; return g_real->memory.Realloc(block, size); })},
