@@ -52,7 +52,7 @@ bool Resolves(const Probe& host, ZELInstance instance, const char* implementatio
 // The verdict of what is done with a new instance of an object.
 template <typename Test>
 Verdict WithInstance(const Probe& host, Test test) {
-  Object object;
+  Object& object = Staying<Object>();
   HeldInstance instance(host, object);
   if (!instance.IsMade()) return Failed("no instance is made");
   return test(instance, object);
@@ -75,19 +75,19 @@ constexpr HostTest kTests[] = {
        return WithInstance(host, [](HeldInstance& instance, Object&) { return Expect(instance.Record().signature != nullptr, "the primary record has no signature"); }); }},
     {"instance-signature-shared", "the library looks up the methods of every value anew", [](const Probe& host) {
        return WithInstance(host, [&host](HeldInstance& instance, Object&) {
-         Object second;
+         Object& second = Staying<Object>();
          const HeldInstance other(host, second);
          return Expect(other.IsMade() && instance.Record().signature == other.Record().signature, "two instances of one kind have different signatures"); }); }},
     {"instance-signature-differs", kWrongMethods, [](const Probe& host) {
        return WithInstance(host, [&host](HeldInstance& instance, Object&) {
-         Object second;
+         Object& second = Staying<Object>();
          const HeldInstance other(host, second, "ZELUtilsCheckOtherImpl", "ZELUtilsCheckOther");
          return Expect(other.IsMade() && instance.Record().signature != other.Record().signature, "instances of different interfaces have the same signature"); }); }},
     {"instance-record-stays", kCrashes, [](const Probe& host) {
        return WithInstance(host, [&host](HeldInstance& instance, Object& object) {
          const char* const signature = instance.Record().signature;
          instance.AddRef();
-         for (int i = 0; i < 100; ++i) { Object other; const HeldInstance made(host, other); }
+         for (int i = 0; i < 100; ++i) { Object& other = Staying<Object>(); const HeldInstance made(host, other); }
          return Expect(instance.Record().object == &object && instance.Record().signature == signature && std::strcmp(instance.Record().implementationName, "ZELUtilsCheckImpl") == 0, "the primary record changes while the instance lives"); }); }},
     {"instance-keeps-names", kUnknown, [](const Probe& host) {
        // The holder has given its atoms back; others take their places.
@@ -96,7 +96,7 @@ constexpr HostTest kTests[] = {
          return Expect(std::strcmp(instance.Record().implementationName, "ZELUtilsCheckImpl") == 0, "the instance has no references of its own to its names"); }); }},
     {"instance-handles-differ", kCrashes, [](const Probe& host) {
        return WithInstance(host, [&host](HeldInstance& instance, Object&) {
-         Object second;
+         Object& second = Staying<Object>();
          const HeldInstance other(host, second);
          return Expect(other.IsMade() && other.Get() != instance.Get(), "two instances have the same handle"); }); }},
     {"instance-born-unheld", kLeaks, [](const Probe& host) {
@@ -160,7 +160,7 @@ constexpr HostTest kTests[] = {
        return WithInstance(host, [&host](HeldInstance& instance, Object&) { return Expect(MethodOf(host, instance.Get(), "Another") == nullptr && MethodOf(host, instance.Get(), "Method", "ZELUtilsCheckProcV2") == nullptr, "\"GetMethod\" gives a method that nobody has registered"); }); }},
     {"method-of-interface", kWrongMethods, [](const Probe& host) {
        const Method method(host);
-       Object object;
+       Object& object = Staying<Object>();
        const HeldInstance other(host, object, "ZELUtilsCheckOtherImpl", "ZELUtilsCheckOther");
        return Expect(other.IsMade() && MethodOf(host, other.Get(), "Method") == nullptr, "an instance offers the methods of another interface"); }},
     {"method-replaced", kWrongMethods, [](const Probe& host) {

@@ -1,7 +1,10 @@
 // Holders for what the tests of a host take, so that each gives it back however it ends.
 #pragma once
 
+#include <deque>
+
 #include "conformance/probe.h"
+#include "lasting.h"
 
 namespace zelcheck {
 
@@ -43,6 +46,14 @@ class HeldError {
   const Probe& host_;
   ZELErrorObject error_;
 };
+
+// A new thing that the host may call back. It stays until the layer is unloaded: a host that does
+// not end what it should may come back to it long after the test.
+template <typename Thing>
+Thing& Staying() {
+  static constinit Lasting<std::deque<Thing>> things;
+  return things().emplace_back();
+}
 
 // An object of the tests, which counts how often it was destroyed.
 struct Object {

@@ -147,7 +147,7 @@ struct Client {
 
 template <typename Test>
 Verdict WithClient(const Probe& host, Test test) {
-  Client client;
+  Client& client = Staying<Client>();
   ZELInstance made = nullptr;
   const ZELErrorObject error = host.streams.NewClientPositionableStream(
       &made, &client, &Client::Read, &Client::Write, &Client::Create, &Client::Rewind,
