@@ -143,8 +143,9 @@ TEST(HostCTest, TheLibraryIsFoundWithoutBeingNamed) {
     const zeltest::Folder folder;
     const fs::path bin = folder.path / "prefix" / "bin";
     const auto inside = [&](const char* name) { return (bin / name).lexically_normal(); };
-    for (const char* name : {".", fromBin, "../lib", "../lib64", "../" ZEL_MULTIARCH, "../host",
-                             "../searched", "../far"}) {
+    const char* const multiarch = "../" ZEL_MULTIARCH;
+    for (const char* name :
+         {".", fromBin, "../lib", "../lib64", multiarch, "../host", "../searched", "../far"}) {
       fs::create_directories(inside(name));
     }
     const fs::path program = bin / fs::path(row.program).filename();

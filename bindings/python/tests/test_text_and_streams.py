@@ -175,6 +175,8 @@ def test_callbacks():
     # One that validates within, after another has raised, and puts another into its own place.
     def inner(width):
         schema.register("Width", lambda _: "inner")
+        with pytest.raises(zelutils.SchemaError, match="during a validation"):
+            schema.register("Book", inner)
         return schema.validate(width, "Width")[0].message
 
     schema.register("Width", inner)

@@ -58,8 +58,9 @@ class Schema:
             self._schema = _values.Value(session, handle)
             self._validator = _values.Value(
                 session, session._struct_validators.NewPOSStructValidator(handle))
-        # Kept alive for the library, also those that are replaced while they run.
-        self._callbacks: list[Any] = []
+        self._callbacks: dict[bytes, Any] = {}  # kept alive for the library
+        self._functions: dict[bytes, Callable[[Any], bool | str | None]] = {}
+        self._running = 0
         self._raised: BaseException | None = None
 
     def check(self) -> list[Finding]:
@@ -87,21 +88,27 @@ class Schema:
 
         It returns None or True to accept the value, and False or a text to reject it; the text, of
         which 1,023 bytes are kept, becomes the message. It may be asked several times for one value.
+        A function takes the place of an earlier one at any time; the first one of a type cannot be
+        registered while the schema validates, and `SchemaError` is raised then.
         """
         session = self._session
         session._enter()
-        callback = _abi.CallbackProc(
-            lambda value, _, buffer, __: self._answer(function, value, buffer))
-        with session._atom(_values.encode_text(type_name)) as atom:
-            session._struct_validators.RegisterCallbackProc(
-                self._validator._handle, atom, callback, None)
-            session._check("register")
-        self._callbacks.append(callback)
+        name = _values.encode_text(type_name)
+        if name not in self._callbacks:
+            if self._running:
+                raise SchemaError("a function for another type cannot be registered during a validation")
+            callback = _abi.CallbackProc(lambda value, _, buffer, __: self._answer(name, value, buffer))
+            with session._atom(name) as atom:
+                session._struct_validators.RegisterCallbackProc(
+                    self._validator._handle, atom, callback, None)
+                session._check("register")
+            self._callbacks[name] = callback
+        self._functions[name] = function
 
-    def _answer(self, function, value, buffer):
+    def _answer(self, name, value, buffer):
         session = self._session
         try:
-            answer = function(_values.from_handle(session, value))
+            answer = self._functions[name](_values.from_handle(session, value))
         except BaseException as raised:  # pylint: disable=broad-except
             self._raised = self._raised or raised
             return 0
@@ -116,7 +123,11 @@ class Schema:
         lines: list[bytes] = []
         report = _abi.MessageProc(lines.append)
         outer, self._raised = self._raised, None  # a callback may validate too
-        conforms = call(report)
+        self._running += 1
+        try:
+            conforms = call(report)
+        finally:
+            self._running -= 1
         raised, self._raised = self._raised, outer
         if raised is not None:
             self._session._host.take_reports()
