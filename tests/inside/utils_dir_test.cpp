@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <iostream>
+#include <map>
 #include <thread>
 
 #include "fileutils/file_system.h"
@@ -63,18 +64,26 @@ TEST(UtilsDirTest, AllNamesTakenIsAnErrorAfterTheLastCounter) {
 
 TEST(FileSystemTest, NumbersOfWindowsErrors) {
   const std::pair<int, std::vector<std::uint32_t>> rows[] = {
-      {EINVAL, {0, 1, 37, 38, 123, 0xFFFFFFFF}},
-      {ENOENT, {2, 3, 18}},
-      {EACCES, {5, 19, 20, 32, 35, 36}},
+      {ENOENT, {2, 3, 15, 18, 53, 67, 161, 206}},
+      {EMFILE, {4}},
+      {EACCES, {5, 16, 65, 82, 83, 108, 132, 158, 167}},
+      {EBADF, {6}},
+      {ENOMEM, {7, 8, 9, 14, 1816}},
       {EXDEV, {17}},
+      {ENOSPC, {39, 112}},
       {EEXIST, {80, 183}},
-      {ENOSPC, {112}},
       {ENOTEMPTY, {145}},
+      {EILSEQ, {1113}},
   };
-  for (const auto& [number, systemErrors] : rows) {
-    for (const std::uint32_t error : systemErrors) {
-      EXPECT_EQ(NFileSystem::NumberOfWindowsError(error), number) << error;
-    }
+  std::map<std::uint32_t, int> numbers;
+  for (const auto& [number, errors] : rows) {
+    for (const std::uint32_t error : errors) numbers[error] = number;
+  }
+  for (std::uint32_t error = 19; error <= 36; ++error) numbers[error] = EACCES;
+  for (std::uint32_t error = 0; error < 3000; ++error) {
+    const auto row = numbers.find(error);
+    EXPECT_EQ(NFileSystem::NumberOfWindowsError(error), row == numbers.end() ? EINVAL : row->second)
+        << error;
   }
 }
 
