@@ -172,6 +172,12 @@ bool IsCertain(const Atom& atom) {
          (atom.holders.Of(Actor::kLibrary) > 0 || TheLayer().watchesClients);
 }
 
+void TakeAtom(const Call& call, Atom& atom) {
+  // An atom of its text may have ended unseen, and come again with its text elsewhere.
+  if (!IsCertain(atom)) atom.address = nullptr;
+  Take(call, atom);
+}
+
 }  // namespace
 
 void AtomMade(Call& call) {
@@ -191,12 +197,12 @@ void AtomMade(Call& call) {
     known.isShortened = known.text.size() == kKeptText;
     known.made = call.Here();
   }
-  Take(call, known);
+  TakeAtom(call, known);
 }
 
 void AtomReferenced(Call& call) {
   Atom* const known = Find(Known().atoms, call.arguments[0].As<ZELStringAtom>());
-  if (known != nullptr && known->isLive) Take(call, *known);
+  if (known != nullptr && known->isLive) TakeAtom(call, *known);
 }
 
 void AtomEnds(Call& call) {
