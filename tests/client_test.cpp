@@ -389,6 +389,8 @@ TEST_F(ClientTest, HostileUseWorksOrThrows) {
        [&] {
          const auto again = [&](const Value& value) -> std::optional<std::string> {
            validator.SetCheck("T", [](const Value& /*value*/) { return std::optional("second"); });
+           EXPECT_NE(Thrown([&] { validator.SetCheck("List", nullptr); }), "");
+           EXPECT_NE(Thrown([&] { validator.RegisterCallback("T", nullptr, nullptr); }), "");
            const auto inner = validator.Validate(value, "T");
            return "first, then " + inner.at(0);
          };

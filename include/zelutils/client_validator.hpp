@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <functional>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -32,6 +33,7 @@ class Validator : public Instance {
   // check of the program's own has thrown.
   std::vector<std::string> Validate(const Value& value, const Text& typeName) const {
     const Atom type(Owner(), typeName);
+    const Running running(checks_);
     return Messages::Of(Owner(), [&](POSValidatorMessageProc report) {
       return Procedures<ValidatorInterface>().Validate(Handle(), value.Argument(), type.Handle(),
                                                        report);
@@ -49,29 +51,63 @@ class Validator : public Instance {
   using Check = std::function<std::optional<std::string>(const Value& value)>;
   // Attaches a check to a type of the schema, in place of an earlier one. It is called when the
   // schema itself has no fault to find with the value, maybe several times, and also for
-  // alternatives that are dropped later.
+  // alternatives that are dropped later. Another one may take its place at any time; the first of a
+  // type may not come while the validator validates, and an Error is thrown then.
   void SetCheck(const Text& typeName, Check check) {
-    const Atom type(Owner(), typeName);
-    auto attached = std::make_unique<Attached>(Attached{&Owner(), std::move(check)});
-    checks_->reserve(checks_->size() + 1);
-    Procedures<StructValidatorInterface>().RegisterCallbackProc(Handle(), type.Handle(), &Run,
-                                                                attached.get());
-    Owner().Check();
-    checks_->push_back(std::move(attached));
+    const Client& client = Owner();
+    auto held = std::make_shared<const Check>(std::move(check));
+    std::map<std::string, Attached>& attached = checks_->attached;
+    const auto [at, isNew] = attached.try_emplace(typeName.CString());
+    at->second.check.swap(held);
+    if (!isNew) return;
+    at->second.client = &client;
+    try {
+      Register(typeName, &Run, &at->second);
+    } catch (...) {
+      attached.erase(at);
+      throw;
+    }
   }
   // The same with a procedure; null takes the check away.
   void RegisterCallback(const Text& typeName, POSStructValidatorCallbackProc procedure,
                         void* clientData) const {
-    Procedures<StructValidatorInterface>().RegisterCallbackProc(
-        Handle(), Atom(Owner(), typeName).Handle(), procedure, clientData);
-    Owner().Check();
+    Register(typeName, procedure, clientData);
+    checks_->attached.erase(typeName.CString());
   }
 
  private:
   struct Attached {
-    const Client* client;
-    Check check;
+    const Client* client = nullptr;
+    std::shared_ptr<const Check> check;
   };
+  // Shared by the copies of the validator, as the instance is.
+  struct Checks {
+    std::map<std::string, Attached> attached;  // by the type's name
+    std::size_t running = 0;                   // validations
+  };
+  class Running {
+   public:
+    explicit Running(std::shared_ptr<Checks> checks) : checks_(std::move(checks)) {
+      ++checks_->running;
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running() { --checks_->running; }
+
+   private:
+    std::shared_ptr<Checks> checks_;  // also when a check ends the validator
+  };
+
+  void Register(const Text& typeName, POSStructValidatorCallbackProc procedure,
+                void* clientData) const {
+    const Atom type(Owner(), typeName);
+    if (checks_->running != 0) {
+      detail::Throw("a check of another type cannot be set during a validation");
+    }
+    Procedures<StructValidatorInterface>().RegisterCallbackProc(Handle(), type.Handle(), procedure,
+                                                                clientData);
+    Owner().Check();
+  }
 
   // Receives the messages of a running validation; a check may run one of its own inside.
   class Messages {
@@ -122,8 +158,8 @@ class Validator : public Instance {
   static std::int32_t Run(ZELInstance value, ZELStringAtom, ZELSharedBuff buffer,
                           void* data) noexcept {
     try {
-      const auto& [client, check] = *static_cast<const Attached*>(data);
-      const std::optional<std::string> fault = check(Value(*client, value));
+      const auto [client, check] = *static_cast<const Attached*>(data);
+      const std::optional<std::string> fault = (*check)(Value(*client, value));
       if (!fault) return 1;
       const auto& buffers = client->Procedures<SharedBuffInterface>();
       auto* const place = static_cast<char*>(buffers.GetBuffer(buffer));
@@ -135,9 +171,7 @@ class Validator : public Instance {
     return 0;
   }
 
-  // Shared by the copies of the validator, as the instance is.
-  std::shared_ptr<std::vector<std::unique_ptr<Attached>>> checks_ =
-      std::make_shared<std::vector<std::unique_ptr<Attached>>>();
+  std::shared_ptr<Checks> checks_ = std::make_shared<Checks>();
 };
 
 }  // namespace zelutils
