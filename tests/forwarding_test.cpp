@@ -1,6 +1,8 @@
 // Values are reached directly while nobody has put procedures over the library's own, and through
 // the binder otherwise: both ways give the same.
 #include <algorithm>
+#include <map>
+#include <string>
 
 #include "checksum.h"
 #include "support.h"
@@ -10,6 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::uint64_t g_forwarded = 0;
+std::map<std::string, std::uint64_t> g_calls;  // of each type of procedure
 
 // A procedure of somebody else's that calls the library's.
 template <typename Proc, int kKey>
@@ -17,8 +20,10 @@ struct Forward;
 template <typename Result, typename... Arguments, int kKey>
 struct Forward<Result (*)(Arguments...), kKey> {
   static inline Result (*original)(Arguments...) = nullptr;
+  static inline std::uint64_t* calls = nullptr;
   static Result Call(Arguments... arguments) {
     ++g_forwarded;
+    ++*calls;
     return original(arguments...);
   }
 };
@@ -28,6 +33,7 @@ void PutOver(zelhost::Host& host, const char* interfaceName, const char* method,
              const char* procType) {
   using Forwarding = Forward<Proc, kKey>;
   Forwarding::original = host.Find<Proc>(interfaceName, method, procType);
+  Forwarding::calls = &g_calls[procType];
   host.Register(interfaceName, method, procType, reinterpret_cast<ZELProc>(&Forwarding::Call));
 }
 
@@ -53,6 +59,8 @@ std::vector<fs::path> Corpus() {
 
 class ForwardingTest : public zeltest::LibraryTest {
  protected:
+  ForwardingTest() { g_forwarded = 0; }
+
   // Addresses and numbers of blocks come behind it: the rest is the same on every platform.
   static constexpr const char* kOnePlatform = "of this platform";
 
@@ -142,6 +150,23 @@ TEST_F(ForwardingTest, ProceduresOfSomebodyElseOverTheLibrarysGiveTheSame) {
     EXPECT_EQ(Seen(files[i]), direct[i]) << files[i];
   }
   EXPECT_GT(g_forwarded, 10000u);
+}
+
+// With dictionaries and their iterators of the library's own.
+TEST_F(ForwardingTest, KeysAndSizesAreWrittenByStringsAndNumbersOfSomebodyElse) {
+  FORWARD_INTERFACE(String, POS_STRING_INTERFACE, POS_STRING_METHODS)
+  FORWARD_INTERFACE(Number, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS)
+  host.ChangeUnregisterCount();
+  const ZELInstance array = Parse("[<key (text)>]");
+  arrays.Append(array, NewBinData("raw", "bytes"));
+  const std::uint64_t& newStrings = g_calls.at("POSStringNewPOSStringProc");
+  const std::uint64_t& newNumbers = g_calls.at("POSNumberNewPOSNumberProc");
+  const std::uint64_t stringsBefore = newStrings;
+  const std::uint64_t numbersBefore = newNumbers;
+  EXPECT_EQ(1,
+            streamers.Serialize(Keep(streamers.NewPOSStreamer()), NewStream(""), array, nullptr));
+  EXPECT_EQ(newStrings - stringsBefore, 2u);  // the key and the name of the data's type
+  EXPECT_EQ(newNumbers - numbersBefore, 1u);
 }
 
 }  // namespace
