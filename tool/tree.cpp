@@ -184,7 +184,7 @@ class Survey {
   }
 
   const Values& values_;
-  std::array<Kind, POSTypeDict + 1> kinds_;
+  std::array<Kind, POS_KIND_COUNT + 1> kinds_;  // by type tag; 0 for empty slots
   std::size_t deepest_ = 0;
   std::size_t keyBytes_ = 0;
 };

@@ -3,7 +3,7 @@
 namespace zelpos {
 
 const char* KindName(int type) {
-#define ZELPOS_KIND_NAME(name, plural, noun, one) \
+#define ZELPOS_KIND_NAME(name, plural, noun, ...) \
   case POSType##name:                             \
     return noun;
   switch (type) { POS_KINDS(ZELPOS_KIND_NAME) }

@@ -20,7 +20,9 @@ class Values {
 
   // 0 for an empty slot.
   int Type(Handle value) const { return value == nullptr ? 0 : objects_.GetType(value); }
-  bool IsComposite(Handle value) const { return Type(value) >= POSTypeArray; }
+  bool IsComposite(Handle value) const {
+    return zelutils::IsComposite(static_cast<POSObjectType>(Type(value)));
+  }
   bool Equal(Handle left, Handle right) const {
     if (left == nullptr || right == nullptr) return left == right;
     return objects_.IsEqual(left, right);

@@ -16,12 +16,20 @@ namespace zelutils {
 
 // "a number", "an array", ...; "nothing" for 0.
 inline const char* KindName(POSObjectType type) {
-#define ZEL_KIND_NAME(name, plural, noun, one) \
-  case POSType##name:                          \
+#define ZEL_KIND_NAME(name, plural, noun, one, composite) \
+  case POSType##name:                                     \
     return one;
   switch (type) { POS_KINDS(ZEL_KIND_NAME) }
 #undef ZEL_KIND_NAME
   return "nothing";
+}
+
+// Whether values of the kind hold others; false for 0 and other numbers that are no kind.
+inline bool IsComposite(POSObjectType type) {
+#define ZEL_IS_COMPOSITE(name, plural, noun, one, composite) , composite != 0
+  static constexpr bool kComposite[] = {false POS_KINDS(ZEL_IS_COMPOSITE)};
+#undef ZEL_IS_COMPOSITE
+  return type > 0 && type <= POS_KIND_COUNT && kComposite[type];
 }
 
 // Joins reports to one sentence; equal ones are told once, with how often they came.

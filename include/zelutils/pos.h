@@ -37,17 +37,21 @@ typedef enum POSObjectType {
 } POSObjectType;
 
 /*
- * The kinds in the order of their tags, X(name, plural, noun, one): the tag is POSType and the
- * name, the procedure type of a method POS, the name and the method.
+ * The kinds in the order of their tags, X(name, plural, noun, one, composite): the tag is POSType
+ * and the name, the procedure type of a method POS, the name and the method; a composite kind holds
+ * other values.
  */
-#define POS_KINDS(X)                                                     \
-  X(Number, numbers, "number", "a number")                               \
-  X(String, strings, "string", "a string")                               \
-  X(UnicodeString, unicodeStrings, "Unicode string", "a Unicode string") \
-  X(BinData, binData, "binary data", "binary data")                      \
-  X(RawPointer, rawPointers, "raw pointer", "a raw pointer")             \
-  X(Array, arrays, "array", "an array")                                  \
-  X(Dict, dicts, "dictionary", "a dictionary")
+#define POS_KINDS(X)                                                        \
+  X(Number, numbers, "number", "a number", 0)                               \
+  X(String, strings, "string", "a string", 0)                               \
+  X(UnicodeString, unicodeStrings, "Unicode string", "a Unicode string", 0) \
+  X(BinData, binData, "binary data", "binary data", 0)                      \
+  X(RawPointer, rawPointers, "raw pointer", "a raw pointer", 0)             \
+  X(Array, arrays, "array", "an array", 1)                                  \
+  X(Dict, dicts, "dictionary", "a dictionary", 1)
+/* The number of kinds; as many tags follow one another from 1. */
+#define POS_COUNT_KIND(...) +1
+#define POS_KIND_COUNT (0 POS_KINDS(POS_COUNT_KIND))
 
 /* The most levels of nested arrays and dictionaries for the operations that descend. */
 #define POS_NESTING_LIMIT 512

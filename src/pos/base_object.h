@@ -20,14 +20,22 @@ inline T* DownCast(BaseObject& object) {
   return object.Type() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
+constexpr bool IsComposite(POSObjectType type) noexcept {
+#define ZEL_IS_COMPOSITE(Name, interface, noun, one, composite) , composite != 0
+  constexpr bool kComposite[] = {false POS_KINDS(ZEL_IS_COMPOSITE)};
+#undef ZEL_IS_COMPOSITE
+  return kComposite[type];
+}
+
 // The record of a class T. It has kType, its type tag, kMismatch, the message for an object of
 // another class, and IsEqual for one of its own; a composite has Clone, which returns a new object.
 template <typename T>
 inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
     T::kType,
-    std::is_base_of_v<Composite, T>,
+    IsComposite(T::kType),
     [](BaseObject& value) -> BaseObject* {
-      if constexpr (std::is_base_of_v<Composite, T>) {
+      static_assert(IsComposite(T::kType) == std::is_base_of_v<Composite, T>);
+      if constexpr (IsComposite(T::kType)) {
         return static_cast<T&>(value).Clone();
       } else {
         return &value;

@@ -48,7 +48,7 @@ struct Format {
   consteval Format(const char* versionName, const StreamingParams& outermostParams,
                    const KindFormat (&kindFormats)[Count])
       : name(versionName), outermost(outermostParams), kinds(kindFormats) {
-    static_assert(Count == POSTypeDict);
+    static_assert(Count == POS_KIND_COUNT);
     for (std::size_t index = Count; index-- > 0;) {
       const KindFormat& kind = kinds[index];
       if (kind.type != static_cast<POSObjectType>(index + 1)) throw "not in order";

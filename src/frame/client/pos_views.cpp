@@ -35,8 +35,7 @@ struct Kind {
   {POSType##Name, &Name##View::Is, [] { return g_pos.interface.IsKnownToBeOwn(); }},
 constexpr Kind kKinds[] = {POS_KINDS(ZEL_KIND)};
 #undef ZEL_KIND
-static_assert(kKinds[0].type == 1 &&
-                  kKinds[std::size(kKinds) - 1].type == static_cast<int>(std::size(kKinds)),
+static_assert(kKinds[0].type == 1 && kKinds[std::size(kKinds) - 1].type == POS_KIND_COUNT,
               "a row for each tag, in their order");
 
 DirectKinds KindsKnownToBeOwn() noexcept {
