@@ -34,8 +34,6 @@ const char* IntMismatch(const POSView& value) { return FindIntMismatch(NumberVie
 
 constexpr const char* kNoReference = "Expected OBJREF was of invalid type";
 
-}  // namespace
-
 constexpr BuiltinType kBuiltinTypes[] = {
     {Keyword::kAny, &IsAnything, nullptr, nullptr},
     {Keyword::kBool, &IsNumberOrString, "Expected BOOL was of invalid type", &BoolMismatch},
@@ -50,6 +48,10 @@ constexpr BuiltinType kBuiltinTypes[] = {
     {Keyword::kQXBaseObjRef, &RawPointerView::Is, kNoReference, nullptr},
     {Keyword::kZELErrorObjRef, &RawPointerView::Is, kNoReference, nullptr},
 };
+
+}  // namespace
+
+std::span<const BuiltinType> BuiltinTypes() noexcept { return kBuiltinTypes; }
 
 const BuiltinType* FindBuiltinType(Keyword word) noexcept {
   static constexpr auto kByKeyword = ByKeyword(kBuiltinTypes);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "frame/client/pos_views.h"
 #include "validator/keywords.h"
@@ -18,8 +19,7 @@ struct BuiltinType {
 };
 
 // In the order in which the schema language lists them.
-inline constexpr std::size_t kBuiltinTypeCount = 11;
-extern const BuiltinType kBuiltinTypes[kBuiltinTypeCount];
+std::span<const BuiltinType> BuiltinTypes() noexcept;
 
 // Null for any other word.
 const BuiltinType* FindBuiltinType(Keyword word) noexcept;

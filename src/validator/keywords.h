@@ -54,7 +54,6 @@ inline constexpr const char* kKeywordTexts[] = {ZEL_SCHEMA_KEYWORDS(ZEL_KEYWORD_
 #undef ZEL_KEYWORD_TEXT
 
 inline constexpr std::size_t kKeywordCount = std::size(kKeywordTexts);
-static_assert(kKeywordCount == 32);
 
 constexpr std::size_t IndexOf(Keyword word) noexcept { return static_cast<std::size_t>(word); }
 constexpr const char* TextOf(Keyword word) noexcept { return kKeywordTexts[IndexOf(word)]; }

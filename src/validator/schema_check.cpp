@@ -30,7 +30,7 @@ CPOSDict ParseMetaSchema() {
 CPOSDict KnownTypes(const CPOSObject& schema) {
   CPOSDict known = CPOSDict::New();
   const CPOSObject present = CPOSNumber::New(1.0);
-  for (const BuiltinType& type : kBuiltinTypes) known.Put(TextOf(type.word), present);
+  for (const BuiltinType& type : BuiltinTypes()) known.Put(TextOf(type.word), present);
   if (CPOSDict::Is(schema.Handle())) {
     const ZEL_T_NMT::DictView types(schema.View());
     for (ZEL_T_NMT::MemberWalk walk(types); walk.Key() != nullptr; walk.Next()) {
