@@ -92,7 +92,10 @@ struct TextSyntax {
 
   void AppendOther(std::string& out, const Value& value) const {
     if (!value) return Unsayable(out, "an empty slot", "empty");
-    if (!value.Is<BinData>()) return Unsayable(out, "a raw pointer", "raw pointer");
+    if (!value.Is<BinData>()) {
+      const std::string one = KindName(value.Type());
+      return Unsayable(out, one, one.substr(one.find(' ') + 1));
+    }
     const BinData data = value.As<BinData>();
     const std::size_t size = data.Bytes().size();
     std::string shown = "binary data ";
