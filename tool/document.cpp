@@ -1,6 +1,8 @@
 #include "document.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 #include <zelutils/replacement.hpp>
@@ -20,7 +22,14 @@
 namespace zelpos {
 namespace {
 
-constexpr std::string_view kVersion = POS_STREAMER_TYPE_A_VERSION_1_0;
+#define ZELPOS_VERSION(name) name,
+constexpr std::string_view kVersions[] = {POS_STREAMER_VERSIONS(ZELPOS_VERSION)};
+#undef ZELPOS_VERSION
+
+bool IsKnown(std::string_view version) {
+  return std::find(std::begin(kVersions), std::end(kVersions), version) != std::end(kVersions);
+}
+
 // That of every version begins so.
 constexpr std::string_view kFamily = "POSStreamer";
 
@@ -31,7 +40,7 @@ std::string_view StreamVersion(std::string_view bytes) {
   const std::string_view version = bytes.substr(0, bytes.find_first_of(" \t\r\n"));
   if (!version.starts_with(kFamily) || version.size() == bytes.size()) return {};
   const bool isAlone = bytes.find_first_not_of(" \t\r\n", version.size()) == bytes.npos;
-  return isAlone && version != kVersion ? std::string_view() : version;
+  return isAlone && !IsKnown(version) ? std::string_view() : version;
 }
 
 // Estimated duration of reading a long text, from a sample of its front.
@@ -72,9 +81,9 @@ zelutils::Value ParseText(const zelutils::Client& client, const std::string& nam
 zelutils::Value ReadStream(const zelutils::Client& client, const std::string& name,
                            std::string_view bytes) {
   const std::string_view version = StreamVersion(bytes);
-  if (version != kVersion) {
+  if (!IsKnown(version)) {
     throw FileError(name + ": unknown stream version \"" + Printable(version.substr(0, 64)) +
-                    "\"; this is " + std::string(kVersion));
+                    "\"; this is " + POS_STREAMER_DEFAULT_VERSION);
   }
   Progress progress("reading " + Printable(name));
   ByteSource source(bytes, [&](double fraction) { progress.Set(fraction); });

@@ -12,8 +12,12 @@ extern "C" {
 
 #define POS_STREAMER_INTERFACE "POSStreamerInterface"
 
-/* The formats, by name; the default is the one that a null name stands for. */
+/*
+ * The formats, by name, and X(name) of all of them from the oldest to the newest; the default is
+ * the one that a null name stands for.
+ */
 #define POS_STREAMER_TYPE_A_VERSION_1_0 "POSStreamerTypeA_Version1.0"
+#define POS_STREAMER_VERSIONS(X) X(POS_STREAMER_TYPE_A_VERSION_1_0)
 #define POS_STREAMER_DEFAULT_VERSION POS_STREAMER_TYPE_A_VERSION_1_0
 
 /* Returns a new streamer without reference, or null after a report. A streamer keeps no state. */

@@ -1,4 +1,5 @@
 // The versions of the stream's text by their names.
+#include <algorithm>
 #include <iterator>
 
 #include "streamer/streamer_base.h"
@@ -21,9 +22,15 @@ constexpr Version kVersions[] = {
     kRow<NTypeAImpl::Version10>,
 };
 
-// The last version is the default: a new one is appended, and named as the default in the same
-// change.
-static_assert(kVersions[std::size(kVersions) - 1].name == POS_STREAMER_DEFAULT_VERSION);
+#define ZEL_VERSION_NAME(name) name,
+constexpr std::string_view kNames[] = {POS_STREAMER_VERSIONS(ZEL_VERSION_NAME)};
+#undef ZEL_VERSION_NAME
+static_assert(
+    std::equal(std::begin(kVersions), std::end(kVersions), std::begin(kNames), std::end(kNames),
+               [](const Version& row, std::string_view name) { return row.name == name; }),
+    "a row for each name, in their order");
+// A new version is named as the default in the change that appends it.
+static_assert(std::rbegin(kVersions)->name == POS_STREAMER_DEFAULT_VERSION);
 
 }  // namespace
 
