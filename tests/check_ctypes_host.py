@@ -43,18 +43,28 @@ def store(place, value, kind=ctypes.c_void_p):
     kind.from_address(place).value = value
 
 
-def offer(interface, signature):
-    def take(function):
-        offered[interface.encode(), function.__name__.encode()] = address(function, signature)
-        return function
-    return take
+def offer(interface, **procedures):
+    for name, (signature, function) in procedures.items():
+        offered[interface.encode(), name.encode()] = address(function, signature)
+
+
+def counted(things, end):
+    """The procedures that take and give back references to things, which begin with their number."""
+    def take(handle):
+        things[handle][0] += 1
+        return handle
+
+    def give_back(handle):
+        if handle is not None:
+            things[handle][0] -= 1
+            if things[handle][0] == 0:
+                end(handle, things.pop(handle))
+    return take, give_back
 
 
 NEVER_CALLED = address(lambda: None, "v")
 
 # ---- Binder ----
-
-binder = functools.partial(offer, "ZEL")
 
 
 def lookup(interface, method, kind):
@@ -62,50 +72,34 @@ def lookup(interface, method, kind):
     return found or (NEVER_CALLED if interface in CORE else None)
 
 
-@binder("itttp")
-def ZELRegisterProcAddress(interface, method, kind, procedure):
+def register(interface, method, kind, procedure):
     registered[interface, method, kind] = procedure
     return 1
 
 
-@binder("it")
-def ZELUnregisterInterface(interface):
+def unregister(interface):
     for key in [key for key in registered if key[0] == interface]:
         del registered[key]
     counter.value = counter.value + 1 or 1
     return 1
 
 
-@binder("it")
-def ZELReportError(text):
-    return print("reported:", text.decode()) or 1
-
-
-@binder("p")
-def ZELGetUnregisterCountAddr():
-    return ctypes.addressof(counter)
-
-
-@binder("i")
-def ZELIsMultiThreaded():
-    return 0
-
+offer("ZEL", ZELRegisterProcAddress=("itttp", register), ZELUnregisterInterface=("it", unregister),
+      ZELReportError=("it", lambda text: print("reported:", text.decode()) or 1),
+      ZELGetUnregisterCountAddr=("p", lambda: ctypes.addressof(counter)),
+      ZELIsMultiThreaded=("i", lambda: 0))
 
 # ---- Memory ----
 
-memory = functools.partial(offer, "ZELMemoryInterface")
 
-
-@memory("pz")
-def Alloc(size):
+def alloc(size):
     block = C.malloc(size or 1)
     if block:
         blocks.add(block)
     return block
 
 
-@memory("ppz")
-def Realloc(block, size):
+def realloc(block, size):
     moved = C.realloc(block, size or 1)
     if moved:
         blocks.remove(block)
@@ -113,105 +107,51 @@ def Realloc(block, size):
     return moved
 
 
-@memory("vp")
-def Free(block):
+def free(block):
     blocks.remove(block)
     C.free(block)
 
 
+offer("ZELMemoryInterface", Alloc=("pz", alloc), Realloc=("ppz", realloc), Free=("vp", free))
+
 # ---- Atoms: references, text ----
 
-strings = functools.partial(offer, "ZELStringInterface")
 
-
-@strings("ut")
-def NewStringAtom(text):
+def new_atom(text):
     atom = texts.setdefault(text, next(handles))
     atoms.setdefault(atom, [0, ctypes.create_string_buffer(text)])[0] += 1
     return atom
 
 
-@strings("vu")
-def AddRef(atom):
-    atoms[atom][0] += 1
-
-
-HoldAtom = AddRef
-
-
-@strings("pu")
-def GetCString(atom):
+def text_of(atom):
     return ctypes.addressof(atoms[atom][1])
 
 
-@strings("vu")
-def DeleteStringAtom(atom):
-    atoms[atom][0] -= 1
-    if atoms[atom][0] == 0:
-        del texts[atoms.pop(atom)[1].value]
-
+hold_atom, drop_atom = counted(atoms, lambda _, atom: texts.pop(atom[1].value))
+offer("ZELStringInterface", NewStringAtom=("ut", new_atom), AddRef=("vu", hold_atom),
+      GetCString=("pu", text_of), DeleteStringAtom=("vu", drop_atom))
 
 # ---- Errors: references, message, component, number ----
 
-failures = functools.partial(offer, "ZELErrorInterface")
 
-
-@failures("pttiii")
-def NewError(message, component, number, *_):
+def new_error(message, component, number, *_):
     error = next(handles)
-    errors[error] = [1, NewStringAtom(message), NewStringAtom(component), number]
+    errors[error] = [1, new_atom(message), new_atom(component), number]
     return error
-
-
-@failures("pp")
-def AddRef(error):
-    errors[error][0] += 1
-    return error
-
-
-@failures("pi")
-def GetCoreError(number):
-    errors[CORE_ERRORS[number]][0] += 1
-    return CORE_ERRORS[number]
-
-
-@failures("vp")
-def Release(error):
-    if error is None:
-        return
-    errors[error][0] -= 1
-    if errors[error][0] == 0:
-        for atom in errors.pop(error)[1:3]:
-            DeleteStringAtom(atom)
-
-
-ReleaseError = Release
-
-
-@failures("up")
-def GetErrorMessage(error):
-    return errors[error][1]
-
-
-@failures("up")
-def GetComponent(error):
-    return errors[error][2]
-
-
-@failures("ip")
-def GetID(error):
-    return errors[error][3]
 
 
 def failure(text):
-    return NewError(text, b"PythonHost", 0)
+    return new_error(text, b"PythonHost", 0)
 
 
-CORE_ERRORS = [NewError(b"unknown error", b"DUX", 0), NewError(b"out of memory", b"DUX", 1)]
+CORE_ERRORS = [new_error(b"unknown error", b"DUX", 0), new_error(b"out of memory", b"DUX", 1)]
+hold_error, drop_error = counted(errors, lambda _, error: [drop_atom(atom) for atom in error[1:3]])
+offer("ZELErrorInterface", NewError=("pttiii", new_error), AddRef=("pp", hold_error),
+      GetCoreError=("pi", lambda number: hold_error(CORE_ERRORS[number])), Release=("vp", drop_error),
+      GetErrorMessage=("up", lambda error: errors[error][1]),
+      GetComponent=("up", lambda error: errors[error][2]), GetID=("ip", lambda error: errors[error][3]))
 
 # ---- Containers: the handle is the address of the primary record ----
-
-containers = functools.partial(offer, "ZELContainerInterface")
 
 
 class Instance(ctypes.Structure):
@@ -219,114 +159,77 @@ class Instance(ctypes.Structure):
     references, ending = 0, False
 
 
-@containers("ppp" + "upu" + "iii")
-def NewFullContainer(result, thing, implementation, destroy, interface, *_):
-    instance = Instance(GetCString(implementation), GetCString(interface), thing)
-    instance.atoms, instance.destroy = (implementation, interface), destroy
-    for atom in instance.atoms:
-        HoldAtom(atom)
+def publish(result, thing, implementation, destroy, interface, *_):
+    instance = Instance(text_of(implementation), text_of(interface), thing)
+    instance.atoms, instance.destroy = (hold_atom(implementation), hold_atom(interface)), destroy
     instances[ctypes.addressof(instance)] = instance
     store(result, ctypes.addressof(instance))
 
 
-@containers("ip")
-def AddRef(handle):
+def hold(handle):
     if handle is None or instances[handle].ending:
         return 0
     instances[handle].references += 1
     return 1
 
 
-HoldInstance = AddRef
-
-
-@containers("vp")
-def DecrementWithoutDelete(handle):
+def decrement(handle):
     instances[handle].references -= 1
 
 
-@containers("vp")
-def DeleteUnownedContainer(handle):
+def delete(handle):
     instance = instances[handle]
     if instance.references == 0 and not instance.ending:
         instance.ending = True
         prototype("vp")(instance.destroy)(instance.object)
         for atom in instances.pop(handle).atoms:
-            DeleteStringAtom(atom)
+            drop_atom(atom)
 
 
-@containers("vp")
-def Release(handle):
+def release(handle):
     if handle is not None and instances[handle].references > 0:
-        instances[handle].references -= 1
-        DeleteUnownedContainer(handle)
+        decrement(handle)
+        delete(handle)
 
 
-ReleaseInstance = Release
-
-
-@containers("pppuui")
-def GetMethod(result, handle, method, kind, _):
+def get_method(result, handle, method, kind, _):
     names = instances[handle].atoms[1], method, kind
     store(result, lookup(*(atoms[name][1].value for name in names)))
 
 
-@containers("pppu")
-def NGetInstance(result, handle, implementation):
+def get_object(result, handle, implementation):
     if handle is None or instances[handle].atoms[0] != implementation:
         return failure(b"no such implementation")
     return store(result, instances[handle].object)
 
 
-@containers("i")
-def GetOffsetToPrimaryInstance():
-    return 0
-
+offer("ZELContainerInterface", NewFullContainer=("pppupuiii", publish), AddRef=("ip", hold),
+      DecrementWithoutDelete=("vp", decrement), DeleteUnownedContainer=("vp", delete),
+      Release=("vp", release), GetMethod=("pppuui", get_method), NGetInstance=("pppu", get_object),
+      GetOffsetToPrimaryInstance=("i", lambda: 0))
 
 # ---- Shared buffers: references, bytes; the handle is the address of the bytes ----
 
-shared = functools.partial(offer, "ZELSharedBuffInterface")
 
-
-@shared("puiiii")
-def NewBuffer(size, *_):
-    block = Alloc(size)
+def new_buffer(size, *_):
+    block = alloc(size)
     if block:
         buffers[block] = [1, size]
     return block
 
 
-@shared("vp")
-def AddRef(buffer):
-    buffers[buffer][0] += 1
-
-
-@shared("vp")
-def Release(buffer):
-    buffers[buffer][0] -= 1
-    if buffers[buffer][0] == 0:
-        del buffers[buffer]
-        Free(buffer)
-
-
-@shared("pp")
-def GetBuffer(buffer):
-    return buffer
-
-
-@shared("up")
-def GetSize(buffer):
-    return buffers[buffer][1]
-
+hold_buffer, drop_buffer = counted(buffers, lambda block, _: free(block))
+offer("ZELSharedBuffInterface", NewBuffer=("puiiii", new_buffer), AddRef=("vp", hold_buffer),
+      Release=("vp", drop_buffer), GetBuffer=("pp", lambda buffer: buffer),
+      GetSize=("up", lambda buffer: buffers[buffer][1]))
 
 # ---- Streams ----
 
 METHODS = {"Read": "ppppu", "Write": "pppu", "CreateIndependentlyRewindableStream": "ppp", "Rewind": "pp",
            "CreateIndependentlyPositionableStream": "ppp", "Mark": "ppp", "Seek": "ppuu"}
-for stream_method, stream_signature in METHODS.items():
-    offered[STREAM.encode(), stream_method.encode()] = address(
-        lambda handle, *rest, name=stream_method: getattr(streams[instances[handle].object], name)(*rest),
-        stream_signature)
+offer(STREAM, **{method: (
+    signature, lambda handle, *rest, name=method: getattr(streams[instances[handle].object], name)(*rest))
+                 for method, signature in METHODS.items()})
 
 
 class Bytes:
@@ -349,14 +252,13 @@ class Bytes:
 
     CreateIndependentlyPositionableStream = CreateIndependentlyRewindableStream
 
-    def Rewind(self):
-        self.position = 0
-
     def Mark(self, place):
         store(place, self.position, ctypes.c_uint32)
 
-    def Seek(self, position, _):
+    def Seek(self, position, _=0):
         self.position = position
+
+    Rewind = functools.partialmethod(Seek, 0)
 
     def end(self):
         if self.path:
@@ -377,22 +279,13 @@ END = address(lambda key: streams.pop(key).end(), "vp")
 def new_stream(result, stream):
     key = next(handles)
     streams[key] = stream
-    names = NewStringAtom(b"PythonStreamImplementation"), NewStringAtom(STREAM.encode())
-    NewFullContainer(result, key, names[0], END, names[1])
+    names = new_atom(b"PythonStreamImplementation"), new_atom(STREAM.encode())
+    publish(result, key, names[0], END, names[1])
     for name in names:
-        DeleteStringAtom(name)
+        drop_atom(name)
 
 
-factory = functools.partial(offer, "ZELStreamFactoryInterface")
-
-
-@factory("pp")
-def NewPositionableMemoryStream(result):
-    return new_stream(result, Bytes(bytearray()))
-
-
-@factory("pptt")
-def NewPositionableFileStream(result, path, mode):
+def open_file(result, path, mode):
     file = pathlib.Path(path.decode())
     if b"r" in mode and not file.exists():
         return failure(b"no such file")
@@ -400,12 +293,20 @@ def NewPositionableFileStream(result, path, mode):
                                     None if mode.startswith(b"rb") and b"+" not in mode else file))
 
 
-@factory("p" + "p" * 10)
-def NewClientPositionableStream(result, client, *procedures):
+def open_client(result, client, *procedures):
     return new_stream(result, Client(client, procedures[:-1], procedures[-1]))
 
 
+def open_memory(result):
+    return new_stream(result, Bytes(bytearray()))
+
+
+offer("ZELStreamFactoryInterface", NewPositionableMemoryStream=("pp", open_memory),
+      NewPositionableFileStream=("pptt", open_file),
+      NewClientPositionableStream=("p" * 11, open_client))
+
 # ---- A use of the library ----
+
 
 def call(interface, method, kind, signature, *arguments):
     return prototype(signature)(lookup(interface, method, kind))(*arguments)
@@ -419,23 +320,23 @@ def main():
     place = ctypes.c_void_p()
     value = call(b"POSObjectStatics", b"CreateFromText", b"POSObjectCreateFromTextProc", "ptp", text, None)
     streamer = call(b"POSStreamerInterface", b"NewPOSStreamer", b"POSStreamerNewPOSStreamerProc", "p")
-    NewPositionableMemoryStream(ctypes.addressof(place))
+    open_memory(ctypes.addressof(place))
     stream = place.value
     for handle in value, streamer, stream:
-        assert HoldInstance(handle)
+        assert hold(handle)
     assert call(b"POSStreamerInterface", b"Serialize", b"POSStreamerSerializeProc", "ipppt",
                 streamer, stream, value, None)
     streams[instances[stream].object].Rewind()
     again = call(b"POSStreamerInterface", b"Deserialize", b"POSStreamerDeserializeProc", "ppp", streamer, stream)
-    assert HoldInstance(again)
+    assert hold(again)
     assert call(b"POSObjectInterface", b"IsEqual", b"POSObjectIsEqualProc", "bpp", value, again)
     for handle in value, streamer, stream, again:
-        ReleaseInstance(handle)
+        release(handle)
     library.ZELUtilsTerminate()
     for error in CORE_ERRORS:
-        ReleaseError(error)
+        drop_error(error)
     left = [len(things) for things in (blocks, atoms, errors, instances, buffers, streams,
-                                    [key for key in registered if key[0] not in CORE])]
+                                       [key for key in registered if key[0] not in CORE])]
     print("left:", sum(left) and left)
     return 1 if sum(left) else 0
 

@@ -28,7 +28,7 @@ inline void (*g_whenTold)() = nullptr;  // called for each finding
 // may be changed between the construction and the start.
 class CheckedHost {
  public:
-  CheckedHost() {
+  explicit CheckedHost(zelhost::HostOptions options = {}) : host(options) {
     g_findings = {};
     host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
     host.Register(ZEL_CHECK_INTERFACE, "Finding", "ZELUtilsCheckFindingProc",

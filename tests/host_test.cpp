@@ -1,4 +1,5 @@
-// The reference host by its C procedures, as a library that it does not know would call them.
+// The reference host by its C procedures, as a library that it does not know would call them:
+// beside the tests of a host, all of which it passes (check_host_test.cpp), what it promises more.
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -14,12 +15,10 @@ using zelhost::Service;
 class HostTest : public zeltest::HostFixture {
  protected:
   void TearDown() override {
-    for (const ZELStringAtom atom : kept) atoms.DeleteStringAtom(atom);
     EXPECT_EQ(zelhost::ToString(host.Live()), "nothing");
     EXPECT_EQ(host.Leaks().size(), misuses);
   }
 
-  ZELStringAtom Keep(const char* text) { return kept.emplace_back(atoms.NewStringAtom(text)); }
   ZELInstance NewMemoryStream() {
     ZELInstance stream = nullptr;
     EXPECT_EQ(Text(streams.NewPositionableMemoryStream(&stream)), "");
@@ -48,7 +47,6 @@ class HostTest : public zeltest::HostFixture {
     return position;
   }
 
-  std::vector<ZELStringAtom> kept;
   std::size_t misuses = 0;  // that the test commits
   std::string openError;
   zeltest::Folder folder;
@@ -58,42 +56,29 @@ class HostTest : public zeltest::HostFixture {
 ZELTEST_WITH_AND_WITHOUT_SLABS(HostTest);
 
 void Nothing() {}
-void Other() {}
 
-TEST_P(HostTest, BinderKeepsTriples) {
+TEST_P(HostTest, TheBinderHidesProceduresAndRecordsItsCalls) {
   const auto lookup = Host::LookupProc();
-  const auto add = binder.ZELRegisterProcAddress;
-  const auto remove = binder.ZELUnregisterInterface;
   const std::uint32_t& count = *binder.ZELGetUnregisterCountAddr();
   host.RecordBindings(true);
-  std::string name = "A";
-  EXPECT_NE(add(name.c_str(), "M", "T", Nothing), 0);
-  name = "changed";
-  EXPECT_EQ(lookup("A", "M", "T"), Nothing);
-  EXPECT_NE(add("A", "M", "T", Other), 0);
-  EXPECT_NE(add("A", "M", "T2", Nothing), 0);
-  EXPECT_EQ(lookup("A", "M", "T"), Other);
-  for (const char* wrong : {"a", "", "AA"}) EXPECT_EQ(lookup(wrong, "M", "T"), nullptr);
+  EXPECT_NE(binder.ZELRegisterProcAddress("A", "M", "T", Nothing), 0);
   EXPECT_EQ(host.Live().interfaces, 1u);
-
   std::uint32_t expectedCount = 0;
   for (const char* method : {"M", static_cast<const char*>(nullptr)}) {
     host.Hide("A", method);
     EXPECT_EQ(count, ++expectedCount) << "0xFFFFFFFF is followed by 1";
     EXPECT_EQ(lookup("A", "M", "T"), nullptr);
     host.Show("A", method);
-    EXPECT_EQ(lookup("A", "M", "T"), Other);
+    EXPECT_EQ(lookup("A", "M", "T"), Nothing);
   }
-  EXPECT_NE(remove("A"), 0);
-  EXPECT_EQ(remove("A"), 0);
+  for (const int left : {1, 0}) EXPECT_EQ(binder.ZELUnregisterInterface("A"), left);
   EXPECT_EQ(count, 3u);
-  EXPECT_EQ(lookup("A", "M", "T2"), nullptr);
   std::string log;
   for (const auto& event : host.TakeBindings()) {
     log += "LRU"[static_cast<int>(event.kind)] + event.interfaceName;
     log += event.succeeded ? " " : "! ";
   }
-  EXPECT_EQ(log, "RA LA RA RA LA La! L! LAA! LA! LA LA! LA UA UA! LA! ");
+  EXPECT_EQ(log, "RA LA! LA LA! LA UA UA! ");
 }
 
 TEST_P(HostTest, MemoryKeepsItsContent) {
@@ -158,107 +143,45 @@ TEST_P(HostTest, AtomsAreUniqueTexts) {
   misuses = 1;
 }
 
-TEST_P(HostTest, ErrorsCarryWhatTheyWereMadeWith) {
-  ZELErrorObject error = errors.NewError("went wrong", "Part", -7, 0, 0);
-  EXPECT_EQ(errors.GetID(error), -7);
-  EXPECT_EQ(errors.AddRef(error), error);
+TEST_P(HostTest, ErrorsAreCountedAndThoseOfTheCoreHaveTheirTexts) {
+  ZELErrorObject error = errors.AddRef(errors.NewError("went wrong", "Part", -7, 0, 0));
   EXPECT_EQ(host.Live().errorReferences, 2u);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(Text(error), "Part: went wrong");
-  ZELErrorObject exhausted = errors.GetCoreError(1);
-  EXPECT_EQ(errors.GetID(exhausted), 1);
-  EXPECT_EQ(Text(exhausted), "DUX: out of memory");
   EXPECT_EQ(Text(errors.GetCoreError(0)), "DUX: unknown error");
+  EXPECT_EQ(Text(errors.GetCoreError(1)), "DUX: out of memory");
   for (const std::int32_t none : {-1, 1000}) EXPECT_EQ(errors.GetCoreError(none), nullptr);
-  errors.Release(nullptr);
 }
 
-TEST_P(HostTest, InstancesEndWithTheirLastReference) {
-  const struct {
-    const char* operations;  // + AddRef, - Release, d DecrementWithoutDelete, u DeleteUnowned
-    int references;          // left; -1: destroyed
-    bool misuse = false;
-  } rows[] = {{"", 0},         {"+", 1},    {"+-", -1},     {"++-", 1},
-              {"++--", -1},    {"+d", 0},   {"+d+-", -1},   {"u", -1},
-              {"+u", 1, true}, {"+du", -1}, {"-", 0, true}, {"d", 0, true}};
+TEST_P(HostTest, InstancesAreCountedAndTheDyingNotHeld) {
   struct Object {
     const zeltest::CoreProcedures& procs;
     ZELInstance self = nullptr;
     int destroyed = 0;
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.operations);
-    Object object = {*this};
-    object.self = NewInstance(&object, [](void* pointer) {
-      auto* dying = static_cast<Object*>(pointer);
-      EXPECT_EQ(dying->procs.containers.AddRef(dying->self), 0) << "no reference to the dying";
-      dying->procs.containers.Release(dying->self);
-      ++dying->destroyed;
-    });
-    for (const char operation : std::string(row.operations)) {
-      if (operation == '+') containers.AddRef(object.self);
-      if (operation == '-') containers.Release(object.self);
-      if (operation == 'd') containers.DecrementWithoutDelete(object.self);
-      if (operation == 'u') containers.DeleteUnownedContainer(object.self);
-    }
-    misuses += row.misuse ? 1 : 0;
-    const bool lives = row.references >= 0;
-    const auto references = static_cast<std::uint32_t>(lives ? row.references : 0);
-    EXPECT_EQ(object.destroyed, lives ? 0 : 1);
-    EXPECT_EQ(host.Live().instances, lives ? 1u : 0u);
-    EXPECT_EQ(host.Live().instanceReferences, references);
-    if (!lives) continue;
-    EXPECT_EQ(host.RefCount(object.self), references);
-    if (references != 0) containers.DecrementWithoutDelete(object.self);
-    End(object.self);
+  } object = {*this};
+  object.self = NewInstance(&object, [](void* pointer) {
+    auto* dying = static_cast<Object*>(pointer);
+    EXPECT_EQ(dying->procs.containers.AddRef(dying->self), 0) << "no reference to the dying";
+    dying->procs.containers.Release(dying->self);
+    ++dying->destroyed;
+  });
+  containers.Release(object.self);
+  containers.DecrementWithoutDelete(object.self);
+  misuses = 2;
+  for (std::uint32_t count : {1u, 2u}) {
+    containers.AddRef(object.self);
+    EXPECT_EQ(host.RefCount(object.self), count);
   }
-  EXPECT_EQ(containers.AddRef(nullptr), 0);
-  containers.Release(nullptr);
-}
-
-TEST_P(HostTest, InstancesOfferTheirInterfaceAndObject) {
-  host.Register("Interface", "Method", "Type", Nothing);
-  const ZELStringAtom impl = Keep("Kind"), method = Keep("Method"), type = Keep("Type");
-  int objects[2] = {};
-  ZELInstance instances[2] = {};
-  const ZELPrimaryInstance* records[2] = {};
-  for (int i = 0; i < 2; ++i) {
-    instances[i] = NewInstance(&objects[i], nullptr);
-    records[i] = reinterpret_cast<const ZELPrimaryInstance*>(
-        reinterpret_cast<const char*>(instances[i]) + containers.GetOffsetToPrimaryInstance());
-    EXPECT_EQ(records[i]->object, &objects[i]);
-    EXPECT_EQ(records[i]->implementationName, atoms.GetCString(impl));
-    void* object = nullptr;
-    EXPECT_EQ(Text(containers.NGetInstance(&object, instances[i], impl)), "");
-    EXPECT_EQ(object, &objects[i]);
-    EXPECT_NE(Text(containers.NGetInstance(&object, instances[i], type)), "");
-    EXPECT_NE(Text(containers.NGetInstance(&object, nullptr, impl)), "");
-  }
-  EXPECT_EQ(records[0]->signature, records[1]->signature);
-
-  const auto expectMethod = [&](ZELStringAtom name, ZELProc expected) {
-    for (const std::int32_t optional : {0, 1}) {
-      ZELProc found = Other;
-      EXPECT_EQ(Text(containers.GetMethod(&found, instances[0], name, type, optional)), "");
-      EXPECT_EQ(found, expected);
-    }
-  };
-  expectMethod(method, Nothing);
-  expectMethod(impl, nullptr);
-  host.Register("Interface", "Kind", "Type", Nothing);
-  expectMethod(impl, Nothing);  // looked up at the call
-  for (const ZELStringAtom atom : std::exchange(kept, {})) atoms.DeleteStringAtom(atom);
-  EXPECT_STREQ(records[0]->implementationName, "Kind") << "the instance keeps its name alive";
-  for (ZELInstance instance : instances) End(instance);
+  containers.DecrementWithoutDelete(object.self);
+  EXPECT_EQ(host.Live().instanceReferences, 1u);
+  containers.Release(object.self);
+  EXPECT_EQ(object.destroyed, 1);
 }
 
 TEST_P(HostTest, MemoryAndFileStreamsBehaveAlike) {
   for (const bool file : {false, true}) {
     SCOPED_TRACE(file);
     ZELInstance stream = file ? Open("w+b") : NewMemoryStream();
-    EXPECT_EQ(host.RefCount(stream), 0u);
-    EXPECT_EQ(ReadAll(stream), "");
     EXPECT_EQ(Write(stream, std::string("0123\r\n\0z89", 10)), "");
-    EXPECT_EQ(Position(stream), 10u);
     EXPECT_EQ(Text(onStream.Seek(stream, 2, 0)), "");
     EXPECT_EQ(Write(stream, "ab"), "");
     EXPECT_EQ(ReadAll(stream), std::string("\r\n\0z89", 6)) << "read right after a write";
@@ -267,13 +190,10 @@ TEST_P(HostTest, MemoryAndFileStreamsBehaveAlike) {
 
     ZELInstance reader = nullptr;
     EXPECT_EQ(Text(onStream.CreateIndependentlyPositionableStream(stream, &reader)), "");
-    EXPECT_EQ(Position(reader), 0u);
     EXPECT_EQ(ReadAll(reader, 64), std::string("01ab\r\n\0z89!", 11));
     EXPECT_EQ(Write(stream, "+"), "");
     EXPECT_EQ(ReadAll(reader), "+") << "the end is not remembered";
     EXPECT_EQ(Position(stream), 12u);
-    EXPECT_EQ(Text(onStream.Rewind(reader)), "");
-    EXPECT_EQ(ReadAll(reader).size(), 12u);
     End(stream);
     EXPECT_EQ(Text(onStream.Seek(reader, 11, 0)), "");
     EXPECT_EQ(ReadAll(reader), "+") << "the reader outlives the stream it came from";
@@ -367,10 +287,6 @@ struct Client {
     return nullptr;
   }
   static ZELErrorObject CreateNone(void*, ZELInstance*) { return nullptr; }
-  static ZELErrorObject Mark(void*, std::uint32_t* position) {
-    *position = 77;
-    return nullptr;
-  }
   static void Destroy(void* client) { static_cast<Client*>(client)->log += "end "; }
 };
 
@@ -379,8 +295,8 @@ TEST_P(HostTest, ClientStreamsCallBack) {
   ZELInstance stream = nullptr;
   const auto make = [&] {
     return Text(streams.NewClientPositionableStream(&stream, &client, Client::Read, nullptr,
-                                                    Client::CreateNone, nullptr, nullptr,
-                                                    Client::Mark, nullptr, Client::Destroy));
+                                                    Client::CreateNone, nullptr, nullptr, nullptr,
+                                                    nullptr, Client::Destroy));
   };
   host.FailAt(Service::kNewClientStream, 1);
   EXPECT_NE(make(), "");
@@ -397,7 +313,6 @@ TEST_P(HostTest, ClientStreamsCallBack) {
   EXPECT_NE(read(), "") << "more than was wanted";
   EXPECT_EQ(delivered, 0u);
   EXPECT_NE(Write(stream, "1"), "") << "no callback";
-  EXPECT_EQ(Position(stream), 77u);
   ZELInstance created = nullptr;
   EXPECT_NE(Text(onStream.CreateIndependentlyRewindableStream(stream, &created)), "")
       << "success without a stream";
@@ -409,7 +324,7 @@ TEST_P(HostTest, ClientStreamsCallBack) {
 TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   const ZELInstance stream = NewMemoryStream();
   EXPECT_EQ(Write(stream, "1234"), "");
-  const ZELStringAtom name = Keep("ZELMemoryStream");
+  const ZELStringAtom name = atoms.NewStringAtom("ZELMemoryStream");
   std::uint32_t number = 0;
   char bytes[4];
   void* object = nullptr;
@@ -491,6 +406,7 @@ TEST_P(HostTest, EachServiceFailsAtTheCallThatWasAskedFor) {
   EXPECT_EQ(host.FaultsInjected(), 3 * calls.size());
   EXPECT_THROW(host.FailAt(Service::kFree, 1), HostError);
   EXPECT_THROW(host.FailAt(Service::kAlloc, 0), HostError);
+  atoms.DeleteStringAtom(name);
   End(stream);
 }
 

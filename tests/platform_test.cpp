@@ -6,10 +6,6 @@
 
 #include "client_fixture.h"
 
-#if !defined(_WIN32)
-#include <dlfcn.h>
-#endif
-
 namespace {
 
 using namespace zelutils;
@@ -220,16 +216,6 @@ TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
 
 // ---- The loader's notices ----
 
-bool IsLoaded() {
-#if defined(_WIN32)
-  return GetModuleHandleA(zeltest::LibraryPath().c_str()) != nullptr;
-#else
-  void* const library = dlopen(zeltest::LibraryPath().c_str(), RTLD_NOW | RTLD_NOLOAD);
-  if (library != nullptr) dlclose(library);
-  return library != nullptr;
-#endif
-}
-
 TEST(LoaderTest, UnloadingMakesNoCallIntoTheHost) {
   zelhost::Host host;
   host.SetLeakSink([](const std::vector<zelhost::Leak>&) {});
@@ -250,7 +236,7 @@ TEST(LoaderTest, UnloadingMakesNoCallIntoTheHost) {
   host.ResetCalls();
   host.Unload();
   EXPECT_EQ(host.TotalCalls(), 0u);
-  EXPECT_FALSE(IsLoaded());
+  EXPECT_FALSE(zeltest::IsLoaded(zeltest::LibraryPath()));
 }
 
 TEST(LoaderTest, TheHundredthLoadingIsAsTheFirst) {
@@ -265,7 +251,7 @@ TEST(LoaderTest, TheHundredthLoadingIsAsTheFirst) {
     EXPECT_EQ(ToString(host.Live()), first);
     host.Stop();
     EXPECT_EQ(ToString(host.Live()), "nothing");
-    ASSERT_FALSE(IsLoaded()) << time;
+    ASSERT_FALSE(zeltest::IsLoaded(zeltest::LibraryPath())) << time;
   }
 }
 

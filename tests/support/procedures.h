@@ -21,10 +21,11 @@ zelutils::Table<Interface> Import(const zelhost::Host& host,
 
 // Puts a procedure in the place of the one that the interface has.
 template <typename Interface, typename Procedure>
-void Replace(zelhost::Host& host, std::string_view method, Procedure procedure) {
+void Replace(zelhost::Host& host, std::string_view method, Procedure procedure,
+             const char* interfaceName = Interface::kName) {
   for (const zelutils::Method& row : Interface::kMethods) {
     if (row.name != method) continue;
-    host.Register(Interface::kName, row.name, row.procType, reinterpret_cast<ZELProc>(procedure));
+    host.Register(interfaceName, row.name, row.procType, reinterpret_cast<ZELProc>(procedure));
   }
 }
 

@@ -7,6 +7,7 @@
 #if defined(_WIN32)
 #include <windows.h>
 #else
+#include <dlfcn.h>
 #include <pthread.h>
 #endif
 
@@ -26,6 +27,17 @@ inline constexpr bool kIsWindows = true;
 #else
 inline constexpr bool kIsWindows = false;
 #endif
+
+// Whether this process has loaded a library.
+inline bool IsLoaded(const std::string& path) {
+#if defined(_WIN32)
+  return GetModuleHandleA(path.c_str()) != nullptr;
+#else
+  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (library != nullptr) dlclose(library);
+  return library != nullptr;
+#endif
+}
 
 inline std::string Repeat(std::size_t count, const std::string& text) {
   std::string repeated;
