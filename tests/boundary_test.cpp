@@ -2,7 +2,6 @@
 // when something is missing.
 #include <cstdlib>
 #include <iterator>
-#include <sstream>
 
 #include "support.h"
 

@@ -1,9 +1,5 @@
 // The checking layer before hosts with one mistake each: the tests of a host tell them apart, and
 // those that matter in normal use are told of there.
-#include <cstring>
-#include <map>
-#include <set>
-#include <sstream>
 #include <zelutils/client.hpp>
 
 #include "check_fixture.h"
@@ -283,11 +279,8 @@ TEST(CheckTest, FaultsAreRepeatedByTheirSeedAndLoseNothing) {
 }
 
 TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
-  const struct {
-    const char* words;
-    std::size_t findings;
-    std::size_t unknown;  // words that say nothing
-  } rows[] = {
+  // Words, findings, and how many of the words say nothing.
+  const std::tuple<const char*, std::size_t, std::size_t> rows[] = {
       {"core", 2, 0},
       {"core,rules=text-*", 1, 0},
       {"core,rules=*null", 2, 0},
@@ -300,17 +293,17 @@ TEST(CheckTest, RulesAreAskedForAndLeftOutByPatterns) {
       {",core,,verbose,CORE,core=1, report", 2, 4},
       {"core,fail=2,fail=nan,fail=,fail=1%%,fail=-1,seed=x,seed=99999999999999999999", 2, 7},
       {"core,limit=0,limit=2147483648,limit=1e3", 2, 3}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.words);
+  for (const auto& [words, findings, unknown] : rows) {
+    SCOPED_TRACE(words);
     CheckedHost checked;
-    checked.Start(row.words);
+    checked.Start(words);
     const zeltest::Procedures with(checked.host);
     for (int i = 0; i < 2; ++i) {  // the same place tells once
       with.strings.NewPOSString(nullptr);
       with.atoms.DeleteStringAtom(0);
     }
-    EXPECT_EQ(g_findings.rules.size(), row.findings);
-    EXPECT_EQ(CountLines(checked.Log(), "which says nothing"), row.unknown);
+    EXPECT_EQ(g_findings.rules.size(), findings);
+    EXPECT_EQ(CountLines(checked.Log(), "which says nothing"), unknown);
   }
 }
 

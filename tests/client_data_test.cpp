@@ -1,14 +1,6 @@
 // C++ objects to values and back, values as texts, in files, and as ranges; sessions.
-#include <algorithm>
-#include <array>
-#include <cmath>
 #include <deque>
-#include <filesystem>
-#include <limits>
-#include <map>
 #include <ranges>
-#include <sstream>
-#include <tuple>
 #include <unordered_map>
 
 #include "client_fixture.h"
@@ -145,10 +137,7 @@ TEST_F(ClientDataTest, WhatDoesNotFitIsRefused) {
   const double inf = std::numeric_limits<double>::infinity();
   const Array colours = client.NewArray({"red", "green"});
   const Input noKind = {};
-  const struct {
-    const char* message;
-    std::function<void()> action;
-  } rows[] = {
+  const std::pair<const char*, std::function<void()>> rows[] = {
       {"256 does not fit into 8 bits without a sign", as(256, std::uint8_t())},
       {"-1 does not fit into 32 bits without a sign", as(-1, 1U)},
       {"-129 does not fit into 8 bits", as(-129, std::int8_t())},
@@ -178,7 +167,7 @@ TEST_F(ClientDataTest, WhatDoesNotFitIsRefused) {
       {"{} may be an array or a dictionary: use NewArray() or NewDict()",
        [&] { client.New(noKind); }},
   };
-  for (const auto& row : rows) EXPECT_EQ(Thrown(row.action), row.message);
+  for (const auto& [message, action] : rows) EXPECT_EQ(Thrown(action), message);
 }
 
 TEST_F(ClientDataTest, MembersAreReachedAndSet) {
@@ -386,8 +375,8 @@ TEST_F(ClientDataTest, FilesAreReplacedWholeOrNotAtAll) {
   const Value book = client.Parse("<title (A book)>");
   client.StoreFile(file, book);
   EXPECT_EQ(client.LoadFile(file), book);
-  std::filesystem::permissions(
-      file, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  const auto ownersAlone = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  std::filesystem::permissions(file, ownersAlone);
   client.StoreFile(file, client.New(2));
   EXPECT_EQ(client.LoadFile(file), client.New(2));
   Array hole = client.NewArray();
@@ -399,6 +388,7 @@ TEST_F(ClientDataTest, FilesAreReplacedWholeOrNotAtAll) {
   EXPECT_EQ(Caught([&] { client.LoadFile(folder.path / "none"); }).Id(), ENOENT);
   EXPECT_NE(Thrown([&] { client.LoadFile(folder.path); }), "");
 #ifndef _WIN32
+  EXPECT_EQ(std::filesystem::status(file).permissions(), ownersAlone);
   // Links stay, also one to a file that is not there yet; what is no regular file is written to.
   std::filesystem::create_symlink("behind.zel", folder.path / "link");
   for (const int number : {1, 2}) {

@@ -1,15 +1,8 @@
 // The typed client: what goes in comes out, failures are exceptions that carry what was reported,
 // and every reference is given back.
-#include <array>
-#include <cerrno>
-#include <limits>
-#include <map>
 #include <new>
-#include <optional>
 #include <ranges>
-#include <sstream>
 #include <stdexcept>
-#include <tuple>
 
 #include "client_fixture.h"
 
@@ -77,10 +70,7 @@ TEST_F(ClientTest, FailuresAreExceptions) {
   const char* const null = nullptr;
   const char16_t* const nullUnits = nullptr;
   const Value empty = client.NewArray().GetAt(0);
-  const struct {
-    const char* message;
-    std::function<void()> action;
-  } rows[] = {
+  const std::pair<const char*, std::function<void()>> rows[] = {
       {"", [&] { number.As<double>(); }},
       {"a number was wanted, this is a dictionary", [&] { dict.As<double>(); }},
       {"a string was wanted, this is a number", [&] { number.As<std::string>(); }},
@@ -126,7 +116,7 @@ TEST_F(ClientTest, FailuresAreExceptions) {
       {"getNextChar unexpected EOF",
        [&] { Streamer(client).Deserialize(client.NewMemoryStream()); }},
   };
-  for (const auto& row : rows) EXPECT_EQ(Thrown(row.action), row.message);
+  for (const auto& [message, action] : rows) EXPECT_EQ(Thrown(action), message);
   EXPECT_EQ(dict, client.Parse("<title x pages [<width wide>]>"));
 
   EXPECT_EQ(Caught([&] { number.As<std::string>(); }).Reports(),
@@ -144,22 +134,18 @@ TEST_F(ClientTest, FailuresAreExceptions) {
 }
 
 TEST_F(ClientTest, ParseErrorsTellLineColumnAndCause) {
-  const struct {
-    const char* text;
-    const char* message;
-    std::size_t position;
-  } rows[] = {
+  const std::tuple<const char*, const char*, std::size_t> rows[] = {
       {"[ 1 ? ]", "line 1, column 5: unexpected \"?\"", 4},
       {"<a\n  [1 2", "line 2, column 7: unexpected end of text: the \"[\" at 2:3 is not closed", 9},
       {"", "line 1, column 1: unexpected end of text: there is no value", 0},
   };
-  for (const auto& row : rows) {
+  for (const auto& [text, message, position] : rows) {
     try {
-      client.Parse(row.text);
-      ADD_FAILURE() << row.text;
+      client.Parse(text);
+      ADD_FAILURE() << text;
     } catch (const ParseError& error) {
-      EXPECT_STREQ(error.what(), row.message);
-      EXPECT_EQ(error.Position(), row.position) << row.text;
+      EXPECT_STREQ(error.what(), message);
+      EXPECT_EQ(error.Position(), position) << text;
     }
   }
   EXPECT_EQ(Thrown([&] { client.Parse("[}", "book.pos"); }),

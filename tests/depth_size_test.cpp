@@ -1,7 +1,5 @@
 // Depths and sizes: every descent at its limit and one level beyond it on a small
 // stack, and the sizes, indices and counts that a caller or a stream can name.
-#include <algorithm>
-#include <cstring>
 
 #include "support.h"
 
@@ -145,10 +143,8 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
   ASSERT_EQ(containers.NewFullContainer(&stream, &g_liar, Atom(name), nullptr, Atom(name), 0, 0, 0),
             nullptr);
   Keep(stream);
-  const struct {
-    std::uint32_t deliversMore, mark;
-    const char* report;  // none: read, and repositioned by the three bytes behind the value
-  } rows[] = {
+  // Without a report the value is read, and the stream set back by the three bytes behind it.
+  const std::tuple<std::uint32_t, std::uint32_t, const char*> rows[] = {
       {0, 3, nullptr},
       {0, 0xFFFFFFFF, nullptr},
       {0, 2, "stream position before its unread bytes"},
@@ -156,16 +152,16 @@ TEST_F(DepthSizeTest, LyingStreamsAreFoundOut) {
       {512, 0xFFFFFFFF, "stream delivered more than was asked for"},
       {0xFFFFFFF0, 0, "stream delivered more than was asked for"},
   };
-  for (const auto& row : rows) {
-    const std::string value = row.deliversMore == 0xFFFFFFFF ? "#" : "#1    ";
-    g_liar = {kHeader + value, row.deliversMore, row.mark};
+  for (const auto& [deliversMore, mark, report] : rows) {
+    const std::string value = deliversMore == 0xFFFFFFFF ? "#" : "#1    ";
+    g_liar = {kHeader + value, deliversMore, mark};
     const ZELInstance object = streamers.Deserialize(streamer, stream);
-    if (row.report == nullptr) {
+    if (report == nullptr) {
       EXPECT_EQ(numbers.Get(Keep(object)), 1);
-      EXPECT_EQ(g_liar.soughtTo, row.mark - 3);
+      EXPECT_EQ(g_liar.soughtTo, mark - 3);
     } else {
       EXPECT_EQ(object, nullptr);
-      ExpectReports({row.report});
+      ExpectReports({report});
     }
   }
   GiveBack();

@@ -5,11 +5,10 @@
 // A scenario is a body of calls, each of which succeeds or ends the attempt: Call() throws Failure
 // at the first report or error object. For each service of the host and each n, Sweep() lets the
 // n-th call of that service fail (Arm), runs the scenario (Attempt), which gives back what it holds
-// (LetGo), takes the fault away again (Disarm), and runs it once more without one (Settle): what
+// (owned), takes the fault away again (Disarm), and runs it once more without one (Settle): what
 // lives then must be what lived before. It is over when n is beyond the calls that the scenario
 // makes. SweepEveryWay() does this for the faults of Extent, after what Before says. Pause keeps a
 // fault away from the calls that the test makes for itself.
-#include <cstring>
 #include <iostream>
 
 #include "client_fixture.h"
@@ -51,7 +50,7 @@ class FaultSweep : public zeltest::LibraryTest {
     ASSERT_EQ(streamers.Serialize(streamer, stream, written, nullptr), 1);
     text = Contents(stream);
     ASSERT_GT(text.size(), 600u);
-    LetGo();
+    owned.GiveBack();
   }
   // ---- What scenarios are made of ----
 
@@ -126,17 +125,7 @@ class FaultSweep : public zeltest::LibraryTest {
   ZELInstance Own(ZELInstance instance) {
     if (instance == nullptr) throw Failure{extent == Extent::kWithoutErrors};
     const Pause pause(*this);
-    containers.AddRef(instance);
-    owned.push_back(instance);
-    return instance;
-  }
-  ZELStringAtom OwnAtom(ZELStringAtom atom) {
-    ownedAtoms.push_back(atom);
-    return atom;
-  }
-  void LetGo() {
-    for (ZELInstance instance : std::exchange(owned, {})) containers.Release(instance);
-    for (ZELStringAtom atom : std::exchange(ownedAtoms, {})) atoms.DeleteStringAtom(atom);
+    return owned.Keep(instance);
   }
 
   // Keeps the armed fault away from the calls of the test itself, while it lives.
@@ -154,11 +143,7 @@ class FaultSweep : public zeltest::LibraryTest {
 
   ZELInstance NewStream(const std::string& bytes) {
     const Pause pause(*this);
-    ZELInstance stream = nullptr;
-    streams.NewPositionableMemoryStream(&stream);
-    onStream.Write(stream, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    onStream.Rewind(stream);
-    return Own(stream);
+    return owned.NewStream(bytes);
   }
   std::string Contents(ZELInstance stream) {
     const Pause pause(*this);
@@ -196,7 +181,7 @@ class FaultSweep : public zeltest::LibraryTest {
     } catch (const std::runtime_error&) {  // the host's or the client's
       wasTold = true;
     }
-    LetGo();
+    owned.GiveBack();
     // A temporary file that no stream could be opened for stays, empty.
     for (const auto& left : folder.Names()) {
       EXPECT_EQ(std::filesystem::file_size(folder.path / left), 0u);
@@ -311,9 +296,8 @@ class FaultSweep : public zeltest::LibraryTest {
   bool takesLong = false;    // enough to be swept in one way
   bool injected = false;
   bool wasTold = false;
-  int made = 0;  // raw pointers
-  std::vector<ZELInstance> owned;
-  std::vector<ZELStringAtom> ownedAtoms;
+  int made = 0;         // raw pointers
+  Library owned{host};  // by the attempt
 };
 
 // A test of what follows as the scenario's body.
@@ -488,10 +472,11 @@ SCENARIO(UsingDirectories) {
   Own(Deliver(directories.GetTempDir));
   const ZELInstance directory = Own(Deliver(directories.NewZELUtilsDir, folderText));
   const ZELStringAtom unique =
-      OwnAtom(Deliver(directories.CreateUniqueFilename, directory, key, newKey));
+      owned.KeepAtom(Deliver(directories.CreateUniqueFilename, directory, key, newKey));
   EXPECT_TRUE(Deliver(directories.FileExists, directory, unique));
-  EXPECT_EQ(atoms.GetCString(OwnAtom(Deliver(directories.GetFilePathSpec, directory, unique))),
-            folder / atoms.GetCString(unique));
+  const ZELStringAtom whole =
+      owned.KeepAtom(Deliver(directories.GetFilePathSpec, directory, unique));
+  EXPECT_EQ(atoms.GetCString(whole), folder / atoms.GetCString(unique));
   Call(directories.Rename, directory, unique, newKey);
   EXPECT_FALSE(Deliver(directories.FileExists, directory, unique));
   Refused(directories.Delete, directory, unique);

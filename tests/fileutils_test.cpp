@@ -1,7 +1,5 @@
 // The utilities directory and temporary-file streams, in a folder made for each test.
-#include <cerrno>
 #include <iostream>
-#include <optional>
 
 #include "client_fixture.h"
 

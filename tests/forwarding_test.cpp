@@ -1,8 +1,5 @@
 // Values are reached directly while nobody has put procedures over the library's own, and through
 // the binder otherwise: both ways give the same.
-#include <algorithm>
-#include <map>
-#include <string>
 
 #include "checksum.h"
 #include "support.h"
@@ -47,8 +44,7 @@ void PutOver(zelhost::Host& host, const char* interfaceName, const char* method,
 std::vector<fs::path> Corpus() {
   const fs::path examples = ZEL_EXAMPLES_DIR;
   std::vector<fs::path> files;
-  for (const fs::path& folder :
-       {examples, examples.parent_path() / "fuzz" / "corpus", fs::path(ZEL_TEST_DATA_DIR)}) {
+  for (const fs::path& folder : {examples, fs::path(ZEL_CORPUS_DIR)}) {
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
       if (entry.is_regular_file()) files.push_back(entry.path());
     }

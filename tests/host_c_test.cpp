@@ -85,10 +85,7 @@ TEST(HostCTest, FailuresAreAnsweredWithTheirReason) {
   }
 
   ZELHost* host = ZELHostNew(0);
-  const struct {
-    std::function<bool()> fails;
-    const char* reason;
-  } rows[] = {
+  const std::pair<std::function<bool()>, const char*> rows[] = {
       {[] { return ZELHostNew(0) == nullptr; }, "there is a host in this process already"},
       {[&] { return ZELHostStart(host, "no/such/library") == 0; }, "no/such/library"},
       {[&] { return ZELHostLookup(host, "None", "M", "T") == nullptr; },
@@ -102,9 +99,9 @@ TEST(HostCTest, FailuresAreAnsweredWithTheirReason) {
        },
        "the host has started a library already"},
   };
-  for (const auto& row : rows) {
-    EXPECT_TRUE(row.fails()) << row.reason;
-    EXPECT_NE(std::string(ZELHostLastError()).find(row.reason), std::string::npos)
+  for (const auto& [fails, reason] : rows) {
+    EXPECT_TRUE(fails()) << reason;
+    EXPECT_NE(std::string(ZELHostLastError()).find(reason), std::string::npos)
         << ZELHostLastError();
   }
   ZELHostDestroy(host);

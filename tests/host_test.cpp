@@ -1,8 +1,5 @@
 // The reference host by its C procedures, as a library that it does not know would call them:
 // beside the tests of a host, all of which it passes (check_host_test.cpp), what it promises more.
-#include <algorithm>
-#include <cstring>
-#include <map>
 
 #include "host_fixture.h"
 

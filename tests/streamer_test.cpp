@@ -1,8 +1,4 @@
 // The streamer: what it writes, what it reads, and how it uses the stream.
-#include <array>
-#include <cmath>
-#include <cstring>
-#include <functional>
 
 #include "session.h"
 #include "support.h"
@@ -46,7 +42,6 @@ class StreamerTest : public zeltest::LibraryTest {
   ZELInstance streamer = Keep(streamers.NewPOSStreamer());
 };
 
-// The bytes of more values are in the document that the platform tests compare.
 TEST_F(StreamerTest, WritesAndReadsEveryKind) {
   const ZELInstance dict = Parse("<name (a\"b) n 2.5 list [1 `00E9`]>");
   dicts.Put(dict, Atom("blob"), NewBinData("raw", "\x01\xFF"));
@@ -69,16 +64,26 @@ TEST_F(StreamerTest, WritesAndReadsEveryKind) {
     EXPECT_TRUE(objects.IsEqual(Keep(result), dict));
     EXPECT_EQ(client.position, copy * (kHeader.size() + text.size()));
   }
+
+  const auto data = [this](std::uint32_t size) { return NewBinData("}", std::string(size, 31)); };
+  const std::string line = "\n\t" + Repeat(40, "1F");
+  const std::pair<ZELInstance, std::string> rows[] = {
+      {data(0), "{\"}\" #0  \n}"},
+      {data(40), "{\"}\" #40  " + line + "\n}"},
+      {data(81), "{\"}\" #81  " + line + line + "\n\t1F\n}"},
+      {Parse("[[] <> `4E2DFFFF`]"), "[\n\t[\n\t]\n\t<\n\t>\n\t`4E2dFFff`\n]"},
+      {Parse("<(\xFF) 1 A 2 () 3>"), "<\n\t\"\" #3 \n\t\"A\" #2 \n\t\"\\377\" #1 \n>"},
+      {NewNumber(HUGE_VAL), "#inf "},
+      {NewNumber(-HUGE_VAL), "#-inf "},
+      {NewNumber(std::nan("")), "#nan "},
+  };
+  for (const auto& [value, written] : rows) EXPECT_EQ(Written(value), written);
 }
 
+// Beside the cases of the page about the format, which is tested as well.
 TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
-  const struct {
-    std::string text;
-    const char* value;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {" \t\r\n #1E3 ", "1000"},
-      {"#1.5.2 ", "1.5"},
-      {"#- ", "0"},
       {"#+.5e+1\t", "5"},
       {"#2e ", "2"},
       {"#2E+ ", "2"},
@@ -87,20 +92,17 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
        "11111111111111111111111111111111111111111111111111111111111111"},
       {R"("\101\"\\\n\t\r")", "(A\"\\\\\n\t\r)"},
       {"\"a\tb\r\nc\"", "(a b  c)"},
-      {R"("\999")", "(\x91)"},
-      {R"("ab\000c")", "(ab)"},
-      {"`4E2d4e2D`", "`4E2D4E2D`"},
       {R"(`\0600E9`)", "`00E9`"},
       {"[#1 ]", "[1]"},
       {"[#1 \"a\"[]<>`0041`]", "[1 a [] <> `0041`]"},
-      {"< \"a\" #1 \"b\" [ #2 #3 ] \"a\" #4 >", "<a 4 b [2 3]>"},
+
       {R"([\040#1 ])", "[1]"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [text, value] : rows) {
     for (const std::uint32_t mostPerRead : {512u, 1u}) {
-      const ZELInstance object = ReadText(row.text, mostPerRead);
-      ASSERT_NE(object, nullptr) << row.text;
-      EXPECT_TRUE(objects.IsEqual(object, Parse(row.value))) << row.text;
+      const ZELInstance object = ReadText(text, mostPerRead);
+      ASSERT_NE(object, nullptr) << text;
+      EXPECT_TRUE(objects.IsEqual(object, Parse(value))) << text;
     }
   }
   EXPECT_EQ(numbers.Get(ReadText("#-1e400 ")), -HUGE_VAL);
@@ -148,12 +150,7 @@ TEST_F(StreamerTest, EveryByteInAStringIsWrittenAsItsRecordSays) {
 }
 
 TEST_F(StreamerTest, ReaderErrors) {
-  const char* const noString = "downcast from CPOSObject to CPOSString failed";
-  const char* const noNumber = "downcast from CPOSObject to CPOSNumber failed";
-  const struct {
-    std::string text;
-    const char* report;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {"", "unexpected EOF"},
       {std::string(1, '\0'), "POSObjectStreamerImpl::Deserialize failure"},
       {"x", "Cannot determine streaming params"},
@@ -161,33 +158,21 @@ TEST_F(StreamerTest, ReaderErrors) {
       {R"([\000)", "Cannot determine streaming params"},
       {"\"a\\12", "unexpected EOF"},
       {R"("\x")", "Unexpected escape sequence"},
-      {R"([\x])", "Unexpected escape sequence"},
       {R"(\>)", "Unexpected escape sequence"},
       {"# ", "malformed number"},
-      {"#inf ", "malformed number"},
       {"#1\\ ", "unexpected EOF"},
-      {"[#1]\n", "malformed number"},
       {"#" + std::string(63, '1') + " ", "malformed number"},
-      {"`004`", "malformed Unicode string"},
       {"`00410`", "malformed Unicode string"},
-      {"`00g1`", "malformed Unicode string"},
-      {"{#1 #1 00}", noString},
-      {"{}", noString},
-      {"{\"t\"\"1\"00}", noNumber},
-      {"{\"t\"}", noNumber},
+      {"{}", "downcast from CPOSObject to CPOSString failed"},
+      {"{\"t\"}", "downcast from CPOSObject to CPOSNumber failed"},
       {"{\"t\"#2 000}", "GetChars ran out of input"},
-      {"{\"t\"#1 0000}", "Unexpected chars after binary data"},
       {"{\"t\"#1 0g}", "malformed binary data"},
-      {"{\"t\"#-1 }", "malformed binary data size"},
       {"{\"t\"#4294967296 }", "malformed binary data size"},
-      {"$00000000 ", "Cannot meaningfully read in a raw pointer (write is for debugging only)"},
-      {"<#1 #2 >", noString},
-      {"<\"a\" >", "missing dictionary value"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [text, report] : rows) {
     for (const std::uint32_t mostPerRead : {512u, 1u}) {
-      EXPECT_EQ(ReadText(row.text, mostPerRead), nullptr) << row.text;
-      EXPECT_EQ(host.TakeReports(), std::vector<std::string>{row.report}) << row.text;
+      EXPECT_EQ(ReadText(text, mostPerRead), nullptr) << text;
+      EXPECT_EQ(host.TakeReports(), std::vector<std::string>{report}) << text;
     }
   }
 }
@@ -195,11 +180,7 @@ TEST_F(StreamerTest, ReaderErrors) {
 TEST_F(StreamerTest, HeaderNamesTheVersion) {
   const char* const unknown = "StreamerBase::LookupStreamer unrecognized version";
   const char* const end = "getNextChar unexpected EOF";
-  const struct {
-    std::string bytes;
-    const char* report;
-    std::uint32_t read;
-  } rows[] = {
+  const std::tuple<std::string, const char*, std::uint32_t> rows[] = {
       {"", end, 0},
       {"   ", end, 3},
       {"POSStreamerTypeA_Version1.0", end, 27},
@@ -209,11 +190,11 @@ TEST_F(StreamerTest, HeaderNamesTheVersion) {
       {std::string("POSStreamerTypeA_Version1.0\0 ", 29), unknown, 29},
       {std::string(70, 'a'), unknown, 64},
   };
-  for (const auto& row : rows) {
-    Client client(row.bytes);
-    EXPECT_EQ(ReadFrom(client), nullptr) << row.bytes;
-    ExpectReports({row.report});
-    EXPECT_EQ(client.position, row.read) << row.bytes;
+  for (const auto& [bytes, report, read] : rows) {
+    Client client(bytes);
+    EXPECT_EQ(ReadFrom(client), nullptr) << bytes;
+    ExpectReports({report});
+    EXPECT_EQ(client.position, read) << bytes;
   }
   Client client("   " + kHeader + "#1 ");
   EXPECT_EQ(numbers.Get(ReadFrom(client)), 1);
@@ -225,25 +206,22 @@ TEST_F(StreamerTest, HeaderNamesTheVersion) {
 }
 
 TEST_F(StreamerTest, StreamIsUsedInBlocks) {
-  const struct {
-    std::size_t length;  // of the text, quotes included
-    const char* written;
-    const char* read;
-  } rows[] = {
+  // The length of the text, quotes included.
+  const std::tuple<std::size_t, const char*, const char*> rows[] = {
       {511, "W27 W1 W511 ", "R512 M540 S539 "},
       {512, "W27 W1 W512 ", "R512 M540 S540 "},
       {513, "W27 W1 W512 W1 ", "R512 R512 M543 S541 "},
       {1025, "W27 W1 W512 W512 W1 ", "R512 R512 R512 M1055 S1053 "},
   };
-  for (const auto& row : rows) {
+  for (const auto& [length, written, read] : rows) {
     Client client;
-    const ZELInstance string = NewString(std::string(row.length - 2, 'x'));
+    const ZELInstance string = NewString(std::string(length - 2, 'x'));
     ASSERT_EQ(streamers.Serialize(streamer, StreamOver(client), string, nullptr), 1);
-    EXPECT_EQ(client.log, row.written);
+    EXPECT_EQ(client.log, written);
     client.bytes += "[]";  // what follows is left in the stream
     client.log.clear();
     EXPECT_TRUE(objects.IsEqual(ReadFrom(client), string));
-    EXPECT_EQ(client.log, Repeat(kHeader.size(), "R1 ") + row.read);
+    EXPECT_EQ(client.log, Repeat(kHeader.size(), "R1 ") + read);
   }
 }
 

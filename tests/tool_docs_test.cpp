@@ -1,5 +1,6 @@
 // The pages about zelpos: examples print what the page says, and the manual page and completions
 // that are installed are those of the tool.
+#include "blocks.h"
 #include "tool_fixture.h"
 
 namespace {
@@ -10,16 +11,14 @@ class ToolDocsTest : public zeltest::ToolTest {};
 
 TEST_F(ToolDocsTest, InstalledPagesAreTheToolsOwn) {
   const std::string folder = ZEL_EXAMPLES_DIR "/../tool/";
-  const struct {
-    std::vector<std::string> arguments;
-    std::string file;
-  } rows[] = {{{"manual"}, "zelpos.1"},
-              {{"completion", "bash"}, "completion/zelpos.bash"},
-              {{"completion", "zsh"}, "completion/_zelpos"},
-              {{"completion", "fish"}, "completion/zelpos.fish"}};
-  for (const auto& row : rows) {
-    EXPECT_TRUE(Run(row.arguments).out == Contents(folder + row.file))
-        << "make it anew: zelpos " << row.arguments.back() << " > tool/" << row.file;
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{"manual"}, "zelpos.1"},
+      {{"completion", "bash"}, "completion/zelpos.bash"},
+      {{"completion", "zsh"}, "completion/_zelpos"},
+      {{"completion", "fish"}, "completion/zelpos.fish"}};
+  for (const auto& [arguments, file] : rows) {
+    EXPECT_TRUE(Run(arguments).out == Contents(folder + file))
+        << "make it anew: zelpos " << arguments.back() << " > tool/" << file;
   }
   EXPECT_EQ(Run({"completion", "tcsh"}).status, 2);
 }
@@ -48,32 +47,22 @@ TEST_F(ToolDocsTest, ThePageShowsWhatIsPrinted) {
     if (entry.path().extension() == ".pos") fs::copy(entry.path(), Path(entry.path().filename()));
   }
   const std::string tool = fs::path(ZEL_TOOL_PATH).parent_path().string();
-  std::ifstream page(ZEL_EXAMPLES_DIR "/../docs/zelpos.md");
-  std::string line, command, expected;
+  const std::string together =
+      "cd '" + Path("") + "' && PATH='" + tool + "':$PATH sh .command >.out 2>&1 </dev/null";
   std::size_t commands = 0;
-  bool inside = false;
-  const auto run = [&] {
-    if (command.empty()) return;
-    ++commands;
-    File(".command", command);
-    const std::string together =
-        "cd '" + Path("") + "' && PATH='" + tool + "':$PATH sh .command >.out 2>&1 </dev/null";
-    EXPECT_EQ(WEXITSTATUS(std::system(together.c_str())) > 1, false) << command;
-    std::string printed = Contents(Path(".out"));
-    if (!printed.empty() && printed.back() != '\n') printed += '\n';
-    EXPECT_EQ(printed, expected) << command;
-    command.clear();
-    expected.clear();
-  };
-  while (std::getline(page, line)) {
-    if (line.starts_with("```")) {
-      run();
-      inside = line == "```console";
-    } else if (inside && line.starts_with("$ ")) {
-      run();
-      command = line.substr(2);
-    } else if (inside) {
-      expected += line + '\n';
+  for (const zeltest::Block& block : zeltest::ReadBlocks("zelpos.md")) {
+    if (block.kind != "console") continue;
+    for (auto line = block.lines.begin(); line != block.lines.end(); ++commands) {
+      const std::string command = line++->substr(2);
+      std::string expected;
+      for (; line != block.lines.end() && !line->starts_with("$ "); ++line) {
+        expected += *line + '\n';
+      }
+      File(".command", command);
+      EXPECT_LE(WEXITSTATUS(std::system(together.c_str())), 1) << command;
+      std::string printed = Contents(Path(".out"));
+      if (!printed.empty() && printed.back() != '\n') printed += '\n';
+      EXPECT_EQ(printed, expected) << command;
     }
   }
   EXPECT_GT(commands, 20u);

@@ -1,9 +1,5 @@
 // The structure validator: what it finds in which values, in which words, and what it leaves
 // behind.
-#include <cmath>
-#include <cstring>
-#include <limits>
-#include <map>
 
 #include "support.h"
 
@@ -77,11 +73,8 @@ std::string Schema(const std::string& definitions) { return "<T <" + definitions
 
 // Beside what the page about the schema language shows, which is tested as well.
 TEST_F(ValidatorTest, FindsInValuesFromText) {
-  const struct {
-    const char* definitions;  // or "=" and a built-in type
-    const char* value;
-    const char* findings;
-  } rows[] = {
+  // Definitions, or "=" and a built-in type.
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"=any", "[]", kConforms},
       {"=bool", "0", kConforms},
       {"=bool", "1", kConforms},
@@ -145,23 +138,18 @@ TEST_F(ValidatorTest, FindsInValuesFromText) {
        "|Failed intersection type U: Not a valid union type: Trying A: [1]:"
        " name (required, type != Name): String length below mininum value 1"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.definitions) + " of " + row.value);
-    const bool isBuiltin = row.definitions[0] == '=';
-    const ZELInstance validator = NewValidator(isBuiltin ? "<>" : Schema(row.definitions));
-    EXPECT_EQ(Findings(validator, Parse(row.value), isBuiltin ? row.definitions + 1 : "T"),
-              row.findings);
+  for (const auto& [definitions, value, findings] : rows) {
+    SCOPED_TRACE(std::string(definitions) + " of " + value);
+    const bool isBuiltin = definitions[0] == '=';
+    const ZELInstance validator = NewValidator(isBuiltin ? "<>" : Schema(definitions));
+    EXPECT_EQ(Findings(validator, Parse(value), isBuiltin ? definitions + 1 : "T"), findings);
   }
 }
 
 TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
   const ZELInstance bytes = NewBinData("image", "abc");
   const ZELInstance pointer = Keep(rawPointers.NewPOSRawPointer(nullptr, nullptr));
-  const struct {
-    const char* definitions;
-    ZELInstance value;
-    const char* findings;
-  } rows[] = {
+  const std::tuple<const char*, ZELInstance, const char*> rows[] = {
       {"category bindata minlen 4 oneof [text]", bytes,
        "|String length below mininum value 4|TypeName is not one of the enumerated values"},
       {"category bindata maxlen 2 oneof [text image]", bytes,
@@ -174,8 +162,8 @@ TEST_F(ValidatorTest, FindsInValuesThatNoTextGives) {
       {"category int", NewNumber(std::nan("")), "|INT was not a whole number"},
       {"category real min 1 max 0 minexcl 1 maxexcl 0", NewNumber(std::nan("")), kConforms},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(Findings(NewValidator(Schema(row.definitions)), row.value), row.findings);
+  for (const auto& [definitions, value, findings] : rows) {
+    EXPECT_EQ(Findings(NewValidator(Schema(definitions)), value), findings);
   }
 }
 
@@ -222,11 +210,7 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
   const ZELInstance discardedKey = Dict({{std::string(999, 'k'), holes}});
   const char* const noCategory = "Malformed schema definition for T, no category";
   const char* const noString = "downcast from CPOSObject to CPOSString failed";
-  const struct {
-    const char* definitions;
-    ZELInstance value;
-    const char* report;
-  } rows[] = {
+  const std::tuple<const char*, ZELInstance, const char*> rows[] = {
       {"", holes, noCategory},
       {"category 1", holes, noCategory},
       {"category objref", holes, "Unknown category in schema"},
@@ -245,17 +229,17 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
        " V <category union set [bool W]> W <",
        ring, "Malformed schema definition for W, no category"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.definitions);
-    const ZELInstance validator = NewValidator(Schema(row.definitions));
+  for (const auto& [definitions, value, report] : rows) {
+    SCOPED_TRACE(definitions);
+    const ZELInstance validator = NewValidator(Schema(definitions));
     const ZELStringAtom type = Atom("T");
     const zelhost::Counts before = host.Live();
     g_messages.clear();
-    EXPECT_EQ(validators.Validate(validator, row.value, type, &Collect), 0);
+    EXPECT_EQ(validators.Validate(validator, value, type, &Collect), 0);
     EXPECT_EQ(host.Live().instances, before.instances);
     EXPECT_EQ(host.Live().instanceReferences, before.instanceReferences);
     EXPECT_EQ(g_messages, Messages());
-    ExpectReports({row.report});
+    ExpectReports({report});
   }
   arrays.Remove(ring, 0);
 
@@ -271,18 +255,16 @@ TEST_F(ValidatorTest, FailuresAreReportedOnceAndLeaveNothing) {
 }
 
 TEST_F(ValidatorTest, LevelsOfTypesAndValuesAreCountedTogether) {
-  const struct {
-    const char* definitions;
-    std::size_t levels;
-  } rows[] = {{"category array membertype T", 512},
-              {"category union set [A]> A <category array membertype T", 256},
-              // Two ways to the same check, which is made once and counts all the same.
-              {"category intersection set [A B]> A <category array membertype A>"
-               " B <category union set [C]> C <category array membertype A",
-               510}};
-  for (const auto& row : rows) {
-    const ZELInstance validator = NewValidator(Schema(row.definitions));
-    const ZELInstance deepest = Parse(std::string(row.levels, '[') + std::string(row.levels, ']'));
+  const std::pair<const char*, std::size_t> rows[] = {
+      {"category array membertype T", 512},
+      {"category union set [A]> A <category array membertype T", 256},
+      // Two ways to the same check, which is made once and counts all the same.
+      {"category intersection set [A B]> A <category array membertype A>"
+       " B <category union set [C]> C <category array membertype A",
+       510}};
+  for (const auto& [definitions, levels] : rows) {
+    const ZELInstance validator = NewValidator(Schema(definitions));
+    const ZELInstance deepest = Parse(std::string(levels, '[') + std::string(levels, ']'));
     EXPECT_EQ(Findings(validator, deepest), kConforms);
     const ZELInstance deeper = Keep(arrays.NewPOSArray());
     arrays.Append(deeper, deepest);
@@ -588,10 +570,8 @@ TEST_F(ValidatorTest, TheMetaSchemaFollowsItsOwnRules) {
 }
 
 TEST_F(ValidatorTest, SchemasAreChecked) {
-  const struct {
-    const char* schema;   // or a definition of T
-    std::string finding;  // one of the messages ends like this; kConforms for a valid schema
-  } rows[] = {
+  // A schema or a definition of T; the end of one of the messages, or kConforms.
+  const std::pair<const char*, std::string> rows[] = {
       {"<>", kConforms},
       {"<T <category objref> I <category int min 1 max 2 minexcl 0 maxexcl 3>"
        " R <category real min 0.5> S <category string minlen 1 maxlen 2 illegalchars x oneof [a]>"
@@ -637,9 +617,9 @@ TEST_F(ValidatorTest, SchemasAreChecked) {
       {"category intersection set [T Nowhere]",
        "set (required, type != TypeList): [1]: Cannot locate definition of type Nowhere"},
   };
-  for (const auto& row : rows) {
-    const bool isDefinition = *row.schema == '\0' || std::strncmp(row.schema, "category", 8) == 0;
-    ExpectSchemaFinding(Parse(isDefinition ? Schema(row.schema) : row.schema), row.finding);
+  for (const auto& [schema, finding] : rows) {
+    const bool isDefinition = *schema == '\0' || std::strncmp(schema, "category", 8) == 0;
+    ExpectSchemaFinding(Parse(isDefinition ? Schema(schema) : schema), finding);
   }
 
   const ZELInstance name = NewString(std::string(992, 'n'));  // with the text around it 1024 bytes

@@ -1,5 +1,4 @@
 // The scalar values and the operations that every POS object has.
-#include <limits>
 
 #include "support.h"
 
@@ -64,29 +63,6 @@ TEST_F(ValuesTest, EqualityFollowsTheContents) {
       << "raw pointers are not compared";
   const ZELInstance nan = NewNumber(std::numeric_limits<double>::quiet_NaN());
   EXPECT_FALSE(objects.IsEqual(nan, nan));
-}
-
-int g_released = 0;
-void* g_releasedPointer = nullptr;
-void CountRelease(void* pointer) {
-  ++g_released;
-  g_releasedPointer = pointer;
-}
-
-TEST_F(ValuesTest, ARawPointerIsReleasedOnceWithItsLastHolder) {
-  g_released = 0;
-  int target = 0;
-  const ZELInstance pointer = rawPointers.NewPOSRawPointer(&target, &CountRelease);
-  containers.AddRef(pointer);
-  EXPECT_EQ(rawPointers.GetRawPointer(pointer), &target);
-  EXPECT_EQ(rawPointers.GetReleaseProc(pointer), &CountRelease);
-  const ZELInstance array = Keep(arrays.NewPOSArray());
-  arrays.Append(array, pointer);
-  containers.Release(pointer);
-  EXPECT_EQ(g_released, 0);
-  arrays.Remove(array, 0);
-  EXPECT_EQ(g_released, 1);
-  EXPECT_EQ(g_releasedPointer, &target);
 }
 
 TEST_F(ValuesTest, TypedProceduresNameTheTypeTheyWanted) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "frame/client/pos_wrappers.h"
 #include "frame/core/core_interfaces.h"
@@ -49,14 +50,11 @@ TEST_F(FrameTest, ErrorObjects) {
   EXPECT_STREQ(error.GetComponent().Text(), "ZEL");
 
   // Only component "DUX" with number 1 is the allocation failure.
-  struct {
-    const char* component;
-    std::int32_t id;
-    const char* text;
-  } const rows[] = {{"DUX", 1, "bad allocation"}, {"DUX", 2, "m"}, {"ZEL", 1, "m"}, {"", 1, "m"}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(Raised([&] { ZELRaiseError(Errors().NewError("m", row.component, row.id, 0, 0)); }),
-              row.text);
+  const std::tuple<const char*, std::int32_t, const char*> rows[] = {
+      {"DUX", 1, "bad allocation"}, {"DUX", 2, "m"}, {"ZEL", 1, "m"}, {"", 1, "m"}};
+  for (const auto& [component, id, text] : rows) {
+    const ZELErrorObject made = Errors().NewError("m", component, id, 0, 0);
+    EXPECT_EQ(Raised([made] { ZELRaiseError(made); }), text);
   }
   EXPECT_EQ(host.Live().errors, 3u) << "this test's own, and core errors 0 and 1";
 }

@@ -1,7 +1,6 @@
 // Hosts and neighbours that do what few of them will: start and stop out of turn, call after the
 // stop, offer instances that are POS objects by their methods alone, or have nothing where
 // something should be.
-#include <cstring>
 #include <deque>
 
 #include "frame/core/core_interfaces.h"
@@ -142,20 +141,16 @@ TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReads
   const std::uint32_t first = *counter;
   constexpr std::uint64_t kBinderProcs = 5;
   constexpr std::uint64_t kCoreProcs = 16 + 8 + 4 + 4;
-  struct {
-    ZELLookupProc lookup;
-    bool countsElsewhere;
-    bool isAnother;
-  } const rows[] = {{&CountingLookup, false, true},
-                    {&CountingLookup, false, false},
-                    {&OtherLookup, false, true},
-                    {&OtherLookup, true, true}};
-  for (const auto& row : rows) {
+  const std::tuple<ZELLookupProc, bool, bool> rows[] = {{&CountingLookup, false, true},
+                                                        {&CountingLookup, false, false},
+                                                        {&OtherLookup, false, true},
+                                                        {&OtherLookup, true, true}};
+  for (const auto& [lookup, countsElsewhere, isAnother] : rows) {
     g_lookups = 0;
-    g_countsElsewhere = row.countsElsewhere;
+    g_countsElsewhere = countsElsewhere;
     *counter = g_otherCount = first;
-    EXPECT_EQ(ZELUtilsInitialize(row.lookup), 1);
-    EXPECT_EQ(g_lookups, kBinderProcs + (row.isAnother ? kCoreProcs : 0));
+    EXPECT_EQ(ZELUtilsInitialize(lookup), 1);
+    EXPECT_EQ(g_lookups, kBinderProcs + (isAnother ? kCoreProcs : 0));
     ZELUtilsTerminate();
   }
 }

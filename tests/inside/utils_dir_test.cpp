@@ -2,11 +2,8 @@
 // threads that contend for the same names.
 #include "fileutils/utils_dir.h"
 
-#include <array>
 #include <atomic>
-#include <cerrno>
 #include <iostream>
-#include <map>
 #include <thread>
 
 #include "fileutils/file_system.h"

@@ -29,59 +29,44 @@ void Replace(zelhost::Host& host, std::string_view method, Procedure procedure,
   }
 }
 
-struct CoreProcedures {
-  explicit CoreProcedures(const zelhost::Host& host)
-      : memory(Import<zelutils::MemoryInterface>(host)),
-        containers(Import<zelutils::ContainerInterface>(host)),
-        atoms(Import<zelutils::AtomInterface>(host)),
-        errors(Import<zelutils::ErrorInterface>(host)),
-        buffers(Import<zelutils::SharedBuffInterface>(host)),
-        streams(Import<zelutils::StreamFactoryInterface>(host)),
-        onStream(Import<zelutils::StreamInterface>(host, "ZELMemoryStream")) {}
+template <typename Interface>
+struct Imported : zelutils::Table<Interface> {
+  explicit Imported(const zelhost::Host* host, const char* interfaceName = Interface::kName)
+      : zelutils::Table<Interface>(Import<Interface>(*host, interfaceName)) {}
+};
 
-  zelutils::Table<zelutils::MemoryInterface> memory;
-  zelutils::Table<zelutils::ContainerInterface> containers;
-  zelutils::Table<zelutils::AtomInterface> atoms;
-  zelutils::Table<zelutils::ErrorInterface> errors;
-  zelutils::Table<zelutils::SharedBuffInterface> buffers;
-  zelutils::Table<zelutils::StreamFactoryInterface> streams;
-  zelutils::Table<zelutils::StreamInterface> onStream;  // of a memory stream, or any other
+struct CoreProcedures {
+  explicit CoreProcedures(const zelhost::Host& host) : importedFrom(&host) {}
+
+  const zelhost::Host* importedFrom;
+  Imported<zelutils::MemoryInterface> memory{importedFrom};
+  Imported<zelutils::ContainerInterface> containers{importedFrom};
+  Imported<zelutils::AtomInterface> atoms{importedFrom};
+  Imported<zelutils::ErrorInterface> errors{importedFrom};
+  Imported<zelutils::SharedBuffInterface> buffers{importedFrom};
+  Imported<zelutils::StreamFactoryInterface> streams{importedFrom};
+  // Of a memory stream, or any other.
+  Imported<zelutils::StreamInterface> onStream{importedFrom, "ZELMemoryStream"};
 };
 
 struct Procedures : CoreProcedures {
-  explicit Procedures(const zelhost::Host& host)
-      : CoreProcedures(host),
-        objects(Import<zelutils::ObjectInterface>(host)),
-        statics(Import<zelutils::ObjectStaticsInterface>(host)),
-        numbers(Import<zelutils::NumberInterface>(host)),
-        strings(Import<zelutils::StringInterface>(host)),
-        unicodeStrings(Import<zelutils::UnicodeStringInterface>(host)),
-        binData(Import<zelutils::BinDataInterface>(host)),
-        rawPointers(Import<zelutils::RawPointerInterface>(host)),
-        arrays(Import<zelutils::ArrayInterface>(host)),
-        dicts(Import<zelutils::DictInterface>(host)),
-        iterators(Import<zelutils::DictIteratorInterface>(host)),
-        streamers(Import<zelutils::StreamerInterface>(host)),
-        validators(Import<zelutils::ValidatorInterface>(host)),
-        structValidators(Import<zelutils::StructValidatorInterface>(host)),
-        directories(Import<zelutils::UtilsDirInterface>(host)),
-        tempFiles(Import<zelutils::TempFileStreamFactoryInterface>(host)) {}
+  using CoreProcedures::CoreProcedures;
 
-  zelutils::Table<zelutils::ObjectInterface> objects;
-  zelutils::Table<zelutils::ObjectStaticsInterface> statics;
-  zelutils::Table<zelutils::NumberInterface> numbers;
-  zelutils::Table<zelutils::StringInterface> strings;
-  zelutils::Table<zelutils::UnicodeStringInterface> unicodeStrings;
-  zelutils::Table<zelutils::BinDataInterface> binData;
-  zelutils::Table<zelutils::RawPointerInterface> rawPointers;
-  zelutils::Table<zelutils::ArrayInterface> arrays;
-  zelutils::Table<zelutils::DictInterface> dicts;
-  zelutils::Table<zelutils::DictIteratorInterface> iterators;
-  zelutils::Table<zelutils::StreamerInterface> streamers;
-  zelutils::Table<zelutils::ValidatorInterface> validators;
-  zelutils::Table<zelutils::StructValidatorInterface> structValidators;
-  zelutils::Table<zelutils::UtilsDirInterface> directories;
-  zelutils::Table<zelutils::TempFileStreamFactoryInterface> tempFiles;
+  Imported<zelutils::ObjectInterface> objects{importedFrom};
+  Imported<zelutils::ObjectStaticsInterface> statics{importedFrom};
+  Imported<zelutils::NumberInterface> numbers{importedFrom};
+  Imported<zelutils::StringInterface> strings{importedFrom};
+  Imported<zelutils::UnicodeStringInterface> unicodeStrings{importedFrom};
+  Imported<zelutils::BinDataInterface> binData{importedFrom};
+  Imported<zelutils::RawPointerInterface> rawPointers{importedFrom};
+  Imported<zelutils::ArrayInterface> arrays{importedFrom};
+  Imported<zelutils::DictInterface> dicts{importedFrom};
+  Imported<zelutils::DictIteratorInterface> iterators{importedFrom};
+  Imported<zelutils::StreamerInterface> streamers{importedFrom};
+  Imported<zelutils::ValidatorInterface> validators{importedFrom};
+  Imported<zelutils::StructValidatorInterface> structValidators{importedFrom};
+  Imported<zelutils::UtilsDirInterface> directories{importedFrom};
+  Imported<zelutils::TempFileStreamFactoryInterface> tempFiles{importedFrom};
 };
 
 }  // namespace zeltest

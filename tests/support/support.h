@@ -1,5 +1,6 @@
 // Common parts of the tests through the boundary: a started library with its procedures, a check
-// after each test that the host has everything back, a folder for files.
+// after each test that the host has everything back, a folder for files, and what most of them use
+// of the standard library.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,8 +12,18 @@
 #include <pthread.h>
 #endif
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
 #include <functional>
+#include <limits>
+#include <map>
+#include <optional>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -117,8 +128,9 @@ class Library : public Procedures {
     return Keep(
         binData.NewPOSBinData(type, bytes.data(), static_cast<std::uint32_t>(bytes.size())));
   }
+  ZELStringAtom KeepAtom(ZELStringAtom atom) { return keptAtoms_.emplace_back(atom); }
   ZELStringAtom Atom(const std::string& text) {
-    return keptAtoms_.emplace_back(atoms.NewStringAtom(text.c_str()));
+    return KeepAtom(atoms.NewStringAtom(text.c_str()));
   }
   // A stream in memory that stands before these bytes.
   ZELInstance NewStream(const std::string& bytes) {

@@ -1,12 +1,6 @@
 // Runs zelpos as its callers do: exit status, standard output, standard error, and files.
 #pragma once
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
 #include "support.h"
 
 #if !defined(_WIN32)
