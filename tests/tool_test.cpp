@@ -86,7 +86,7 @@ TEST_F(ToolTest, AnOutputIsReplacedAsAWholeOrNotAtAll) {
     EXPECT_EQ(Contents(output), "old");
   }
 
-  // What is replaced keeps what the client's test of files names.
+  // Links and permissions stay: the test of the client has them, which writes by the same rule.
   EXPECT_EQ(Run({"convert", "-o", Path("new"), "-"}, "1", "umask 027; ").status, 0);
   EXPECT_EQ(Run({"convert", "-", "-o", "-"}, "1").out, Contents(Path("new"))) << "standard output";
 #if !defined(_WIN32)
