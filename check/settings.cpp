@@ -23,16 +23,25 @@ bool ReadNumber(const std::string& text, std::uint64_t& number) {
   return read.ec == std::errc() && read.ptr == end;
 }
 
-// Reads 0.05 and 5%.
-bool ReadRate(const std::string& text, double& rate) {
-  const char* const end = text.data() + text.size();
-  std::from_chars_result read = std::from_chars(text.data(), end, rate);
-  if (read.ec != std::errc()) return false;
-  if (read.ptr != end && *read.ptr == '%') {
-    rate /= 100;
-    ++read.ptr;
+// Reads 0.05 and 5%: up to 15 digits, which the quotient of two doubles tells exactly.
+bool ReadRate(std::string_view text, double& rate) {
+  const bool isPercentage = !text.empty() && text.back() == '%';
+  if (isPercentage) text.remove_suffix(1);
+  double digits = 0;
+  double scale = isPercentage ? 100 : 1;
+  std::size_t count = 0;
+  bool behindPoint = false;
+  for (const char character : text) {
+    if (character == '.' && !behindPoint) {
+      behindPoint = true;
+      continue;
+    }
+    if (character < '0' || character > '9' || ++count > 15) return false;
+    digits = digits * 10 + (character - '0');
+    if (behindPoint) scale *= 10;
   }
-  return read.ptr == end && rate >= 0 && rate <= 1;
+  rate = digits / scale;
+  return count != 0 && rate <= 1;
 }
 
 bool ReadValue(Settings& settings, std::string_view name, const std::string& value) {

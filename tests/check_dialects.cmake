@@ -1,7 +1,7 @@
 # Fails unless the public headers are right in each dialect that they promise, by every compiler that
 # is there: the C headers, each alone, in C99, C11, C17, C++17 and C++20; the C++ headers in C++20. Clang
 # reads them a second time as the compiler of Visual Studio does. C_COMPILER and CXX_COMPILER are those
-# of the build; with OTHERS gcc and clang are looked for besides.
+# of the build, C_FLAGS and CXX_FLAGS its flags; with OTHERS gcc and clang are looked for besides.
 file(GLOB c_headers RELATIVE ${SOURCE}/include ${SOURCE}/include/zelutils/*.h)
 file(GLOB cxx_headers RELATIVE ${SOURCE}/include ${SOURCE}/include/zelutils/*.hpp)
 list(APPEND c_headers zelhost/zelhost.h)
@@ -35,16 +35,19 @@ endfunction()
 function(check_all c_compiler cxx_compiler)
   message("checked: ${c_compiler} ${cxx_compiler} ${ARGN}")
   foreach(dialect IN ITEMS c99 c11 c17)
-    check(c ${dialect} c_units ${c_compiler} ${ARGN})
+    check(c ${dialect} c_units ${c_compiler} ${c_flags} ${ARGN})
   endforeach()
   foreach(dialect IN ITEMS c++17 c++20)
-    check(c++ ${dialect} c_units ${cxx_compiler} ${ARGN})
+    check(c++ ${dialect} c_units ${cxx_compiler} ${cxx_flags} ${ARGN})
   endforeach()
 endfunction()
 
-separate_arguments(flags NATIVE_COMMAND "${CXX_FLAGS}")
-check_all(${C_COMPILER} ${CXX_COMPILER} ${flags})
-check(c++ c++20 cxx_units ${CXX_COMPILER} ${flags})
+separate_arguments(c_flags NATIVE_COMMAND "${C_FLAGS}")
+separate_arguments(cxx_flags NATIVE_COMMAND "${CXX_FLAGS}")
+check_all(${C_COMPILER} ${CXX_COMPILER})
+check(c++ c++20 cxx_units ${CXX_COMPILER} ${cxx_flags})
+set(c_flags "")
+set(cxx_flags "")
 if(NOT OTHERS)
   return()
 endif()

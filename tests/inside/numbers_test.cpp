@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "frame/base/decimal.h"
+#include "frame/base/exact_decimal.h"
 #include "streamer/number_text.h"
 
 namespace {
@@ -105,6 +106,13 @@ bool IsNearest(double value, const std::string& text) {
   return IsNearest(value, digits, power);
 }
 
+// Without the help of the standard library; of a text without a sign.
+double ReadInWholeNumbers(const std::string& text) {
+  const std::size_t length = std::min(text.find_first_of("eE"), text.size());
+  const std::int64_t exponent = length == text.size() ? 0 : std::stoi(text.substr(length + 1));
+  return ZEL_T_NMT::NearestDouble(text.data(), text.data() + length, exponent);
+}
+
 // The text behind a number decides how many of its digits are looked at together.
 void ExpectRead(const std::string& text) {
   const bool negative = text[0] == '-';
@@ -114,6 +122,7 @@ void ExpectRead(const std::string& text) {
     EXPECT_EQ(decimal.length, text.size()) << whole;
     EXPECT_EQ(std::signbit(decimal.value), negative) << whole;
     EXPECT_TRUE(IsNearest(std::abs(decimal.value), text.substr(negative ? 1 : 0))) << whole;
+    EXPECT_EQ(ReadInWholeNumbers(text.substr(negative ? 1 : 0)), std::abs(decimal.value)) << whole;
   }
 }
 
@@ -191,6 +200,34 @@ TEST(NumbersTest, AreTheNearestDoublesOfEveryShortMantissaAndPower) {
     check((random() >> 11 >> random() % 50) + 1, static_cast<std::int64_t>(random() % 45) - 22);
   }
   EXPECT_EQ(wrong, 0u);
+}
+
+TEST(NumbersTest, AreReadToTheEndsOfTheirRange) {
+  using Limits = std::numeric_limits<double>;
+  const std::string zeros(900, '0');
+  const struct {
+    std::string text;
+    double value;
+  } rows[] = {
+      {"1.7976931348623158e308", Limits::max()},
+      {"1.7976931348623159e308", Limits::infinity()},
+      {"1e99999", Limits::infinity()},
+      {"1e-99999", 0},
+      {"2.2250738585072012e-308", Limits::min()},
+      {"2.2250738585072011e-308", Limits::min() - Limits::denorm_min()},
+      {"2.4703282292062328e-324", Limits::denorm_min()},
+      {"2.4703282292062327e-324", 0},
+      {"0." + zeros + "1e901", 1},
+      {"1" + zeros + "e-900", 1},
+      {"0" + zeros + "0.0e2000", 0},
+      {"9007199254740993." + zeros, 9007199254740992},
+      {"9007199254740993." + zeros + "1", 9007199254740994},
+      {zeros + "0." + zeros + "9007199254740995" + zeros + "e916", 9007199254740996},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(ZEL_T_NMT::DecimalPrefix(text.data(), text.size(), true).value, value) << text;
+    EXPECT_EQ(ReadInWholeNumbers(text), value) << text;
+  }
 }
 
 }  // namespace

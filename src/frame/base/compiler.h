@@ -1,7 +1,8 @@
-// Words that only some compilers know, each with a fallback of standard C++ that any compiler can
-// build. ZEL_PORTABLE chooses the fallbacks everywhere; the sanitized build is made so.
+// Words that only some compilers and standard libraries know, each with a fallback of C++ that any
+// of them can build. ZEL_PORTABLE chooses the fallbacks everywhere; the sanitized build is made so.
 #pragma once
 
+#include <charconv>
 #include <cstdint>
 
 #if defined(__GNUC__) && !defined(ZEL_PORTABLE)
@@ -18,6 +19,13 @@
 #define ZEL_HAS_128_BITS 1
 #else
 #define ZEL_HAS_128_BITS 0
+#endif
+
+// Whether std::from_chars reads doubles, which some standard libraries do not do yet.
+#if defined(__cpp_lib_to_chars) && !defined(ZEL_PORTABLE)
+#define ZEL_HAS_FROM_CHARS 1
+#else
+#define ZEL_HAS_FROM_CHARS 0
 #endif
 
 namespace ZEL_T_NMT {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <system_error>
 
 #include "frame/base/byte_words.h"
 #include "frame/base/compiler.h"
+#include "frame/base/exact_decimal.h"
 
 namespace ZEL_T_NMT {
 namespace {
@@ -196,19 +196,6 @@ std::int64_t ExponentValue(const char* cursor, const char* end) noexcept {
   return negative ? -value : value;
 }
 
-// Whether a number that is not 0 is at least 1. `begin` is the first character after its sign,
-// `mantissaEnd` the end of digits and point.
-bool IsLarge(const char* begin, const char* mantissaEnd, std::int64_t exponent) noexcept {
-  const char* point = begin;
-  while (point != mantissaEnd && *point != '.') ++point;
-  const char* leading = begin;
-  while (leading != mantissaEnd && (*leading == '0' || *leading == '.')) ++leading;
-  // Places from the leading digit to the point: 1 for the ones, 0 for the tenths.
-  const std::int64_t places =
-      static_cast<std::int64_t>(point - leading) + (leading > point ? 1 : 0);
-  return places + exponent > 0;
-}
-
 // Most numbers are a few digits, many with a point and a few digits behind it: up to seven of each
 // are told by a word each. Stores what DecimalPrefix gives for such a number that begins the text,
 // which has room for both words and the point. False for any other, also where an exponent may
@@ -267,12 +254,7 @@ ZEL_NEVER_INLINE Decimal LongPrefix(const char* text, std::size_t length,
   double value = 0;
   const std::int64_t power = digits.dropped - shift + exponent;
   if (!RoundByProduct(digits, power, value) && !RoundExactly(digits, power, value)) [[unlikely]] {
-    const std::from_chars_result result =
-        std::from_chars(begin, cursor, value, std::chars_format::general);
-    if (result.ec == std::errc::result_out_of_range) {
-      const bool large = IsLarge(begin, mantissaEnd, exponent);
-      value = large ? std::numeric_limits<double>::infinity() : 0;
-    }
+    value = ReadAny(begin, mantissaEnd, cursor, exponent);
   }
   return {negative ? -value : value, static_cast<std::size_t>(cursor - text)};
 }
