@@ -10,30 +10,27 @@ namespace zelhost {
 
 namespace {
 
-constexpr std::size_t kFirstSlotCount = 1024;  // a power of two
-
-// Copies a text of `size` bytes, its NUL included. The two ends of a short one may overlap.
-void CopyText(char* target, const char* text, std::size_t size) noexcept {
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
-  if (size < kWord || size > 2 * kWord) {
+// Copies a text of `size` bytes, its NUL included, by words, of which the last two may overlap.
+// Texts are short: what memcpy makes ready for long ones costs more than their copy.
+inline void CopyText(char* target, const char* text, std::size_t size) noexcept {
+  using Word = std::uint64_t;
+  if (size < sizeof(Word)) {
     std::memcpy(target, text, size);
     return;
   }
-  std::uint64_t first;
-  std::uint64_t last;
-  std::memcpy(&first, text, kWord);
-  std::memcpy(&last, text + size - kWord, kWord);
-  std::memcpy(target, &first, kWord);
-  std::memcpy(target + size - kWord, &last, kWord);
+  const std::size_t last = size - sizeof(Word);
+  for (std::size_t at = 0; at < last; at += sizeof(Word)) {
+    StoreWord(target + at, LoadWord<Word>(text + at));
+  }
+  StoreWord(target + last, LoadWord<Word>(text + last));
 }
 
 }  // namespace
 
 void AtomTable::Open(bool separate) {
   longTexts_.Open(separate);
-  separate_ = separate;
-  slots_ = new Slot[kFirstSlotCount]{};
-  mask_ = kFirstSlotCount - 1;
+  inlineRoom_ = separate ? 0 : kInlineRoom;
+  index_.Open();
   hasher_ = TextHasher::New();
   AddChunk();
   // Number 0 is no atom, and no text's length is that of its entry.
@@ -44,7 +41,7 @@ void AtomTable::Open(bool separate) {
 void AtomTable::Close() noexcept {
   for (std::uint32_t i = 0; i < chunkCount_; ++i) std::free(chunks_[i]);
   std::free(static_cast<void*>(chunks_));
-  delete[] slots_;
+  index_.Close();
   longTexts_.Close();
   *this = AtomTable();
 }
@@ -58,29 +55,28 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text) noexcept {
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
                                       std::uint32_t hash) noexcept {
-  std::size_t place = hash & mask_;
-  for (; slots_[place].atom != 0; place = (place + 1) & mask_) {
-    if (slots_[place].hash != hash) continue;
-    Entry& entry = EntryOf(slots_[place].atom);
-    if (entry.length == length && std::memcmp(TextOf(entry), text, length) == 0) {
-      return {slots_[place].atom, &entry};
-    }
-  }
+  const std::size_t place = index_.Find(hash, [&](ZELStringAtom atom) {
+    Entry& entry = EntryOf(atom);
+    return entry.length == length && std::memcmp(TextOf(entry), text, length) == 0;
+  });
+  const ZELStringAtom known = index_.At(place);
+  if (known != 0) return {known, &EntryOf(known)};
   try {
-    return Add(&slots_[place], text, length, hash);
+    return Add(place, text, length, hash);
   } catch (const std::bad_alloc&) {
     return {};
   }
 }
 
-// Throws bad_alloc.
-inline AtomTable::Found AtomTable::Add(Slot* free, const char* text, std::size_t length,
-                                       std::uint32_t hash) {
-  if (length >= std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  if (used_ >= mask_ / 2) [[unlikely]] {
-    DoubleSlots();
-    free = FreeSlot(slots_, mask_, hash);
-  }
+// Adds an atom at the place where the search for it has ended. Throws bad_alloc.
+[[gnu::always_inline]] inline AtomTable::Found AtomTable::Add(std::size_t place, const char* text,
+                                                              std::size_t length,
+                                                              std::uint32_t hash) {
+  if (length >= std::numeric_limits<std::uint32_t>::max()) [[unlikely]]
+    throw std::bad_alloc();
+  const bool isFull = index_.IsFull();
+  if (isFull) [[unlikely]]
+    index_.Grow();
   const Found added = TakeBlock(UnitsFor(length));
   *added.entry = {0, 0, static_cast<std::uint32_t>(length), hash};
   if (IsInline(length)) [[likely]] {
@@ -89,13 +85,16 @@ inline AtomTable::Found AtomTable::Add(Slot* free, const char* text, std::size_t
   } else {
     KeepElsewhere(added, text, length);
   }
-  *free = {added.atom, hash};
-  ++used_;
+  if (isFull) [[unlikely]] {
+    index_.Add(added.atom, hash);
+  } else {
+    index_.AddAt(place, added.atom, hash);
+  }
   return added;
 }
 
 // Throws bad_alloc, and has given the atom's block back then.
-void AtomTable::KeepElsewhere(const Found& added, const char* text, std::size_t length) {
+void AtomTable::KeepElsewhere(Found added, const char* text, std::size_t length) {
   void* const copy = longTexts_.Allocate(length + 1);
   if (copy == nullptr) {
     GiveBack(added, UnitsFor(length));
@@ -106,30 +105,15 @@ void AtomTable::KeepElsewhere(const Found& added, const char* text, std::size_t 
   StateOf(added.atom) = kTextElsewhere;
 }
 
-// Closes the gap in the slots that an atom leaves, so that no search ends too early.
-inline void AtomTable::Forget(ZELStringAtom atom, std::uint32_t hash) noexcept {
-  std::size_t gap = hash & mask_;
-  while (slots_[gap].atom != atom) gap = (gap + 1) & mask_;
-  for (std::size_t place = (gap + 1) & mask_; slots_[place].atom != 0;
-       place = (place + 1) & mask_) {
-    const std::size_t distance = (place - slots_[place].hash) & mask_;
-    if (distance < ((place - gap) & mask_)) continue;
-    slots_[gap] = slots_[place];
-    gap = place;
-  }
-  slots_[gap].atom = 0;
-  --used_;
-}
-
 void AtomTable::Remove(ZELStringAtom atom, Entry& entry) noexcept {
-  Forget(atom, entry.hash);
+  index_.Remove(atom, entry.hash);
   StateOf(atom) = kNoAtom;
   if (!IsInline(entry.length)) [[unlikely]]
     longTexts_.Free(TextOf(entry));
   GiveBack({atom, &entry}, UnitsFor(entry.length));
 }
 
-inline void AtomTable::GiveBack(const Found& block, std::uint32_t units) noexcept {
+inline void AtomTable::GiveBack(Found block, std::uint32_t units) noexcept {
   Free& free = free_[units];
   block.entry->hash = 0;
   (free.count == 0 ? free.oldest : free.newest->hash) = block.atom;
@@ -138,9 +122,10 @@ inline void AtomTable::GiveBack(const Found& block, std::uint32_t units) noexcep
 }
 
 // Throws bad_alloc.
-inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) {
+[[gnu::always_inline]] inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) {
   Free& free = free_[units];
-  if (free.count <= kFewestFree) return TakeFreshBlock(units);
+  if (free.count <= kFewestFree) [[unlikely]]
+    return TakeFreshBlock(units);
   const Found taken = {free.oldest, &EntryOf(free.oldest)};
   free.oldest = taken.entry->hash;
   --free.count;
@@ -175,25 +160,6 @@ void AtomTable::AddChunk() {
   }
   chunks_[chunkCount_++] = chunk;
   fresh_ = 0;
-}
-
-AtomTable::Slot* AtomTable::FreeSlot(Slot* slots, std::size_t mask, std::uint32_t hash) noexcept {
-  std::size_t place = hash & mask;
-  while (slots[place].atom != 0) place = (place + 1) & mask;
-  return &slots[place];
-}
-
-// Throws bad_alloc.
-void AtomTable::DoubleSlots() {
-  const std::size_t count = (mask_ + 1) * 2;
-  auto* larger = new Slot[count]{};
-  for (std::size_t place = 0; place <= mask_; ++place) {
-    const Slot moved = slots_[place];
-    if (moved.atom != 0) *FreeSlot(larger, count - 1, moved.hash) = moved;
-  }
-  delete[] slots_;
-  slots_ = larger;
-  mask_ = count - 1;
 }
 
 }  // namespace zelhost

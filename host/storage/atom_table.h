@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "storage/atom_index.h"
 #include "storage/heap.h"
 #include "storage/text_hash.h"
 #include "zelutils/types.h"
@@ -35,19 +36,17 @@ class AtomTable {
   // With `separate` each text is an allocation of its own, for memory checkers.
   void Open(bool separate);
   void Close() noexcept;
-  bool IsOpen() const noexcept { return slots_ != nullptr; }
+  bool IsOpen() const noexcept { return index_.IsOpen(); }
 
   // The atom of a text, made without references if there is none. Without memory: {0, null}.
   Found FindOrAdd(const char* text) noexcept;
   Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   // The atom of a short text, if that is found at the first look; not for a separate table.
   Found FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
-    const Slot slot = slots_[hash & mask_];
-    Entry& entry = EntryOf(slot.atom);  // of an empty slot the one that is no atom's
-    if (slot.hash != hash || entry.length != length || EndsOf(Behind(entry), length) != ends) {
-      return {};
-    }
-    return {slot.atom, &entry};
+    const ZELStringAtom atom = index_.FindAtFirst(hash);
+    Entry& entry = EntryOf(atom);  // of 0 the one that is no atom's
+    if (atom == 0 || entry.length != length || EndsOf(Behind(entry), length) != ends) return {};
+    return {atom, &entry};
   }
   const TextHasher& Hasher() const noexcept { return hasher_; }
 
@@ -100,10 +99,6 @@ class AtomTable {
     Entry units[kUnits];
     State states[kUnits];
   };
-  struct Slot {
-    ZELStringAtom atom;  // 0: the slot is free
-    std::uint32_t hash;
-  };
   // The free blocks of one size, the oldest first.
   struct Free {
     Entry* newest;
@@ -118,33 +113,27 @@ class AtomTable {
     return chunks_[atom >> kUnitBits]->states[atom % kUnits];
   }
   // Most texts are short and lie right behind their entry; of others there is the address.
-  bool IsInline(std::size_t length) const noexcept { return length < kInlineRoom && !separate_; }
+  bool IsInline(std::size_t length) const noexcept { return length < inlineRoom_; }
   static char* Behind(Entry& entry) noexcept { return reinterpret_cast<char*>(&entry + 1); }
   std::uint32_t UnitsFor(std::size_t length) const noexcept {
     const std::size_t behind = IsInline(length) ? length + 1 : sizeof(char*);
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  // The free slot where a search for the hash ends.
-  static Slot* FreeSlot(Slot* slots, std::size_t mask, std::uint32_t hash) noexcept;
-  Found Add(Slot* free, const char* text, std::size_t length, std::uint32_t hash);
-  void KeepElsewhere(const Found& added, const char* text, std::size_t length);
+  Found Add(std::size_t place, const char* text, std::size_t length, std::uint32_t hash);
+  void KeepElsewhere(Found added, const char* text, std::size_t length);
   Found TakeBlock(std::uint32_t units);
   Found TakeFreshBlock(std::uint32_t units);
-  void GiveBack(const Found& block, std::uint32_t units) noexcept;
+  void GiveBack(Found block, std::uint32_t units) noexcept;
   void AddChunk();
-  void DoubleSlots();
-  void Forget(ZELStringAtom atom, std::uint32_t hash) noexcept;
 
-  Slot* slots_ = nullptr;
-  std::size_t mask_ = 0;
-  std::size_t used_ = 0;
+  AtomIndex index_;
   TextHasher hasher_;
   Chunk** chunks_ = nullptr;
   std::uint32_t chunkCount_ = 0;
   std::uint32_t fresh_ = 0;  // the first unit of the newest chunk that was never handed out
   Free free_[kMostUnits + 1] = {};
-  bool separate_ = false;
+  std::size_t inlineRoom_ = 0;  // a shorter text lies behind its entry
   Heap longTexts_;
 };
 

@@ -16,6 +16,10 @@ inline std::uint64_t LoadWord(const char* bytes) noexcept {
   return word;
 }
 
+inline void StoreWord(char* bytes, std::uint64_t word) noexcept {
+  std::memcpy(bytes, &word, sizeof word);
+}
+
 // Both ends of a text of at most sixteen bytes: two texts of one length are equal when these are.
 struct TextEnds {
   std::uint64_t first;

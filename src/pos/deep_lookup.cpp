@@ -3,10 +3,24 @@
 #include <cstring>
 #include <limits>
 
+#include "frame/base/byte_words.h"
 #include "pos/array.h"
 
 namespace NPOSObjectImpl {
 namespace {
+
+using ZEL_T_NMT::kWordSize;
+
+// The end of a key: the next "." or "[" or the NUL at the path's end, behind which there is a word.
+const char* EndOfKey(const char* at) noexcept {
+  if constexpr (!ZEL_T_NMT::kHasByteWords) return at + std::strcspn(at, ".[");
+  for (;; at += kWordSize) {
+    const std::uint64_t word = ZEL_T_NMT::LoadWord(at);
+    const std::uint64_t ends = ZEL_T_NMT::BytesBelow(word, 1) | ZEL_T_NMT::BytesEqual(word, '.') |
+                               ZEL_T_NMT::BytesEqual(word, '[');
+    if (ends != 0) return at + ZEL_T_NMT::BytesBefore(ends);
+  }
+}
 
 // Takes the steps of a path, each of which leads from one object to a member of it.
 class Walk {
@@ -39,10 +53,8 @@ class Walk {
   // The path goes on with a key, which ends at the next "." or "[".
   ZELInstance TakeKey(const Dict& dict) noexcept {
     const char* const key = rest_;
-    const char* end = key;
-    while (*end != '\0' && *end != '.' && *end != '[') ++end;
-    rest_ = end;
-    return dict.Get(SoughtKey{key, static_cast<std::size_t>(end - key)});
+    rest_ = EndOfKey(key);
+    return dict.Get(SoughtKey{key, static_cast<std::size_t>(rest_ - key)});
   }
 
   // The path goes on with "[", digits and "]". An index beyond 32 bits is beyond any array's end.
@@ -66,9 +78,10 @@ class Walk {
 
 ZELInstance DeepGet(const Dict& dict, const char* path) {
   // Code that is asked for objects on the way may let go of the path's atom: the walk has a copy.
-  const std::size_t size = std::strlen(path) + 1;
-  const ZEL_T_NMT::BinderBlock<char> copy(size);
-  std::memcpy(copy.Get(), path, size);
+  const std::size_t length = std::strlen(path);
+  const ZEL_T_NMT::BinderBlock<char> copy(length + kWordSize);
+  std::memcpy(copy.Get(), path, length);
+  ZEL_T_NMT::StoreWord(copy.Get() + length, 0);
   try {
     return Walk(copy.Get()).From(dict);
   } catch (...) {

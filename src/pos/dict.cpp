@@ -54,18 +54,13 @@ bool Dict::IsEqual(Dict& other) {
   return true;
 }
 
-ZELInstance Dict::Get(SoughtKey key) const noexcept { return ValueAt(entries_.Find(key)); }
-
 template <typename MakeKey>
 void Dict::PutUnder(const char* text, ContainerReference&& value, MakeKey makeKey) {
-  std::uint32_t hash;
-  const std::uint32_t number = entries_.Find(text, &hash);
-  if (number == kNone) {
-    entries_.Insert(makeKey(), hash, std::move(value));
-    return;
-  }
+  const DictEntries::Sought place = entries_.FindToPut(text);
+  if (place.number == kNone) [[likely]]
+    return entries_.Insert(makeKey(), place, std::move(value));
   // The old value is released when the dictionary has the new one.
-  const ContainerReference old = std::exchange(entries_.At(number).value, std::move(value));
+  const ContainerReference old = std::exchange(entries_.At(place.number).value, std::move(value));
 }
 
 void Dict::Put(ZELStringAtom key, const char* text, ContainerReference&& value) {

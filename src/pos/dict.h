@@ -22,7 +22,7 @@ class Dict final : public ZEL_T_NMT::OwnDict {
 
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept { return ValueAt(entries_.Find(key)); }
-  ZELInstance Get(SoughtKey key) const noexcept;
+  ZELInstance Get(SoughtKey key) const noexcept { return ValueAt(entries_.Find(key)); }
   // Under a key whose text is at hand. The dictionary takes a reference to the key, or takes over
   // that of its holder, when it does not have the key yet.
   void Put(ZELStringAtom key, const char* text, ZEL_T_NMT::ContainerReference&& value);

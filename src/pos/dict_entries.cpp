@@ -50,7 +50,8 @@ struct Block {
 
 // Of a few keys, their first bytes tell more cheaply than a hash which one it may be.
 template <typename IsKey>
-std::uint32_t FindAmongFew(const DictStore& store, char first, IsKey isKey) noexcept {
+ZEL_ALWAYS_INLINE std::uint32_t FindAmongFew(const DictStore& store, char first,
+                                             IsKey isKey) noexcept {
   const DictEntry* const begin = store.Begin();
   const DictEntry* const end = begin + store.End();
   for (const DictEntry* entry = begin; entry != end; ++entry) {
@@ -80,27 +81,28 @@ DictEntries::~DictEntries() {
 }
 
 std::uint32_t DictEntries::FindByBytes(const char* key) const noexcept {
-  std::uint32_t hash;
-  return Find(key, &hash);
+  if (!index_.IsThere()) return FindToPut(key).number;
+  const SoughtKey sought{key, std::strlen(key)};
+  return index_.NumberIn(index_.Find(store_, sought, HashKey(sought.text, sought.length)));
 }
 
-std::uint32_t DictEntries::Find(const char* key, std::uint32_t* hash) const noexcept {
-  *hash = 0;
+DictEntries::Sought DictEntries::FindToPut(const char* key) const noexcept {
   if (!index_.IsThere()) {
-    return FindAmongFew(store_, *key,
-                        [key](const char* text) { return ZEL_T_NMT::IsSameText(text, key); });
+    const auto isKey = [key](const char* text) { return ZEL_T_NMT::IsSameText(text, key); };
+    return {FindAmongFew(store_, *key, isKey), 0, 0};
   }
   const SoughtKey sought{key, std::strlen(key)};
-  *hash = HashKey(sought.text, sought.length);
-  return index_.Find(store_, sought, *hash);
+  const std::uint32_t hash = HashKey(sought.text, sought.length);
+  const std::uint32_t slot = index_.Find(store_, sought, hash);
+  return {index_.NumberIn(slot), hash, slot};
 }
 
 std::uint32_t DictEntries::Find(SoughtKey key) const noexcept {
   if (!index_.IsThere()) {
     return FindAmongFew(store_, key.length == 0 ? '\0' : *key.text,
-                        [key](const char* text) { return IsSameKey(text, key); });
+                        [key](const char* text) { return HasSameCharacters(text, key); });
   }
-  return index_.Find(store_, key, HashKey(key.text, key.length));
+  return index_.NumberIn(index_.Find(store_, key, HashKey(key.text, key.length)));
 }
 
 void DictEntries::Reserve(std::uint32_t count) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "pos/dict_index.h"
 #include "pos/dict_order.h"
@@ -36,8 +37,14 @@ class DictEntries {
     }
     return FindByBytes(key);
   }
-  // The same for a key that is new, as most are. Stores its hash where that was needed, else 0.
-  std::uint32_t Find(const char* key, std::uint32_t* hash) const noexcept;
+  // The same for a key that is to be put there if it is new, as most are: with what Insert has to
+  // know of its place.
+  struct Sought {
+    std::uint32_t number;
+    std::uint32_t hash;  // 0 where there is no index
+    std::uint32_t slot;  // of the index
+  };
+  Sought FindToPut(const char* key) const noexcept;
   // The same for a key that is part of a longer text.
   std::uint32_t Find(SoughtKey key) const noexcept;
   DictEntry& At(std::uint32_t number) const noexcept { return store_[number]; }
@@ -48,6 +55,15 @@ class DictEntries {
   // Adds an entry under a key that is not there, whose hash may be 0; raises as Reserve does.
   void Insert(ZEL_T_NMT::CZELStringAtom&& key, std::uint32_t hash,
               ZEL_T_NMT::ContainerReference&& value);
+  // The same right after FindToPut.
+  void Insert(ZEL_T_NMT::CZELStringAtom&& key, const Sought& place,
+              ZEL_T_NMT::ContainerReference&& value) {
+    if (store_.IsFull()) [[unlikely]]
+      return Insert(std::move(key), place.hash, std::move(value));
+    const std::uint32_t number = store_.Add(std::move(key), place.hash, std::move(value));
+    if (index_.IsThere()) index_.Take(place.slot, number, place.hash);
+    order_.Add(store_, number);
+  }
   // Takes an entry out and returns what it held, for the caller to let go of.
   DictEntry Remove(std::uint32_t number) noexcept;
 

@@ -1,36 +1,18 @@
 #include "pos/dict_index.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "pos/work_count.h"
+#include "pos/key_hash.h"
 
 namespace NPOSObjectImpl {
-namespace {
-
-// No slot has it: there are more slots than entries, so that no number has all bits of the mask.
-constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;
-
-}  // namespace
 
 DictIndex::DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept {
   const std::uint64_t slots = SlotsFor(capacity);
   if (slots == 0) return;
+  DrawHashSecret();
   slots_ = place;
   mask_ = static_cast<std::uint32_t>(slots - 1);
   std::fill_n(slots_, static_cast<std::size_t>(slots), kFreeSlot);
-}
-
-std::uint32_t DictIndex::Find(const DictStore& store, SoughtKey key,
-                              std::uint32_t hash) const noexcept {
-  for (std::uint32_t slot = hash & mask_; slots_[slot] != kFreeSlot; slot = After(slot)) {
-    CountProbe();
-    const std::uint32_t number = slots_[slot] & mask_;
-    const bool mayMatch = (slots_[slot] ^ number) == (hash & ~mask_);
-    if (!mayMatch || store[number].key.hash != hash) continue;
-    if (IsSameKey(store.Text(number), key)) return number;
-  }
-  return kNone;
 }
 
 void DictIndex::Add(std::uint32_t number, std::uint32_t hash) noexcept {
@@ -40,7 +22,7 @@ void DictIndex::Add(std::uint32_t number, std::uint32_t hash) noexcept {
     CountProbe();
     slot = After(slot);
   }
-  slots_[slot] = (hash & ~mask_) | number;
+  Take(slot, number, hash);
 }
 
 void DictIndex::Remove(const DictStore& store, std::uint32_t number) noexcept {

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "pos/dict_store.h"
+#include "pos/work_count.h"
 
 namespace NPOSObjectImpl {
 
@@ -31,14 +32,34 @@ class DictIndex {
 
   bool IsThere() const noexcept { return slots_ != nullptr; }
 
-  // The number of the entry with this key, or kNone; the index must be there.
-  std::uint32_t Find(const DictStore& store, SoughtKey key, std::uint32_t hash) const noexcept;
+  // The slot of the entry with this key, or the free one where such an entry belongs; the index
+  // must be there.
+  std::uint32_t Find(const DictStore& store, SoughtKey key, std::uint32_t hash) const noexcept {
+    std::uint32_t slot = hash & mask_;
+    for (; slots_[slot] != kFreeSlot; slot = After(slot)) {
+      CountProbe();
+      if (((slots_[slot] ^ hash) & ~mask_) != 0) continue;
+      if (IsSameKey(store.Text(slots_[slot] & mask_), key)) break;
+    }
+    return slot;
+  }
+  // The number of the entry in a slot, kNone for a free one.
+  std::uint32_t NumberIn(std::uint32_t slot) const noexcept {
+    return slots_[slot] == kFreeSlot ? kNone : slots_[slot] & mask_;
+  }
+  // Takes a free slot that Find has given.
+  void Take(std::uint32_t slot, std::uint32_t number, std::uint32_t hash) noexcept {
+    slots_[slot] = (hash & ~mask_) | number;
+  }
   // These two do nothing without an index.
   void Add(std::uint32_t number, std::uint32_t hash) noexcept;
   // Of an entry that is still in the store.
   void Remove(const DictStore& store, std::uint32_t number) noexcept;
 
  private:
+  // No slot has it: there are more slots than entries, so that no number has all bits of the mask.
+  static constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;
+
   std::uint32_t After(std::uint32_t slot) const noexcept { return (slot + 1) & mask_; }
 
   std::uint32_t* slots_ = nullptr;

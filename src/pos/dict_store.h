@@ -32,9 +32,12 @@ struct SoughtKey {
   std::size_t length;
 };
 
+inline bool HasSameCharacters(const char* text, SoughtKey key) noexcept {
+  return std::strncmp(text, key.text, key.length) == 0 && text[key.length] == '\0';
+}
+
 inline bool IsSameKey(const char* text, SoughtKey key) noexcept {
-  return text == key.text ||
-         (std::strncmp(text, key.text, key.length) == 0 && text[key.length] == '\0');
+  return text == key.text || HasSameCharacters(text, key);
 }
 
 struct DictEntry {

@@ -164,8 +164,10 @@ class Parser {
 
   void ReadBareWord(Text& text) {
     const char* const start = cursor_;
-    while (IsOneOf(*cursor_, kLetter | kDigit)) ++cursor_;
-    TakeText(start, cursor_, false, text);
+    const char* end = start;
+    while (IsOneOf(*end, kLetter | kDigit)) ++end;
+    cursor_ = end;
+    TakeText(start, end, false, text);
   }
 
   // A backslash takes the next character as it is; parentheses are not counted.

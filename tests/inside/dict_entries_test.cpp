@@ -55,11 +55,10 @@ class Beside {
 
   void Put(const std::string& key) {
     ++operations_;
-    std::uint32_t hash;
-    const std::uint32_t number = entries_.Find(key.c_str(), &hash);
-    ASSERT_EQ(number == kNone, model_.count(key) == 0) << key;
-    if (number != kNone) return;
-    entries_.Insert(ZEL_T_NMT::CZELStringAtom(key.c_str()), hash, {});
+    const auto place = entries_.FindToPut(key.c_str());
+    ASSERT_EQ(place.number == kNone, model_.count(key) == 0) << key;
+    if (place.number != kNone) return;
+    entries_.Insert(ZEL_T_NMT::CZELStringAtom(key.c_str()), place, {});
     model_[key] = 0;
   }
   void Remove(const std::string& key) {
@@ -205,6 +204,7 @@ TEST(DictEntriesTest, MemoryFollowsTheEntriesThatAreThere) {
 TEST(KeyHashTest, NoFamilyOfKeysClusters) {
   constexpr std::uint32_t kKeys = 100000;
   constexpr std::uint32_t kSlots = 1 << 17;
+  DrawHashSecret();
   for (const zeltest::KeyFamily& family : zeltest::kKeyFamilies) {
     std::vector<std::uint32_t> hashes;
     std::vector<bool> low(kSlots);
