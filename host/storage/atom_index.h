@@ -53,7 +53,7 @@ class AtomIndex {
   }
 
   // Whether there has to be more room before another atom is added.
-  bool IsFull() const noexcept { return used_ >= mask_ / 4 * 3; }
+  bool IsFull() const noexcept { return used_ >= mask_ / 2; }
   // Makes room; places change. Throws bad_alloc.
   void Grow() {
     AtomIndex larger;
