@@ -43,7 +43,10 @@ template <>
 struct Adapt<&zelutils::ContainerInterface::NewFullContainer> : AdaptNothingAfter {
   static void Before(Side, ZELInstance*&, void*&, ZELStringAtom&, ZELDestroyProc& destroy,
                      ZELStringAtom&, std::int32_t&, std::int32_t&, std::int32_t&) {
-    destroy = WrapCallback(kCallbackRows[kDestroyRow], destroy);
+    if (destroy == nullptr) return;
+    using Thunks = Procedure<Side::kCallback, &CallbackTable::Destroy, ZELDestroyProc>;
+    destroy = reinterpret_cast<ZELDestroyProc>(
+        Thunks::Wrap(kCallbackRows[kDestroyRow], reinterpret_cast<ZELProc>(destroy)));
   }
 };
 
@@ -97,6 +100,8 @@ struct Adapt<&zelutils::RawPointerInterface::NewPOSRawPointer> : AdaptNothingAft
     }
   }
 };
+template <>
+inline constexpr bool kAdaptsAlways<&zelutils::RawPointerInterface::GetReleaseProc> = true;
 template <>
 struct Adapt<&zelutils::RawPointerInterface::GetReleaseProc> : AdaptNothingBefore {
   static void After(Side, POSRawPointerReleaseProc& release, ZELInstance&) {

@@ -23,6 +23,10 @@ ZELProc Answer(ZELLookupProc lookup, const char* interfaceName, const char* meth
   Layer& layer = TheLayer();
   const Row* const row = FindRow(interfaceName, method, procType);
   if (row == nullptr) return found;
+  // In a call that is not looked at, beside one that is.
+  if (layer.running.load(std::memory_order_relaxed) != ThisThread() && !IsTelling()) {
+    return WithoutThunk(*row, found);
+  }
   if (found == nullptr) {
     Origin origin;
     origin.row = row;
@@ -128,7 +132,7 @@ ZELProc ForClients(const char* interfaceName, const char* method, const char* pr
 namespace {
 
 const char* TextOfAtom(ZELStringAtom atom) {
-  const Atom* const known = Find(TheLayer().ledger.atoms, atom);
+  const Atom* const known = TheLayer().ledger.atoms.Find(atom);
   return known == nullptr || known->isShortened ? nullptr : known->text.c_str();
 }
 

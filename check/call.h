@@ -85,6 +85,7 @@ struct Origin {
   const void* outerCaller = nullptr;
 };
 
+// A thunk makes one of each call, in this order: Enters, Begins, the call itself, Ends.
 class Call {
  public:
   Call(const Row& calledRow, Side calledSide, const void* calledFrom,
@@ -93,14 +94,20 @@ class Call {
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
-  // Before the call goes on: whether it shall. Otherwise it is made to fail.
-  bool Begin() noexcept;
-  // After it, whether it went on or not.
-  void End(const Argument& value) noexcept;
-  // The result of a call that is made to fail, if it returns an error object.
-  ZELErrorObject InjectedError() const;
+  // Whether the call is looked at. It just goes on when another one runs on another thread, and
+  // when it is made in the procedure that is told of a finding.
+  template <Side onSide>
+  bool Enters() noexcept;
+  template <Side onSide>
+  void Leaves() noexcept;
   // Keeps the call from going on, because what it would do is known to do harm.
   void Refuse() noexcept { isRefused_ = true; }
+  bool IsRefused() const noexcept { return isRefused_; }
+  // Before the call goes on, when calls are traced, counted or made to fail.
+  void BeginsObserved();
+  void EndsObserved();
+  // The result of a call that is made to fail, if it returns an error object.
+  ZELErrorObject InjectedError() const;
 
   Actor By() const noexcept {
     return side == Side::kLibraryToHost ? Actor::kLibrary : Actor::kClient;
@@ -109,26 +116,28 @@ class Call {
 
   const Row& row;
   const Side side;
+  bool failed = false;  // a failure was reported while it ran
+
+ private:
+  bool TakesUnsettledLayer() noexcept;
+  // That another call runs on another thread.
+  void TellConcurrent() const noexcept;
+
+  bool isOutermost_ = false;  // it has taken the layer for its thread
+  bool isRefused_ = false;
+  bool isInjected_ = false;
+  const Call* clientCall_ = nullptr;  // the client's call that was innermost before this one
+
+ public:
   const void* const caller;
   const Argument* const arguments;
   Argument result;
   Call* outer = nullptr;     // the call that this one is made in
   std::uint64_t number = 0;  // counted from 1 for each start of the library
-  std::uint32_t depth = 0;
-  bool failed = false;  // a failure was reported while it ran
+  // Of a call that is traced or counted.
   std::uint64_t startTime = 0;
   std::uint64_t innerTime = 0;  // spent in calls made in this one
   std::size_t line = 0;         // of the trace, counted from 1; 0: none
-
- private:
-  bool Enters();
-  void Leaves();
-
-  // It just goes on: another call runs on another thread, or it is made in the
-  // procedure that is told of a finding.
-  bool isBypassed_ = false;
-  bool isRefused_ = false;
-  bool isInjected_ = false;
 };
 
 }  // namespace zelcheck

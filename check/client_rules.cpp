@@ -42,7 +42,7 @@ void CheckInstance(const Place& place, char role) {
                                                      " gave when it failed with the report " +
                                                      Quoted(failure.message.c_str(), 200));
   }
-  const Instance* const known = Find(layer.ledger.instances, instance);
+  const Instance* const known = layer.ledger.instances.Find(instance);
   if (known == nullptr || known->isLive || (role == 's' && !layer.watchesClients)) return;
   const std::string story =
       "made by " + InWords(known->made) + " and ended in " + InWords(known->ended);
@@ -63,7 +63,7 @@ bool IsGone(const Thing* known) {
 void CheckAtom(const Place& place) {
   const auto atom = place.Value().As<ZELStringAtom>();
   if (atom == 0) return place.TellThat(Rule::kAtomNull, "is no atom");
-  const Atom* const known = Find(TheLayer().ledger.atoms, atom);
+  const Atom* const known = TheLayer().ledger.atoms.Find(atom);
   if (!IsGone(known)) return;
   const bool isGivenBack = place.call.row.before == &watch::AtomEnds;
   place.TellThat(isGivenBack ? Rule::kAtomReleasedTwice : Rule::kAtomDead,
@@ -78,7 +78,7 @@ void CheckError(const Place& place, bool mayBeNull) {
     if (!mayBeNull) place.TellThat(Rule::kErrorNull, "is null");
     return;
   }
-  const Error* const known = Find(TheLayer().ledger.errors, error);
+  const Error* const known = TheLayer().ledger.errors.Find(error);
   if (!IsGone(known)) return;
   const bool isGivenBack = place.call.row.before == &watch::ErrorEnds;
   place.TellThat(isGivenBack ? Rule::kErrorReleasedTwice : Rule::kErrorDead,
@@ -89,7 +89,7 @@ void CheckError(const Place& place, bool mayBeNull) {
 void CheckBuffer(const Place& place) {
   const auto buffer = place.Value().As<ZELSharedBuff>();
   if (buffer == nullptr) return place.TellThat(Rule::kBufferNull, "is null");
-  const Buffer* const known = Find(TheLayer().ledger.buffers, buffer);
+  const Buffer* const known = TheLayer().ledger.buffers.Find(buffer);
   if (!IsGone(known)) return;
   const bool isGivenBack = place.call.row.before == &watch::BufferEnds;
   place.TellThat(isGivenBack ? Rule::kBufferReleasedTwice : Rule::kBufferDead,
@@ -100,7 +100,7 @@ void CheckBuffer(const Place& place) {
 void CheckBlock(const Place& place) {
   const Layer& layer = TheLayer();
   const void* const block = place.Value().As<const void*>();
-  const Block* const known = Find(layer.ledger.blocks, block);
+  const Block* const known = layer.ledger.blocks.Find(block);
   if (known == nullptr) {
     place.TellThat(Rule::kBlockUnknown, "is no block that \"Alloc\" or \"Realloc\" has given");
   } else if (!known->isLive) {
@@ -151,7 +151,87 @@ void CheckSize(const Place& place) {
                      std::to_string(asSigned < 0 ? asSigned : static_cast<std::int32_t>(size)));
 }
 
-void CheckArgument(const Place& place, char role) {
+void CheckPhase(const Call& call) {
+  switch (TheLayer().phase) {
+    case Phase::kRunning:
+      return;
+    case Phase::kStarting:
+      return Tell(Rule::kCallDuringStart, call, "the library is still being started.");
+    case Phase::kStopping:
+      return Tell(Rule::kCallDuringStop, call, "the library is being stopped.");
+    case Phase::kStopped:
+      return Tell(Rule::kCallAfterStop, call, "the library has been stopped.");
+  }
+}
+
+}  // namespace
+
+namespace {
+
+[[gnu::noinline]] void NoteNull(const Call& call) {
+  Layer& layer = TheLayer();
+  if (call.failed) layer.lastNull = {call.Here(), layer.lastReport};
+}
+
+}  // namespace
+
+// The handle that a call of the library has given to its caller in the role of its result.
+void NoteHandle(const Call& call, ZELInstance instance) {
+  if (instance == nullptr) return NoteNull(call);
+  Instance* const known = TheLayer().ledger.instances.Find(instance);
+  if (known == nullptr) return;
+  known->returned = call.Here();
+  if (call.row.result == 'B') known->holder = call.arguments[0].As<ZELInstance>();
+}
+
+namespace {
+
+// Takes a reference from who has answered the call, unless that is the host.
+void TakeFromCallee(const Call& call, Holders& holders) {
+  if (call.side == Side::kClientToLibrary) {
+    --holders.By(Actor::kLibrary);
+  } else if (call.side == Side::kLibraryToHost && call.row.isOfLibrary) {
+    --holders.By(Actor::kClient);
+  } else if (call.side == Side::kCallback) {
+    --holders.By(holders.Of(Actor::kLibrary) > 0 ? Actor::kLibrary : Actor::kClient);
+  }
+}
+
+}  // namespace
+
+void NoteError(const Call& call, ZELErrorObject error) {
+  Ledger& ledger = TheLayer().ledger;
+  if (call.side == Side::kCallback) {
+    Error* const given = ledger.errors.Find(error);
+    if (given != nullptr) TakeFromCallee(call, given->holders);
+    return;
+  }
+  Error& known = ledger.errors[error];
+  if (!known.isLive) {
+    known.Begin(call);
+    known.isKnown = false;
+  }
+  known.Take(call);
+  TakeFromCallee(call, known.holders);
+}
+
+void NoteAtom(const Call& call, ZELStringAtom atom) {
+  Atom* const known = TheLayer().ledger.atoms.Find(atom);
+  if (known == nullptr) return;
+  known->Take(call);
+  TakeFromCallee(call, known->holders);
+}
+
+void CheckPlaceInTime(const Call& call) {
+  const Layer& layer = TheLayer();
+  if (call.side == Side::kClientToLibrary && layer.phase != Phase::kRunning) CheckPhase(call);
+  if (layer.home != kNoThread && layer.home != ThisThread()) {
+    Tell(Rule::kSecondThread, call, "the thread is not the one in which the library was started.");
+  }
+}
+
+void CheckArgument(const Call& call, std::size_t index, char role) {
+  const Place place{call, index};
   switch (role) {
     case 'h':
     case 'n':
@@ -186,109 +266,5 @@ void CheckArgument(const Place& place, char role) {
       return;
   }
 }
-
-void CheckPhase(const Call& call) {
-  switch (TheLayer().phase) {
-    case Phase::kRunning:
-      return;
-    case Phase::kStarting:
-      return Tell(Rule::kCallDuringStart, call, "the library is still being started.");
-    case Phase::kStopping:
-      return Tell(Rule::kCallDuringStop, call, "the library is being stopped.");
-    case Phase::kStopped:
-      return Tell(Rule::kCallAfterStop, call, "the library has been stopped.");
-  }
-}
-
-constinit std::atomic<bool> g_concurrentIsTold{false};
-
-// The handle that a call of the library has given to its caller in the role of its result.
-void NoteHandle(const Call& call, ZELInstance instance) {
-  Layer& layer = TheLayer();
-  if (instance == nullptr) {
-    if (call.failed) layer.lastNull = {call.Here(), layer.lastReport};
-    return;
-  }
-  Instance* const known = Find(layer.ledger.instances, instance);
-  if (known == nullptr) return;
-  known->returned = call.Here();
-  if (call.row.result == 'B') known->holder = call.arguments[0].As<ZELInstance>();
-}
-
-// Takes a reference from who has answered the call, unless that is the host.
-void TakeFromCallee(const Call& call, Holders& holders) {
-  if (call.side == Side::kClientToLibrary) {
-    --holders.By(Actor::kLibrary);
-  } else if (call.side == Side::kLibraryToHost && call.row.isOfLibrary) {
-    --holders.By(Actor::kClient);
-  } else if (call.side == Side::kCallback) {
-    --holders.By(holders.Of(Actor::kLibrary) > 0 ? Actor::kLibrary : Actor::kClient);
-  }
-}
-
-void NoteError(const Call& call, ZELErrorObject error) {
-  Ledger& ledger = TheLayer().ledger;
-  if (call.side == Side::kCallback) {
-    Error* const given = Find(ledger.errors, error);
-    if (given != nullptr) TakeFromCallee(call, given->holders);
-    return;
-  }
-  Error& known = ledger.errors[error];
-  if (!known.isLive || known.made.row == nullptr) known = MadeBy<Error>(call);
-  known.holders.Take(call);
-  known.clientHeldOne = known.clientHeldOne || call.By() == Actor::kClient;
-  TakeFromCallee(call, known.holders);
-}
-
-void NoteAtom(const Call& call, ZELStringAtom atom) {
-  Atom* const known = Find(TheLayer().ledger.atoms, atom);
-  if (known == nullptr) return;
-  known->holders.Take(call);
-  known->clientHeldOne = known->clientHeldOne || call.By() == Actor::kClient;
-  TakeFromCallee(call, known->holders);
-}
-
-}  // namespace
-
-void CheckClientCall(const Call& call) {
-  Layer& layer = TheLayer();
-  if (call.side == Side::kClientToLibrary && layer.phase != Phase::kRunning) CheckPhase(call);
-  if (layer.home != std::thread::id() && layer.home != std::this_thread::get_id()) {
-    Tell(Rule::kSecondThread, call, "the thread is not the one in which the library was started.");
-  }
-  for (std::size_t i = 0; call.row.roles[i] != '\0'; ++i) {
-    CheckArgument({call, i}, call.row.roles[i]);
-  }
-}
-
-void NoteResult(Call& call) {
-  const bool isError = call.result.type == Argument::Type::kError;
-  if (isError && call.result.bits != 0) {
-    // Those that make an error object note it themselves.
-    if (call.row.after != &watch::ErrorMade && call.row.after != &watch::ErrorReferenced) {
-      NoteError(call, call.result.As<ZELErrorObject>());
-    }
-    return;
-  }
-  const char role = call.row.result;
-  if (role == 'A') {
-    const auto* const place = call.arguments[0].As<const ZELStringAtom*>();
-    if (place != nullptr) NoteAtom(call, *place);
-  } else if (call.side == Side::kClientToLibrary && (role == 'N' || role == 'B')) {
-    if (call.result.type == Argument::Type::kInstance) {
-      NoteHandle(call, call.result.As<ZELInstance>());
-    } else if (const auto* const place = call.arguments[0].As<const ZELInstance*>()) {
-      NoteHandle(call, *place);
-    }
-  }
-}
-
-void TellConcurrent(const Call& call) {
-  if (!IsAskedFor(Rule::kConcurrentCall) || g_concurrentIsTold.exchange(true)) return;
-  TellAtOnce(Rule::kConcurrentCall, NameOf(call.row) + " is called from " + PlaceOf(call.caller) +
-                                        " while another call runs on another thread.");
-}
-
-void ForgetConcurrent() { g_concurrentIsTold = false; }
 
 }  // namespace zelcheck

@@ -1,9 +1,12 @@
 #include "findings.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <set>
 #include <tuple>
+#include <utility>
 
 #include "lasting.h"
 #include "layer.h"
@@ -24,12 +27,56 @@ constexpr RuleText kRules[] = {
 using Place = std::tuple<Rule, const Row*, const void*>;
 
 constinit Lasting<std::set<Place>> Told;
-constinit ZELUtilsCheckFindingProc g_procedure = nullptr;
-constinit bool g_isShort = false;  // memory has run out
+constinit std::atomic<bool> g_isShort{false};  // memory has run out
+
+// The ways out, which any thread may need: a copy of the settings, under a lock of its own.
+struct Outlet {
+  std::string path;
+  ZELUtilsCheckFindingProc procedure = nullptr;
+  bool abort = false;
+  bool tellsOfDisturbance = true;
+};
+constinit Lasting<Outlet> g_outlet;
+constinit std::mutex g_outletLock;
+
+Outlet CurrentOutlet() {
+  const std::lock_guard<std::mutex> lock(g_outletLock);
+  return g_outlet();
+}
+
+constinit thread_local bool t_isTelling = false;
+
+// Calls that the host makes while it is told of a finding are not looked at.
+class Telling {
+ public:
+  Telling() noexcept : isWithinCall_(TheLayer().running.load() == ThisThread()) {
+    if (isWithinCall_) TheLayer().running.store(kTelling);
+    ++TheLayer().unsettled;
+    t_isTelling = true;
+  }
+  ~Telling() {
+    t_isTelling = false;
+    --TheLayer().unsettled;
+    if (isWithinCall_) TheLayer().running.store(ThisThread());
+  }
+  Telling(const Telling&) = delete;
+  Telling& operator=(const Telling&) = delete;
+
+ private:
+  const bool isWithinCall_;
+};
 
 std::string Capitalized(std::string text) {
   if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 32);
   return text;
+}
+
+void PrintTo(const std::string& path, const std::string& text) {
+  std::FILE* const file = path.empty() ? nullptr : std::fopen(path.c_str(), "ab");
+  std::FILE* const out = file == nullptr ? stderr : file;  // a file that cannot be written
+  std::fwrite(text.data(), 1, text.size(), out);
+  std::fflush(out);
+  if (file != nullptr) std::fclose(file);
 }
 
 void Publish(Rule rule, const std::string& body, const std::string& who, const std::string& stack) {
@@ -38,19 +85,20 @@ void Publish(Rule rule, const std::string& body, const std::string& who, const s
   if (!who.empty()) paragraph += "  " + Capitalized(who) + ".\n";
   paragraph += "  What to do: " + std::string(text.advice) + "\n";
   if (!stack.empty()) paragraph += "  Call stack:\n" + stack;
-  Print(paragraph);
-  if (g_procedure != nullptr) {
-    TheLayer().telling.store(std::this_thread::get_id());
-    g_procedure(text.id.data(), paragraph.c_str());
-    TheLayer().telling.store(std::thread::id());
+  const Outlet outlet = CurrentOutlet();
+  PrintTo(outlet.path, paragraph);
+  if (outlet.procedure != nullptr) {
+    const Telling telling;
+    outlet.procedure(text.id.data(), paragraph.c_str());
   }
-  if (TheLayer().settings.abort) {
-    FlushTrace();
+  if (outlet.abort) {
+    if (!WasDisturbed()) FlushTrace();
     std::abort();
   }
 }
 
 bool IsNew(Rule rule, const Row* row, const void* caller) {
+  if (WasDisturbed()) return false;
   return IsAskedFor(rule) && Told().emplace(rule, row, caller).second;
 }
 
@@ -76,33 +124,31 @@ void TellOf(Rule rule, const Origin& origin, const std::string& what, const std:
   Publish(rule, Capitalized(what), who, "");
 }
 
-void TellAtOnce(Rule rule, const std::string& what) { Publish(rule, what, "", CallStack()); }
+void TellDisturbance(const std::string& what) {
+  const bool isTold = (TheLayer().unsettled.fetch_or(kDisturbed) & kDisturbed) != 0;
+  if (isTold || !CurrentOutlet().tellsOfDisturbance) return;
+  Publish(Rule::kConcurrentCall, what, "", CallStack());
+}
 
 void TellOfLostSight() noexcept {
-  if (g_isShort) return;
-  g_isShort = true;
+  if (g_isShort.exchange(true)) return;
   std::fputs(
       "zelutils-check: the layer has no memory left; it goes on, and may miss things or take them "
       "for others\n",
       stderr);
 }
 
-void ForgetFindings() {
+void BeginTelling(const Settings& settings, ZELUtilsCheckFindingProc procedure) {
   Told().clear();
   g_isShort = false;
+  Outlet outlet = {settings.out, procedure, settings.abort,
+                   settings.Asks(TextOf(Rule::kConcurrentCall).id)};
+  const std::lock_guard<std::mutex> lock(g_outletLock);
+  g_outlet() = std::move(outlet);
 }
 
-std::size_t FindingCount() { return Told().size(); }
+bool IsTelling() noexcept { return t_isTelling; }
 
-void SetFindingProc(ZELUtilsCheckFindingProc procedure) { g_procedure = procedure; }
-
-void Print(const std::string& text) {
-  const std::string& path = TheLayer().settings.out;
-  std::FILE* const file = path.empty() ? nullptr : std::fopen(path.c_str(), "ab");
-  std::FILE* const out = file == nullptr ? stderr : file;  // a file that cannot be written
-  std::fwrite(text.data(), 1, text.size(), out);
-  std::fflush(out);
-  if (file != nullptr) std::fclose(file);
-}
+void Print(const std::string& text) { PrintTo(CurrentOutlet().path, text); }
 
 }  // namespace zelcheck

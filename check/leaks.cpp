@@ -60,8 +60,8 @@ void TellInstances(Layer& layer) {
   Groups leaked;
   Groups neverHeld;
   Groups notDestroyed;
-  for (auto& [handle, known] : layer.ledger.instances) {
-    if (!known.isLive || !known.isDeathSeen || IsKeptByOthers(known)) continue;
+  layer.ledger.instances.ForEach([&](ZELInstance, const Instance& known) {
+    if (!known.isLive || !known.isDeathSeen || IsKeptByOthers(known)) return;
     const Origin& given = known.returned.row == nullptr ? known.made : known.returned;
     const std::string thing =
         "an instance of " + Text(known.kind) + ", which a client got from " + InWords(given);
@@ -80,7 +80,7 @@ void TellInstances(Layer& layer) {
               ", is still there, although each reference to it that was seen has been given back",
           "");
     }
-  }
+  });
   TellAll(Rule::kInstanceLeaked, leaked);
   TellAll(Rule::kInstanceNeverHeld, neverHeld);
   TellAll(Rule::kHostNotDestroyed, notDestroyed);
@@ -90,27 +90,27 @@ void TellInstances(Layer& layer) {
 template <typename Map, typename Describe>
 void TellHeld(Rule rule, const Map& things, Describe describe) {
   Groups groups;
-  for (const auto& [key, thing] : things) {
-    if (!thing.isLive || thing.holders.Of(Actor::kClient) <= 0) continue;
+  things.ForEach([&](auto key, const auto& thing) {
+    if (!thing.isLive || thing.holders.Of(Actor::kClient) <= 0) return;
     const Origin latest = LatestOfClients(thing);
     Add(groups, latest,
         describe(key, thing) + " is still held when the library stops: " +
             Plural(thing.holders.Of(Actor::kClient), "reference") +
             " of clients, the latest from " + InWords(latest),
         "");
-  }
+  });
   TellAll(rule, groups);
 }
 
 void TellBlocks(const Ledger& ledger) {
   Groups groups;
-  for (const auto& [address, block] : ledger.blocks) {
-    if (!block.isLive || block.owner != Actor::kClient) continue;
+  ledger.blocks.ForEach([&](const void*, const Block& block) {
+    if (!block.isLive || block.owner != Actor::kClient) return;
     Add(groups, block.made,
         "a block of " + Plural(static_cast<std::int64_t>(block.size), "byte") + ", made by " +
             InWords(block.made) + ", is still held when the library stops",
         "");
-  }
+  });
   TellAll(Rule::kBlockLeaked, groups);
 }
 

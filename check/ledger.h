@@ -7,10 +7,10 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 #include "call.h"
 #include "memory_map.h"
+#include "table.h"
 
 namespace zelcheck {
 
@@ -28,96 +28,98 @@ struct Holders {
     ++By(call.By());
     last[static_cast<int>(call.By())] = call.Here();
   }
+  void Forget() {
+    of[0] = of[1] = 0;
+    last[0].row = last[1].row = nullptr;
+  }
 };
 
-struct Instance {
-  bool isLive = true;
-  bool isDeathSeen = false;       // its destroy procedure comes through the layer
-  bool clientHeldOne = false;     // a client has been seen to take a reference
-  const char* kind = "instance";  // or the name of the interface that it offers, or "stream"
+// The life of a thing. A record is made again in place: of an origin without a row nothing else is
+// read, so that nothing else is cleared.
+struct Life {
+  bool isLive = false;
+  bool clientHeldOne = false;  // a client has been seen to take a reference
   Holders holders;
   Origin made;
-  Origin returned;  // the call that last gave it to a client
   Origin ended;
+
+  bool IsKnown() const { return made.row != nullptr; }
+  void Begin(const Call& call) {
+    isLive = true;
+    clientHeldOne = false;
+    holders.Forget();
+    made = call.Here();
+    ended.row = nullptr;
+  }
+  void End(const Origin& end) {
+    isLive = false;
+    ended = end;
+  }
+  void Take(const Call& call) {
+    holders.Take(call);
+    clientHeldOne = clientHeldOne || call.By() == Actor::kClient;
+  }
+};
+
+struct Instance : Life {
+  bool isDeathSeen = false;       // its destroy procedure comes through the layer
+  const char* kind = "instance";  // or the name of the interface that it offers, or "stream"
+  Origin returned;                // the call that last gave it to a client
   void* object = nullptr;
   ZELInstance holder = nullptr;  // the container that it was last seen in
   ZELInstance schema = nullptr;  // of a validator
 };
 
-struct Atom {
-  bool isLive = true;
+struct Atom : Life {
   const char* interfaceName = nullptr;  // the layer's own constant, when it is such a name
-  bool clientHeldOne = false;
-  bool isHeldByHost = false;  // it came from something that the host holds it for
-  std::string text;           // shortened
+  bool isHeldByHost = false;            // it came from something that the host holds it for
+  std::string text;                     // shortened
   bool isShortened = false;
   const char* address = nullptr;  // as GetCString gave it; null: not asked yet
-  Holders holders;
-  Origin made;
-  Origin ended;
 };
 
-struct Error {
-  bool isLive = true;
-  bool clientHeldOne = false;
+struct Error : Life {
   std::string message;
   std::int32_t id = 0;
   bool isKnown = false;  // message and number are those that it was made with
-  Holders holders;
-  Origin made;
-  Origin ended;
 };
 
-struct Buffer {
-  bool isLive = true;
-  bool clientHeldOne = false;
+struct Buffer : Life {
   std::uint32_t size = 0;
   const void* address = nullptr;
-  Holders holders;
-  Origin made;
-  Origin ended;
 };
 
 struct Block {
-  bool isLive = true;
+  bool isLive = false;
   std::size_t size = 0;
   Actor owner = Actor::kClient;
+  // Kept with the word "core" alone: without it no finding is about one block.
   Origin made;
   Origin ended;
 };
 
 struct Ledger {
-  std::unordered_map<ZELInstance, Instance> instances;
-  std::unordered_map<const void*, ZELInstance> objects;  // of live instances
-  std::unordered_map<ZELStringAtom, Atom> atoms;
-  std::unordered_map<ZELErrorObject, Error> errors;
-  std::unordered_map<ZELSharedBuff, Buffer> buffers;
-  std::unordered_map<const void*, Block> blocks;
-  MemoryMap memory;  // what the blocks cover
+  Table<ZELInstance, Instance> instances;
+  Index<const void*, Instance> objects;  // the instances by their objects
+  Table<ZELStringAtom, Atom> atoms;
+  Table<ZELErrorObject, Error> errors;
+  Table<ZELSharedBuff, Buffer> buffers;
+  Table<const void*, Block> blocks;
+  MemoryMap memory;  // the bytes that blocks cover
 
   // After a stop. Instances stay: the host may still end them, once.
   void ForgetAllButInstances() {
-    atoms.clear();
-    errors.clear();
-    buffers.clear();
-    blocks.clear();
+    atoms.Clear();
+    errors.Clear();
+    buffers.Clear();
+    blocks.Clear();
     memory.Clear();
   }
+  void ForgetAll() {
+    ForgetAllButInstances();
+    objects.Clear();
+    instances.Clear();
+  }
 };
-
-// A thing that has just been made.
-template <typename Thing>
-Thing MadeBy(const Call& call) {
-  Thing thing;
-  thing.made = call.Here();
-  return thing;
-}
-
-// The entry of a key, or null.
-template <typename Map>
-auto* Find(Map& map, const typename Map::key_type& key) {
-  const auto found = map.find(key);
-  return found == map.end() ? nullptr : &found->second;
-}
 
 }  // namespace zelcheck

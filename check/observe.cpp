@@ -59,10 +59,12 @@ std::string Line(const char* side, const std::string& name, const Count& count) 
 std::string LiveThings() {
   const Ledger& ledger = TheLayer().ledger;
   std::map<std::string, std::int64_t> live;
-  for (const auto& [handle, known] : ledger.instances) live[known.kind] += known.isLive ? 1 : 0;
+  ledger.instances.ForEach(
+      [&](ZELInstance, const Instance& known) { live[known.kind] += known.isLive ? 1 : 0; });
   const auto count = [](const auto& things) {
-    return std::count_if(things.begin(), things.end(),
-                         [](const auto& entry) { return entry.second.isLive; });
+    std::int64_t number = 0;
+    things.ForEach([&](auto, const auto& thing) { number += thing.isLive ? 1 : 0; });
+    return number;
   };
   live["atoms"] = count(ledger.atoms);
   live["errors"] = count(ledger.errors);

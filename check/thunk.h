@@ -7,7 +7,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "call.h"
+#include "client_rules.h"
+#include "findings.h"
+#include "roles.h"
 #include "row.h"
 
 namespace zelcheck {
@@ -20,6 +22,9 @@ struct Adapt {
   template <typename... Arguments>
   static void After(Side, Arguments&...) {}
 };
+// Those that are made even in a call that is not looked at; they touch nothing of the layer's.
+template <auto member>
+inline constexpr bool kAdaptsAlways = false;
 
 // Number of different procedures that a host may have under one name in the course of a process.
 // One more is called directly: the call is as it should be, and goes unseen.
@@ -34,7 +39,7 @@ class Procedure<side, member, Result (*)(Arguments...)> {
   using Target = Result (*)(Arguments...);
 
   static ZELProc Wrap(const Row& row, ZELProc procedure) {
-    row_ = &row;
+    if (row_ == nullptr) row_ = &row;
     const auto target = reinterpret_cast<Target>(procedure);
     for (std::size_t i = 0; i < kPlaces; ++i) {
       if (targets_[i] == nullptr) targets_[i] = target;
@@ -53,32 +58,112 @@ class Procedure<side, member, Result (*)(Arguments...)> {
   }
 
  private:
+  using Of = Roles<member>;
+  static constexpr bool kIsOfClient = side == Side::kClientToLibrary || side == Side::kClientToHost;
+  static constexpr bool kGivesError = std::is_same_v<Result, ZELErrorObject>;
+
   template <std::size_t place>
   static Result Through(Arguments... arguments) {
-    return Pass(targets_[place], __builtin_return_address(0), arguments...);
+    return Pass(arguments..., targets_[place], __builtin_return_address(0));
   }
 
-  static Result Pass(Target target, const void* caller, Arguments... arguments) {
-    const Argument values[] = {Argument::Of(arguments)..., Argument()};
-    Call call(*row_, side, caller, values);
+  // The arguments come first, in the registers in which they are.
+  [[gnu::noinline]] static Result Pass(Arguments... arguments, Target target, const void* caller) {
+    const std::array<Argument, sizeof...(Arguments)> values = {Argument::Of(arguments)...};
+    Call call(*row_, side, caller, values.data());
+    if (!call.template Enters<side>()) return Unseen(target, arguments...);
     if constexpr (std::is_void_v<Result>) {
-      if (call.Begin()) {
+      if (Begins(call)) {
         Adapt<member>::Before(side, arguments...);
         target(arguments...);
         Adapt<member>::After(side, arguments...);
       }
-      call.End(Argument());
+      Ends(call);
+      call.template Leaves<side>();
     } else {
       Result result{};
-      if (call.Begin()) {
+      if (Begins(call)) {
         Adapt<member>::Before(side, arguments...);
         result = target(arguments...);
         Adapt<member>::After(side, result, arguments...);
-      } else if constexpr (std::is_same_v<Result, ZELErrorObject>) {
+      } else if constexpr (kGivesError) {
         result = call.InjectedError();
       }
-      call.End(Argument::Of(result));
+      call.result = Argument::Of(result);
+      Ends(call);
+      call.template Leaves<side>();
       return result;
+    }
+  }
+
+  [[gnu::noinline]] static Result Unseen(Target target, Arguments... arguments) {
+    if constexpr (kAdaptsAlways<member>) {
+      Result result = target(arguments...);
+      Adapt<member>::After(side, result, arguments...);
+      return result;
+    } else {
+      return target(arguments...);
+    }
+  }
+
+  // Whether the call shall go on.
+  static bool Begins(Call& call) noexcept {
+    try {
+      if constexpr (kIsOfClient) {
+        if (IsOutOfPlace(call)) CheckPlaceInTime(call);
+        CheckArguments(call, std::index_sequence_for<Arguments...>());
+      }
+      if (TheLayer().observes) {
+        call.BeginsObserved();
+        if (call.IsRefused()) return false;
+      }
+      if constexpr (Of::kBefore != nullptr) Of::kBefore(call);
+    } catch (...) {
+      TellOfLostSight();
+    }
+    if constexpr (Of::kBefore == &watch::ObjectDestroyed) return !call.IsRefused();
+    return true;
+  }
+
+  template <std::size_t... index>
+  static void CheckArguments(const Call& call, std::index_sequence<index...>) {
+    ((IsSuspect<Of::kRoles[index]>(call.arguments + index)
+          ? CheckArgument(call, index, Of::kRoles[index])
+          : void()),
+     ...);
+  }
+
+  static void Ends(Call& call) noexcept {
+    try {
+      if constexpr (Of::kAfter != nullptr) {
+        if (!call.IsRefused()) Of::kAfter(call);
+      }
+      NoteResult(call);
+      if (TheLayer().observes) call.EndsObserved();
+    } catch (...) {
+      TellOfLostSight();
+    }
+  }
+
+  static void NoteResult(const Call& call) {
+    if constexpr (kGivesError) {
+      if (call.result.bits != 0) {
+        // Those that make an error object note it themselves.
+        if constexpr (Of::kAfter != &watch::ErrorMade && Of::kAfter != &watch::ErrorReferenced) {
+          NoteError(call, call.result.As<ZELErrorObject>());
+        }
+        return;
+      }
+    }
+    if constexpr (Of::kResult == 'A') {
+      const auto* const place = call.arguments[0].As<const ZELStringAtom*>();
+      if (place != nullptr) NoteAtom(call, *place);
+    } else if constexpr (side == Side::kClientToLibrary && Of::kResult != '-') {
+      if constexpr (std::is_same_v<Result, ZELInstance>) {
+        NoteHandle(call, call.result.As<ZELInstance>());
+      } else if (const auto* const place = call.arguments[0].As<const ZELInstance*>()) {
+        NoteHandle(call, *place);
+      }
     }
   }
 

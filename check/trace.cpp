@@ -40,6 +40,12 @@ std::string InJson(const std::string& text) {
   return json + "\"";
 }
 
+std::size_t DepthOf(const Call& call) {
+  std::size_t depth = 0;
+  for (const Call* around = call.outer; around != nullptr; around = around->outer) ++depth;
+  return depth;
+}
+
 // Atoms are numbers like others; those that come as a result are of these.
 bool IsAtom(const Row& row) {
   return row.after == &watch::AtomMade || row.after == &watch::ErrorAtom;
@@ -90,7 +96,7 @@ void TraceBegin(Call& call) {
   std::array<char, 32> who{};
   std::snprintf(who.data(), who.size(), "%-14s ", kSides[static_cast<int>(call.side)]);
   std::vector<std::string>& lines = OpenLines();
-  lines.push_back(who.data() + std::string(std::size_t{2} * call.depth, ' ') + InWords(call));
+  lines.push_back(who.data() + std::string(2 * DepthOf(call), ' ') + InWords(call));
   call.line = lines.size();
 }
 

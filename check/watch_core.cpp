@@ -23,14 +23,7 @@ void GiveBack(const Call& call, Thing* known) {
   if (known == nullptr || !known->isLive) return;
   --known->holders.By(call.By());
   if (known->holders.IsHeld()) return;
-  known->isLive = false;
-  known->ended = call.Here();
-}
-
-template <typename Thing>
-void Take(const Call& call, Thing& known) {
-  known.holders.Take(call);
-  known.clientHeldOne = known.clientHeldOne || call.By() == Actor::kClient;
+  known->End(call.Here());
 }
 
 // `thing` gives the noun.
@@ -39,8 +32,10 @@ void TellTooMany(const Call& call, const Thing* known, Rule rule, Words thing) {
   if (!TheLayer().watchesClients || call.By() != Actor::kClient) return;
   if (known == nullptr || !known->isLive || !known->clientHeldOne) return;
   if (known->holders.Of(Actor::kClient) > 0) return;
-  Tell(rule, call, thing() + " is given back more often than clients have taken references to it.",
-       InWords(known->holders));
+  TellBy(rule, call, [known, thing] {
+    return Said{thing() + " is given back more often than clients have taken references to it.",
+                InWords(known->holders)};
+  });
 }
 
 }  // namespace
@@ -102,29 +97,38 @@ struct Moving {
 };
 constinit Moving g_moving;
 
+[[gnu::noinline, gnu::cold]] void TellOfBlock(const Call& call, std::uintptr_t address,
+                                              std::size_t size, bool isOverOther) {
+  if (address % 8 != 0) {
+    Tell(Rule::kHostMemoryUnaligned, call, "the block at " + Hex(address) + " is not aligned.");
+  }
+  if (isOverOther) {
+    Tell(Rule::kHostMemoryOverlaps, call,
+         "the block of " + Plural(static_cast<std::int64_t>(size), "byte") + " at " + Hex(address) +
+             " lies over one that is still held.");
+  }
+}
+
 void NoteBlock(const Call& call, const void* address, std::size_t size) {
   if (address == nullptr) return;
   Ledger& ledger = Known();
-  const auto number = reinterpret_cast<std::uintptr_t>(address);
-  if (number % 8 != 0) {
-    Tell(Rule::kHostMemoryUnaligned, call, "the block at " + Hex(number) + " is not aligned.");
-  }
   Block& block = ledger.blocks[address];
-  const bool isTwice = block.isLive && block.made.row != nullptr;
-  if (ledger.memory.Take(address, size) || isTwice) {
-    Tell(Rule::kHostMemoryOverlaps, call,
-         "the block of " + Plural(static_cast<std::int64_t>(size), "byte") + " at " + Hex(number) +
-             " lies over one that is still held.");
-  }
-  block = {true, size, call.By(), call.Here(), {}};
+  const bool wasLive = block.isLive;
+  block.isLive = true;
+  block.size = size;
+  block.owner = call.By();
+  if (TheLayer().settings.core) block.made = call.Here();
+  const bool isOverOther = ledger.memory.Take(address, size) || wasLive;
+  const auto number = reinterpret_cast<std::uintptr_t>(address);
+  if (isOverOther || number % 8 != 0) TellOfBlock(call, number, size, isOverOther);
 }
 
 void ForgetBlock(const Call& call, const void* address) {
-  Block* const known = Find(Known().blocks, address);
+  Block* const known = Known().blocks.Find(address);
   if (known == nullptr || !known->isLive) return;
-  Known().memory.Free(address, known->size);
   known->isLive = false;
-  known->ended = call.Here();
+  if (TheLayer().settings.core) known->ended = call.Here();
+  Known().memory.Free(address, known->size);
 }
 
 }  // namespace
@@ -135,7 +139,7 @@ void BlockMade(Call& call) {
 
 void BlockMoves(Call& call) {
   const void* const address = call.arguments[0].As<const void*>();
-  const Block* const known = Find(Known().blocks, address);
+  const Block* const known = Known().blocks.Find(address);
   g_moving.count = 0;
   if (known == nullptr || !known->isLive) return;
   g_moving.count = std::min(
@@ -163,19 +167,18 @@ constexpr std::size_t kKeptText = 60;
 
 bool IsTextOf(const Atom& atom, const char* text) {
   return atom.isShortened ? std::strncmp(atom.text.c_str(), text, kKeptText) == 0
-                          : atom.text == text;
+                          : std::strcmp(atom.text.c_str(), text) == 0;
 }
 
 // Whether the atom is held for certain: what clients give back may go unseen.
 bool IsCertain(const Atom& atom) {
-  return atom.made.row != nullptr && atom.isLive &&
-         (atom.holders.Of(Actor::kLibrary) > 0 || TheLayer().watchesClients);
+  return atom.isLive && (atom.holders.Of(Actor::kLibrary) > 0 || TheLayer().watchesClients);
 }
 
 void TakeAtom(const Call& call, Atom& atom) {
   // An atom of its text may have ended unseen, and come again with its text elsewhere.
   if (!IsCertain(atom)) atom.address = nullptr;
-  Take(call, atom);
+  atom.Take(call);
 }
 
 }  // namespace
@@ -186,32 +189,34 @@ void AtomMade(Call& call) {
   if (atom == 0 || text == nullptr) return;
   Atom& known = Known().atoms[atom];
   if (IsCertain(known) && !IsTextOf(known, text)) {
-    Tell(Rule::kHostAtomNotUnique, call,
-         "atom " + std::to_string(atom) + " is given, which is that of " +
-             Quoted(known.text.c_str()) + " and still held.",
-         InWords(known.holders));
+    TellBy(Rule::kHostAtomNotUnique, call, [atom, before = &known] {
+      return Said{"atom " + std::to_string(atom) + " is given, which is that of " +
+                      Quoted(before->text.c_str()) + " and still held.",
+                  InWords(before->holders)};
+    });
   }
-  if (known.made.row == nullptr || !known.isLive || (!IsCertain(known) && !IsTextOf(known, text))) {
-    known = Atom();
+  if (!known.isLive || (!IsCertain(known) && !IsTextOf(known, text))) {
     known.text.assign(text, strnlen(text, kKeptText));
     known.isShortened = known.text.size() == kKeptText;
-    known.made = call.Here();
+    known.interfaceName = known.address = nullptr;
+    known.isHeldByHost = false;
+    known.Begin(call);
   }
   TakeAtom(call, known);
 }
 
 void AtomReferenced(Call& call) {
-  Atom* const known = Find(Known().atoms, call.arguments[0].As<ZELStringAtom>());
+  Atom* const known = Known().atoms.Find(call.arguments[0].As<ZELStringAtom>());
   if (known != nullptr && known->isLive) TakeAtom(call, *known);
 }
 
 void AtomEnds(Call& call) {
   const auto atom = call.arguments[0].As<ZELStringAtom>();
-  Atom* const known = Find(Known().atoms, atom);
+  Atom* const known = Known().atoms.Find(atom);
   if (known == nullptr) return;
   TellTooMany(call, known, Rule::kAtomReleasedTwice, [atom] { return AtomInWords(atom); });
   if (known->isHeldByHost && known->holders.Sum() == 1) {
-    Known().atoms.erase(atom);  // the host may go on holding it
+    Known().atoms.Erase(atom);  // the host may go on holding it
     return;
   }
   GiveBack(call, known);
@@ -220,17 +225,19 @@ void AtomEnds(Call& call) {
 void AtomText(Call& call) {
   const auto atom = call.arguments[0].As<ZELStringAtom>();
   const auto* const text = call.result.As<const char*>();
-  Atom* const known = Find(Known().atoms, atom);
-  if (known == nullptr || !known->isLive || !IsCertain(*known)) return;
+  Atom* const known = Known().atoms.Find(atom);
+  if (known == nullptr || !IsCertain(*known)) return;
   if (text == nullptr || !IsTextOf(*known, text)) {
-    return Tell(Rule::kHostAtomTextWrong, call,
-                AtomInWords(atom) + " has the text " + Quoted(text) + ".");
+    return TellBy(Rule::kHostAtomTextWrong, call, [atom, text] {
+      return Said{AtomInWords(atom) + " has the text " + Quoted(text) + "."};
+    });
   }
   if (known->address != nullptr && known->address != text) {
-    Tell(Rule::kHostAtomTextChanged, call,
-         "the text of " + AtomInWords(atom) + " has moved from " +
-             Hex(reinterpret_cast<std::uintptr_t>(known->address)) + " to " +
-             Hex(reinterpret_cast<std::uintptr_t>(text)) + ".");
+    TellBy(Rule::kHostAtomTextChanged, call, [atom, known, text] {
+      return Said{"the text of " + AtomInWords(atom) + " has moved from " +
+                  Hex(reinterpret_cast<std::uintptr_t>(known->address)) + " to " +
+                  Hex(reinterpret_cast<std::uintptr_t>(text)) + "."};
+    });
   }
   known->address = text;
 }
@@ -245,15 +252,16 @@ void ErrorMade(Call& call) {
     return;
   }
   Error& known = Known().errors[error];
-  if (known.made.row == nullptr || !known.isLive) {
-    known = MadeBy<Error>(call);
+  if (!known.isLive) {
+    known.Begin(call);
+    known.isKnown = false;
     if (isNew) {
       known.message = Text(TextAt(call, 0));
       known.id = call.arguments[2].As<std::int32_t>();
       known.isKnown = true;
     }
   }
-  Take(call, known);
+  known.Take(call);
 }
 
 void ErrorReferenced(Call& call) {
@@ -262,12 +270,12 @@ void ErrorReferenced(Call& call) {
   if (error != given) {
     return Tell(Rule::kHostErrorWrong, call, "another error object is given.");
   }
-  Error* const known = Find(Known().errors, error);
-  if (known != nullptr && known->isLive) Take(call, *known);
+  Error* const known = Known().errors.Find(error);
+  if (known != nullptr && known->isLive) known->Take(call);
 }
 
 void ErrorEnds(Call& call) {
-  Error* const known = Find(Known().errors, call.arguments[0].As<ZELErrorObject>());
+  Error* const known = Known().errors.Find(call.arguments[0].As<ZELErrorObject>());
   TellTooMany(call, known, Rule::kErrorReleasedTwice,
               [] { return std::string("the error object"); });
   GiveBack(call, known);
@@ -276,16 +284,14 @@ void ErrorEnds(Call& call) {
 void ErrorAtom(Call& call) {
   const auto atom = call.result.As<ZELStringAtom>();
   if (atom == 0) return;
-  Atom& known = Known().atoms[atom];
-  if (known.made.row == nullptr || !known.isLive) {
-    Known().atoms.erase(atom);  // the host's own, of which nothing is known
-    return;
-  }
-  known.isHeldByHost = true;
+  Atom* const known = Known().atoms.Find(atom);
+  if (known == nullptr) return;  // the host's own, of which nothing is known
+  if (!known->isLive) return Known().atoms.Erase(atom);
+  known->isHeldByHost = true;
 }
 
 void ErrorId(Call& call) {
-  const Error* const known = Find(Known().errors, call.arguments[0].As<ZELErrorObject>());
+  const Error* const known = Known().errors.Find(call.arguments[0].As<ZELErrorObject>());
   const auto id = call.result.As<std::int32_t>();
   if (known == nullptr || !known->isLive || !known->isKnown || known->id == id) return;
   Tell(Rule::kHostErrorWrong, call,
@@ -299,25 +305,26 @@ void BufferMade(Call& call) {
   const auto buffer = call.result.As<ZELSharedBuff>();
   if (buffer == nullptr) return;
   Buffer& known = Known().buffers[buffer];
-  known = MadeBy<Buffer>(call);
+  known.Begin(call);
   known.size = call.arguments[0].As<std::uint32_t>();
-  Take(call, known);
+  known.address = nullptr;
+  known.Take(call);
 }
 
 void BufferReferenced(Call& call) {
-  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
-  if (known != nullptr && known->isLive) Take(call, *known);
+  Buffer* const known = Known().buffers.Find(call.arguments[0].As<ZELSharedBuff>());
+  if (known != nullptr && known->isLive) known->Take(call);
 }
 
 void BufferEnds(Call& call) {
-  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  Buffer* const known = Known().buffers.Find(call.arguments[0].As<ZELSharedBuff>());
   TellTooMany(call, known, Rule::kBufferReleasedTwice,
               [] { return std::string("the shared buffer"); });
   GiveBack(call, known);
 }
 
 void BufferAddress(Call& call) {
-  Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  Buffer* const known = Known().buffers.Find(call.arguments[0].As<ZELSharedBuff>());
   const void* const address = call.result.As<const void*>();
   if (known == nullptr || !known->isLive) return;
   if (known->address != nullptr && known->address != address) {
@@ -327,7 +334,7 @@ void BufferAddress(Call& call) {
 }
 
 void BufferSize(Call& call) {
-  const Buffer* const known = Find(Known().buffers, call.arguments[0].As<ZELSharedBuff>());
+  const Buffer* const known = Known().buffers.Find(call.arguments[0].As<ZELSharedBuff>());
   const auto size = call.result.As<std::uint32_t>();
   if (known == nullptr || !known->isLive || known->size == size) return;
   Tell(Rule::kHostBufferSize, call,

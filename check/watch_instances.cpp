@@ -18,31 +18,35 @@ ZELInstance InstanceAt(const Call& call, std::size_t index) {
 
 // A handle that a call has stored beside an error object, or has not stored without one. Returns
 // whether there is a result.
-bool HasResult(const Call& call, const void* stored, const char* noun) {
-  if (call.result.bits != 0) {
+[[gnu::noinline]] void CheckFailure(const Call& call, const void* stored, const char* noun) {
+  if (call.result.bits == 0) {
+    Tell(Rule::kHostNothingDelivered, call,
+         "neither " + std::string(noun) + " is stored nor an error object returned.");
+  } else if (stored != nullptr && call.By() == Actor::kLibrary) {
     // A client's place may have held something before; the library's hold null.
-    if (stored != nullptr && call.By() == Actor::kLibrary) {
-      Tell(Rule::kHostResultWithError, call,
-           "an error object is returned, and yet " + std::string(noun) + " is stored.");
-    }
-    return false;
+    Tell(Rule::kHostResultWithError, call,
+         "an error object is returned, and yet " + std::string(noun) + " is stored.");
   }
-  if (stored != nullptr) return true;
-  Tell(Rule::kHostNothingDelivered, call,
-       "neither " + std::string(noun) + " is stored nor an error object returned.");
+}
+
+bool HasResult(const Call& call, const void* stored, const char* noun) {
+  if (call.result.bits == 0 && stored != nullptr) return true;
+  CheckFailure(call, stored, noun);
   return false;
+}
+
+[[gnu::noinline]] void NoteInterface(Atom& atom) {
+  atom.interfaceName = "instance";
+  for (const RowGroup& group : RowGroups()) {
+    if (group.name != nullptr && atom.text == group.name) atom.interfaceName = group.name;
+  }
 }
 
 // The interface that an atom names, as a text that stays.
 const char* InterfaceOf(ZELStringAtom name) {
-  Atom* const atom = Find(Known().atoms, name);
+  Atom* const atom = Known().atoms.Find(name);
   if (atom == nullptr) return "instance";
-  if (atom->interfaceName == nullptr) {
-    atom->interfaceName = "instance";
-    for (const RowGroup& group : RowGroups()) {
-      if (group.name != nullptr && atom->text == group.name) atom->interfaceName = group.name;
-    }
-  }
+  if (atom->interfaceName == nullptr) NoteInterface(*atom);
   return atom->interfaceName;
 }
 
@@ -50,16 +54,19 @@ Instance& NoteBirth(const Call& call, ZELInstance instance, const char* kind, vo
   Ledger& ledger = Known();
   Instance& known = ledger.instances[instance];
   // A stream of the host's own may have ended unseen.
-  if (known.isLive && known.isDeathSeen && known.made.row != nullptr) {
-    Tell(Rule::kHostInstanceReborn, call,
-         "the handle is that of an instance that has not ended, made by " + InWords(known.made) +
-             ".",
-         InWords(known.holders));
+  if (known.isLive && known.isDeathSeen) {
+    TellBy(Rule::kHostInstanceReborn, call, [before = &known] {
+      return Said{"the handle is that of an instance that has not ended, made by " +
+                      InWords(before->made) + ".",
+                  InWords(before->holders)};
+    });
   }
-  known = Instance();
+  known.Begin(call);
   known.kind = kind;
-  known.made = call.Here();
+  known.isDeathSeen = false;
   known.object = object;
+  known.holder = known.schema = nullptr;
+  known.returned.row = nullptr;
   if (call.By() == Actor::kClient) known.returned = known.made;
   return known;
 }
@@ -69,16 +76,20 @@ void CheckRecord(const Call& call, ZELInstance instance, const void* object) {
   if (!layer.offsetIsKnown) return;
   ZELPrimaryInstance record;
   std::memcpy(&record, reinterpret_cast<const char*>(instance) + layer.offset, sizeof record);
-  const Atom* const name = Find(Known().atoms, call.arguments[2].As<ZELStringAtom>());
+  const Atom* const name = Known().atoms.Find(call.arguments[2].As<ZELStringAtom>());
   if (record.object != object) {
-    Tell(Rule::kHostRecordWrong, call, "the primary record does not hold the object.");
+    TellBy(Rule::kHostRecordWrong, call,
+           [] { return Said{"the primary record does not hold the object."}; });
   } else if (record.signature == nullptr) {
-    Tell(Rule::kHostRecordWrong, call, "the primary record has no signature.");
+    TellBy(Rule::kHostRecordWrong, call,
+           [] { return Said{"the primary record has no signature."}; });
   } else if (record.implementationName == nullptr ||
-             (name != nullptr && !name->isShortened && name->text != record.implementationName)) {
-    Tell(Rule::kHostRecordWrong, call,
-         "the primary record has " + Quoted(record.implementationName) +
-             " for the name of the implementation.");
+             (name != nullptr && !name->isShortened &&
+              std::strcmp(name->text.c_str(), record.implementationName) != 0)) {
+    TellBy(Rule::kHostRecordWrong, call, [found = record.implementationName] {
+      return Said{"the primary record has " + Quoted(found) +
+                  " for the name of the implementation."};
+    });
   }
 }
 
@@ -94,43 +105,49 @@ void InstanceMade(Call& call) {
   Instance& known =
       NoteBirth(call, instance, InterfaceOf(call.arguments[4].As<ZELStringAtom>()), object);
   known.isDeathSeen = call.arguments[3].bits != 0;
-  Known().objects[object] = instance;
+  if (Known().objects.Find(object) != &known) Known().objects.Set(object, &known);
   CheckRecord(call, instance, object);
 }
 
 void InstanceReferenced(Call& call) {
   if (call.result.bits == 0) return;
-  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  Instance* const known = Known().instances.Find(InstanceAt(call, 0));
   if (known == nullptr || !known->isLive) return;
-  known->holders.Take(call);
-  known->clientHeldOne = known->clientHeldOne || call.By() == Actor::kClient;
+  known->Take(call);
 }
 
+namespace {
+
+[[gnu::noinline, gnu::cold]] void GiveBackTooOften(const Call& call, Instance& known) {
+  Tell(Rule::kInstanceReleasedTwice, call,
+       "the instance, made by " + InWords(known.made) +
+           ", is given back more often than clients have taken references to it.",
+       InWords(known.holders));
+  --known.holders.By(call.By());
+}
+
+}  // namespace
+
 void ReferenceEnds(Call& call) {
-  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  Instance* const known = Known().instances.Find(InstanceAt(call, 0));
   if (known == nullptr || !known->isLive) return;
-  if (TheLayer().watchesClients && call.By() == Actor::kClient &&
-      known->holders.Of(Actor::kClient) <= 0) {
-    Tell(Rule::kInstanceReleasedTwice, call,
-         "the instance, made by " + InWords(known->made) +
-             ", is given back more often than clients have taken references to it.",
-         InWords(known->holders));
+  const Actor actor = call.By();
+  if (TheLayer().watchesClients && actor == Actor::kClient && known->holders.Of(actor) <= 0) {
+    return GiveBackTooOften(call, *known);
   }
-  --known->holders.By(call.By());
+  --known->holders.By(actor);
 }
 
 void ReferenceEnded(Call& call) {
-  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  if (!TheLayer().watchesClients) return;  // not all holders are seen
+  Instance* const known = Known().instances.Find(InstanceAt(call, 0));
   if (known == nullptr || !known->isLive || known->holders.IsHeld()) return;
-  // Of what the layer does not see ending, and whose holders it has all seen.
-  if (!known->isDeathSeen && TheLayer().watchesClients) {
-    known->isLive = false;
-    known->ended = call.Here();
-  }
+  // Of what the layer does not see ending.
+  if (!known->isDeathSeen) known->End(call.Here());
 }
 
 void InstanceDeleted(Call& call) {
-  const Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  const Instance* const known = Known().instances.Find(InstanceAt(call, 0));
   if (known == nullptr || !known->isLive || !known->holders.IsHeld()) return;
   if (call.By() != Actor::kClient) return;
   Tell(Rule::kInstanceDeletedWhileHeld, call,
@@ -138,15 +155,14 @@ void InstanceDeleted(Call& call) {
 }
 
 void InstanceGone(Call& call) {
-  Instance* const known = Find(Known().instances, InstanceAt(call, 0));
+  Instance* const known = Known().instances.Find(InstanceAt(call, 0));
   if (known == nullptr || !known->isLive || known->holders.IsHeld()) return;
   if (known->isDeathSeen) {
     return Tell(Rule::kHostNotDestroyed, call,
                 "the destroy procedure of the instance, made by " + InWords(known->made) +
                     ", was not called.");
   }
-  known->isLive = false;
-  known->ended = call.Here();
+  known->End(call.Here());
 }
 
 void MethodFound(Call& call) {
@@ -182,7 +198,7 @@ void StreamMade(Call& call) {
   void* const object = isOfClient ? call.arguments[1].As<void*>() : nullptr;
   Instance& known = NoteBirth(call, instance, "stream", object);
   known.isDeathSeen = isOfClient;
-  if (isOfClient) Known().objects[object] = instance;
+  if (isOfClient) Known().objects.Set(object, &known);
 }
 
 void StreamRead(Call& call) {
@@ -225,25 +241,36 @@ void StreamMarked(Call& call) {
 
 // ---- Callbacks ----
 
+namespace {
+
+void NoteEnd(const Call& call, Instance& known) {
+  known.End(call.outer == nullptr ? call.Here() : call.outer->Here());
+}
+
+[[gnu::noinline, gnu::cold]] void RefuseSecondEnd(Call& call, const Instance& known) {
+  call.Refuse();
+  Tell(Rule::kHostDestroyedTwice, call,
+       "the object was destroyed before, in " + InWords(known.ended) +
+           "; the call is kept from the library.");
+}
+
+[[gnu::noinline, gnu::cold]] void NoteEarlyEnd(const Call& call, Instance& known) {
+  Tell(Rule::kHostDestroyedEarly, call,
+       "the instance, made by " + InWords(known.made) + ", is still held.", InWords(known.holders));
+  NoteEnd(call, known);
+}
+
+}  // namespace
+
 void ObjectDestroyed(Call& call) {
   void* const object = call.arguments[0].As<void*>();
-  const ZELInstance* const instance = Find(Known().objects, object);
-  if (instance == nullptr) return;
-  Instance* const known = Find(Known().instances, *instance);
+  Instance* const known = Known().objects.Find(object);
   if (known == nullptr || known->object != object) return;
-  if (!known->isLive) {
-    Tell(Rule::kHostDestroyedTwice, call,
-         "the object was destroyed before, in " + InWords(known->ended) +
-             "; the call is kept from the library.");
-    return call.Refuse();
-  }
+  if (!known->isLive) return RefuseSecondEnd(call, *known);
   if (known->holders.Of(Actor::kLibrary) > 0 && known->holders.Of(Actor::kClient) >= 0) {
-    Tell(Rule::kHostDestroyedEarly, call,
-         "the instance, made by " + InWords(known->made) + ", is still held.",
-         InWords(known->holders));
+    return NoteEarlyEnd(call, *known);
   }
-  known->isLive = false;
-  known->ended = call.outer == nullptr ? call.Here() : call.outer->Here();
+  NoteEnd(call, *known);
 }
 
 // ---- The library's containers ----
@@ -254,7 +281,7 @@ namespace {
 bool IsWithin(ZELInstance inner, ZELInstance outer) {
   for (int level = 0; inner != nullptr && level < 600; ++level) {
     if (inner == outer) return true;
-    const Instance* const known = Find(Known().instances, inner);
+    const Instance* const known = Known().instances.Find(inner);
     inner = known == nullptr ? nullptr : known->holder;
   }
   return false;
@@ -262,30 +289,38 @@ bool IsWithin(ZELInstance inner, ZELInstance outer) {
 
 void NoteMember(const Call& call, std::size_t index) {
   if (call.side != Side::kClientToLibrary || call.failed) return;
-  Instance* const member = Find(Known().instances, InstanceAt(call, index));
+  Instance* const member = Known().instances.Find(InstanceAt(call, index));
   if (member != nullptr) member->holder = InstanceAt(call, 0);
+}
+
+// Whether the container is used by a call that has not returned.
+bool IsInUse(const Call& call, ZELInstance container, const Call& user) {
+  for (std::size_t i = 0; user.row.roles[i] != '\0'; ++i) {
+    if (user.row.roles[i] != 'h') continue;
+    const ZELInstance used = InstanceAt(user, i);
+    const Instance* const validator = Known().instances.Find(used);
+    if (IsWithin(container, used)) {
+      Tell(Rule::kChangedInUse, call,
+           "the container is in use by " + InWords(user) + ", which has not returned.");
+      return true;
+    }
+    if (validator != nullptr && IsWithin(container, validator->schema)) {
+      Tell(Rule::kSchemaChanged, call,
+           "the container is, or is in, the schema of the validator that " + InWords(user) +
+               " works with, which has not returned.");
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace
 
 void Changes(Call& call) {
   if (call.side != Side::kClientToLibrary) return;
-  const ZELInstance container = InstanceAt(call, 0);
   for (const Call* around = call.outer; around != nullptr; around = around->outer) {
-    if (around->side != Side::kClientToLibrary) continue;
-    for (std::size_t i = 0; around->row.roles[i] != '\0'; ++i) {
-      if (around->row.roles[i] != 'h') continue;
-      const ZELInstance used = InstanceAt(*around, i);
-      if (IsWithin(container, used)) {
-        return Tell(Rule::kChangedInUse, call,
-                    "the container is in use by " + InWords(*around) + ", which has not returned.");
-      }
-      const Instance* const validator = Find(Known().instances, used);
-      if (validator != nullptr && IsWithin(container, validator->schema)) {
-        return Tell(Rule::kSchemaChanged, call,
-                    "the container is, or is in, the schema of the validator that " +
-                        InWords(*around) + " works with, which has not returned.");
-      }
+    if (around->side == Side::kClientToLibrary && IsInUse(call, InstanceAt(call, 0), *around)) {
+      return;
     }
   }
 }
@@ -295,7 +330,7 @@ void MemberSet(Call& call) { NoteMember(call, 2); }
 void MemberAppended(Call& call) { NoteMember(call, 1); }
 
 void SchemaTaken(Call& call) {
-  Instance* const validator = Find(Known().instances, call.result.As<ZELInstance>());
+  Instance* const validator = Known().instances.Find(call.result.As<ZELInstance>());
   if (validator != nullptr) validator->schema = InstanceAt(call, 0);
 }
 

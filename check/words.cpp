@@ -68,7 +68,7 @@ std::string NameOf(const Row& row) { return Text(row.interfaceName) + "." + row.
 
 std::string AtomInWords(ZELStringAtom atom) {
   if (atom == 0) return "atom 0";
-  const Atom* const known = Find(TheLayer().ledger.atoms, atom);
+  const Atom* const known = TheLayer().ledger.atoms.Find(atom);
   std::string words = "atom " + std::to_string(atom);
   if (known != nullptr) words += " " + Quoted(known->text.c_str());
   return words;
