@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "frame/base/compiler.h"
+
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 using ZEL_T_NMT::kWordSize;
@@ -63,6 +65,32 @@ std::uint64_t Load4(const char* bytes) noexcept {
   return byte(0) | byte(count / 2) | byte(count - 1);
 }
 
+// Stores a text as it is, up to the first word with a byte that may have to be escaped, and returns
+// the number of bytes before that word.
+inline std::size_t StorePlain(const EscapedBytes& set, char* place, const char* text,
+                              std::size_t length) noexcept {
+  if (!ZEL_T_NMT::kHasByteWords || length == 0) return 0;
+  const EscapedBytes escaped = set;
+  if (length < kWordSize) {
+    // Of the zeros behind the text, the set may have the first one at the earliest.
+    const std::uint64_t word = LastBytes(text + length, length, length);
+    ZEL_T_NMT::StoreWord(place, word);
+    return ZEL_T_NMT::BytesBefore(escaped.Find(word)) < length ? 0 : length;
+  }
+  const auto storeWord = [&](std::size_t at) {
+    const std::uint64_t word = ZEL_T_NMT::LoadWord(text + at);
+    ZEL_T_NMT::StoreWord(place + at, word);
+    return escaped.Find(word) == 0;
+  };
+  const std::size_t last = length - kWordSize;
+  std::size_t at = 0;
+  for (; at < last; at += kWordSize) {
+    if (!storeWord(at)) return at;
+  }
+  // The last word overlaps the one before it.
+  return storeWord(last) ? length : at;
+}
+
 }  // namespace
 
 // Characters that are escaped come several in a row: of one beyond ASCII there are several bytes.
@@ -101,13 +129,23 @@ void OCharStream::PutText(const char* text, std::size_t length) {
       StoreText(*params_, end_, text, length, [this](char* place) { return WithinBlock(place); });
 }
 
+// Of a text for which there is room; out of line, since most texts are stored without it.
+ZEL_NEVER_INLINE char* OCharStream::StoreWithin(const StreamingParams& params, char* place,
+                                                const char* text, std::size_t length) {
+  return StoreText(params, place, text, length, [](char* stored) { return stored; });
+}
+
 bool OCharStream::PutMarkedText(const StreamingParams& params, const char* text,
                                 std::size_t length) {
   constexpr std::size_t kMostOfByte = sizeof WrittenByte::text;
   const auto room = static_cast<std::size_t>(text_ + kBlockSize - end_);
   if (length >= kBlockSize / kMostOfByte || room < (length + 1) * kMostOfByte + 1) return false;
   char* place = end_ + StoreEscaped(*params_, end_, params.open);
-  place = StoreText(params, place, text, length, [](char* stored) { return stored; });
+  const std::size_t plain = StorePlain(params.escaped, place, text, length);
+  place += plain;
+  if (plain != length) [[unlikely]] {
+    place = StoreWithin(params, place, text + plain, length - plain);
+  }
   *place++ = params.close;
   end_ = place;
   return true;

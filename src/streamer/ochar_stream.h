@@ -112,6 +112,8 @@ class OCharStream final : public CharStream {
   template <typename Within>
   static char* StoreText(const StreamingParams& params, char* place, const char* text,
                          std::size_t length, Within within);
+  static char* StoreWithin(const StreamingParams& params, char* place, const char* text,
+                           std::size_t length);
   char* WriteBlock(const char* end);
 
   OpenValue* openValues_ = nullptr;  // the innermost one
