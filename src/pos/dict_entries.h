@@ -78,6 +78,7 @@ class DictEntries {
   static constexpr Place kEnd = DictOrder::kEnd;
   Place First() noexcept { return order_.First(store_); }
   Place After(Place place) const noexcept { return order_.After(place); }
+  std::uint32_t RunFrom(Place place) const noexcept { return order_.RunFrom(place); }
   Place AfterKey(const char* key) noexcept { return order_.AfterKey(store_, key); }
   std::uint32_t NumberAt(Place place) const noexcept { return order_.At(place); }
   bool PlacesAreOf(std::uint32_t version) const noexcept {

@@ -46,6 +46,10 @@ class DictOrder {
     const std::uint32_t leaf = place / kLeafSize;
     return place % kLeafSize + 1 < Count(leaf) ? place + 1 : FirstOf(Next(leaf));
   }
+  // The number of places from this one to the end of its leaf: each is the one before it plus 1.
+  std::uint32_t RunFrom(Place place) const noexcept {
+    return Count(place / kLeafSize) - place % kLeafSize;
+  }
   Place AfterKey(const DictStore& store, const char* key) noexcept;
   std::uint32_t At(Place place) const noexcept { return numbers_[place]; }
   // The number at so many places further on, if it is in the same leaf or the next one, or kNone.

@@ -1,5 +1,7 @@
 #include "pos/own_comparison.h"
 
+#include <algorithm>
+
 #include "frame/core/nesting.h"
 #include "pos/array.h"
 #include "pos/dict.h"
@@ -17,18 +19,9 @@ OwnComparison::OwnComparison() noexcept {
   name_ = ZEL_T_NMT::ImplementationOf(ZEL_T_NMT::ImplementationId::kPOSObject).name.Text();
 }
 
-inline OwnComparison::Result OwnComparison::CompareMembers(ZELInstance left,
-                                                           ZELInstance right) noexcept {
-  if (left == nullptr || right == nullptr) {
-    return left == right ? Result::kEqual : Result::kUnequal;
-  }
-  BaseObject* const object = Find(left);
-  BaseObject* const other = Find(right);
-  if (object == nullptr || other == nullptr) return Result::kUnknown;
-  return Compare(*object, *other);
-}
-
-OwnComparison::Result OwnComparison::Compare(BaseObject& left, BaseObject& right) noexcept {
+// Scalars are compared on the spot.
+ZEL_ALWAYS_INLINE OwnComparison::Result OwnComparison::CompareOwn(BaseObject& left,
+                                                                  BaseObject& right) noexcept {
   if (left.Type() != right.Type()) return Result::kUnequal;
   bool isEqual = false;
   switch (left.Type()) {
@@ -46,6 +39,21 @@ OwnComparison::Result OwnComparison::Compare(BaseObject& left, BaseObject& right
       break;
   }
   return isEqual ? Result::kEqual : Result::kUnequal;
+}
+
+OwnComparison::Result OwnComparison::Compare(BaseObject& left, BaseObject& right) noexcept {
+  return CompareOwn(left, right);
+}
+
+ZEL_ALWAYS_INLINE OwnComparison::Result OwnComparison::CompareMembers(ZELInstance left,
+                                                                      ZELInstance right) noexcept {
+  if (left == nullptr || right == nullptr) [[unlikely]]
+    return left == right ? Result::kEqual : Result::kUnequal;
+  BaseObject* const object = Find(left);
+  BaseObject* const other = Find(right);
+  if (object == nullptr || other == nullptr) [[unlikely]]
+    return Result::kUnknown;
+  return CompareOwn(*object, *other);
 }
 
 OwnComparison::Result OwnComparison::CompareComposites(BaseObject& left,
@@ -78,13 +86,18 @@ OwnComparison::Result OwnComparison::CompareDicts(Dict& left, Dict& right) noexc
   DictEntries::Place place = entries.First();
   DictEntries::Place otherPlace = others.First();
   while (place != DictEntries::kEnd && otherPlace != DictEntries::kEnd) {
-    entries.PrefetchAfter(place);
-    others.PrefetchAfter(otherPlace);
-    const DictEntry& entry = entries.At(entries.NumberAt(place));
-    const DictEntry& other = others.At(others.NumberAt(otherPlace));
-    if (entry.key.Text() != other.key.Text()) return Result::kUnknown;
-    const Result result = CompareMembers(entry.value.Get(), other.value.Get());
-    if (result != Result::kEqual) return result;
+    // As far as places follow one another in both.
+    std::uint32_t run = std::min(entries.RunFrom(place), others.RunFrom(otherPlace));
+    for (;; ++place, ++otherPlace) {
+      entries.PrefetchAfter(place);
+      others.PrefetchAfter(otherPlace);
+      const DictEntry& entry = entries.At(entries.NumberAt(place));
+      const DictEntry& other = others.At(others.NumberAt(otherPlace));
+      if (entry.key.Text() != other.key.Text()) return Result::kUnknown;
+      const Result result = CompareMembers(entry.value.Get(), other.value.Get());
+      if (result != Result::kEqual) return result;
+      if (--run == 0) break;
+    }
     place = entries.After(place);
     otherPlace = others.After(otherPlace);
   }

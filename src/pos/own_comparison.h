@@ -24,6 +24,7 @@ class OwnComparison {
   Result CompareComposites(BaseObject& left, BaseObject& right) noexcept;
   Result CompareArrays(const Array& left, const Array& right) noexcept;
   Result CompareDicts(Dict& left, Dict& right) noexcept;
+  Result CompareOwn(BaseObject& left, BaseObject& right) noexcept;
   // Of two members of composites, which may be null.
   Result CompareMembers(ZELInstance left, ZELInstance right) noexcept;
   // Null for a value of somebody else's, and while it is not known what is whose.
