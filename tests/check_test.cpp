@@ -1,5 +1,8 @@
 // The checking layer before mistakes that clients make: each is told of by its rule, and nothing
 // else is.
+#include <atomic>
+#include <cstring>
+#include <mutex>
 #include <thread>
 
 #include "check_fixture.h"
@@ -180,6 +183,103 @@ TEST(CheckTest, EachMistakeOfAClientIsToldOfByItsRule) {
         << g_findings.paragraphs[0];
     EXPECT_NE(checked.Log().find(g_findings.paragraphs[0]), std::string::npos);
     seen.insert(mistake.rule);
+  }
+}
+
+// ---- Calls around the life of the library ----
+
+zelutils::BinderInterface g_binder;
+decltype(zelutils::NumberInterface::IsPOSNumber) g_isNumber;
+
+TEST(CheckTest, CallsDuringAndAfterTheLibrarysLifeAreToldOf) {
+  using zelutils::BinderInterface;
+  CheckedHost checked;
+  g_binder = zeltest::Import<BinderInterface>(checked.host);
+  // A host that calls what is registered at once, and before it is withdrawn.
+  zeltest::Replace<BinderInterface>(
+      checked.host, "ZELRegisterProcAddress",
+      +[](const char* name, const char* method, const char* type, ZELProc procedure) {
+        if (std::strcmp(method, "IsPOSNumber") == 0) {
+          g_isNumber = reinterpret_cast<decltype(g_isNumber)>(procedure);
+          g_isNumber(nullptr);
+        }
+        return g_binder.ZELRegisterProcAddress(name, method, type, procedure);
+      });
+  zeltest::Replace<BinderInterface>(
+      checked.host, "ZELUnregisterInterface", +[](const char* name) {
+        g_isNumber(nullptr);
+        return g_binder.ZELUnregisterInterface(name);
+      });
+  checked.Start("core");
+  g_isNumber(nullptr);
+  checked.host.Stop();
+  g_isNumber(nullptr);
+  EXPECT_EQ(g_findings.rules,
+            (std::vector<std::string>{"call-during-start", "call-during-stop", "call-after-stop"}))
+      << checked.Log();
+}
+
+// ---- Threads ----
+
+constexpr int kThreads = 4;
+const zelhost::HostOptions kAnyThread{.anyThread = true};
+
+template <typename Action>
+void OnThreads(Action action) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back([&action, i] { action(i); });
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(CheckTest, ThreadsThatTakeTurnsAreSeenAsOne) {
+  CheckedHost checked(kAnyThread);
+  checked.Start("core,without=second-thread");
+  const Client client(checked.host);
+  std::mutex turn;
+  int right = 0;
+  OnThreads([&](int thread) {
+    for (int i = 0; i < 100; ++i) {
+      const std::lock_guard<std::mutex> lock(turn);
+      const ZELInstance dict = client.Dict();
+      const ZELStringAtom key = client.Atom(("key" + std::to_string(i)).c_str());
+      const ZELInstance number = client.Hold(client.numbers.NewPOSNumber(thread));
+      client.dicts.Put(dict, key, number);
+      client.Release(number);
+      right += client.numbers.Get(client.dicts.Get(dict, key)) == thread ? 1 : 0;
+      client.atoms.DeleteStringAtom(key);
+      if (thread != 3 || i != 99) client.Release(dict);
+    }
+  });
+  checked.host.Stop();
+  EXPECT_EQ(right, kThreads * 100);
+  EXPECT_EQ(g_findings.rules, std::vector<std::string>{"instance-leaked"}) << checked.Log();
+}
+
+std::atomic<bool> g_isTold;
+
+TEST(CheckTest, CallsAtTheSameTimeAreToldOfOnceAndAreTheLastThatIsSeen) {
+  const char* const rules[] = {"concurrent-call", "atom-reference-lost"};
+  for (const char* const rule : rules) {
+    CheckedHost checked(kAnyThread);
+    checked.Start("core,without=second-thread");
+    const Client client(checked.host);
+    g_isTold = false;
+    zeltest::g_whenTold = [] { g_isTold = true; };
+    // Calls that change nothing: the library is not made for more. The second run is of one thread.
+    const ZELInstance array = client.Array();
+    client.Atom("lost");
+    std::atomic<int> wrong = 0;
+    const auto use = [&](int) {
+      for (int i = 0; i < 2000 || (rule == rules[0] && !g_isTold && i < 50000000); ++i) {
+        if (client.arrays.Count(array) != 0 || client.arrays.IsPOSArray(array) == 0) ++wrong;
+      }
+    };
+    rule == rules[0] ? OnThreads(use) : use(0);
+    zeltest::g_whenTold = nullptr;
+    EXPECT_EQ(wrong, 0);
+    client.Release(array);
+    checked.host.Stop();  // the atom is told of in the second run alone
+    EXPECT_EQ(g_findings.rules, std::vector<std::string>{rule}) << checked.Log();
   }
 }
 
