@@ -320,14 +320,21 @@ TEST(CheckTest, WhatCannotBeWrittenGoesToStandardError) {
   }
 }
 
+// With "core" the host's own procedures are covered from the start to the stop; without it nothing.
+ZELProc ProcedureOfHost(const Host& host) {
+  return host.Lookup(ZEL_STRING_INTERFACE, "NewStringAtom", "ZELNewStringAtomProc");
+}
+
 // Each start is one of its own: findings of the one before are told again. The layer goes when it
 // is unloaded, unless an earlier test in this process has made it stay, by the word "core".
 TEST(CheckTest, TheLayerIsStartedAgainAndUnloaded) {
   const bool stays = zeltest::IsLoaded(ZEL_CHECK_PATH);
   {
     CheckedHost checked;
+    const ZELProc own = ProcedureOfHost(checked.host);
     for (std::size_t start = 1; start <= 3; ++start) {
       checked.Start("report");
+      EXPECT_EQ(ProcedureOfHost(checked.host), own);
       zeltest::Procedures(checked.host).strings.NewPOSString(nullptr);
       checked.host.Stop();
       EXPECT_EQ(g_findings.rules.size(), start);
@@ -340,7 +347,9 @@ TEST(CheckTest, TheLayerIsStartedAgainAndUnloaded) {
 TEST(CheckTest, TheProcedureThatIsToldMayCall) {
   static const zeltest::Procedures* with;
   CheckedHost checked;
+  const ZELProc own = ProcedureOfHost(checked.host);
   checked.Start("core,trace");
+  EXPECT_NE(ProcedureOfHost(checked.host), own);
   const zeltest::Procedures procedures(checked.host);
   with = &procedures;
   zeltest::g_whenTold = [] {
@@ -351,25 +360,9 @@ TEST(CheckTest, TheProcedureThatIsToldMayCall) {
   procedures.strings.NewPOSString(nullptr);
   procedures.atoms.NewStringAtom("lost");
   checked.host.Stop();
+  EXPECT_EQ(ProcedureOfHost(checked.host), own);
   zeltest::g_whenTold = nullptr;
   EXPECT_EQ(g_findings.rules, (std::vector<std::string>{"text-null", "atom-reference-lost"}));
-}
-
-// With "core" the host's own procedures are covered from the start to the stop; without it nothing
-// is.
-TEST(CheckTest, CoreProceduresAreCoveredAndPutBack) {
-  for (const bool core : {false, true}) {
-    CheckedHost checked;
-    const auto find = [&] {
-      return checked.host.Lookup(ZEL_STRING_INTERFACE, "NewStringAtom", "ZELNewStringAtomProc");
-    };
-    const ZELProc own = find();
-    checked.Start(core ? "core" : "report");
-    EXPECT_EQ(find() != own, core);
-    checked.host.Stop();
-    EXPECT_EQ(find(), own);
-    EXPECT_EQ(ToString(checked.host.Live()), "nothing");
-  }
 }
 
 // The layer takes the library that the variable names, or the one beside it, and never itself.
@@ -377,25 +370,19 @@ TEST(CheckTest, TheLayerFindsTheLibraryAndNotItself) {
   namespace fs = std::filesystem;
   if (zeltest::kIsWindows)
     GTEST_SKIP() << "the loader finds the library beside the program as well";
-  const struct {
-    const char* variable;  // "library", "layer" (itself), "nothing"; null: not set
-    bool isBeside;
-  } rows[] = {{"library", false}, {"layer", true}, {nullptr, true}, {"nothing", true}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+  const std::string itself = "layer";
+  const std::pair<std::string, bool> rows[] = {
+      {ZEL_LIBRARY_PATH, false}, {itself, true}, {"", true}, {"nothing", true}};
+  for (const auto& [variable, isBeside] : rows) {
+    SCOPED_TRACE(variable);
     const zeltest::Folder folder;
-    const fs::path library = fs::path(ZEL_LIBRARY_PATH).filename();
     const fs::path layer = folder.path / fs::path(ZEL_CHECK_PATH).filename();
     fs::copy_file(ZEL_CHECK_PATH, layer);
-    if (row.isBeside) fs::copy_file(ZEL_LIBRARY_PATH, folder.path / library);
-    const std::string variable = row.variable == nullptr ? "" : row.variable;
-    zeltest::SetVariable("ZELUTILS_LIBRARY", variable == "library" ? ZEL_LIBRARY_PATH
-                                             : variable == "layer" ? layer.string()
-                                                                   : variable);
-    {
-      Host host;
-      EXPECT_NO_THROW(host.Start(layer.string()));
+    if (isBeside) {
+      fs::copy_file(ZEL_LIBRARY_PATH, folder.path / fs::path(ZEL_LIBRARY_PATH).filename());
     }
+    zeltest::SetVariable("ZELUTILS_LIBRARY", variable == itself ? layer.string() : variable);
+    EXPECT_NO_THROW(Host().Start(layer.string()));
     zeltest::SetVariable("ZELUTILS_LIBRARY", "");
   }
 }

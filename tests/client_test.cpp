@@ -50,20 +50,6 @@ TEST_F(ClientTest, BuiltIsEqualToParsed) {
   EXPECT_TRUE(Value() == array.GetAt(99));
 }
 
-TEST_F(ClientTest, StoresAndReadsBack) {
-  const Dict dict = client.NewDict({{"n", 2.5}, {"u", u"\u4e2d"}});
-  Stream stream = client.NewMemoryStream();
-  Streamer(client).Serialize(stream, dict);
-  stream.Write("rest");
-  EXPECT_EQ(stream.CreateIndependent().ReadAll().substr(0, 29), "POSStreamerTypeA_Version1.0 <");
-  stream.Rewind();
-  EXPECT_EQ(Streamer(client).Deserialize(stream), dict);
-  const std::uint32_t behind = stream.Mark();
-  EXPECT_EQ(stream.ReadAll(), "rest");
-  stream.Seek(behind + 1);
-  EXPECT_EQ(stream.ReadAll(), "est");
-}
-
 TEST_F(ClientTest, FailuresAreExceptions) {
   Value number = client.NewNumber(0);
   Dict dict = client.Parse("<title x pages [<width wide>]>").As<Dict>();
@@ -133,20 +119,15 @@ TEST_F(ClientTest, FailuresAreExceptions) {
   }
 }
 
+// More of them are with the tool, which prints them.
 TEST_F(ClientTest, ParseErrorsTellLineColumnAndCause) {
-  const std::tuple<const char*, const char*, std::size_t> rows[] = {
-      {"[ 1 ? ]", "line 1, column 5: unexpected \"?\"", 4},
-      {"<a\n  [1 2", "line 2, column 7: unexpected end of text: the \"[\" at 2:3 is not closed", 9},
-      {"", "line 1, column 1: unexpected end of text: there is no value", 0},
-  };
-  for (const auto& [text, message, position] : rows) {
-    try {
-      client.Parse(text);
-      ADD_FAILURE() << text;
-    } catch (const ParseError& error) {
-      EXPECT_STREQ(error.what(), message);
-      EXPECT_EQ(error.Position(), position) << text;
-    }
+  try {
+    client.Parse("<a\n  [1 2");
+    FAIL();
+  } catch (const ParseError& error) {
+    EXPECT_STREQ(error.what(),
+                 "line 2, column 7: unexpected end of text: the \"[\" at 2:3 is not closed");
+    EXPECT_EQ(error.Position(), 9U);
   }
   EXPECT_EQ(Thrown([&] { client.Parse("[}", "book.pos"); }),
             "book.pos:1:2: unexpected \"}\"; dictionaries stand between < and >");

@@ -28,7 +28,8 @@ class HostMisuseTest : public zeltest::HostFixture {
   }
   // Calls a procedure, which fails as far as it has an answer, changes nothing and is noted.
   template <typename Result, typename... Parameters, typename... Arguments>
-  void Refused(const char* note, Result (*procedure)(Parameters...), Arguments... arguments) {
+  void Refused(const std::string& note, Result (*procedure)(Parameters...),
+               Arguments... arguments) {
     const std::string live = ToString(host.Live());
     if constexpr (std::is_void_v<Result>) {
       procedure(arguments...);
@@ -80,53 +81,53 @@ TEST_P(HostMisuseTest, IsRefusedAndNotedByName) {
     Refused("Realloc of a block that is not live", memory.Realloc, none, 8u);
     Refused("GetBlockSize of a block that is not live", memory.GetBlockSize, none);
   }
+  const std::string noAtom = " of an atom that nobody holds";
+  const std::string noError = " of an error that no client holds";
+  const std::string noBuffer = " of a shared buffer that is gone";
+  const std::string gone = " of an instance of \"Kind\" that is gone";
+  const std::string null = " of an instance that is null";
   Refused("NewStringAtom of null", atoms.NewStringAtom, nullptr);
-  Refused("DeleteStringAtom of an atom that nobody holds", atoms.DeleteStringAtom, dead.atom);
+  Refused("DeleteStringAtom" + noAtom, atoms.DeleteStringAtom, dead.atom);
   Refused("DeleteStringAtom of the null atom", atoms.DeleteStringAtom, 0u);
-  Refused("AddRef of an atom that nobody holds", atoms.AddRef, dead.atom);
+  Refused("AddRef" + noAtom, atoms.AddRef, dead.atom);
   for (const ZELStringAtom none : {dead.atom, held.atom + 1}) {
-    Refused("GetCString of an atom that nobody holds", atoms.GetCString, none);
+    Refused("GetCString" + noAtom, atoms.GetCString, none);
   }
   Refused("GetCString of the null atom", atoms.GetCString, 0u);
   Refused("NewError of null", errors.NewError, nullptr, "Part", 1, 0, 0);
   Refused("NewError of null", errors.NewError, "message", nullptr, 1, 0, 0);
-  Refused("AddRef of an error that no client holds", errors.AddRef, dead.error);
+  Refused("AddRef" + noError, errors.AddRef, dead.error);
   Refused("AddRef of null", errors.AddRef, nullptr);
-  Refused("Release of an error that no client holds", errors.Release, dead.error);
-  Refused("GetErrorMessage of an error that no client holds", errors.GetErrorMessage, dead.error);
-  Refused("GetComponent of an error that no client holds", errors.GetComponent, dead.error);
+  Refused("Release" + noError, errors.Release, dead.error);
+  Refused("GetErrorMessage" + noError, errors.GetErrorMessage, dead.error);
+  Refused("GetComponent" + noError, errors.GetComponent, dead.error);
   Refused("GetComponent of null", errors.GetComponent, nullptr);
-  Refused("GetID of an error that no client holds", errors.GetID, dead.error);
-  Refused("AddRef of a shared buffer that is gone", buffers.AddRef, dead.buffer);
-  Refused("Release of a shared buffer that is gone", buffers.Release, dead.buffer);
+  Refused("GetID" + noError, errors.GetID, dead.error);
+  Refused("AddRef" + noBuffer, buffers.AddRef, dead.buffer);
+  Refused("Release" + noBuffer, buffers.Release, dead.buffer);
   Refused("Release of null", buffers.Release, nullptr);
-  Refused("GetBuffer of a shared buffer that is gone", buffers.GetBuffer, dead.buffer);
-  Refused("GetSize of a shared buffer that is gone", buffers.GetSize, dead.buffer);
+  Refused("GetBuffer" + noBuffer, buffers.GetBuffer, dead.buffer);
+  Refused("GetSize" + noBuffer, buffers.GetSize, dead.buffer);
   const auto publish = containers.NewFullContainer;
   Refused("NewFullContainer of no place for the result", publish, nullptr, nullptr, held.atom,
           nullptr, held.atom, 0, 0, 0);
   Refused("NewFullContainer of a name that is no atom", publish, &made, nullptr, dead.atom, nullptr,
           held.atom, 0, 0, 0);
-  Refused("AddRef of an instance of \"Kind\" that is gone", containers.AddRef, dead.instance);
-  Refused("Release of an instance of \"Kind\" that is gone", containers.Release, dead.instance);
-  const auto decrement = containers.DecrementWithoutDelete;
-  Refused("DecrementWithoutDelete of an instance of \"Kind\" that is gone", decrement,
-          dead.instance);
-  Refused("DecrementWithoutDelete of an instance that is null", decrement, nullptr);
+  Refused("AddRef" + gone, containers.AddRef, dead.instance);
+  Refused("Release" + gone, containers.Release, dead.instance);
+  Refused("DecrementWithoutDelete" + gone, containers.DecrementWithoutDelete, dead.instance);
+  Refused("DecrementWithoutDelete" + null, containers.DecrementWithoutDelete, nullptr);
   const auto end = containers.DeleteUnownedContainer;
-  Refused("DeleteUnownedContainer of an instance of \"Kind\" that is gone", end, dead.instance);
-  Refused("DeleteUnownedContainer of an instance that is null", end, nullptr);
+  Refused("DeleteUnownedContainer" + gone, end, dead.instance);
+  Refused("DeleteUnownedContainer" + null, end, nullptr);
   Refused("DeleteUnownedContainer of an instance of \"Kind\" that is held", end, held.instance);
   const auto getMethod = containers.GetMethod;
-  Refused("GetMethod of an instance of \"Kind\" that is gone", getMethod, &found, dead.instance,
-          held.atom, held.atom, 0);
-  Refused("GetMethod of an instance that is null", getMethod, &found, nullptr, held.atom, held.atom,
-          0);
+  Refused("GetMethod" + gone, getMethod, &found, dead.instance, held.atom, held.atom, 0);
+  Refused("GetMethod" + null, getMethod, &found, nullptr, held.atom, held.atom, 0);
   Refused("GetMethod of no result place, method or procedure type", getMethod, &found,
           held.instance, dead.atom, held.atom, 0);
   const auto getInstance = containers.NGetInstance;
-  Refused("NGetInstance of an instance of \"Kind\" that is gone", getInstance, &object,
-          dead.instance, held.atom);
+  Refused("NGetInstance" + gone, getInstance, &object, dead.instance, held.atom);
   Refused("NGetInstance of no result place or implementation", getInstance, nullptr, held.instance,
           held.atom);
   Refused("NewPositionableMemoryStream of no place for the result",
@@ -135,7 +136,7 @@ TEST_P(HostMisuseTest, IsRefusedAndNotedByName) {
           "rb");
   Refused("Read of an instance of \"ZELMemoryStream\" that is gone", onStream.Read, stream, &number,
           &byte, 1u);
-  Refused("Seek of an instance that is null", onStream.Seek, nullptr, 0u, 0u);
+  Refused("Seek" + null, onStream.Seek, nullptr, 0u, 0u);
   const ZELLookupProc lookup = Host::LookupProc();
   const ZELRegisterProcAddress add = binder.ZELRegisterProcAddress;
   Refused("Lookup of null", lookup, "ZEL", nullptr, "ZELReportError");

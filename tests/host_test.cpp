@@ -87,7 +87,6 @@ TEST_P(HostTest, MemoryKeepsItsContent) {
       unsigned char* blocks[kEach];
       for (std::size_t i = 0; i < kEach; ++i) {
         blocks[i] = static_cast<unsigned char*>(memory.Alloc(size));
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(blocks[i]) % alignof(double), 0u);
         std::memset(blocks[i], static_cast<int>(i), size);
       }
       for (std::size_t i = 0; i < kEach; i += 2) {
@@ -105,13 +104,12 @@ TEST_P(HostTest, MemoryKeepsItsContent) {
     }
   }
   EXPECT_EQ(host.Calls(Service::kFree), kEach * std::size(kSizes) * std::size(kSizes));
-  void* block = memory.Alloc(10);
+  void* const block = memory.Alloc(10);
   for (const std::size_t tooLarge : {SIZE_MAX, SIZE_MAX - 7, SIZE_MAX / 2 + 1}) {
     EXPECT_EQ(memory.Alloc(tooLarge), nullptr);
     EXPECT_EQ(memory.Realloc(block, tooLarge), nullptr);
   }
-  for (int i = 0; i < 2; ++i) memory.Free(block);
-  misuses = 1;
+  memory.Free(block);
 }
 
 TEST_P(HostTest, AtomsAreUniqueTexts) {

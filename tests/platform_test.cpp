@@ -132,25 +132,18 @@ TEST_F(PlatformTest, ATempDirectoryBeyondTheCodePageIsAnError) {
 TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
   std::optional<Stream> owner = NewStream();
   owner->Write("text");
-  std::optional<Stream> first = owner->CreateIndependent();
-  std::optional<Stream> last = owner->CreateIndependent();
-  ASSERT_EQ(folder.Names().size(), 1u);
-
+  std::optional<Stream> reader = owner->CreateIndependent();
   // The owner deletes the file, or leaves it to the last reader.
   const std::size_t isThere = kIsWindows ? 1 : 0;
   owner.reset();
   EXPECT_EQ(folder.Names().size(), isThere);
   // A file that is opened by the name might be another's by now.
-  const std::string number = " (" + std::to_string(ENOENT) + ")";
-  const std::string refusal = Failure([&] { first->CreateIndependent(); });
-  EXPECT_EQ(refusal.substr(refusal.size() - number.size()), number);
-  EXPECT_EQ(refusal == "ZELUtilsDir: TempFileStream: The file's owner is gone" + number,
+  const std::string refusal = Failure([&] { reader->CreateIndependent(); });
+  EXPECT_TRUE(refusal.ends_with(" (" + std::to_string(ENOENT) + ")")) << refusal;
+  EXPECT_EQ(refusal.starts_with("ZELUtilsDir: TempFileStream: The file's owner is gone"),
             kIsWindows);
-  EXPECT_EQ(first->ReadAll(), "text");
-  first.reset();
-  EXPECT_EQ(folder.Names().size(), isThere);
-  EXPECT_EQ(last->ReadAll(), "text");
-  last.reset();
+  EXPECT_EQ(reader->ReadAll(), "text");
+  reader.reset();
   EXPECT_EQ(folder.Names(), Paths());
 
   // Somebody else tries.
@@ -159,7 +152,6 @@ TEST_F(PlatformTest, AnOpenFileIsDeletedWhereTheSystemAllowsIt) {
   const std::string failure = Failure([&] { directory.Delete(folder.Names().begin()->string()); });
   EXPECT_EQ(folder.Names().size(), isThere);
   owner.reset();
-  EXPECT_EQ(folder.Names(), Paths());
   EXPECT_EQ(failure, kIsWindows ? DirFailure("Delete: Permission denied", EACCES) : "");
   if (!kIsWindows) ExpectLateReports({"ZELUtilsDirImpl::Delete: Invalid filename"});
 }
@@ -224,20 +216,5 @@ TEST_F(PlatformTest, AStructuredExceptionOfACallbackIsNotTheLibrarys) {
   RemoveVectoredExceptionHandler(handler);
 }
 #endif
-
-TEST(LoaderTest, AThreadThatEndsChangesNothing) {
-  zeltest::StartedHost host;
-  zeltest::Library zel(host);
-  const auto use = [&] {
-    zel.Parse("<a [(b)]>");
-    zel.GiveBack();
-    return ToString(host.Live());
-  };
-  const std::string before = use();
-  host.ResetCalls();
-  zeltest::RunOnSmallStack([&host] { EXPECT_GT(host.LibraryVersion(), 0u); });
-  EXPECT_EQ(host.TotalCalls(), 0u);
-  EXPECT_EQ(use(), before) << "what is released still goes back to the host";
-}
 
 }  // namespace

@@ -80,7 +80,6 @@ TEST(SessionTest, WhatOutlivesItIsOfNoUseAndDoesNoHarm) {
   const std::function<void()> uses[] = {
       [&] { value.Type(); },
       [&] { value["a"]; },
-      [&] { Lines().push_back(Value(value).ToText()); },
       [&] { value.As<Dict>().begin(); },
       [&] { element->As<int>(); },
       [&] { *element = 1; },

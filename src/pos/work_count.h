@@ -11,6 +11,7 @@ namespace NPOSObjectImpl {
 inline constinit std::uint64_t g_probes = 0;
 inline void CountProbe(std::uint64_t count = 1) noexcept { g_probes += count; }
 #else
+inline constexpr std::uint64_t g_probes = 0;
 inline void CountProbe(std::uint64_t = 1) noexcept {}
 #endif
 

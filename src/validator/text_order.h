@@ -13,6 +13,7 @@ namespace NPOSValidatorImpl {
 inline constinit std::uint64_t g_comparisons = 0;
 inline void CountComparison() noexcept { ++g_comparisons; }
 #else
+inline constexpr std::uint64_t g_comparisons = 0;
 inline void CountComparison() noexcept {}
 #endif
 

@@ -8,15 +8,7 @@
 
 namespace {
 
-using NPOSValidatorImpl::Choices;
-
-std::uint64_t ComparisonsSoFar() {
-#if defined(ZEL_COUNT_WORK)
-  return NPOSValidatorImpl::g_comparisons;
-#else
-  return 0;
-#endif
-}
+using NPOSValidatorImpl::Choices, NPOSValidatorImpl::g_comparisons;
 
 std::string Word(std::uint32_t number) { return "word" + std::to_string(number * 7919 % 99991); }
 
@@ -27,12 +19,12 @@ std::uint64_t ComparisonsPerText(std::uint32_t count) {
     words.Append(ZEL_T_NMT::CPOSString::New(Word(n).c_str()));
   }
   Choices choices(words);
-  const std::uint64_t before = ComparisonsSoFar();
+  const std::uint64_t before = g_comparisons;
   for (std::uint32_t n = 0; n < count; ++n) {
     EXPECT_TRUE(choices.Have(Word(count - 1 - n).c_str())) << n;
     EXPECT_EQ(choices.Have(Word(n * 2).c_str()), n * 2 < count) << n;
   }
-  return (ComparisonsSoFar() - before) / 2 / count;
+  return (g_comparisons - before) / 2 / count;
 }
 
 TEST(Choices, AreFoundByALogarithmicNumberOfComparisons) {

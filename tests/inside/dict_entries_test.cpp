@@ -21,24 +21,6 @@ namespace {
 
 using namespace NPOSObjectImpl;  // NOLINT(google-build-using-namespace): what is tested
 
-std::uint64_t WorkSoFar() {
-#if defined(ZEL_COUNT_WORK)
-  return g_probes;
-#else
-  return 0;
-#endif
-}
-
-class StartedHost {
- public:
-  StartedHost() { host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
-  ~StartedHost() {
-    host.Stop();
-    EXPECT_EQ(ToString(host.Live()), "nothing");
-  }
-  zelhost::Host host;
-};
-
 // Entries, a model of them and one walker, which stands on a key that need not be there any more.
 class Beside {
  public:
@@ -85,11 +67,11 @@ class Beside {
 
   void StartCounting() {
     operations_ = 0;
-    work_ = WorkSoFar();
+    work_ = g_probes;
   }
   // The work of an operation, in units of a binary search.
   double WorkPerOperation() const {
-    return static_cast<double>(WorkSoFar() - work_) / static_cast<double>(operations_) /
+    return static_cast<double>(g_probes - work_) / static_cast<double>(operations_) /
            std::log2(static_cast<double>(size_ + 16));
   }
   std::size_t Size() const { return size_; }
@@ -172,7 +154,8 @@ const Mixture kMixtures[] = {
 };
 
 TEST(DictEntriesTest, AnyMixtureIsInOrderAndTakesLogarithmicWork) {
-  const StartedHost started;
+  zelhost::Host host;
+  host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
   for (const std::size_t size : {std::size_t{3}, std::size_t{100}, std::size_t{5000}}) {
     for (const Mixture& mixture : kMixtures) {
       SCOPED_TRACE(mixture.name);
@@ -189,13 +172,14 @@ TEST(DictEntriesTest, AnyMixtureIsInOrderAndTakesLogarithmicWork) {
 }
 
 TEST(DictEntriesTest, MemoryFollowsTheEntriesThatAreThere) {
-  StartedHost started;
+  zelhost::Host host;
+  host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate});
   Beside large(30000);
   large.Fill();
   large.Walk();
-  const std::size_t taken = started.host.Live().bytes;
+  const std::size_t taken = host.Live().bytes;
   while (large.Live() > 300) large.Remove(large.KeyThere());
-  const std::size_t left = started.host.Live().bytes;
+  const std::size_t left = host.Live().bytes;
   EXPECT_LT(left * 25, taken);
 }
 

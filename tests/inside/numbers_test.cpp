@@ -90,19 +90,13 @@ bool IsNearest(double value, const Whole<Limbs>& digits, std::int64_t power) {
 
 // Of a text of digits, at most one point, and an exponent or none.
 bool IsNearest(double value, const std::string& text) {
+  const std::size_t point = text.find('.'), end = std::min(text.find_first_of("eE"), text.size());
+  std::int64_t power = end < text.size() ? std::stoi(text.substr(end + 1)) : 0;
   Whole<48> digits(0);
-  std::size_t i = 0;
-  std::int64_t power = 0;
-  bool behindPoint = false;
-  for (; i < text.size() && text[i] != 'e' && text[i] != 'E'; ++i) {
-    if (text[i] == '.') {
-      behindPoint = true;
-      continue;
-    }
-    digits.TimesPlus(10, static_cast<std::uint64_t>(text[i] - '0'));
-    if (behindPoint) --power;
+  for (std::size_t i = 0; i < end; ++i) {
+    if (i != point) digits.TimesPlus(10, static_cast<std::uint64_t>(text[i] - '0'));
+    if (i > point) --power;
   }
-  if (i < text.size()) power += std::stoi(text.substr(i + 1));
   return IsNearest(value, digits, power);
 }
 

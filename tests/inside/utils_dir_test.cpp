@@ -3,7 +3,6 @@
 #include "fileutils/utils_dir.h"
 
 #include <atomic>
-#include <iostream>
 #include <thread>
 
 #include "fileutils/file_system.h"
@@ -13,12 +12,6 @@
 
 #if !defined(_WIN32)
 #include "fileutils/rename_posix.h"
-#endif
-
-#if defined(__linux__)
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #endif
 
 namespace {
@@ -128,48 +121,24 @@ TEST(FileSystemTest, RenamesOverAReservationOfTheName) {
 }
 #endif
 
-// Two threads in each of several processes; in one, where there is no fork.
-TEST(FileSystemTest, EachNameIsWonByOneThreadOfOneProcess) {
+TEST(FileSystemTest, EachNameIsWonByOneThread) {
   constexpr std::size_t kNames = 8000;
-  using Wins = std::array<std::atomic<std::uint32_t>, kNames>;
+  static std::array<std::atomic<std::uint32_t>, kNames> wins;
   const zeltest::Folder folder;
-  const auto contend = [&](Wins& wins, std::size_t start) {
-    std::atomic<std::uint32_t> ids[2] = {};
-    const auto run = [&](std::atomic<std::uint32_t>& id) {
+  std::array<std::atomic<std::uint32_t>, 4> ids{};
+  std::vector<std::thread> threads;
+  for (std::atomic<std::uint32_t>& id : ids) {
+    threads.emplace_back([&] {
       id = NFileSystem::ThreadId();
-      for (std::size_t i = 0; i < kNames; ++i) {
-        const std::size_t name = (start + i) % kNames;
+      for (std::size_t name = 0; name < kNames; ++name) {
         const int error = NFileSystem::CreateNewFile((folder / std::to_string(name)).c_str());
-        if (error == 0) ++wins[name];
-        if (error != 0 && error != EEXIST) wins[name] += 1000;
+        wins[name] += error == 0 ? 1 : error == EEXIST ? 0 : 1000;
       }
-    };
-    std::thread first(run, std::ref(ids[0]));
-    std::thread second(run, std::ref(ids[1]));
-    first.join();
-    second.join();
-    return ids[0] != ids[1];
-  };
-#if defined(__linux__)
-  constexpr std::size_t kProcesses = 8;
-  void* shared =
-      mmap(nullptr, sizeof(Wins), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(shared, MAP_FAILED);
-  Wins& wins = *static_cast<Wins*>(shared);
-  for (std::size_t process = 0; process < kProcesses; ++process) {
-    if (fork() == 0) _exit(contend(wins, process / 2 * (kNames / 4)) ? 0 : 1);
+    });
   }
-  for (std::size_t process = 0; process < kProcesses; ++process) {
-    int status = -1;
-    wait(&status);
-    EXPECT_EQ(status, 0);
-  }
-#else
-  std::cout << "not run: several processes, for want of fork\n";
-  static Wins wins;
-  EXPECT_TRUE(contend(wins, 0));
-#endif
+  for (std::thread& thread : threads) thread.join();
   for (std::size_t name = 0; name < kNames; ++name) ASSERT_EQ(wins[name], 1u) << name;
+  EXPECT_EQ(std::set<std::uint32_t>(ids.begin(), ids.end()).size(), ids.size());
 }
 
 }  // namespace
