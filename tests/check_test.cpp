@@ -58,18 +58,19 @@ struct Client : zeltest::Procedures {
 const Client* g_client;
 ZELInstance g_value;
 ZELInstance g_schema;
+ZELInstance g_validator;
 
 void Client::Validating(POSStructValidatorCallbackProc check) const {
   g_client = this;
   g_schema = Hold(statics.CreateFromText("<T <category real>>", nullptr));
   g_value = Array();
-  const ZELInstance validator = Hold(structValidators.NewPOSStructValidator(g_schema));
+  g_validator = Hold(structValidators.NewPOSStructValidator(g_schema));
   const ZELInstance number = Hold(numbers.NewPOSNumber(1));
   const ZELStringAtom name = Atom("T");
-  structValidators.RegisterCallbackProc(validator, name, check, nullptr);
-  validators.Validate(validator, number, name, nullptr);
+  structValidators.RegisterCallbackProc(g_validator, name, check, nullptr);
+  validators.Validate(g_validator, number, name, nullptr);
   atoms.DeleteStringAtom(name);
-  for (const ZELInstance held : {validator, number, g_value, g_schema}) Release(held);
+  for (const ZELInstance held : {g_validator, number, g_value, g_schema}) Release(held);
 }
 
 struct Mistake {
@@ -140,20 +141,10 @@ const Mistake kMistakes[] = {
        });
      }},
     {"changed-in-use", "RegisterCallbackProc", [](const Client& on) {
-       static ZELInstance validator;
-       static ZELStringAtom name;
-       const auto schema = on.Hold(on.statics.CreateFromText("<T <category real>>", nullptr));
-       g_client = &on;
-       name = on.Atom("T");
-       validator = on.Hold(on.structValidators.NewPOSStructValidator(schema));
-       on.structValidators.RegisterCallbackProc(validator, name, [](ZELInstance, ZELStringAtom, ZELSharedBuff, void*) {
-         g_client->structValidators.RegisterCallbackProc(validator, name, nullptr, nullptr);
+       on.Validating([](ZELInstance, ZELStringAtom name, ZELSharedBuff, void*) {
+         g_client->structValidators.RegisterCallbackProc(g_validator, name, nullptr, nullptr);
          return 1;
-       }, nullptr);
-       const auto number = on.Hold(on.numbers.NewPOSNumber(1));
-       on.validators.Validate(validator, number, name, nullptr);
-       on.atoms.DeleteStringAtom(name);
-       for (const auto held : {number, validator, schema}) on.Release(held);
+       });
      }},
     {"schema-changed", "Put", [](const Client& on) {
        on.Validating([](ZELInstance value, ZELStringAtom name, ZELSharedBuff, void*) {

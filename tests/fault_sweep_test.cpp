@@ -402,15 +402,20 @@ SCENARIO(WrongHandles) {
   Refused(dicts.Get, world, 0u);
   Refused(iterators.IsDone, world);
   Refused(streamers.Deserialize, streamer, world);
-  Refused(streamers.Serialize, world, nullptr, one, nullptr);
+  const ZELInstance stream = NewStream("");
+  Refused(streamers.Deserialize, one, stream);
+  Refused(streamers.Serialize, world, stream, one, nullptr);
+  Refused(streamers.Serialize, streamer, nullptr, one, nullptr);
+  Refused(streamers.Serialize, streamer, stream, nullptr, nullptr);
+  EXPECT_EQ(Contents(stream), "");
   Refused(structValidators.NewPOSStructValidator, streamer);
   Refused(validators.Validate, world, one, typeT, nullptr);
   bool exists = true;
   Refused(directories.FileExists, &exists, world, key);
   EXPECT_TRUE(exists);
-  ZELInstance stream = nullptr;
-  Refused(tempFiles.NewTempFileStream, &stream, "p", "e", "not a mode");
-  EXPECT_EQ(stream, nullptr);
+  ZELInstance file = nullptr;
+  Refused(tempFiles.NewTempFileStream, &file, "p", "e", "not a mode");
+  EXPECT_EQ(file, nullptr);
 }
 
 SCENARIO(Writing) {

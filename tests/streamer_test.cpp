@@ -324,21 +324,4 @@ TEST_F(StreamerTest, ValuesMayGoWhileTheyAreWritten) {
   }
 }
 
-TEST_F(StreamerTest, RefusesOtherHandles) {
-  Client client;
-  const ZELInstance stream = StreamOver(client), number = Parse("1");
-  const std::array<ZELInstance, 3> rows[] = {{streamer, nullptr, number},
-                                             {streamer, number, number},
-                                             {streamer, stream, nullptr},
-                                             {nullptr, stream, number},
-                                             {stream, stream, number}};
-  for (const auto& [self, to, object] : rows) {
-    EXPECT_EQ(streamers.Serialize(self, to, object, nullptr), 0);
-  }
-  EXPECT_EQ(streamers.Deserialize(number, stream), nullptr);
-  EXPECT_EQ(streamers.Deserialize(streamer, number), nullptr);
-  EXPECT_EQ(host.TakeReports().size(), 7u);
-  EXPECT_EQ(client.log, "");
-}
-
 }  // namespace
