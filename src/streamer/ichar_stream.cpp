@@ -76,6 +76,17 @@ inline char ICharStream::BufferedEscape() {
   return OctalChar(first, cursor_[-2], cursor_[-1]);
 }
 
+// The same after more spaces, other ones, or a block's end, and of a character that is escaped.
+int ICharStream::GetCharAfterMore() {
+  char character;
+  do {
+    SkipIndentation();
+    while (IsWhitespace(*cursor_)) ++cursor_;
+    if (!GetChar(&character)) return kClosed;
+  } while (character == ' ');
+  return static_cast<unsigned char>(character);
+}
+
 std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mustFill,
                                     bool skipWhitespace) {
   std::uint32_t kept = 0;

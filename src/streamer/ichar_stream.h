@@ -46,14 +46,21 @@ class ICharStream final : public CharStream {
     return *cursor_++;
   }
 
-  // As GetChar until the character is no space. Only for values that whitespace does not close.
-  bool GetCharAfterSpaces(char* character) {
-    do {
-      SkipIndentation();
-      while (IsWhitespace(*cursor_)) ++cursor_;
-      if (!GetChar(character)) return false;
-    } while (*character == ' ');
-    return true;
+  // As GetChar until the character is no space; kClosed at the value's closing character. Only for
+  // values that whitespace does not close.
+  static constexpr int kClosed = -1;
+  int GetCharAfterSpaces() {
+    SkipIndentation();
+    if (*cursor_ == ' ') ++cursor_;
+    // Nothing behind the block's end is printable.
+    if (const char byte = *cursor_; byte > ' ') [[likely]] {
+      const RawByte meaning = params_->HowToReadByte(byte);
+      if (meaning == RawByte::kContent || meaning == RawByte::kClose) [[likely]] {
+        ++cursor_;
+        return meaning == RawByte::kClose ? kClosed : byte;
+      }
+    }
+    return GetCharAfterMore();
   }
 
   // Stores up to `wanted` characters and returns how many: fewer only when the value's closing
@@ -77,6 +84,7 @@ class ICharStream final : public CharStream {
  private:
   std::uint32_t Unread() const noexcept { return static_cast<std::uint32_t>(end_ - cursor_); }
   void ReadBlock();
+  int GetCharAfterMore();
   void Reposition();
   // Skips, of what the block holds, a line's end and up to eight TABs behind it.
   void SkipIndentation() noexcept {

@@ -38,9 +38,9 @@ CPOSObject TypeAStreamer::ReadObject(ICharStream& input) {
 }
 
 const KindFormat* TypeAStreamer::ReadMarker(ICharStream& input) {
-  char marker;
-  if (!input.GetCharAfterSpaces(&marker)) return nullptr;
-  const KindFormat* const kind = FindStreamingParams(marker);
+  const int marker = input.GetCharAfterSpaces();
+  if (marker == ICharStream::kClosed) return nullptr;
+  const KindFormat* const kind = FindStreamingParams(static_cast<char>(marker));
   if (kind == nullptr) RaisePOSException("Cannot determine streaming params");
   return kind;
 }

@@ -1,7 +1,6 @@
 #include "frame/base/decimal.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +8,7 @@
 
 #include "frame/base/byte_words.h"
 #include "frame/base/compiler.h"
+#include "frame/base/decimal_powers.h"
 #include "frame/base/exact_decimal.h"
 
 namespace ZEL_T_NMT {
@@ -27,12 +27,6 @@ const char* SkipDigits(const char* cursor, const char* end) noexcept {
   while (cursor != end && IsDigit(*cursor)) ++cursor;
   return cursor;
 }
-
-constexpr std::array<std::uint64_t, 19> kPowersOfTen = [] {
-  std::array<std::uint64_t, 19> powers{1};
-  for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
-  return powers;
-}();
 
 // The first digits of a number, without the zeros before them, and how many more there are: from
 // 10^18 on, where the next digit might not fit, none is taken in.
@@ -68,42 +62,6 @@ struct LeadingDigits {
   std::uint64_t value = 0;
   std::int64_t dropped = 0;
 };
-
-// 5^n = significand * 2^exponent; the significand's top bit is set and what it has no room for is
-// cut off.
-struct PowerOfFive {
-  std::uint64_t significand;
-  std::int32_t exponent;
-};
-
-constexpr std::int32_t kLeastPower = -32;
-constexpr std::int32_t kGreatestPower = 27;  // the last one that fits in 64 bits
-
-constexpr std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> kPowersOfFive = [] {
-  std::array<PowerOfFive, kGreatestPower - kLeastPower + 1> powers{};
-  std::uint64_t whole = 1;
-  for (std::size_t i = -kLeastPower; i < powers.size(); ++i, whole *= 5) {
-    const int shift = std::countl_zero(whole);
-    powers[i] = {whole << shift, -shift};
-  }
-  // The negative powers are 2^159 divided by 5 time and again; the lowest limb comes first.
-  std::array<std::uint32_t, 5> limbs{0, 0, 0, 0, 0x80000000u};
-  for (std::size_t i = -kLeastPower; i-- > 0;) {
-    std::uint64_t rest = 0;
-    for (std::size_t limb = limbs.size(); limb-- > 0;) {
-      const std::uint64_t part = rest << 32 | limbs[limb];
-      limbs[limb] = static_cast<std::uint32_t>(part / 5);
-      rest = part % 5;
-    }
-    std::size_t top = limbs.size() - 1;
-    while (limbs[top] == 0) --top;
-    const int shift = std::countl_zero(limbs[top]);
-    const std::uint64_t high = std::uint64_t{limbs[top]} << 32 | limbs[top - 1];
-    powers[i] = {high << shift | std::uint64_t{limbs[top - 2]} << shift >> 32,
-                 static_cast<std::int32_t>(top) * 32 - 32 - shift - 159};
-  }
-  return powers;
-}();
 
 // Stores digits * 10^exponent, correctly rounded, in most cases where the exponent is small. False
 // where 64 bits do not tell to which side to round.
@@ -221,6 +179,43 @@ ZEL_ALWAYS_INLINE bool ShortPrefix(const char* text, Decimal& result) noexcept {
   return true;
 }
 
+// The same for a fraction with a sign or with more digits, such as streams hold, of which as many
+// are taken in as fit.
+ZEL_NEVER_INLINE bool FractionPrefix(const char* text, std::size_t length,
+                                     Decimal& result) noexcept {
+  const char* const limit = text + length;
+  const char* const begin = *text == '-' ? text + 1 : text;
+  const std::uint64_t word = LoadWord(begin);
+  const std::uint32_t wholes = BytesBefore(BytesNoDigits(word));
+  if (wholes == 0 || wholes >= kWordSize || begin[wholes] != '.') return false;
+  LeadingDigits digits{DigitsValue(word, wholes)};
+  std::uint32_t room = digits.value == 0 ? 19 : 19 - wholes;  // for digits of a 64-bit number
+  const char* const fraction = begin + wholes + 1;
+  const char* end = fraction;
+  std::uint32_t count = kWordSize;
+  std::int64_t taken = 0;
+  for (; count == kWordSize && room != 0; end += count) {
+    if (limit - end < std::ptrdiff_t{kWordSize}) return false;
+    const std::uint64_t next = LoadWord(end);
+    count = BytesBefore(BytesNoDigits(next));
+    const std::uint32_t fit = std::min(count, room);
+    if (fit != 0) digits.value = digits.value * kPowersOfTen[fit] + DigitsValue(next, fit);
+    room -= fit;
+    taken += fit;
+  }
+  if (count == kWordSize) end = SkipDigits(end, limit);
+  digits.dropped = end - fraction - taken;
+  // Rounding takes it that digits are only left out where no more fit.
+  if (end == fraction || end == limit || (*end | 0x20) == 'e' ||
+      (digits.dropped != 0 && digits.value < LeadingDigits::kFull)) {
+    return false;
+  }
+  double value = 0;
+  if (!RoundByProduct(digits, -taken, value)) return false;
+  result = {begin != text ? -value : value, static_cast<std::size_t>(end - text)};
+  return true;
+}
+
 ZEL_NEVER_INLINE Decimal LongPrefix(const char* text, std::size_t length,
                                     bool allowExponent) noexcept {
   const char* const end = text + length;
@@ -264,8 +259,10 @@ ZEL_NEVER_INLINE Decimal LongPrefix(const char* text, std::size_t length,
 Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) noexcept {
   if constexpr (kHasByteWords) {
     Decimal result;
-    if (length > 2 * kWordSize + 1 && ShortPrefix(text, result)) [[likely]]
+    if (length > 2 * kWordSize + 1 &&
+        (ShortPrefix(text, result) || FractionPrefix(text, length, result))) [[likely]] {
       return result;
+    }
   }
   return LongPrefix(text, length, allowExponent);
 }
