@@ -1,20 +1,10 @@
 // A host with the checking layer in place of the library, whose findings are collected.
 #pragma once
 
-#include <cstdlib>
-
 #include "support.h"
 #include "zelutils/check.h"
 
 namespace zeltest {
-
-inline void SetVariable(const char* name, const std::string& value) {
-#if defined(_WIN32)
-  _putenv_s(name, value.c_str());
-#else
-  value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
-#endif
-}
 
 // The rules that findings are of, and their paragraphs, of the layer that was started last.
 struct Findings {

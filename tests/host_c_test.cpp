@@ -158,18 +158,16 @@ TEST(HostCTest, TheLibraryIsFoundWithoutBeingNamed) {
             ? ""
             : (row.variable == std::string("good") ? inside("../far") / library : bin / "bad")
                   .string();
+    zeltest::SetVariable("ZELUTILS_LIBRARY", named);
 #if defined(_WIN32)
-    _putenv_s("ZELUTILS_LIBRARY", named.c_str());
     const std::string command = "\"\"" + program.string() + "\" >NUL 2>NUL\"";
-    EXPECT_EQ(std::system(command.c_str()) == 0, row.found);
-    _putenv_s("ZELUTILS_LIBRARY", "");
 #else
-    const std::string command = "ZELUTILS_LIBRARY='" + named + "' LD_LIBRARY_PATH='" +
-                                inside("../host").string() + ":" + inside("../searched").string() +
-                                "' " ZEL_EMULATOR "'" + program.string() + "' >/dev/null 2>'" +
-                                (folder / "error") + "'";
-    EXPECT_EQ(std::system(command.c_str()) == 0, row.found) << folder.Contents(folder / "error");
+    const std::string command = "LD_LIBRARY_PATH='" + inside("../host").string() + ":" +
+                                inside("../searched").string() + "' " ZEL_EMULATOR "'" +
+                                program.string() + "' >/dev/null 2>'" + (folder / "error") + "'";
 #endif
+    EXPECT_EQ(std::system(command.c_str()) == 0, row.found) << folder.Contents(folder / "error");
+    zeltest::SetVariable("ZELUTILS_LIBRARY", "");
   }
 }
 

@@ -37,6 +37,7 @@ std::string Quoted(const Unit* units) {
 
 class StreamFormatTest : public zeltest::LibraryTest {
  protected:
+  ZELInstance NewStreamer() { return Keep(streamers.NewPOSStreamer()); }
   std::string Json(ZELInstance value) {
     const std::int32_t type = objects.GetType(value);
     if (type == POSTypeNumber) return zeltest::Formatted("%.17g", numbers.Get(value));
@@ -71,14 +72,14 @@ class StreamFormatTest : public zeltest::LibraryTest {
   std::string ReadByLibrary(const std::string& bytes, std::uint32_t mostPerRead = 512) {
     zelfuzz::MemoryClient client{.bytes = bytes, .mostPerRead = mostPerRead};
     const ZELInstance stream = Keep(client.Open(*this));
-    const ZELInstance value = streamers.Deserialize(streamer, stream);
+    const ZELInstance value = streamers.Deserialize(NewStreamer(), stream);
     if (value == nullptr) return host.TakeReports().at(0);
     return Json(Keep(value)) + "\t" + std::to_string(client.position);
   }
 
   std::string Written(ZELInstance value) {
     zelfuzz::MemoryClient client;
-    EXPECT_EQ(streamers.Serialize(streamer, Keep(client.Open(*this)), value, nullptr), 1);
+    EXPECT_EQ(streamers.Serialize(NewStreamer(), Keep(client.Open(*this)), value, nullptr), 1);
     return client.bytes;
   }
 
@@ -116,7 +117,6 @@ class StreamFormatTest : public zeltest::LibraryTest {
     }
   }
 
-  ZELInstance streamer = Keep(streamers.NewPOSStreamer());
   const zeltest::Folder folder;
   std::map<std::string, std::string> cases;
 };
@@ -131,13 +131,12 @@ TEST_F(StreamFormatTest, AReaderMadeFromThePageAgreesWithTheLibrary) {
   zeltest::ValueMaker maker(1, false);
   for (int i = 0; i < 300; ++i) {
     const std::string given = kHeader + ToStream(maker.Make(4));
-    std::string bytes = Written(Keep(streamers.Deserialize(streamer, NewStream(given))));
+    std::string bytes = Written(Keep(streamers.Deserialize(NewStreamer(), NewStream(given))));
     Add(bytes);
     const std::size_t at = kHeader.size() + maker.Below(bytes.size() - kHeader.size());
     bytes[at] = " \\01a\"`{}[]<>#$\t"[maker.Below(16)];
     Add(bytes);
     GiveBack();
-    streamer = Keep(streamers.NewPOSStreamer());
   }
 
   const std::string command = "python3 " ZEL_EXAMPLES_DIR
@@ -157,7 +156,6 @@ TEST_F(StreamFormatTest, AReaderMadeFromThePageAgreesWithTheLibrary) {
               ReadByLibrary(cases[name]))
         << cases[name];
     GiveBack();
-    streamer = Keep(streamers.NewPOSStreamer());
   }
   EXPECT_EQ(count, cases.size());
   EXPECT_GT(count, 600u);

@@ -146,6 +146,7 @@ std::vector<std::string> Words(const std::string& line,
   return words;
 }
 
+// Beside what the page about the tool shows, which is tested as well.
 TEST_F(ToolTest, StatusOutputAndMessages) {
   const std::string nul("[1 \0 2]", 7);
   const std::string one = File("one", "1");
@@ -189,10 +190,8 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {"get -", "", 2, "PATH is required"},
       {"get - a [1] b", "<a 1>", 1, "<stdin>: nothing at \"[1]\"\n", "1\n"},
       {"get NONE a", "", 2, "none: No such file or directory"},
-      {"get - a.b[3]", "<a <b [1]>>", 1, "<stdin>: nothing at \"a.b[3]\""},
       {"get - a", "[1]", 1, "<stdin>: nothing at \"a\""},
       {"get - [1].x", "[0 <x 7>]", 0, "", "7\n"},
-      {"get - (a.b)[0].()", "<(a.b) [<() 7>]>", 0, "", "7\n"},
       {"get - a]b", "<(a]b) 7>", 0, "", "7\n"},
       {"get - a[x]", "<a [1]>", 2, "\"a[x]\" is no path"},
       {"get - a", nul, 2, "<stdin>:1:4: the text holds a NUL"},
@@ -214,7 +213,6 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {"validate - T ONE", "[]", 2, "<stdin>:1:1: Dict object expected"},
       {"validate - T ONE", "<T <category int\n min (2)>>", 2,
        "<stdin>:2:6: T.min: Not a valid union type: Trying IntDefn"},
-      {"validate SCHEMA Document DOCUMENT", "", 0, ""},
       {"validate SCHEMA Document -", Run({"convert", document}).out, 0, ""},
       {"validate SCHEMA Permissions -", "<(a\nb) 1 copy 2>", 1, "2 find", twoMessages},
       {"validate - T ONE", "<T <category union set []>>", 1, "1 find", noMessage},
@@ -224,7 +222,6 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {"validate - T ONE NONE ONE", "<T <category real>>", 2, "no findings in 3"},
       {"print --compact -", "[1\n\n2]", 0, "", "[1 2]\n"},
       {"print -", "[1,\"a\"]", 2, "(for JSON, say --from json)"},
-      {"print -c --from=json -", "[1,\"a b\",null,true]", 0, "", "[1 (a b) null true]\n"},
       {"print -", "{\"a\": [1, nul]}", 2, "<stdin>:1:14: no JSON: "},
       {"print -", "{\"a\": {\"$bytes\": \"x\"}}", 2, "<stdin>: a.$bytes: "},
       {"print -", "{\"a\": \"\\u0000\"}", 2, "<stdin>: a: a string cannot hold a NUL"},
@@ -250,7 +247,6 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
       {"format --check -", "<b  1 a 2>\n", 1, "", "<stdin>\n"},
       {"diff - ONE", "1", 0, ""},
       {"diff - ONE", "2", 1, "", "~ 2 -> 1\n"},
-      {"diff --stat - ONE", "2", 1, "", "1 changed, 0 removed, 0 added\n"},
       {"stats -", "<a [1 (xyz)]>", 0, "",
        "kind                  values        size     largest\n"
        "number                     1\n"
@@ -274,8 +270,6 @@ TEST_F(ToolTest, StatusOutputAndMessages) {
     EXPECT_EQ(outcome.err.find(row.message), outcome.err.rfind(row.message)) << outcome.err;
     EXPECT_EQ(outcome.out, row.out);
   }
-  const std::string broken = Run({"validate", schema, "Document", folder + "broken.pos"}).out;
-  EXPECT_EQ(std::count(broken.begin(), broken.end(), '\n'), 22) << broken;
 #if defined(__linux__)
   for (const char* argument : {"--help", "--version"}) {
     const std::string command = std::string(ZEL_TOOL_PATH) + ' ' + argument + " >/dev/full 2>&1";
@@ -338,11 +332,11 @@ TEST_F(ToolTest, ParseErrorsAreShownWhereTheyAre) {
 #if defined(__linux__)
 // The output of a program to a terminal.
 TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
-  const std::string file =
-      File("hostile", "<key (\x1B]0;title\x07\x9B\xE2\x80\xAE) (\x1B[2J) 1 n 2>");
+  File("hostile", "<key (\x1B]0;title\x07\x9B\xE2\x80\xAE) (\x1B[2J) 1 n 2>");
   const auto shown = [this](const std::string& arguments) {
-    const std::string command = "NO_COLOR=1 script -qec '" ZEL_TOOL_PATH " " + arguments +
-                                "' /dev/null >" + Path(".out") + " 2>&1 </dev/null";
+    const std::string command = "cd '" + Path("") +
+                                "' && NO_COLOR=1 script -qec '" ZEL_TOOL_PATH " " + arguments +
+                                "' /dev/null >.out 2>&1 </dev/null";
     EXPECT_NE(std::system(command.c_str()), -1);
     return Contents(Path(".out"));
   };
@@ -350,16 +344,12 @@ TEST_F(ToolTest, ATerminalGetsNoControlBytes) {
        {"get hostile key", "get hostile \"\"", "get hostile n[0]", "validate hostile int hostile",
         "validate hostile (a hostile", "convert hostile", "convert --to text hostile",
         "format hostile -o -", "set hostile n[0] 3 -o -"}) {
-    std::string command = arguments;
-    for (std::size_t i = 0; (i = command.find("hostile", i)) != command.npos; i += file.size()) {
-      command.replace(i, 7, file);
-    }
-    for (const char c : shown(command)) {
+    for (const char c : shown(arguments)) {
       EXPECT_TRUE(c == '\r' || c == '\n' || c == '\t' || static_cast<unsigned char>(c) >= ' ')
           << arguments;
     }
   }
-  EXPECT_EQ(shown("get " + file + " key"), "(\\x1B]0;title\\x07\\x9B\\u{202E})\r\n");
+  EXPECT_EQ(shown("get hostile key"), "(\\x1B]0;title\\x07\\x9B\\u{202E})\r\n");
 }
 #endif
 

@@ -141,15 +141,8 @@ const Mixture kMixtures[] = {
      }},
     {"everything at random",
      [](Beside& both, std::size_t step) {
-       switch (step % 5) {
-         case 0:
-         case 1:
-           return both.Put(both.AnyKey());
-         case 2:
-           return both.Remove(both.AnyKey());
-         default:
-           return both.Next();
-       }
+       if (step % 5 < 2) return both.Put(both.AnyKey());
+       step % 5 == 2 ? both.Remove(both.AnyKey()) : both.Next();
      }},
 };
 

@@ -16,8 +16,11 @@ namespace {
 
 using Reports = std::vector<std::string>;
 
+const zeltest::CoreProcedures* g_own;  // the host's
+
 class StrangeHostTest : public ::testing::Test {
  protected:
+  StrangeHostTest() { g_own = &own; }
   void Start() { host.Start({&ZELUtilsGetVersion, &ZELUtilsInitialize, &ZELUtilsTerminate}); }
   void TearDown() override {
     host.Stop();
@@ -25,6 +28,7 @@ class StrangeHostTest : public ::testing::Test {
   }
 
   zelhost::Host host;
+  const zeltest::CoreProcedures own{host};
 };
 
 TEST_F(StrangeHostTest, StartAndStopOutOfTurnDoNothing) {
@@ -124,6 +128,7 @@ TEST_F(StrangeHostTest, ALinkThatFailsTakesNothingFromTheOneBefore) {
 std::uint64_t g_lookups = 0;
 std::uint32_t g_otherCount = 0;
 bool g_countsElsewhere = false;
+template <int kNumber>  // one procedure for each
 ZELProc CountingLookup(const char* interfaceName, const char* method, const char* procType) {
   ++g_lookups;
   if (g_countsElsewhere && std::string(method) == "ZELGetUnregisterCountAddr") {
@@ -131,20 +136,16 @@ ZELProc CountingLookup(const char* interfaceName, const char* method, const char
   }
   return zelhost::Host::LookupProc()(interfaceName, method, procType);
 }
-ZELProc OtherLookup(const char* interfaceName, const char* method, const char* procType) {
-  return CountingLookup(interfaceName, method, procType);
-}
-
 TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReadsTheSame) {
   std::uint32_t* const counter =
       zeltest::Import<zelutils::BinderInterface>(host).ZELGetUnregisterCountAddr();
   const std::uint32_t first = *counter;
   constexpr std::uint64_t kBinderProcs = 5;
   constexpr std::uint64_t kCoreProcs = 16 + 8 + 4 + 4;
-  const std::tuple<ZELLookupProc, bool, bool> rows[] = {{&CountingLookup, false, true},
-                                                        {&CountingLookup, false, false},
-                                                        {&OtherLookup, false, true},
-                                                        {&OtherLookup, true, true}};
+  const std::tuple<ZELLookupProc, bool, bool> rows[] = {{&CountingLookup<1>, false, true},
+                                                        {&CountingLookup<1>, false, false},
+                                                        {&CountingLookup<2>, false, true},
+                                                        {&CountingLookup<2>, true, true}};
   for (const auto& [lookup, countsElsewhere, isAnother] : rows) {
     g_lookups = 0;
     g_countsElsewhere = countsElsewhere;
@@ -156,23 +157,19 @@ TEST_F(StrangeHostTest, TheTablesOfAnotherBinderAreImportedThoughItsCounterReads
 }
 
 Reports g_givenBack;
-zelutils::Table<zelutils::AtomInterface> g_atoms;  // the host's own
-zelutils::Table<zelutils::ErrorInterface> g_errors;
 
 TEST_F(StrangeHostTest, TheLinkGivesBackInOrder) {
-  g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
-  g_errors = zeltest::Import<zelutils::ErrorInterface>(host);
   zeltest::Replace<zelutils::AtomInterface>(
       host, "DeleteStringAtom", +[](ZELStringAtom atom) {
-        g_givenBack.emplace_back(g_atoms.GetCString(atom));
-        g_atoms.DeleteStringAtom(atom);
+        g_givenBack.emplace_back(g_own->atoms.GetCString(atom));
+        g_own->atoms.DeleteStringAtom(atom);
       });
   zeltest::Replace<zelutils::ErrorInterface>(
       host, "Release", +[](ZELErrorObject error) {
         if (error != nullptr) {
-          g_givenBack.emplace_back(g_atoms.GetCString(g_errors.GetErrorMessage(error)));
+          g_givenBack.emplace_back(g_own->atoms.GetCString(g_own->errors.GetErrorMessage(error)));
         }
-        g_errors.Release(error);
+        g_own->errors.Release(error);
       });
   Start();
   std::string ofValues;
@@ -309,43 +306,40 @@ TEST_F(StrangeHostTest, AReportOfAForeignProcedureEndsTheWriting) {
 struct LooseAtoms {
   static constexpr ZELStringAtom kFirst = 0x80000000u;
   static ZELStringAtom New(const char* text) {
-    if (std::strncmp(text, "own", 3) != 0) return g_atoms.NewStringAtom(text);
+    if (std::strncmp(text, "own", 3) != 0) return g_own->atoms.NewStringAtom(text);
     own.emplace_back(text);
     return kFirst + static_cast<ZELStringAtom>(own.size() - 1);
   }
   static void Delete(ZELStringAtom atom) {
-    if (atom < kFirst) g_atoms.DeleteStringAtom(atom);
+    if (atom < kFirst) g_own->atoms.DeleteStringAtom(atom);
   }
   static void AddRef(ZELStringAtom atom) {
-    if (atom < kFirst) g_atoms.AddRef(atom);
+    if (atom < kFirst) g_own->atoms.AddRef(atom);
   }
   static const char* Copy(const char* text) { return copies.emplace_back(text).c_str(); }
   static const char* Text(ZELStringAtom atom) {
-    return Copy(atom < kFirst ? g_atoms.GetCString(atom) : own[atom - kFirst].c_str());
+    return Copy(atom < kFirst ? g_own->atoms.GetCString(atom) : own[atom - kFirst].c_str());
   }
   static inline std::deque<std::string> own, copies;
 };
-zelutils::Table<zelutils::ContainerInterface> g_containers;  // the host's own
 ZELErrorObject PublishWithCopies(ZELInstance* result, void* object, ZELStringAtom implementation,
                                  ZELDestroyProc destroy, ZELStringAtom interfaceName,
                                  std::int32_t first, std::int32_t second, std::int32_t third) {
-  const ZELErrorObject error = g_containers.NewFullContainer(
+  const ZELErrorObject error = g_own->containers.NewFullContainer(
       result, object, implementation, destroy, interfaceName, first, second, third);
   if (error != nullptr) return error;
-  auto& primary = *reinterpret_cast<ZELPrimaryInstance*>(reinterpret_cast<char*>(*result) +
-                                                         g_containers.GetOffsetToPrimaryInstance());
+  auto& primary = *reinterpret_cast<ZELPrimaryInstance*>(
+      reinterpret_cast<char*>(*result) + g_own->containers.GetOffsetToPrimaryInstance());
   primary.implementationName = LooseAtoms::Copy(primary.implementationName);
   primary.signature = LooseAtoms::Copy(primary.signature);
   return nullptr;
 }
 
 TEST_F(StrangeHostTest, ATextMayHaveMoreThanOneAddressAndAtom) {
-  g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
   zeltest::Replace<zelutils::AtomInterface>(host, "NewStringAtom", &LooseAtoms::New);
   zeltest::Replace<zelutils::AtomInterface>(host, "DeleteStringAtom", &LooseAtoms::Delete);
   zeltest::Replace<zelutils::AtomInterface>(host, "AddRef", &LooseAtoms::AddRef);
   zeltest::Replace<zelutils::AtomInterface>(host, "GetCString", &LooseAtoms::Text);
-  g_containers = zeltest::Import<zelutils::ContainerInterface>(host);
   zeltest::Replace<zelutils::ContainerInterface>(host, "NewFullContainer", &PublishWithCopies);
   Start();
   {

@@ -11,6 +11,15 @@
 
 namespace zeltest {
 
+// Sets a variable of the environment; on Windows an empty one is none.
+inline void SetVariable(const char* name, const std::string& value) {
+#if defined(_WIN32)
+  _putenv_s(name, value.c_str());
+#else
+  setenv(name, value.c_str(), 1);
+#endif
+}
+
 // A new folder, gone at the end with all that is in it.
 struct Folder {
   Folder() { std::filesystem::create_directory(path); }
@@ -42,9 +51,9 @@ struct TempFolder : Folder {
   ~TempFolder() { Set(path.parent_path().string()); }
   static void Set(const std::string& path) {
 #if defined(_WIN32)
-    _putenv_s("TMP", path.c_str());
+    SetVariable("TMP", path);
 #else
-    setenv("TMPDIR", path.c_str(), 1);
+    SetVariable("TMPDIR", path);
 #endif
   }
 };

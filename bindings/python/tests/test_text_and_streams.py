@@ -50,22 +50,11 @@ def test_what_is_no_text(text, line, column, said):
     assert (raised.value.line, raised.value.column) == (line, column)
 
 
-def without_bin_data(value):
-    if isinstance(value, BinData):
-        return "bin"
-    if isinstance(value, list):
-        return [without_bin_data(member) for member in value]
-    if isinstance(value, dict):
-        return {key: without_bin_data(member) for key, member in value.items()}
-    return value
-
-
 def test_random_values_come_back():
     source = random.Random(3)
     for _ in range(500):
-        value = random_value(source, 4)
+        value, text = random_value(source, 4), random_value(source, 4, (0, 2, 4, 5, 6))
         assert as_plain(zelutils.from_stream(zelutils.to_stream(value))) == value
-        text = without_bin_data(value)
         for indent in (None, 2):
             assert as_plain(zelutils.loads(zelutils.dumps(text, indent))) == text
 

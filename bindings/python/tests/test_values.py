@@ -98,15 +98,15 @@ def test_an_iteration_survives_changes():
     assert holder["a"] == [1, 1, 2, 1, 2, 1, 2, 1, 2, 1]
 
 
-def random_value(source, depth):
-    kind = source.randrange(7 if depth else 4)
+def random_value(source, depth, kinds=range(7)):
+    kind = source.choice([kind for kind in kinds if depth or kind < 4])
     if kind < 2:
         return source.choice([source.randrange(-99, 99), source.random()])
     if kind == 2:
         return "".join(source.choices("ab é€", k=source.randrange(5)))
     if kind == 3:
         return BinData("t", bytes(source.choices(range(256), k=source.randrange(9))))
-    members = [random_value(source, depth - 1) for _ in range(source.randrange(4))]
+    members = [random_value(source, depth - 1, kinds) for _ in range(source.randrange(4))]
     return members if kind < 5 else {str(source.randrange(5)): member for member in members}
 
 
