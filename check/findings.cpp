@@ -3,8 +3,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <set>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -37,10 +37,21 @@ struct Outlet {
   bool tellsOfDisturbance = true;
 };
 constinit Lasting<Outlet> g_outlet;
-constinit std::mutex g_outletLock;
+constinit std::atomic<bool> g_isOutletTaken{false};
+
+// A mutex would be made when the layer is loaded, and end before the layer does.
+class OutletLock {
+ public:
+  OutletLock() noexcept {
+    while (g_isOutletTaken.exchange(true, std::memory_order_acquire)) std::this_thread::yield();
+  }
+  ~OutletLock() { g_isOutletTaken.store(false, std::memory_order_release); }
+  OutletLock(const OutletLock&) = delete;
+  OutletLock& operator=(const OutletLock&) = delete;
+};
 
 Outlet CurrentOutlet() {
-  const std::lock_guard<std::mutex> lock(g_outletLock);
+  const OutletLock lock;
   return g_outlet();
 }
 
@@ -143,7 +154,7 @@ void BeginTelling(const Settings& settings, ZELUtilsCheckFindingProc procedure) 
   g_isShort = false;
   Outlet outlet = {settings.out, procedure, settings.abort,
                    settings.Asks(TextOf(Rule::kConcurrentCall).id)};
-  const std::lock_guard<std::mutex> lock(g_outletLock);
+  const OutletLock lock;
   g_outlet() = std::move(outlet);
 }
 

@@ -1,5 +1,6 @@
 // The checking layer before mistakes that clients make: each is told of by its rule, and nothing
 // else is.
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <mutex>
@@ -212,13 +213,13 @@ TEST(CheckTest, CallsDuringAndAfterTheLibrarysLifeAreToldOf) {
 
 // ---- Threads ----
 
-constexpr int kThreads = 4;
+constexpr std::size_t kThreads = 4;
 const zelhost::HostOptions kAnyThread{.anyThread = true};
 
 template <typename Action>
 void OnThreads(Action action) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) threads.emplace_back([&action, i] { action(i); });
+  std::array<std::thread, kThreads> threads;
+  for (std::size_t i = 0; i < kThreads; ++i) threads[i] = std::thread([&action, i] { action(i); });
   for (std::thread& thread : threads) thread.join();
 }
 
@@ -227,16 +228,18 @@ TEST(CheckTest, ThreadsThatTakeTurnsAreSeenAsOne) {
   checked.Start("core,without=second-thread");
   const Client client(checked.host);
   std::mutex turn;
-  int right = 0;
-  OnThreads([&](int thread) {
+  std::size_t right = 0;
+  OnThreads([&](std::size_t thread) {
     for (int i = 0; i < 100; ++i) {
       const std::lock_guard<std::mutex> lock(turn);
       const ZELInstance dict = client.Dict();
       const ZELStringAtom key = client.Atom(("key" + std::to_string(i)).c_str());
-      const ZELInstance number = client.Hold(client.numbers.NewPOSNumber(thread));
+      const ZELInstance number =
+          client.Hold(client.numbers.NewPOSNumber(static_cast<double>(thread)));
       client.dicts.Put(dict, key, number);
       client.Release(number);
-      right += client.numbers.Get(client.dicts.Get(dict, key)) == thread ? 1 : 0;
+      right +=
+          client.numbers.Get(client.dicts.Get(dict, key)) == static_cast<double>(thread) ? 1U : 0U;
       client.atoms.DeleteStringAtom(key);
       if (thread != 3 || i != 99) client.Release(dict);
     }
@@ -260,7 +263,7 @@ TEST(CheckTest, CallsAtTheSameTimeAreToldOfOnceAndAreTheLastThatIsSeen) {
     const ZELInstance array = client.Array();
     client.Atom("lost");
     std::atomic<int> wrong = 0;
-    const auto use = [&](int) {
+    const auto use = [&](std::size_t) {
       for (int i = 0; i < 2000 || (rule == rules[0] && !g_isTold && i < 50000000); ++i) {
         if (client.arrays.Count(array) != 0 || client.arrays.IsPOSArray(array) == 0) ++wrong;
       }
