@@ -26,6 +26,12 @@ struct Adapt {
 template <auto member>
 inline constexpr bool kAdaptsAlways = false;
 
+// Whether two watches are the same one. Under gcc's sanitizers a comparison of the addresses of two
+// functions is no constant.
+template <void (*one)(Call&), void (*other)(Call&)>
+inline constexpr bool kIsSameWatch = std::is_same_v<std::integral_constant<void (*)(Call&), one>,
+                                                    std::integral_constant<void (*)(Call&), other>>;
+
 // Number of different procedures that a host may have under one name in the course of a process.
 // One more is called directly: the call is as it should be, and goes unseen.
 inline constexpr std::size_t kPlaces = 8;
@@ -117,11 +123,11 @@ class Procedure<side, member, Result (*)(Arguments...)> {
         call.BeginsObserved();
         if (call.IsRefused()) return false;
       }
-      if constexpr (Of::kBefore != nullptr) Of::kBefore(call);
+      if constexpr (!kIsSameWatch<Of::kBefore, nullptr>) Of::kBefore(call);
     } catch (...) {
       TellOfLostSight();
     }
-    if constexpr (Of::kBefore == &watch::ObjectDestroyed) return !call.IsRefused();
+    if constexpr (kIsSameWatch<Of::kBefore, &watch::ObjectDestroyed>) return !call.IsRefused();
     return true;
   }
 
@@ -135,7 +141,7 @@ class Procedure<side, member, Result (*)(Arguments...)> {
 
   static void Ends(Call& call) noexcept {
     try {
-      if constexpr (Of::kAfter != nullptr) {
+      if constexpr (!kIsSameWatch<Of::kAfter, nullptr>) {
         if (!call.IsRefused()) Of::kAfter(call);
       }
       NoteResult(call);
@@ -149,7 +155,8 @@ class Procedure<side, member, Result (*)(Arguments...)> {
     if constexpr (kGivesError) {
       if (call.result.bits != 0) {
         // Those that make an error object note it themselves.
-        if constexpr (Of::kAfter != &watch::ErrorMade && Of::kAfter != &watch::ErrorReferenced) {
+        if constexpr (!kIsSameWatch<Of::kAfter, &watch::ErrorMade> &&
+                      !kIsSameWatch<Of::kAfter, &watch::ErrorReferenced>) {
           NoteError(call, call.result.As<ZELErrorObject>());
         }
         return;

@@ -126,10 +126,10 @@ TEST(FileSystemTest, EachNameIsWonByOneThread) {
   static std::array<std::atomic<std::uint32_t>, kNames> wins;
   const zeltest::Folder folder;
   std::array<std::atomic<std::uint32_t>, 4> ids{};
-  std::vector<std::thread> threads;
-  for (std::atomic<std::uint32_t>& id : ids) {
-    threads.emplace_back([&] {
-      id = NFileSystem::ThreadId();
+  std::array<std::thread, ids.size()> threads;
+  for (std::size_t thread = 0; thread < ids.size(); ++thread) {
+    threads[thread] = std::thread([&, thread] {
+      ids[thread] = NFileSystem::ThreadId();
       for (std::size_t name = 0; name < kNames; ++name) {
         const int error = NFileSystem::CreateNewFile((folder / std::to_string(name)).c_str());
         wins[name] += error == 0 ? 1 : error == EEXIST ? 0 : 1000;
