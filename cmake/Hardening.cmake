@@ -7,7 +7,9 @@ endif()
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 
-# Stack smashing, stack clashes, and jumps into the middle of the code (x86, ARM).
+# Stack smashing, stack clashes, and jumps into the middle of the code (x86, ARM). Clang warns of a
+# flag that is another processor's.
+set(CMAKE_REQUIRED_FLAGS -Werror)
 foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=full
     -mbranch-protection=standard)
   string(MAKE_C_IDENTIFIER "ZEL_HAS${flag}" has)
@@ -17,6 +19,7 @@ foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=f
     add_compile_options(${flag})
   endif()
 endforeach()
+unset(CMAKE_REQUIRED_FLAGS)
 
 # Checked versions of the C library's functions; they need an optimised build.
 if(NOT WIN32 AND NOT ZEL_SANITIZE)
