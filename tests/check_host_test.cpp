@@ -161,7 +161,7 @@ const WrongHost kWrongHosts[] = {
     {nullptr, "host-atom-text-changed", PLANT(Atom, GetCString, const char*, (ZELStringAtom atom), { static std::string texts[2]; const char* const text = g_real->atoms.GetCString(atom); return std::strcmp(text, "one") != 0 ? text : (texts[++g_count % 2] = text).c_str(); }), &UseAtoms},
     {nullptr, "host-atom-text-wrong", PLANT(Atom, GetCString, const char*, (ZELStringAtom atom), { const char* const text = g_real->atoms.GetCString(atom); return std::strcmp(text, "one") != 0 ? text : "two"; }), &UseAtoms},
     {nullptr, "host-atom-not-unique", PLANT(Atom, NewStringAtom, ZELStringAtom, (const char* text), { return g_real->atoms.NewStringAtom(std::strcmp(text, "other") == 0 ? "one" : text); }), &UseAtoms},
-    {nullptr, "host-memory-overlaps", PLANT(Memory, Alloc, void*, (std::size_t size), { static char block[kOdd]; return size == kOdd ? block : g_real->memory.Alloc(size); }), &TakeOddBlocks},
+    {nullptr, "host-memory-overlaps", PLANT(Memory, Alloc, void*, (std::size_t size), { alignas(16) static char block[kOdd]; return size == kOdd ? block : g_real->memory.Alloc(size); }), &TakeOddBlocks},
     {nullptr, "host-memory-unaligned", PLANT(Memory, Alloc, void*, (std::size_t size), { static std::uint64_t blocks[2][kOdd / 8 + 2]; return size == kOdd ? reinterpret_cast<char*>(blocks[g_count++ % 2]) + 4 : g_real->memory.Alloc(size); }), &TakeOddBlocks},
     {nullptr, "host-error-wrong", PLANT(Error, GetID, std::int32_t, (ZELErrorObject error), { return g_real->errors.GetID(error) + 1; }), &UseError},
     {nullptr, "host-buffer-moved", PLANT(SharedBuff, GetBuffer, void*, (ZELSharedBuff), { static char bytes[2][8]; return bytes[++g_count % 2]; }), &UseBuffer},
