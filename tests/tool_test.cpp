@@ -126,8 +126,10 @@ TEST_F(ToolTest, AnInterruptionLeavesTheOldFile) {
         waitpid(tool, &status, 0);
       }
       EXPECT_FALSE(isWriting()) << "something is left";
-      isInterrupted = WIFSIGNALED(status) && WTERMSIG(status) == signal;
-      EXPECT_TRUE(!isInterrupted || Contents(output) == "old") << signal;
+      // One that comes when the file has been replaced finds it whole, and is tried again.
+      const std::string left = Contents(output);
+      isInterrupted = WIFSIGNALED(status) && WTERMSIG(status) == signal && left == "old";
+      EXPECT_TRUE(isInterrupted || left.ends_with("#1.5 \n]")) << signal;
     }
     EXPECT_TRUE(isInterrupted) << signal;
   }

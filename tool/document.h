@@ -38,7 +38,7 @@ std::size_t WriteValue(const zelutils::Client& client, const zelutils::Value& va
                        const std::string& name, const TextOptions& options, const TakeText& take);
 
 // Opens standard output for "-", else what takes the file's place in the end, and has `write` write
-// to it. An interruption leaves the file as it was.
+// to it. An interruption leaves the file as it was, or replaced as a whole if that has been done.
 void WriteOutput(const std::string& file, const std::function<void(const TakeText&)>& write);
 
 }  // namespace zelpos
