@@ -36,7 +36,7 @@ class DictCase : public Case {
     keys_.push_back(NewAtom(RandomLetters(random_, 12)));
     return keys_.back();
   }
-  ZELStringAtom AnyKey() { return keys_[random_() % keys_.size()]; }
+  ZELStringAtom AnyKey() { return keys_[static_cast<std::size_t>(random_() % keys_.size())]; }
   void Put(ZELStringAtom key) { library_.dicts.Put(dict_.Get(), key, value_.Get()); }
   void Remove(ZELStringAtom key) { library_.dicts.Remove(dict_.Get(), key); }
   Zel::Document NewIterator(const Zel::Document& dict) {
