@@ -27,7 +27,8 @@ constexpr RuleText kRules[] = {
 using Place = std::tuple<Rule, const Row*, const void*>;
 
 constinit Lasting<std::set<Place>> Told;
-constinit std::atomic<bool> g_isShort{false};  // memory has run out
+// Flags, since another exchange of one byte needs a library of its own on some processors.
+constinit std::atomic_flag g_isShort;  // memory has run out
 
 // The ways out, which any thread may need: a copy of the settings, under a lock of its own.
 struct Outlet {
@@ -37,15 +38,15 @@ struct Outlet {
   bool tellsOfDisturbance = true;
 };
 constinit Lasting<Outlet> g_outlet;
-constinit std::atomic<bool> g_isOutletTaken{false};
+constinit std::atomic_flag g_isOutletTaken;
 
 // A mutex would be made when the layer is loaded, and end before the layer does.
 class OutletLock {
  public:
   OutletLock() noexcept {
-    while (g_isOutletTaken.exchange(true, std::memory_order_acquire)) std::this_thread::yield();
+    while (g_isOutletTaken.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
   }
-  ~OutletLock() { g_isOutletTaken.store(false, std::memory_order_release); }
+  ~OutletLock() { g_isOutletTaken.clear(std::memory_order_release); }
   OutletLock(const OutletLock&) = delete;
   OutletLock& operator=(const OutletLock&) = delete;
 };
@@ -142,7 +143,7 @@ void TellDisturbance(const std::string& what) {
 }
 
 void TellOfLostSight() noexcept {
-  if (g_isShort.exchange(true)) return;
+  if (g_isShort.test_and_set()) return;
   std::fputs(
       "zelutils-check: the layer has no memory left; it goes on, and may miss things or take them "
       "for others\n",
@@ -151,7 +152,7 @@ void TellOfLostSight() noexcept {
 
 void BeginTelling(const Settings& settings, ZELUtilsCheckFindingProc procedure) {
   Told().clear();
-  g_isShort = false;
+  g_isShort.clear();
   Outlet outlet = {settings.out, procedure, settings.abort,
                    settings.Asks(TextOf(Rule::kConcurrentCall).id)};
   const OutletLock lock;
