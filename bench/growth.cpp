@@ -2,8 +2,11 @@
 // length of its stream has no part in.
 #include <algorithm>
 #include <cstring>
+#include <numeric>
+#include <vector>
 
 #include "cases.h"
+#include "random.h"
 #include "zel.h"
 
 namespace zelbench {
@@ -51,6 +54,36 @@ class AppendCase final : public LibraryCase<Zel> {
  private:
   Document value_;
   Document array_;
+};
+
+// What memory itself costs: a chain of loads, each of which tells where the next one is, in random
+// order over records as large as what one member of a dictionary takes.
+class ChainCase final : public Case {
+ public:
+  explicit ChainCase(std::size_t count) : records_(count) {
+    std::vector<std::uint32_t> order(count);
+    std::iota(order.begin(), order.end(), 0u);
+    Random random(1);
+    for (std::size_t left = count; left > 1; --left) {
+      std::swap(order[left - 1], order[random.Below(left)]);
+    }
+    for (std::size_t i = 0; i < count; ++i) records_[order[i]].next = order[(i + 1) % count];
+    items = count;
+  }
+  void Run() override {
+    for (std::size_t i = 0; i < items; ++i) at_ = records_[at_].next;
+    Require(at_ == 0, "the chain is not closed");
+  }
+
+ private:
+  struct alignas(64) Record {
+    std::uint32_t next;
+    char rest[128];
+  };
+  static_assert(sizeof(Record) == 192);
+
+  std::vector<Record> records_;
+  std::uint32_t at_ = 0;
 };
 
 template <typename AnyCase>
@@ -183,6 +216,8 @@ void AddGrowthCases() {
     AddForSize<LookupCase<Zel>>("lookup", kShapes[1], count);
     AddCase("growth/append/flat_array/" + std::to_string(count),
             [count] { return std::make_unique<AppendCase>(count); });
+    AddCase("growth/one_load_in/records_of_192_bytes/" + std::to_string(count),
+            [count] { return std::make_unique<ChainCase>(count); });
   }
 }
 
