@@ -12,7 +12,7 @@ class Array final : public ZEL_T_NMT::OwnArray {
   static constexpr POSObjectType kType = POSTypeArray;
   static constexpr const char* kMismatch = "instance was not an POSArray";
 
-  Array() noexcept : OwnArray(kKindOf<Array>) {}
+  Array() noexcept = default;
   ~Array();
 
   Array* Clone() const;

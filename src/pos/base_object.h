@@ -1,8 +1,8 @@
 // The common base of all POS objects, and the checks that lead from a handle to an object.
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <type_traits>
 
 #include "frame/base/compiler.h"
 #include "frame/client/pos_wrappers.h"
@@ -14,56 +14,52 @@ namespace NPOSObjectImpl {
 using BaseObject = ZEL_T_NMT::OwnValue;
 using Composite = ZEL_T_NMT::OwnComposite;
 
-// Null for an object of another class.
+constexpr bool IsComposite(POSObjectType type) noexcept {
+#define ZEL_COMPOSITE_BIT(Name, interface, noun, one, composite) | (composite##u << POSType##Name)
+  constexpr std::uint32_t kComposites = 0u POS_KINDS(ZEL_COMPOSITE_BIT);
+#undef ZEL_COMPOSITE_BIT
+  return (kComposites >> type & 1u) != 0;
+}
+
+// The operations of all objects of one class.
+struct Kind {
+  // Returns the object that the clone's handle is to stand for: this very object where it never
+  // changes, else a new one that the caller owns.
+  BaseObject* (*clone)(BaseObject& object);
+  // Whether both are of the class, and equal.
+  bool (*isEqual)(BaseObject& object, BaseObject& other);
+  void (*destroy)(BaseObject& object) noexcept;
+};
+
+// One for each type, and an empty one for 0, which is none.
+extern const Kind kKinds[POS_KIND_COUNT + 1];
+
+inline const Kind& KindOf(const BaseObject& object) noexcept { return kKinds[object.Type()]; }
+
+// Destroys an object as its kind does.
+struct ObjectDestroyer {
+  void operator()(BaseObject* object) const noexcept { KindOf(*object).destroy(*object); }
+};
+using OwnedObject = std::unique_ptr<BaseObject, ObjectDestroyer>;
+
+// Null for an object of another class. A class has kType, its type tag, and kMismatch, the message
+// for an object of another class.
 template <typename T>
 inline T* DownCast(BaseObject& object) {
   return object.Type() == T::kType ? static_cast<T*>(&object) : nullptr;
 }
 
-constexpr bool IsComposite(POSObjectType type) noexcept {
-#define ZEL_IS_COMPOSITE(Name, interface, noun, one, composite) , composite != 0
-  constexpr bool kComposite[] = {false POS_KINDS(ZEL_IS_COMPOSITE)};
-#undef ZEL_IS_COMPOSITE
-  return kComposite[type];
-}
-
-// The record of a class T. It has kType, its type tag, kMismatch, the message for an object of
-// another class, and IsEqual for one of its own; a composite has Clone, which returns a new object.
-template <typename T>
-inline constexpr ZEL_T_NMT::OwnKind kKindOf = {
-    T::kType,
-    IsComposite(T::kType),
-    [](BaseObject& value) -> BaseObject* {
-      static_assert(IsComposite(T::kType) == std::is_base_of_v<Composite, T>);
-      if constexpr (IsComposite(T::kType)) {
-        return static_cast<T&>(value).Clone();
-      } else {
-        return &value;
-      }
-    },
-    [](BaseObject& value, BaseObject& other) {
-      T* const sameKind = DownCast<T>(other);
-      return sameKind != nullptr && static_cast<T&>(value).IsEqual(*sameKind);
-    },
-    [](BaseObject* value) noexcept { delete static_cast<T*>(value); },
-};
-
-// Depths of the running clone and of the running comparison, counted by NestingLevel: a level may
-// go through a member's own procedure.
-extern constinit std::uint32_t g_cloneDepth;
-extern constinit std::uint32_t g_equalDepth;
-
 // The destroy procedure of values.
 void DestroyPublished(void* object) noexcept;
 
 // Publishes a new object; returns its handle, without reference.
-inline ZELInstance PublishValue(ZEL_T_NMT::OwnedValue object) {
+inline ZELInstance PublishValue(OwnedObject object) {
   return ZEL_T_NMT::Publish(std::move(object), ZEL_T_NMT::ImplementationId::kPOSObject,
                             &DestroyPublished);
 }
 template <typename T>
 ZELInstance PublishObject(std::unique_ptr<T> object) {
-  return PublishValue(ZEL_T_NMT::OwnedValue(object.release()));
+  return PublishValue(OwnedObject(object.release()));
 }
 
 // Raises the host's error for null and for a handle that is no POS object.

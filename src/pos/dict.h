@@ -14,7 +14,7 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   static constexpr POSObjectType kType = POSTypeDict;
   static constexpr const char* kMismatch = "instance was not an POSDict";
 
-  Dict() noexcept : OwnDict(kKindOf<Dict>) {}
+  Dict() noexcept = default;
   ~Dict();
 
   Dict* Clone();

@@ -19,7 +19,7 @@ inline BaseObject* OwnMember(ZELInstance member) {
 // A copy of a composite, published, without reference; null after a report.
 ZELInstance CloneComposite(BaseObject& composite) noexcept {
   try {
-    return PublishValue(ZEL_T_NMT::OwnedValue(composite.Kind().clone(composite)));
+    return PublishValue(OwnedObject(KindOf(composite).clone(composite)));
   } catch (...) {
     ZEL_T_NMT::ReportCurrentException();
     return nullptr;
@@ -27,6 +27,9 @@ ZELInstance CloneComposite(BaseObject& composite) noexcept {
 }
 
 }  // namespace
+
+constinit std::uint32_t g_cloneDepth = 0;
+constinit std::uint32_t g_equalDepth = 0;
 
 ContainerReference CloneMember(ZELInstance member) {
   BaseObject* const object = OwnMember(member);
@@ -36,7 +39,7 @@ ContainerReference CloneMember(ZELInstance member) {
     // It may have other holders, and must then outlive a refused reference.
     return ContainerReference(clone);
   }
-  if (!object->Kind().isComposite) return ContainerReference(member);
+  if (!IsComposite(object->Type())) return ContainerReference(member);
   // By whoever is called on the way, the member may be dropped.
   const ContainerReference held(member);
   const ZELInstance clone = CloneComposite(*object);
@@ -49,10 +52,10 @@ bool MembersAreEqual(ZELInstance left, ZELInstance right) {
   BaseObject* const other = object == nullptr ? nullptr : ZEL_T_NMT::OwnValueOf(right);
   if (other == nullptr) return ZEL_T_NMT::POSObjectMethods(left).IsEqual(left, right);
   try {
-    if (!object->Kind().isComposite) return object->Kind().isEqual(*object, *other);
+    if (!IsComposite(object->Type())) return KindOf(*object).isEqual(*object, *other);
     const ContainerReference held(left);
     const ContainerReference otherHeld(right);
-    return object->Kind().isEqual(*object, *other);
+    return KindOf(*object).isEqual(*object, *other);
   } catch (...) {
     ZEL_T_NMT::ReportCurrentException();
     return false;

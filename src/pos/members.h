@@ -9,6 +9,11 @@
 
 namespace NPOSObjectImpl {
 
+// Depths of the running clone and of the running comparison, counted by NestingLevel: a level may
+// go through a member's own procedure.
+extern constinit std::uint32_t g_cloneDepth;
+extern constinit std::uint32_t g_equalDepth;
+
 // Raises "CPOSObject::Clone failed" where the member's procedure fails, which has then reported
 // why.
 ZEL_T_NMT::ContainerReference CloneMember(ZELInstance member);

@@ -1,6 +1,7 @@
 // "POSObjectInterface" and "POSObjectStatics".
 #include "pos/base_object.h"
 #include "pos/interfaces.h"
+#include "pos/members.h"
 #include "pos/own_comparison.h"
 #include "pos/text_parser.h"
 
@@ -10,9 +11,9 @@ using ZEL_T_NMT::CPOSObject;
 
 ZELInstance ObjectInterface::Clone(ZELInstance handle) {
   BaseObject& object = ResolveObject(handle);
-  BaseObject* clone = object.Kind().clone(object);
+  BaseObject* clone = KindOf(object).clone(object);
   if (clone == &object) return handle;
-  return PublishValue(ZEL_T_NMT::OwnedValue(clone));
+  return PublishValue(OwnedObject(clone));
 }
 
 bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
@@ -26,7 +27,7 @@ bool ObjectInterface::IsEqual(ZELInstance handle, ZELInstance otherHandle) {
     if (result != Result::kUnknown) [[likely]]
       return result == Result::kEqual;
   }
-  return object.Kind().isEqual(object, otherObject);
+  return KindOf(object).isEqual(object, otherObject);
 }
 
 std::int32_t ObjectInterface::GetType(ZELInstance handle) { return ResolveObject(handle).Type(); }

@@ -35,7 +35,7 @@ ZEL_ALWAYS_INLINE OwnComparison::Result OwnComparison::CompareOwn(BaseObject& le
     case POSTypeDict:
       return CompareComposites(left, right);
     default:
-      isEqual = left.Kind().isEqual(left, right);
+      isEqual = KindOf(left).isEqual(left, right);
       break;
   }
   return isEqual ? Result::kEqual : Result::kUnequal;

@@ -19,7 +19,7 @@ std::uint32_t UnicodeString::StoredCount(std::size_t length) {
 }
 
 UnicodeString::UnicodeString(const std::uint16_t* units)
-    : OwnUnicodeString(kKindOf<UnicodeString>, StoredCount(ZEL_T_NMT::UnicodeLength(units))) {
+    : OwnUnicodeString(StoredCount(ZEL_T_NMT::UnicodeLength(units))) {
   std::memcpy(Units(), units, (std::size_t{Length()} + 1) * sizeof(std::uint16_t));
 }
 
@@ -29,7 +29,7 @@ bool UnicodeString::IsEqual(const UnicodeString& other) const noexcept {
 }
 
 BinData::BinData(const char* typeName, const void* data, std::uint32_t size)
-    : OwnBinData(kKindOf<BinData>, typeName, size) {
+    : OwnBinData(typeName, size) {
   if (size > 0) std::memcpy(Bytes(), data, size);
 }
 

@@ -11,7 +11,7 @@ class Number final : public ZEL_T_NMT::OwnNumber {
   static constexpr POSObjectType kType = POSTypeNumber;
   static constexpr const char* kMismatch = "instance was not an POSNumber";
 
-  explicit Number(double value) noexcept : OwnNumber(kKindOf<Number>, value) {}
+  explicit Number(double value) noexcept : OwnNumber(value) {}
   bool IsEqual(const Number& other) const noexcept { return Get() == other.Get(); }
 };
 
@@ -20,8 +20,10 @@ class String final : public ZEL_T_NMT::OwnString {
   static constexpr POSObjectType kType = POSTypeString;
   static constexpr const char* kMismatch = "instance was not an POSString";
 
-  explicit String(const char* text) : OwnString(kKindOf<String>, text) {}
-  bool IsEqual(const String& other) const noexcept { return Atom() == other.Atom(); }
+  explicit String(const char* text) : OwnString(ZEL_T_NMT::CZELStringAtom(text)) {}
+  bool IsEqual(const String& other) const noexcept {
+    return ZEL_T_NMT::IsSameText(Get(), other.Get());
+  }
 };
 
 class UnicodeString final : public ZEL_T_NMT::OwnUnicodeString {
@@ -51,7 +53,7 @@ class RawPointer final : public ZEL_T_NMT::OwnRawPointer {
   static constexpr POSObjectType kType = POSTypeRawPointer;
   static constexpr const char* kMismatch = "instance was not an POSRawPointer";
 
-  explicit RawPointer(void* pointer) noexcept : OwnRawPointer(kKindOf<RawPointer>, pointer) {}
+  explicit RawPointer(void* pointer) noexcept : OwnRawPointer(pointer) {}
   ~RawPointer() {
     if (release_ != nullptr) release_(GetRawPointer());
   }

@@ -1,12 +1,11 @@
 // Values of the library's own, as far as their readers in other folders know them: an object begins
-// with a pointer to the record of its kind, and what it holds is reached with a load.
+// with its type, and what it holds is reached with a load.
 //
 // The classes of the values derive from these and are known to nobody but the object model, which
 // hands over its operations when it starts (own_operations.h).
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "frame/core/client_base.h"
 #include "frame/core/container_reference.h"
@@ -16,47 +15,27 @@
 
 namespace ZEL_T_NMT {
 
-class OwnValue;
-
-// The common properties of all values of one kind; one constant record for each.
-struct OwnKind {
-  POSObjectType type;
-  bool isComposite;  // derives from OwnComposite
-  // Returns the object that the clone's handle is to stand for: this very object where it never
-  // changes, else a new one that the caller owns.
-  OwnValue* (*clone)(OwnValue& value);
-  bool (*isEqual)(OwnValue& value, OwnValue& other);
-  void (*destroy)(OwnValue* value) noexcept;
-};
-
 class OwnValue : public CZELClientBase {
  public:
   OwnValue(const OwnValue&) = delete;
   OwnValue& operator=(const OwnValue&) = delete;
 
-  POSObjectType Type() const noexcept { return kind_.type; }
-  const OwnKind& Kind() const noexcept { return kind_; }
+  POSObjectType Type() const noexcept { return type_; }
 
  protected:
-  explicit OwnValue(const OwnKind& kind) noexcept : kind_(kind) {}
+  explicit OwnValue(POSObjectType type) noexcept : type_(type) {}
   ~OwnValue() = default;
 
  private:
-  const OwnKind& kind_;
+  const POSObjectType type_;
 };
-
-// Destroys a value as its kind does.
-struct OwnValueDestroyer {
-  void operator()(OwnValue* value) const noexcept { value->Kind().destroy(value); }
-};
-using OwnedValue = std::unique_ptr<OwnValue, OwnValueDestroyer>;
 
 class OwnNumber : public OwnValue {
  public:
   double Get() const noexcept { return value_; }
 
  protected:
-  OwnNumber(const OwnKind& kind, double value) noexcept : OwnValue(kind), value_(value) {}
+  explicit OwnNumber(double value) noexcept : OwnValue(POSTypeNumber), value_(value) {}
 
  private:
   double value_;
@@ -64,14 +43,18 @@ class OwnNumber : public OwnValue {
 
 class OwnString : public OwnValue {
  public:
-  const char* Get() const noexcept { return text_.Text(); }
-  const CZELStringAtom& Atom() const noexcept { return text_; }
+  const char* Get() const noexcept { return text_; }
 
  protected:
-  OwnString(const OwnKind& kind, const char* text) : OwnValue(kind), text_(text) {}
+  explicit OwnString(CZELStringAtom&& text) noexcept
+      : OwnValue(POSTypeString), atom_(text.Atom()), text_(text.Text()) {
+    text.HandOut();
+  }
+  ~OwnString() { Strings().DeleteStringAtom(atom_); }
 
  private:
-  CZELStringAtom text_;
+  const ZELStringAtom atom_;  // with a reference
+  const char* const text_;
 };
 
 class OwnUnicodeString : public OwnValue {
@@ -83,8 +66,8 @@ class OwnUnicodeString : public OwnValue {
 
  protected:
   // Of `count` units, the terminating one included, which the class fills in.
-  OwnUnicodeString(const OwnKind& kind, std::uint32_t count)
-      : OwnValue(kind), count_(count), units_(count) {}
+  explicit OwnUnicodeString(std::uint32_t count)
+      : OwnValue(POSTypeUnicodeString), count_(count), units_(count) {}
   std::uint16_t* Units() noexcept { return units_.Get(); }
 
  private:
@@ -99,15 +82,15 @@ class OwnBinData : public OwnValue {
   std::uint32_t GetSize() const noexcept { return size_; }
 
  protected:
-  OwnBinData(const OwnKind& kind, const char* typeName, std::uint32_t size)
-      : OwnValue(kind), typeName_(typeName), buffer_(size), size_(size) {}
+  OwnBinData(const char* typeName, std::uint32_t size)
+      : OwnValue(POSTypeBinData), size_(size), typeName_(typeName), buffer_(size) {}
   const CZELStringAtom& TypeName() const noexcept { return typeName_; }
   void* Bytes() noexcept { return buffer_.Data(); }
 
  private:
+  std::uint32_t size_;
   CZELStringAtom typeName_;
   SharedBuffer buffer_;
-  std::uint32_t size_;
 };
 
 class OwnRawPointer : public OwnValue {
@@ -115,7 +98,7 @@ class OwnRawPointer : public OwnValue {
   void* GetRawPointer() const noexcept { return pointer_; }
 
  protected:
-  OwnRawPointer(const OwnKind& kind, void* pointer) noexcept : OwnValue(kind), pointer_(pointer) {}
+  explicit OwnRawPointer(void* pointer) noexcept : OwnValue(POSTypeRawPointer), pointer_(pointer) {}
 
  private:
   void* pointer_;
@@ -147,7 +130,7 @@ class OwnArray : public OwnComposite {
   }
 
  protected:
-  using OwnComposite::OwnComposite;
+  OwnArray() noexcept : OwnComposite(POSTypeArray) {}
 
   ZELInstance* slots_ = nullptr;  // of those below count_ each holds a reference, or null
   std::uint32_t capacity_ = 0;
@@ -156,7 +139,7 @@ class OwnArray : public OwnComposite {
 
 class OwnDict : public OwnComposite {
  protected:
-  using OwnComposite::OwnComposite;
+  OwnDict() noexcept : OwnComposite(POSTypeDict) {}
 };
 
 }  // namespace ZEL_T_NMT
