@@ -36,10 +36,9 @@ ZELStringAtom WithReference(AtomTable::Found found) noexcept {
   return 0;
 }
 
-// Of a text that is not found at the first look.
-[[gnu::noinline]] ZELStringAtom NewStringAtomOf(const char* text, std::size_t length,
-                                                std::uint32_t hash) noexcept {
-  return WithReference(table.FindOrAdd(text, length, hash));
+[[gnu::noinline]] ZELStringAtom NewStringAtomOfNew(const char* text, std::size_t length,
+                                                   std::uint32_t hash) noexcept {
+  return WithReference(table.Add(text, length, hash));
 }
 [[gnu::noinline]] ZELStringAtom NewStringAtomOfLong(const char* text, std::size_t length) noexcept {
   return WithReference(table.FindOrAdd(text, length, table.Hasher().OfLong(text, length)));
@@ -56,21 +55,20 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
   const std::uint32_t hash = table.Hasher().OfShort(ends, length);
   const AtomTable::Found found = table.FindShort(length, hash, ends);
   if (found.entry == nullptr) [[unlikely]]
-    return NewStringAtomOf(text, length, hash);
+    return NewStringAtomOfNew(text, length, hash);
   ++found.entry->clientReferences;
   return found.atom;
-}
-
-[[gnu::noinline]] void DropReference(ZELStringAtom atom, Entry& entry) noexcept {
-  if (--entry.clientReferences == 0 && entry.hostReferences == 0) table.Remove(atom, entry);
 }
 
 [[gnu::noinline]] void DeleteStringAtomChecked(ZELStringAtom atom) noexcept {
   if (Refuses(Service::kDeleteStringAtom)) return;
   Entry* const entry = Require(atom, "DeleteStringAtom");
   if (entry == nullptr) return;
-  if (entry->clientReferences != 0) return DropReference(atom, *entry);
-  NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
+  if (entry->clientReferences == 0) {
+    NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
+  } else if (--entry->clientReferences == 0 && entry->hostReferences == 0) {
+    table.Remove(atom, *entry);
+  }
 }
 
 void DeleteStringAtom(ZELStringAtom atom) noexcept {
@@ -78,8 +76,7 @@ void DeleteStringAtom(ZELStringAtom atom) noexcept {
   if (entry == nullptr || entry->clientReferences == 0) [[unlikely]]
     return DeleteStringAtomChecked(atom);
   CountPlainCall(Service::kDeleteStringAtom);
-  if (entry->clientReferences == 1) return DropReference(atom, *entry);
-  --entry->clientReferences;
+  if (--entry->clientReferences == 0 && entry->hostReferences == 0) table.Remove(atom, *entry);
 }
 
 [[gnu::noinline]] const char* GetCStringChecked(ZELStringAtom atom) noexcept {

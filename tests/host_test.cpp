@@ -118,6 +118,17 @@ TEST_P(HostTest, AtomsAreUniqueTexts) {
     const std::string text = i == 0 ? "" : std::string(i % 20, 'x') + std::to_string(i);
     known[text] = atoms.NewStringAtom(text.c_str());
   }
+  // In each round one of two goes, which leaves gaps of every kind in the index, and comes again;
+  // its number must be that of none that stayed.
+  for (std::size_t round = 0; round < 2; ++round) {
+    for (auto& [text, atom] : known) {
+      if (text.size() % 2 == round) atoms.DeleteStringAtom(std::exchange(atom, 0));
+    }
+    for (auto& [text, atom] : known) {
+      if (atom == 0) atom = atoms.NewStringAtom(text.c_str());
+    }
+    host.ResetCalls();
+  }
   for (const auto& [text, atom] : known) {
     EXPECT_EQ(atoms.NewStringAtom(text.c_str()), atom);
     EXPECT_EQ(atoms.GetCString(atom), text);
@@ -128,7 +139,7 @@ TEST_P(HostTest, AtomsAreUniqueTexts) {
   for (const auto& [text, atom] : known) {
     for (int i = 0; i < 3; ++i) atoms.DeleteStringAtom(atom);
   }
-  EXPECT_EQ(host.Calls(Service::kNewStringAtom), 2 * known.size());
+  EXPECT_EQ(host.Calls(Service::kNewStringAtom), known.size());
   EXPECT_EQ(host.Calls(Service::kGetCString), known.size());
   EXPECT_EQ(host.Calls(Service::kAddRefStringAtom), known.size());
   EXPECT_EQ(host.Calls(Service::kDeleteStringAtom), 3 * known.size());

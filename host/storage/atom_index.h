@@ -1,16 +1,15 @@
-// The hash index of the atoms: open addressing with linear probing.
+// The hash index of the atoms: at each place the first atom of those whose hashes lead there.
 //
-// Beside each slot, in a table of its own that is small enough to stay in the processor's cache,
-// there is a byte of the hash. A search for a text that is new, and most of one for any other, is
-// done there: the slots themselves are looked at where the byte is right. Removal closes the gap in
-// the run of taken slots, so that no search ends too early.
+// The link from one atom to the next lies in its entry, and so does the text that its hash is made
+// from: the index itself has four bytes a place, so that it mostly stays in the processor's cache.
+// `nextOf` gives an atom's link, `hashOf` its hash.
 //
 // Usable without having been constructed; holds nothing once closed.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <new>
 
 #include "zelutils/types.h"
 
@@ -18,98 +17,60 @@ namespace zelhost {
 
 class AtomIndex {
  public:
-  // Throws bad_alloc.
-  void Open() { Allocate(kFirstSize); }
+  // False when there is no memory.
+  bool Open() noexcept { return Allocate(kFirstSize); }
   void Close() noexcept {
-    delete[] slots_;
-    delete[] tags_;
+    delete[] first_;
     *this = AtomIndex();
   }
-  bool IsOpen() const noexcept { return slots_ != nullptr; }
+  bool IsOpen() const noexcept { return first_ != nullptr; }
 
-  // The place of the atom that `isSought` says yes to, of those that have the hash; without such an
-  // atom the free place where it belongs.
-  template <typename IsSought>
-  std::size_t Find(std::uint32_t hash, IsSought isSought) const noexcept {
-    std::size_t place = hash & mask_;
-    for (; tags_[place] != kFree; place = After(place)) {
-      if (tags_[place] == TagOf(hash) && slots_[place].hash == hash &&
-          isSought(slots_[place].atom)) {
-        break;
-      }
-    }
-    return place;
-  }
-  // The atom at a place, 0 at a free one.
-  ZELStringAtom At(std::size_t place) const noexcept {
-    return tags_[place] == kFree ? 0 : slots_[place].atom;
-  }
-  // An atom that has the hash, if there is one in the first two places where it may be; else 0. Of
-  // the two, one is chosen without a branch, since there is no telling which one it is.
-  ZELStringAtom FindAtFirst(std::uint32_t hash) const noexcept {
-    std::size_t place = hash & mask_;
-    place = (place + (tags_[place] != TagOf(hash) ? 1 : 0)) & mask_;
-    return tags_[place] == TagOf(hash) && slots_[place].hash == hash ? slots_[place].atom : 0;
-  }
+  // The newest of the atoms whose hashes lead to the same place, which their links lead through; 0
+  // is the end.
+  ZELStringAtom First(std::uint32_t hash) const noexcept { return first_[hash & mask_]; }
 
-  // Whether there has to be more room before another atom is added.
-  bool IsFull() const noexcept { return used_ >= mask_ / 2; }
-  // Makes room; places change. Throws bad_alloc.
-  void Grow() {
+  // Whether there should be more room before another atom is added.
+  bool IsFull() const noexcept { return used_ > mask_; }
+  // Makes room if there is memory for it; without, the atoms share what there is.
+  template <typename HashOf, typename NextOf>
+  void Grow(HashOf hashOf, NextOf nextOf) noexcept {
     AtomIndex larger;
-    larger.Allocate((mask_ + 1) * 2);
+    if (!larger.Allocate((mask_ + 1) * 2)) return;
     for (std::size_t place = 0; place <= mask_; ++place) {
-      if (tags_[place] != kFree) larger.Add(slots_[place].atom, slots_[place].hash);
+      for (ZELStringAtom atom = first_[place]; atom != 0;) {
+        const ZELStringAtom next = nextOf(atom);
+        larger.Add(atom, nextOf(atom), hashOf(atom));
+        atom = next;
+      }
     }
     Close();
     *this = larger;
   }
-  void Add(ZELStringAtom atom, std::uint32_t hash) noexcept {
-    AddAt(Find(hash, [](ZELStringAtom) { return false; }), atom, hash);
-  }
-  // The same at the place that Find has given.
-  void AddAt(std::size_t place, ZELStringAtom atom, std::uint32_t hash) noexcept {
-    tags_[place] = TagOf(hash);
-    slots_[place] = {atom, hash};
+  void Add(ZELStringAtom atom, ZELStringAtom& next, std::uint32_t hash) noexcept {
+    ZELStringAtom& first = first_[hash & mask_];
+    next = first;
+    first = atom;
     ++used_;
   }
-  // Of an atom that is there.
-  void Remove(ZELStringAtom atom, std::uint32_t hash) noexcept {
-    std::size_t gap = Find(hash, [atom](ZELStringAtom found) { return found == atom; });
-    for (std::size_t place = After(gap); tags_[place] != kFree; place = After(place)) {
-      const std::size_t distance = (place - slots_[place].hash) & mask_;
-      if (distance < ((place - gap) & mask_)) continue;
-      slots_[gap] = slots_[place];
-      tags_[gap] = tags_[place];
-      gap = place;
-    }
-    tags_[gap] = kFree;
+  // Of an atom that is there, with what is next to it.
+  template <typename NextOf>
+  void Remove(ZELStringAtom atom, ZELStringAtom next, std::uint32_t hash, NextOf nextOf) noexcept {
+    ZELStringAtom* link = &first_[hash & mask_];
+    while (*link != atom) link = &nextOf(*link);
+    *link = next;
     --used_;
   }
 
  private:
-  using Tag = std::uint8_t;
-  struct Slot {
-    ZELStringAtom atom;
-    std::uint32_t hash;
-  };
   static constexpr std::size_t kFirstSize = 1024;  // a power of two
-  static constexpr Tag kFree = 0;
 
-  // Of the bits that places do not come from; never kFree.
-  static Tag TagOf(std::uint32_t hash) noexcept { return static_cast<Tag>(hash >> 24 | 1); }
-  std::size_t After(std::size_t place) const noexcept { return (place + 1) & mask_; }
-
-  // Throws bad_alloc.
-  void Allocate(std::size_t size) {
-    auto tags = std::make_unique<Tag[]>(size);
-    slots_ = new Slot[size];
-    tags_ = tags.release();
+  bool Allocate(std::size_t size) noexcept {
+    first_ = new (std::nothrow) ZELStringAtom[size]();
     mask_ = size - 1;
+    return first_ != nullptr;
   }
 
-  Slot* slots_ = nullptr;  // of taken places alone
-  Tag* tags_ = nullptr;
+  ZELStringAtom* first_ = nullptr;
   std::size_t mask_ = 0;
   std::size_t used_ = 0;
 };

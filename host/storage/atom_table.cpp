@@ -30,11 +30,8 @@ inline void CopyText(char* target, const char* text, std::size_t size) noexcept 
 void AtomTable::Open(bool separate) {
   longTexts_.Open(separate);
   inlineRoom_ = separate ? 0 : kInlineRoom;
-  index_.Open();
   hasher_ = TextHasher::New();
-  AddChunk();
-  // Number 0 is no atom, and no text's length is that of its entry.
-  chunks_[0]->units[0] = {0, 0, std::numeric_limits<std::uint32_t>::max(), 0};
+  if (!index_.Open() || !AddChunk()) throw std::bad_alloc();
   fresh_ = 1;
 }
 
@@ -48,65 +45,71 @@ void AtomTable::Close() noexcept {
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text) noexcept {
   const std::size_t length = std::strlen(text);
-  return FindOrAdd(text, length,
-                   length > kShortText ? hasher_.OfLong(text, length)
-                                       : hasher_.OfShort(EndsOf(text, length), length));
+  return FindOrAdd(text, length, hasher_.Of(text, length));
 }
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
                                       std::uint32_t hash) noexcept {
-  const std::size_t place = index_.Find(hash, [&](ZELStringAtom atom) {
+  for (ZELStringAtom atom = index_.First(hash); atom != 0;) {
     Entry& entry = EntryOf(atom);
-    return entry.length == length && std::memcmp(TextOf(entry), text, length) == 0;
-  });
-  const ZELStringAtom known = index_.At(place);
-  if (known != 0) return {known, &EntryOf(known)};
-  try {
-    return Add(place, text, length, hash);
-  } catch (const std::bad_alloc&) {
-    return {};
+    if (entry.length == length && std::memcmp(TextOf(entry), text, length) == 0) {
+      return {atom, &entry};
+    }
+    atom = entry.next;
   }
+  return Add(text, length, hash);
 }
 
-// Adds an atom at the place where the search for it has ended. Throws bad_alloc.
-[[gnu::always_inline]] inline AtomTable::Found AtomTable::Add(std::size_t place, const char* text,
-                                                              std::size_t length,
-                                                              std::uint32_t hash) {
-  if (length >= std::numeric_limits<std::uint32_t>::max()) [[unlikely]]
-    throw std::bad_alloc();
-  const bool isFull = index_.IsFull();
-  if (isFull) [[unlikely]]
-    index_.Grow();
+AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) noexcept {
+  if (!IsInline(length)) [[unlikely]]
+    return AddElsewhere(text, length, hash);
   const Found added = TakeBlock(UnitsFor(length));
-  *added.entry = {0, 0, static_cast<std::uint32_t>(length), hash};
-  if (IsInline(length)) [[likely]] {
-    CopyText(Behind(*added.entry), text, length + 1);
-    StateOf(added.atom) = kInlineText;
-  } else {
-    KeepElsewhere(added, text, length);
-  }
-  if (isFull) [[unlikely]] {
-    index_.Add(added.atom, hash);
-  } else {
-    index_.AddAt(place, added.atom, hash);
-  }
+  if (added.entry == nullptr) [[unlikely]]
+    return added;
+  CopyText(Behind(*added.entry), text, length + 1);
+  Enter(added, length, hash, kInlineText);
   return added;
 }
 
-// Throws bad_alloc, and has given the atom's block back then.
-void AtomTable::KeepElsewhere(Found added, const char* text, std::size_t length) {
+AtomTable::Found AtomTable::AddElsewhere(const char* text, std::size_t length,
+                                         std::uint32_t hash) noexcept {
+  if (length >= std::numeric_limits<std::uint32_t>::max()) return {};
   void* const copy = longTexts_.Allocate(length + 1);
-  if (copy == nullptr) {
-    GiveBack(added, UnitsFor(length));
-    throw std::bad_alloc();
+  if (copy == nullptr) return {};
+  const Found added = TakeBlock(UnitsFor(length));
+  if (added.entry == nullptr) {
+    longTexts_.Free(copy);
+    return {};
   }
   std::memcpy(copy, text, length + 1);
   std::memcpy(Behind(*added.entry), &copy, sizeof copy);
-  StateOf(added.atom) = kTextElsewhere;
+  Enter(added, length, hash, kTextElsewhere);
+  return added;
+}
+
+inline void AtomTable::Enter(Found added, std::size_t length, std::uint32_t hash,
+                             State state) noexcept {
+  added.entry->clientReferences = 0;
+  added.entry->hostReferences = 0;
+  added.entry->length = static_cast<std::uint32_t>(length);
+  index_.Add(added.atom, added.entry->next, hash);
+  StateOf(added.atom) = state;
+  if (index_.IsFull()) [[unlikely]]
+    GrowIndex();
+}
+
+void AtomTable::GrowIndex() noexcept {
+  index_.Grow(
+      [this](ZELStringAtom atom) {
+        Entry& entry = EntryOf(atom);
+        return hasher_.Of(TextOf(entry), entry.length);
+      },
+      NextOf());
 }
 
 void AtomTable::Remove(ZELStringAtom atom, Entry& entry) noexcept {
-  index_.Remove(atom, entry.hash);
+  const char* const text = TextOf(entry);
+  index_.Remove(atom, entry.next, hasher_.Of(text, entry.length), NextOf());
   StateOf(atom) = kNoAtom;
   if (!IsInline(entry.length)) [[unlikely]]
     longTexts_.Free(TextOf(entry));
@@ -115,42 +118,41 @@ void AtomTable::Remove(ZELStringAtom atom, Entry& entry) noexcept {
 
 inline void AtomTable::GiveBack(Found block, std::uint32_t units) noexcept {
   Free& free = free_[units];
-  block.entry->hash = 0;
-  (free.count == 0 ? free.oldest : free.newest->hash) = block.atom;
+  block.entry->next = 0;
+  (free.count == 0 ? free.oldest : free.newest->next) = block.atom;
   free.newest = block.entry;
   ++free.count;
 }
 
-// Throws bad_alloc.
-[[gnu::always_inline]] inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) {
+// {0, null} when there is no memory.
+inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) noexcept {
   Free& free = free_[units];
   if (free.count <= kFewestFree) [[unlikely]]
     return TakeFreshBlock(units);
   const Found taken = {free.oldest, &EntryOf(free.oldest)};
-  free.oldest = taken.entry->hash;
+  free.oldest = taken.entry->next;
   --free.count;
   return taken;
 }
 
-// Throws bad_alloc.
-AtomTable::Found AtomTable::TakeFreshBlock(std::uint32_t units) {
-  if (kUnits - fresh_ < units) AddChunk();
+AtomTable::Found AtomTable::TakeFreshBlock(std::uint32_t units) noexcept {
+  if (kUnits - fresh_ < units && !AddChunk()) return {};
   const ZELStringAtom atom = ((chunkCount_ - 1) << kUnitBits) + fresh_;
   fresh_ += units;
   return {atom, &EntryOf(atom)};
 }
 
-// Throws bad_alloc.
-void AtomTable::AddChunk() {
-  if (chunkCount_ == kMostChunks) throw std::bad_alloc();
+// False when there is no memory.
+bool AtomTable::AddChunk() noexcept {
+  if (chunkCount_ == kMostChunks) return false;
   if (std::has_single_bit(chunkCount_) || chunkCount_ == 0) {
     const std::size_t room = std::max<std::size_t>(chunkCount_ * std::size_t{2}, 1);
     void* moved = std::realloc(static_cast<void*>(chunks_), room * sizeof(void*));
-    if (moved == nullptr) throw std::bad_alloc();
+    if (moved == nullptr) return false;
     chunks_ = static_cast<Chunk**>(moved);
   }
   auto* chunk = static_cast<Chunk*>(std::malloc(sizeof(Chunk)));
-  if (chunk == nullptr) throw std::bad_alloc();
+  if (chunk == nullptr) return false;
   std::memset(chunk->states, kNoAtom, sizeof chunk->states);
   // The rest of the newest chunk is too little for one block and enough for a smaller one.
   const std::uint32_t left = chunkCount_ == 0 ? 0 : kUnits - fresh_;
@@ -160,6 +162,7 @@ void AtomTable::AddChunk() {
   }
   chunks_[chunkCount_++] = chunk;
   fresh_ = 0;
+  return true;
 }
 
 }  // namespace zelhost

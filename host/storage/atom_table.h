@@ -26,14 +26,14 @@ class AtomTable {
     std::uint32_t clientReferences;
     std::uint32_t hostReferences;
     std::uint32_t length;  // of the text
-    std::uint32_t hash;    // in a free block: the next one
+    ZELStringAtom next;    // of the same place in the index; in a free block: the next one
   };
   struct Found {
     ZELStringAtom atom;
     Entry* entry;
   };
 
-  // With `separate` each text is an allocation of its own, for memory checkers.
+  // With `separate` each text is an allocation of its own, for memory checkers. Throws bad_alloc.
   void Open(bool separate);
   void Close() noexcept;
   bool IsOpen() const noexcept { return index_.IsOpen(); }
@@ -41,13 +41,16 @@ class AtomTable {
   // The atom of a text, made without references if there is none. Without memory: {0, null}.
   Found FindOrAdd(const char* text) noexcept;
   Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash) noexcept;
-  // The atom of a short text, if that is found at the first look; not for a separate table.
+  // The two steps of that for a short text, for a table that is not separate.
   Found FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
-    const ZELStringAtom atom = index_.FindAtFirst(hash);
-    Entry& entry = EntryOf(atom);  // of 0 the one that is no atom's
-    if (atom == 0 || entry.length != length || EndsOf(Behind(entry), length) != ends) return {};
-    return {atom, &entry};
+    for (ZELStringAtom atom = index_.First(hash); atom != 0;) {
+      Entry& entry = EntryOf(atom);
+      if (entry.length == length && EndsOf(Behind(entry), length) == ends) return {atom, &entry};
+      atom = entry.next;
+    }
+    return {};
   }
+  Found Add(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   const TextHasher& Hasher() const noexcept { return hasher_; }
 
   // Null for a number that is no atom.
@@ -112,6 +115,9 @@ class AtomTable {
   State& StateOf(ZELStringAtom atom) const noexcept {
     return chunks_[atom >> kUnitBits]->states[atom % kUnits];
   }
+  auto NextOf() const noexcept {
+    return [this](ZELStringAtom atom) -> ZELStringAtom& { return EntryOf(atom).next; };
+  }
   // Most texts are short and lie right behind their entry; of others there is the address.
   bool IsInline(std::size_t length) const noexcept { return length < inlineRoom_; }
   static char* Behind(Entry& entry) noexcept { return reinterpret_cast<char*>(&entry + 1); }
@@ -120,12 +126,13 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  Found Add(std::size_t place, const char* text, std::size_t length, std::uint32_t hash);
-  void KeepElsewhere(Found added, const char* text, std::size_t length);
-  Found TakeBlock(std::uint32_t units);
-  Found TakeFreshBlock(std::uint32_t units);
+  Found AddElsewhere(const char* text, std::size_t length, std::uint32_t hash) noexcept;
+  void Enter(Found added, std::size_t length, std::uint32_t hash, State state) noexcept;
+  void GrowIndex() noexcept;
+  Found TakeBlock(std::uint32_t units) noexcept;
+  Found TakeFreshBlock(std::uint32_t units) noexcept;
   void GiveBack(Found block, std::uint32_t units) noexcept;
-  void AddChunk();
+  bool AddChunk() noexcept;
 
   AtomIndex index_;
   TextHasher hasher_;

@@ -44,6 +44,9 @@ class TextHasher {
   // With a secret from the system, so that a document cannot bring along keys that all collide.
   static TextHasher New() noexcept;
 
+  std::uint32_t Of(const char* text, std::size_t length) const noexcept {
+    return length > kShortText ? OfLong(text, length) : OfShort(EndsOf(text, length), length);
+  }
   std::uint32_t OfShort(const TextEnds& ends, std::size_t length) const noexcept {
     return Mix(ends.first ^ secret_[0], ends.last ^ secret_[1] ^ length);
   }
