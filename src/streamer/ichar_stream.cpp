@@ -68,14 +68,6 @@ char ICharStream::EscapedChar() {
   return OctalChar(first, second, NextRawChar());
 }
 
-// As EscapedChar, for an escape that the block holds whole.
-inline char ICharStream::BufferedEscape() {
-  const char first = *cursor_++;
-  if (!IsDigit(first)) return CharOfLetter(*params_, first);
-  cursor_ += 2;
-  return OctalChar(first, cursor_[-2], cursor_[-1]);
-}
-
 // The same after more spaces, other ones, or a block's end, and of a character that is escaped.
 int ICharStream::GetCharAfterMore() {
   char character;
@@ -99,19 +91,26 @@ std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mus
 }
 
 std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
-  std::string_view text;
-  if (FindPlainText(&text)) [[likely]]
-    return text;
+  char* const begin = cursor_;
+  if (PassPlainText()) [[likely]] {
+    cursor_[-1] = '\0';
+    return {begin, static_cast<std::size_t>(cursor_ - 1 - begin)};
+  }
+  const auto plain = static_cast<std::size_t>(cursor_ - begin);
+  std::memcpy(buffer.Reserve(static_cast<std::uint32_t>(plain)), begin, plain);
+  buffer.Advance(plain);
   while (!DecodeBlock(buffer)) {
   }
   return buffer.Terminated();
 }
 
-// Finds a text that the block holds whole and as it is but for whitespace, which is folded there.
-inline bool ICharStream::FindPlainText(std::string_view* text) noexcept {
+// Uses up what the block holds of a text as it is, but for whitespace, which is folded there. True
+// when that was all of the text, and its closing character is used up.
+inline bool ICharStream::PassPlainText() noexcept {
   const StreamingParams& params = *params_;
   const MeantBytes meant = params.meant;
   char* at = cursor_;
+  bool closed;
   for (;;) {
     if constexpr (kHasByteWords) {
       std::uint64_t found = meant.Find(LoadWord(at));
@@ -119,16 +118,15 @@ inline bool ICharStream::FindPlainText(std::string_view* text) noexcept {
       at += BytesBefore(found);
     }
     const RawByte meaning = params.HowToReadByte(*at);
-    if (meaning == RawByte::kClose && at != end_) [[likely]]
+    closed = meaning == RawByte::kClose && at != end_;
+    if (closed) [[likely]]
       break;
-    if (*at == '\0' || meaning == RawByte::kEscape) return false;
+    if (*at == '\0' || meaning == RawByte::kEscape) break;
     if (meaning == RawByte::kFolded) *at = ' ';
     ++at;
   }
-  *at = '\0';
-  *text = {cursor_, static_cast<std::size_t>(at - cursor_)};
-  cursor_ = at + 1;
-  return true;
+  cursor_ = closed ? at + 1 : at;
+  return closed;
 }
 
 // Takes the block's part of a text. True when the closing character was there.
@@ -138,33 +136,58 @@ bool ICharStream::DecodeBlock(TextBuffer<char>& buffer) {
   const MeantBytes meant = params.meant;
   char* const place = buffer.Reserve(Unread() + static_cast<std::uint32_t>(kWordSize));
   char* out = place;
+  // Stores to `out` might change members; not these.
+  const char* at = cursor_;
+  const char* const end = end_;
   bool closed = false;
-  while (cursor_ != end_) {
+  while (at != end) {
     if constexpr (kHasByteWords) {
-      const std::uint64_t word = LoadWord(cursor_);
+      const std::uint64_t word = LoadWord(at);
       const std::uint64_t found = meant.Find(word);
       const std::size_t plain = found == 0 ? kWordSize : BytesBefore(found);
       ZEL_T_NMT::StoreWord(out, word);  // what is not counted is replaced
       out += plain;
-      cursor_ += plain;
-      if (plain == kWordSize || cursor_ == end_) continue;
+      at += plain;
+      if (plain == kWordSize || at == end) continue;
     }
-    const char byte = *cursor_++;
-    const RawByte meaning = params.HowToReadByte(byte);
+    const RawByte meaning = params.HowToReadByte(*at);
+    if (meaning == RawByte::kEscape) {
+      if (end - at >= kLongestEscape) {
+        at = DecodeEscapes(at, end, &out);
+        continue;
+      }
+      // The escape's end may be in the next block, which ends this one's part.
+      SkipTo(at + 1);
+      *out++ = EscapedChar();
+      buffer.Advance(static_cast<std::size_t>(out - place));
+      return false;
+    }
+    const char byte = *at++;
     closed = meaning == RawByte::kClose;
     if (closed) break;
-    if (meaning != RawByte::kEscape) {
-      *out++ = meaning == RawByte::kFolded ? ' ' : byte;
-    } else if (Unread() >= 3) {
-      *out++ = BufferedEscape();
-    } else {
-      // The escape's end may be in the next block, which ends this one's part.
-      *out++ = EscapedChar();
-      break;
-    }
+    *out++ = meaning == RawByte::kFolded ? ' ' : byte;
   }
+  SkipTo(at);
   buffer.Advance(static_cast<std::size_t>(out - place));
   return closed;
+}
+
+// Stores the characters of escapes that follow one another, as many as stand before `end` whole,
+// of which there is one; a character beyond ASCII is several of them. Returns the place behind.
+inline const char* ICharStream::DecodeEscapes(const char* at, const char* end, char** out) {
+  char* place = *out;
+  do {
+    if (IsDigit(at[1])) [[likely]] {
+      *place++ = OctalChar(at[1], at[2], at[3]);
+      at += kLongestEscape;
+    } else {
+      SkipTo(at + 2);
+      *place++ = CharOfLetter(*params_, at[1]);
+      at += 2;
+    }
+  } while (end - at >= kLongestEscape && *at == '\\');
+  *out = place;
+  return at;
 }
 
 std::uint32_t ICharStream::GetBufferedHexPairs(unsigned char* bytes,

@@ -95,9 +95,13 @@ class ICharStream final : public CharStream {
     }
   }
   char EscapedChar();
-  char BufferedEscape();
-  bool FindPlainText(std::string_view* text) noexcept;
+  bool PassPlainText() noexcept;
   bool DecodeBlock(TextBuffer<char>& buffer);
+  const char* DecodeEscapes(const char* at, const char* end, char** out);
+  // Uses up what stands before a place of the block.
+  void SkipTo(const char* at) noexcept { cursor_ = text_ + (at - text_); }
+
+  static constexpr std::ptrdiff_t kLongestEscape = 4;  // a backslash and three digits
 
   char text_[kBlockSize + ZEL_T_NMT::kWordSize] = {};
   char* cursor_ = text_;  // the next unread byte

@@ -154,65 +154,67 @@ std::int64_t ExponentValue(const char* cursor, const char* end) noexcept {
   return negative ? -value : value;
 }
 
-// Most numbers are a few digits, many with a point and a few digits behind it: up to seven of each
-// are told by a word each. Stores what DecimalPrefix gives for such a number that begins the text,
-// which has room for both words and the point. False for any other, also where an exponent may
-// follow.
-ZEL_ALWAYS_INLINE bool ShortPrefix(const char* text, Decimal& result) noexcept {
-  const std::uint64_t word = LoadWord(text);
+// Takes in the digits of a fraction from `cursor` on, as many as the number has room for, and goes
+// behind them all. False, with digits half taken in, where the text may end before them.
+inline bool TakeFraction(const char*& cursor, const char* limit, std::uint32_t room,
+                         LeadingDigits& digits) noexcept {
+  for (;;) {
+    if (limit - cursor < std::ptrdiff_t{kWordSize}) return false;
+    const std::uint64_t word = LoadWord(cursor);
+    const std::uint64_t others = BytesNoDigits(word);
+    if (others != 0 || room < kWordSize) {
+      const std::uint32_t count = BytesBefore(others);
+      const std::uint32_t fit = std::min(count, room);
+      if (fit != 0) digits.value = digits.value * kPowersOfTen[fit] + DigitsValue(word, fit);
+      const char* const behind = cursor + fit;
+      cursor = others != 0 ? cursor + count : SkipDigits(cursor + count, limit);
+      digits.dropped = cursor - behind;
+      return true;
+    }
+    digits.value = digits.value * kPowersOfTen[kWordSize] + DigitsValue(word, kWordSize);
+    cursor += kWordSize;
+    room -= static_cast<std::uint32_t>(kWordSize);
+  }
+}
+
+// Most numbers are a few digits, many with a sign or with a point and digits behind it: up to seven
+// before the point are told by a word, eight behind it by another, and those of longer fractions,
+// such as streams hold, by as many as it takes. Stores what DecimalPrefix gives for such a number
+// that begins the text, which has room for sign, point and two words. False for any other, also
+// where an exponent may follow.
+ZEL_ALWAYS_INLINE bool PlainPrefix(const char* text, std::size_t length, Decimal& result) noexcept {
+  const bool negative = *text == '-';
+  const char* const begin = text + negative;
+  const std::uint64_t word = LoadWord(begin);
   const std::uint32_t wholes = BytesBefore(BytesNoDigits(word));
   if (wholes == 0 || wholes >= kWordSize) return false;
   LeadingDigits digits{DigitsValue(word, wholes)};
-  std::size_t length = wholes;
-  std::uint32_t fractions = 0;
-  if (text[wholes] == '.') {
-    const std::uint64_t rest = LoadWord(text + wholes + 1);
-    fractions = BytesBefore(BytesNoDigits(rest));
-    if (fractions == 0 || fractions >= kWordSize) return false;
-    digits.value = digits.value * kPowersOfTen[fractions] + DigitsValue(rest, fractions);
-    length += std::size_t{1} + fractions;
+  const char* end = begin + wholes;
+  std::int64_t fractions = 0;
+  if (*end == '.') {
+    const char* const fraction = ++end;
+    const std::uint64_t next = LoadWord(fraction);
+    const std::uint64_t others = BytesNoDigits(next);
+    if (others != 0) [[likely]] {
+      const std::uint32_t count = BytesBefore(others);
+      if (count == 0) return false;
+      digits.value = digits.value * kPowersOfTen[count] + DigitsValue(next, count);
+      fractions = count;
+      end += count;
+    } else {
+      const std::uint32_t room = digits.value == 0 ? 19 : 19 - wholes;  // in a 64-bit number
+      // Rounding takes it that digits are only left out where no more fit.
+      if (!TakeFraction(end, text + length, room, digits) || end == text + length ||
+          (digits.dropped != 0 && digits.value < LeadingDigits::kFull)) {
+        return false;
+      }
+      fractions = end - fraction - digits.dropped;
+    }
   }
-  if ((text[length] | 0x20) == 'e') return false;
+  if ((*end | 0x20) == 'e') return false;
   double value = 0;
-  if (!RoundByProduct(digits, -std::int64_t{fractions}, value)) return false;
-  result = {value, length};
-  return true;
-}
-
-// The same for a fraction with a sign or with more digits, such as streams hold, of which as many
-// are taken in as fit.
-ZEL_NEVER_INLINE bool FractionPrefix(const char* text, std::size_t length,
-                                     Decimal& result) noexcept {
-  const char* const limit = text + length;
-  const char* const begin = *text == '-' ? text + 1 : text;
-  const std::uint64_t word = LoadWord(begin);
-  const std::uint32_t wholes = BytesBefore(BytesNoDigits(word));
-  if (wholes == 0 || wholes >= kWordSize || begin[wholes] != '.') return false;
-  LeadingDigits digits{DigitsValue(word, wholes)};
-  std::uint32_t room = digits.value == 0 ? 19 : 19 - wholes;  // for digits of a 64-bit number
-  const char* const fraction = begin + wholes + 1;
-  const char* end = fraction;
-  std::uint32_t count = kWordSize;
-  std::int64_t taken = 0;
-  for (; count == kWordSize && room != 0; end += count) {
-    if (limit - end < std::ptrdiff_t{kWordSize}) return false;
-    const std::uint64_t next = LoadWord(end);
-    count = BytesBefore(BytesNoDigits(next));
-    const std::uint32_t fit = std::min(count, room);
-    if (fit != 0) digits.value = digits.value * kPowersOfTen[fit] + DigitsValue(next, fit);
-    room -= fit;
-    taken += fit;
-  }
-  if (count == kWordSize) end = SkipDigits(end, limit);
-  digits.dropped = end - fraction - taken;
-  // Rounding takes it that digits are only left out where no more fit.
-  if (end == fraction || end == limit || (*end | 0x20) == 'e' ||
-      (digits.dropped != 0 && digits.value < LeadingDigits::kFull)) {
-    return false;
-  }
-  double value = 0;
-  if (!RoundByProduct(digits, -taken, value)) return false;
-  result = {begin != text ? -value : value, static_cast<std::size_t>(end - text)};
+  if (!RoundByProduct(digits, -fractions, value)) return false;
+  result = {negative ? -value : value, static_cast<std::size_t>(end - text)};
   return true;
 }
 
@@ -259,10 +261,8 @@ ZEL_NEVER_INLINE Decimal LongPrefix(const char* text, std::size_t length,
 Decimal DecimalPrefix(const char* text, std::size_t length, bool allowExponent) noexcept {
   if constexpr (kHasByteWords) {
     Decimal result;
-    if (length > 2 * kWordSize + 1 &&
-        (ShortPrefix(text, result) || FractionPrefix(text, length, result))) [[likely]] {
+    if (length > 2 * kWordSize + 1 && PlainPrefix(text, length, result)) [[likely]]
       return result;
-    }
   }
   return LongPrefix(text, length, allowExponent);
 }
