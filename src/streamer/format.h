@@ -53,24 +53,24 @@ struct Format {
       const KindFormat& kind = kinds[index];
       if (kind.type != static_cast<POSObjectType>(index + 1)) throw "not in order";
       if (!kind.params.KeepsAll(kind.writer.raw)) throw "escapes raw bytes";
-      kindOfMarker[static_cast<unsigned char>(kind.params.open)] =
-          static_cast<std::uint8_t>(index + 1);
+      ofType[index + 1] = &kind;
+      ofMarker[static_cast<unsigned char>(kind.params.open)] = &kind;
     }
   }
 
   // The kind with a type tag, and the kind that a marker stands for; null for none.
   const KindFormat* OfType(std::int32_t type) const noexcept {
-    return type == 0 ? nullptr : &kinds[static_cast<std::size_t>(type) - 1];
+    return ofType[static_cast<std::size_t>(type)];
   }
   const KindFormat* OfMarker(char marker) const noexcept {
-    return OfType(kindOfMarker[static_cast<unsigned char>(marker)]);
+    return ofMarker[static_cast<unsigned char>(marker)];
   }
 
   const char* name;
   StreamingParams outermost;
   std::span<const KindFormat> kinds;
-  // The type tag of the kind that a marker stands for; 0 for none.
-  std::array<std::uint8_t, 256> kindOfMarker{};
+  std::array<const KindFormat*, POS_KIND_COUNT + 1> ofType{};
+  std::array<const KindFormat*, 256> ofMarker{};
 };
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "frame/base/decimal.h"
 #include "frame/core/error.h"
@@ -35,12 +36,32 @@ void ICharStream::Reposition() {
 }
 
 void ICharStream::ReadBlock() {
-  cursor_ = end_ = text_;
+  char* const place = text_ + kBlockSize;
+  cursor_ = end_ = place;
   const std::uint32_t count = stream_.Read(block_.Data(), kBlockSize);
   if (count == 0) RaisePOSException("unexpected EOF");
-  std::memcpy(text_, block_.Data(), count);
-  end_ = text_ + count;
+  std::memcpy(place, block_.Data(), count);
+  end_ = place + count;
   std::memset(end_, 0, kWordSize);
+}
+
+// The same where some bytes are unread, at most kBlockSize, which stay; should this raise, they are
+// used up.
+void ICharStream::ReadBehindUnread() {
+  const std::uint32_t unread = Unread();
+  char* const place = text_ + kBlockSize - unread;
+  std::memmove(place, cursor_, unread);
+  ReadBlock();
+  cursor_ = place;
+}
+
+bool ICharStream::ReadOn(std::uint32_t maxLength) {
+  if (Unread() > maxLength) return false;
+  for (const char* at = cursor_; at != end_; ++at) {
+    if (params_->HowToReadByte(*at) != RawByte::kContent) return false;
+  }
+  ReadBehindUnread();
+  return true;
 }
 
 namespace {
@@ -91,8 +112,17 @@ std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mus
 }
 
 std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
-  char* const begin = cursor_;
-  if (PassPlainText()) [[likely]] {
+  char* begin = cursor_;
+  bool closed = PassPlainText();
+  if (!closed && cursor_ == end_ && end_ - begin <= std::ptrdiff_t{kBlockSize}) {
+    // The text goes on in the next block.
+    cursor_ = begin;
+    const auto plain = Unread();
+    ReadBehindUnread();
+    begin = std::exchange(cursor_, cursor_ + plain);
+    closed = PassPlainText();
+  }
+  if (closed) [[likely]] {
     cursor_[-1] = '\0';
     return {begin, static_cast<std::size_t>(cursor_ - 1 - begin)};
   }
@@ -101,6 +131,7 @@ std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
   buffer.Advance(plain);
   while (!DecodeBlock(buffer)) {
   }
+  buffer.Reserve(static_cast<std::uint32_t>(kWordSize));
   return buffer.Terminated();
 }
 

@@ -12,7 +12,7 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 
 // Behind the bytes of a block stands a word of zeros, so that a search for anything that is meant
-// ends there.
+// ends there. Before them there is room for the end of the block before it.
 class ICharStream final : public CharStream {
  public:
   using CharStream::CharStream;
@@ -46,14 +46,19 @@ class ICharStream final : public CharStream {
     return *cursor_++;
   }
 
+  // Skips what mostly stands before a marker, as far as the block holds it, and returns the byte
+  // behind it, which is not used up; NUL at the block's end.
+  char PeekAfterSpaces() noexcept {
+    SkipIndentation();
+    if (*cursor_ == ' ') ++cursor_;
+    return *cursor_;
+  }
   // As GetChar until the character is no space; kClosed at the value's closing character. Only for
   // values that whitespace does not close.
   static constexpr int kClosed = -1;
   int GetCharAfterSpaces() {
-    SkipIndentation();
-    if (*cursor_ == ' ') ++cursor_;
     // Nothing behind the block's end is printable.
-    if (const char byte = *cursor_; byte > ' ') [[likely]] {
+    if (const char byte = PeekAfterSpaces(); byte > ' ') [[likely]] {
       const RawByte meaning = params_->HowToReadByte(byte);
       if (meaning == RawByte::kContent || meaning == RawByte::kClose) [[likely]] {
         ++cursor_;
@@ -63,13 +68,21 @@ class ICharStream final : public CharStream {
     return GetCharAfterMore();
   }
 
+  // Uses up the next byte, which the block must hold, where it stands for itself.
+  bool SkipContent() noexcept {
+    if (params_->HowToReadByte(*cursor_) != RawByte::kContent) return false;
+    ++cursor_;
+    return true;
+  }
+
   // Stores up to `wanted` characters and returns how many: fewer only when the value's closing
   // character came first. If `skipWhitespace`, whitespace is not kept; if `mustFill`, fewer raise
   // "GetChars ran out of input".
   std::uint32_t GetChars(char* buffer, std::uint32_t wanted, bool mustFill, bool skipWhitespace);
 
   // The whole text up to the closing character, which is used up, with a NUL behind it: in `buffer`
-  // or, until the next call, in the block. The rest behind a NUL in the text is dropped.
+  // or, until the next call, in the block; kWordSize bytes may be read of it whatever its length.
+  // The rest behind a NUL in the text is dropped.
   std::string_view GetText(TextBuffer<char>& buffer);
 
   // The following take what stands in the block as plain digits, side by side, and leave the rest
@@ -80,18 +93,22 @@ class ICharStream final : public CharStream {
   // A number with its closing character. False, with nothing used up, when the block does not hold
   // both, or the number takes more than `maxLength` bytes.
   bool GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept;
+  // Reads the next block behind the rest of this one, if that is all content, and of no more than
+  // `maxLength` bytes: the value goes on. False, with nothing read, for any other.
+  bool ReadOn(std::uint32_t maxLength);
 
  private:
   std::uint32_t Unread() const noexcept { return static_cast<std::uint32_t>(end_ - cursor_); }
   void ReadBlock();
+  void ReadBehindUnread();
   int GetCharAfterMore();
   void Reposition();
   // Skips, of what the block holds, a line's end and up to eight TABs behind it.
   void SkipIndentation() noexcept {
     if constexpr (ZEL_T_NMT::kHasByteWords) {
       if (*cursor_ != '\n') return;
-      ++cursor_;
-      cursor_ += ZEL_T_NMT::BytesBefore(ZEL_T_NMT::LoadWord(cursor_) ^ ZEL_T_NMT::WordOf('\t'));
+      const char* const tabs = cursor_ + 1;
+      cursor_ += 1 + ZEL_T_NMT::BytesBefore(ZEL_T_NMT::LoadWord(tabs) ^ ZEL_T_NMT::WordOf('\t'));
     }
   }
   char EscapedChar();
@@ -103,7 +120,7 @@ class ICharStream final : public CharStream {
 
   static constexpr std::ptrdiff_t kLongestEscape = 4;  // a backslash and three digits
 
-  char text_[kBlockSize + ZEL_T_NMT::kWordSize] = {};
+  char text_[2 * kBlockSize + ZEL_T_NMT::kWordSize] = {};
   char* cursor_ = text_;  // the next unread byte
   char* end_ = text_;
   bool finished_ = false;

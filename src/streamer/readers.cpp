@@ -67,7 +67,11 @@ ZEL_NEVER_INLINE CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindForma
 CPOSObject ReadNumber(TypeAStreamer&, ICharStream& input) {
   constexpr std::uint32_t kMaxLength = 62;
   double number;
-  if (input.GetBufferedNumber(&number, kMaxLength)) return CPOSNumber::New(number);
+  if (input.GetBufferedNumber(&number, kMaxLength)) [[likely]]
+    return CPOSNumber::New(number);
+  if (input.ReadOn(kMaxLength) && input.GetBufferedNumber(&number, kMaxLength)) {
+    return CPOSNumber::New(number);
+  }
   char text[kMaxLength + 1];  // one more tells a number that is too long
   const std::uint32_t length = input.GetChars(text, sizeof text, false, false);
   if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
@@ -121,10 +125,8 @@ CPOSObject ReadRawPointer(TypeAStreamer&, ICharStream&) {
 CPOSObject ReadArray(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSArray array = CPOSArray::New();
-  for (;;) {
-    CPOSObject element = streamer.ReadObject(input);
-    if (element.IsEmpty()) break;
-    array.Append(std::move(element));
+  while (const KindFormat* const kind = streamer.ReadMarker(input)) {
+    array.Append(streamer.ReadContent(*kind, input));
   }
   return array;
 }
@@ -134,9 +136,9 @@ CPOSObject ReadDict(TypeAStreamer& streamer, ICharStream& input) {
   CPOSDict dict = CPOSDict::New();
   while (const KindFormat* const kind = streamer.ReadMarker(input)) {
     CZELStringAtom key = ReadKey(streamer, *kind, input);
-    CPOSObject value = streamer.ReadObject(input);
-    if (value.IsEmpty()) RaisePOSException("missing dictionary value");
-    dict.Put(std::move(key), std::move(value));
+    const KindFormat* const ofValue = streamer.ReadMarker(input);
+    if (ofValue == nullptr) RaisePOSException("missing dictionary value");
+    dict.Put(std::move(key), streamer.ReadContent(*ofValue, input));
   }
   return dict;
 }

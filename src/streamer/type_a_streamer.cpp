@@ -37,17 +37,12 @@ CPOSObject TypeAStreamer::ReadObject(ICharStream& input) {
   return kind == nullptr ? CPOSObject() : ReadContent(*kind, input);
 }
 
-const KindFormat* TypeAStreamer::ReadMarker(ICharStream& input) {
+const KindFormat* TypeAStreamer::ReadAnyMarker(ICharStream& input) {
   const int marker = input.GetCharAfterSpaces();
   if (marker == ICharStream::kClosed) return nullptr;
   const KindFormat* const kind = FindStreamingParams(static_cast<char>(marker));
   if (kind == nullptr) RaisePOSException("Cannot determine streaming params");
   return kind;
-}
-
-CPOSObject TypeAStreamer::ReadContent(const KindFormat& kind, ICharStream& input) {
-  const CharStream::ParamsInForce inForce(input, kind.params);
-  return kind.reader(*this, input);
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

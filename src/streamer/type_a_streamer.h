@@ -34,10 +34,18 @@ class TypeAStreamer : public StreamerBase {
   // first. Raises "Cannot determine streaming params".
   CPOSObject ReadObject(ICharStream& input);
   // The same in two steps: the kind that the next marker stands for, or null, and what follows it.
-  const KindFormat* ReadMarker(ICharStream& input);
-  CPOSObject ReadContent(const KindFormat& kind, ICharStream& input);
+  const KindFormat* ReadMarker(ICharStream& input) {
+    const KindFormat* const kind = FindStreamingParams(input.PeekAfterSpaces());
+    if (kind == nullptr || !input.SkipContent()) [[unlikely]]
+      return ReadAnyMarker(input);
+    return kind;
+  }
+  CPOSObject ReadContent(const KindFormat& kind, ICharStream& input) {
+    const CharStream::ParamsInForce inForce(input, kind.params);
+    return kind.reader(*this, input);
+  }
 
-  // An atom of a key, whose text is ended by a NUL.
+  // An atom of a key, whose text is as KeyAtoms want it.
   ZEL_T_NMT::CZELStringAtom KeyOf(std::string_view text) {
     if (!keys_) keys_.emplace();
     return keys_->Get(text.data(), text.length());
@@ -81,6 +89,8 @@ class TypeAStreamer : public StreamerBase {
  private:
   // The same for a value that is read while the stream may be called.
   void WriteOpenObject(OCharStream& output, POSView value);
+  // The same of what is anything else than a marker side by side with what is before it.
+  const KindFormat* ReadAnyMarker(ICharStream& input);
 
   const Format& format_;
   std::int32_t depth_ = 0;

@@ -5,59 +5,76 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
+#include "frame/base/byte_words.h"
 #include "frame/core/string_atom.h"
 
 namespace ZEL_T_NMT {
 
 class KeyAtoms {
  public:
-  // An atom of the text, which is ended by a NUL and has `length` bytes before it. Raises the
-  // allocation failure when the host has none.
+  // An atom of the text, which has `length` bytes and a NUL behind them; its first kWordSize bytes
+  // may be read whatever the length. Raises the allocation failure when the host has none.
   CZELStringAtom Get(const char* text, std::size_t length) {
-    const std::uint32_t fingerprint = Fingerprint(text, length);
-    Slot& slot = SlotOf(fingerprint);
-    if (slot.fingerprint != fingerprint) {
-      // A key that comes once shall cost nothing here: an atom is kept from the second time on, and
-      // then for good.
-      if (slot.atom.Atom() == 0) slot.fingerprint = fingerprint;
-      return CZELStringAtom(text);
-    }
-    if (slot.atom.Atom() == 0) {
-      slot.atom = CZELStringAtom(text);
-    } else if (!IsSameText(slot.atom.Text(), text)) {
-      return CZELStringAtom(text);
-    }
-    return slot.atom;
+    // In a document whose keys do not repeat, most are not even looked for.
+    if (misses_ >= kPatience && ++misses_ % kSampling != 0) return CZELStringAtom(text);
+    return Find(text, length);
   }
 
  private:
   static constexpr std::uint32_t kSlotBits = 6;
+  static constexpr std::uint32_t kPatience = 128;
+  static constexpr std::uint32_t kSampling = 8;
   struct Slot {
     CZELStringAtom atom;
-    std::uint32_t fingerprint = 0;
+    std::uint64_t digest = 0;
+    std::size_t length = 0;
   };
 
-  // One of the two slots where a fingerprint may be: the one that has it, or else one that holds no
-  // atom if there is any.
-  Slot& SlotOf(std::uint32_t fingerprint) noexcept {
-    Slot& slot = slots_[fingerprint >> (32 - kSlotBits)];
-    if (slot.fingerprint == fingerprint) return slot;
-    Slot& other = slots_[fingerprint >> (32 - 2 * kSlotBits) & (slots_.size() - 1)];
-    return other.fingerprint == fingerprint || slot.atom.Atom() != 0 ? other : slot;
+  CZELStringAtom Find(const char* text, std::size_t length) {
+    const std::uint64_t digest = Digest(text, length);
+    Slot& slot = SlotOf(digest, length);
+    const bool isSeen = slot.digest == digest && slot.length == length;
+    if (isSeen && slot.atom.Text() != nullptr && IsText(slot, text)) [[likely]] {
+      misses_ = 0;
+      return slot.atom;
+    }
+    if (misses_ < kPatience) ++misses_;
+    // A key that comes once shall cost nothing here: an atom is kept from the second time on, and
+    // then for good.
+    if (slot.atom.Text() != nullptr) return CZELStringAtom(text);
+    if (isSeen) return slot.atom = CZELStringAtom(text);
+    slot.digest = digest;
+    slot.length = length;
+    return CZELStringAtom(text);
   }
 
-  // Short keys mostly differ in their length or in one of these bytes. Never 0.
-  static std::uint32_t Fingerprint(const char* text, std::size_t length) noexcept {
-    if (length == 0) return 1;
-    const auto byte = [text](std::size_t i) {
-      return std::uint32_t{static_cast<unsigned char>(text[i])};
-    };
-    const std::uint32_t bytes = byte(0) << 16 | byte(length / 2) << 8 | byte(length - 1);
-    return (bytes ^ static_cast<std::uint32_t>(length) << 24) * 0x9E3779B1u | 1;
+  // One of the two slots where a text may be: the one that has it, or else one that holds no atom
+  // if there is any.
+  Slot& SlotOf(std::uint64_t digest, std::size_t length) noexcept {
+    const std::uint64_t place = (digest ^ length) * 0x9E3779B97F4A7C15u;
+    Slot& slot = slots_[static_cast<std::size_t>(place >> (64 - kSlotBits))];
+    if (slot.digest == digest) return slot;
+    Slot& other = slots_[static_cast<std::size_t>(place >> 32) & (slots_.size() - 1)];
+    return other.digest == digest || slot.atom.Text() != nullptr ? other : slot;
   }
 
-  std::array<Slot, 1u << kSlotBits> slots_{};
+  // All of a short text, the beginning and the end of a longer one.
+  static std::uint64_t Digest(const char* text, std::size_t length) noexcept {
+    if (length == 0) return 0;
+    const std::uint64_t word = LoadWord(text);
+    if (length > kWordSize) return word ^ LoadWord(text + length - kWordSize) * 31;
+    const std::size_t behind = 64 - 8 * length;
+    return kHasByteWords ? word << behind : word >> behind;
+  }
+  // Whether the slot of a text's digest and length has the text.
+  static bool IsText(const Slot& slot, const char* text) noexcept {
+    return slot.length <= kWordSize || std::memcmp(slot.atom.Text(), text, slot.length) == 0;
+  }
+
+  std::array<Slot, std::size_t{1} << kSlotBits> slots_{};
+  std::uint32_t misses_ = 0;  // in a row; beyond kPatience, texts passed since as well
 };
 
 }  // namespace ZEL_T_NMT
