@@ -56,7 +56,7 @@ class AppendCase final : public LibraryCase<Zel> {
   Document array_;
 };
 
-// What memory itself costs: a chain of loads, each of which tells where the next one is, in random
+// The cost of memory itself: a chain of loads, each of which tells where the next one is, in random
 // order over records as large as what one member of a dictionary takes.
 class ChainCase final : public Case {
  public:
