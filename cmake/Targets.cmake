@@ -28,6 +28,11 @@ if(ZEL_SANITIZE)
   # Clang compares the type descriptors of a procedure and of its caller; those of types that stay
   # incomplete, as a handle's does, are different in each translation unit.
   add_compile_options($<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+  # A program that is linked as C loads libraries that need the half of clang's runtime about classes.
+  if(CMAKE_C_COMPILER_ID STREQUAL Clang)
+    set(zel_sanitize_c_link "-fsanitize-link-c++-runtime -lstdc++")
+    add_link_options($<$<LINK_LANGUAGE:C>:SHELL:${zel_sanitize_c_link}>)
+  endif()
 endif()
 
 # The same sources give the same bytes, wherever they lie: debugger symbols name them from here.

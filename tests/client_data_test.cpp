@@ -226,7 +226,6 @@ TEST_F(ClientDataTest, RangesAreStandardOnes) {
   EXPECT_EQ(copy.size(), 3U);
   EXPECT_EQ((array.end() - array.begin()), 3);
   EXPECT_EQ(array.begin()[1], client.New(1));
-  EXPECT_EQ(std::ranges::find(array, client.New(2)) - array.begin(), 2);
 
   Array holes = client.NewArray();
   holes.SetAt(2, 1);
@@ -258,9 +257,13 @@ TEST_F(ClientDataTest, RangesAreStandardOnes) {
   for (const std::string& key : dict | std::views::keys) keys += key;
   EXPECT_EQ(keys, "abc");
 #endif
+// libc++ 14 has the concepts without the algorithms.
+#if defined(__cpp_lib_ranges)
+  EXPECT_EQ(std::ranges::find(array, client.New(2)) - array.begin(), 2);
   const auto largest = std::ranges::max_element(
       dict, {}, [](const Dict::Entry& entry) { return -entry.second.As<int>(); });
   EXPECT_EQ((*largest).first, "a");
+#endif
   // Copies made at a key go on from there, whatever has happened to it.
   Dict changing = dict.Clone().As<Dict>();
   auto at = ++changing.begin();

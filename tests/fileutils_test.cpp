@@ -168,6 +168,31 @@ TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
 #endif
 }
 
+#if defined(_WIN32)
+TEST_F(FileUtilsTest, PathsAreBytesOfTheCodePageAndEndAt259) {
+  if (GetACP() != 1252) GTEST_SKIP() << "the names are written in code page 1252";
+  const std::string here = folder.path.string() + '\\';
+  const std::string umlaut = here + '\xFC';
+  ASSERT_NE(CreateDirectoryA(umlaut.c_str(), nullptr), 0);
+  const Directory named(client, umlaut);
+  const std::string made = named.CreateUniqueFilename("\xE4", "e");
+  EXPECT_NE(made.find('\xE4'), std::string::npos);
+  EXPECT_NE(GetFileAttributesA((umlaut + '\\' + made).c_str()), INVALID_FILE_ATTRIBUTES);
+  named.Rename(made, "\xF6");
+  EXPECT_TRUE(named.FileExists("\xF6"));
+  named.Delete("\xF6");
+  EXPECT_NE(RemoveDirectoryA(umlaut.c_str()), 0);
+
+  const std::string longest(259 - here.size(), 'x');
+  MakeFile("file");
+  EXPECT_NE(Failure([&] { directory->Rename("file", longest + 'x'); }), "");
+  EXPECT_EQ(Names(), Paths{"file"});
+  directory->Rename("file", longest);
+  EXPECT_TRUE(directory->FileExists(longest));
+  directory->Delete(longest);
+}
+#endif
+
 TEST_F(FileUtilsTest, FoldersAndLinksAreFiles) {
   fs::create_directory(folder / "folder");
   EXPECT_TRUE(directory->FileExists("folder"));

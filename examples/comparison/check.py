@@ -55,7 +55,7 @@ def check_programs(programs):
         said.setdefault(task, {})[library] = meaning(task, run.stdout)
     for library in LIBRARIES:
         if any(library not in of_task for of_task in said.values()):
-            print(f"not run: the programs with {library}, which is not installed")
+            print(f"not run: the programs with {library}, which are not built here")
     expected = {"tree": 2, "schema": 4, "struct": 1}
     for task, of_task in said.items():
         ours = of_task["zelutils"]

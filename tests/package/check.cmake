@@ -19,7 +19,7 @@ file(COPY ${SOURCE}/tests/package/CMakeLists.txt ${SOURCE}/tests/header_c99_test
   DESTINATION ${consumer})
 
 if(SANITIZE)
-  string(APPEND C_FLAGS " -fsanitize=${SANITIZE}")
+  string(APPEND C_FLAGS " -fsanitize=${SANITIZE} ${SANITIZE_C_LINK}")
   string(APPEND CXX_FLAGS " -fsanitize=${SANITIZE}")
 endif()
 
