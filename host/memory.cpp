@@ -1,5 +1,6 @@
 // The memory interface.
 #include <algorithm>
+#include <tuple>
 
 #include "services.h"
 #include "storage/heap.h"
@@ -67,11 +68,13 @@ void Count(Counts& counts) {
 void ListLeaks(std::vector<Leak>& leaks) {
   std::vector<LiveBlock> blocks;
   heap.ForEachLive([&](const LiveBlock& block) { blocks.push_back(block); });
-  std::sort(blocks.begin(), blocks.end(),
-            [](const LiveBlock& a, const LiveBlock& b) { return a.number < b.number; });
+  std::sort(blocks.begin(), blocks.end(), [](const LiveBlock& a, const LiveBlock& b) {
+    return std::tie(a.number, a.size) < std::tie(b.number, b.size);
+  });
   for (const LiveBlock& block : blocks) {
-    leaks.push_back({Leak::Kind::kBlock, "block of " + Plural(block.size, "byte") +
-                                             ", allocation " + std::to_string(block.number)});
+    std::string what = "block of " + Plural(block.size, "byte");
+    if (block.number != 0) what += ", allocation " + std::to_string(block.number);
+    leaks.push_back({Leak::Kind::kBlock, std::move(what)});
   }
 }
 

@@ -463,7 +463,7 @@ TEST(HostLifeTest, StopNamesEveryLeak) {
     const std::vector<std::string> expected = {
         "Release of an instance of \"ZELMemoryStream\" that is held by no client",
         "interface \"Left\" with 1 method",
-        "block of 24 bytes, allocation 1",
+        guarded ? "block of 24 bytes, allocation 1" : "block of 24 bytes",
         "atom \"a.text\", 2 references",
         "error \"message\" of \"Component\", 1 reference",
         "instance of \"ZELMemoryStream\" (signature \"ZELMemoryStream\"), 0 references",

@@ -11,7 +11,7 @@ namespace zelhost {
 struct LiveBlock {
   void* address;
   std::size_t size;
-  std::uint32_t number;  // of the allocation; after 2^27 of them it begins again
+  std::uint32_t number;  // of the allocation, in guard mode; else 0
 };
 
 // Open addressing; at least half of the slots are free. Usable without having been constructed, and

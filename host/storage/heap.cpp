@@ -49,7 +49,7 @@ void* Heap::AllocateFresh(std::size_t size) noexcept {
     if (chunk == nullptr) return nullptr;
   }
   const std::uint32_t index = chunk->fresh++;
-  chunk->AllFacts()[index] = FactsFor(size, NextNumber());
+  chunk->AllFacts()[index] = FactsFor(size);
   return chunk->CellAt(index);
 }
 
@@ -133,7 +133,10 @@ void* Heap::AllocateLarge(std::size_t size) noexcept {
   if (!open_ || size > kLargestSize) return nullptr;
   // Of zero bytes, malloc may answer null.
   void* block = std::malloc(std::max<std::size_t>(size, 1));
-  if (block == nullptr || large_.Add({block, size, NextNumber() >> kNumberShift})) return block;
+  if (block == nullptr) return nullptr;
+  // The blocks in cells have no numbers, and so the others have none beside them.
+  if (smallLimit_ == 0) ++lastNumber_;
+  if (large_.Add({block, size, lastNumber_})) return block;
   std::free(block);
   return nullptr;
 }
@@ -167,8 +170,7 @@ void* Heap::Reallocate(void* block, std::size_t size) noexcept {
   if (large != nullptr && size >= smallLimit_) return ReallocateLarge(large, size);
   const std::size_t oldSize = Size(block);
   if (large == nullptr && size < smallLimit_ && ClassOf(oldSize) == ClassOf(size)) {
-    Facts* facts = ChunkOf(block)->FactsOf(block);
-    *facts = FactsFor(size, *facts & ~(kOneNumber - 1));
+    *ChunkOf(block)->FactsOf(block) = FactsFor(size);
     return block;
   }
   void* moved = Allocate(size);
@@ -194,7 +196,7 @@ void Heap::ForEachLive(const std::function<void(const LiveBlock&)>& visit) const
     for (std::uint32_t i = 0; i < chunk->fresh; ++i) {
       const Facts facts = chunk->AllFacts()[i];
       if (facts == 0) continue;
-      visit({chunk->CellAt(i), chunk->SizeOf(facts), facts >> kNumberShift});
+      visit({chunk->CellAt(i), chunk->SizeOf(facts), 0});
     }
   }
   large_.ForEach(visit);

@@ -3,9 +3,9 @@
 //
 // Small blocks are cells of a chunk, of one size each; a chunk starts at a multiple of its size, so
 // that a block's address leads to it. Larger blocks are a malloc of their own each; in guard mode
-// all blocks are, so that a memory checker sees them. The records of the blocks are kept beside
-// them: sixteen bytes fill a cell of sixteen, and what a client writes past a block's end cannot
-// change it.
+// all blocks are, so that a memory checker sees them, and numbered. The records of the blocks are
+// kept beside them: sixteen bytes fill a cell of sixteen, and what a client writes past a block's
+// end cannot change it.
 //
 // Usable without having been constructed; holds nothing once closed.
 #pragma once
@@ -43,12 +43,10 @@ class Heap {
   static constexpr unsigned kChunkBits = 14;
   static constexpr std::size_t kChunkBytes = std::size_t{1} << kChunkBits;
 
-  // Of a block in a cell: its number, its size modulo the grain, and a bit that is always set. 0:
-  // no block begins there.
-  using Facts = std::uint32_t;
-  static constexpr unsigned kNumberShift = 5;
-  static constexpr Facts kOneNumber = 1u << kNumberShift;
-  static constexpr Facts kLive = 1;
+  // Of a block in a cell: its size modulo the grain, and a bit that is always set. 0: no block
+  // begins there.
+  using Facts = std::uint8_t;
+  static constexpr std::size_t kLive = 1;
 
   struct Chunk;
   // A cell that was given back.
@@ -85,7 +83,7 @@ class Heap {
       return *facts == 0 ? nullptr : facts;
     }
     std::size_t SizeOf(Facts facts) const noexcept {
-      const std::size_t odd = facts >> 1 & (kGrain - 1);
+      const std::size_t odd = facts >> 1;
       return odd == 0 ? largestSize : largestSize - kGrain + odd;
     }
 
@@ -102,8 +100,8 @@ class Heap {
   };
 
   static std::size_t ClassOf(std::size_t size) noexcept { return (size + kGrain - 1) / kGrain; }
-  static Facts FactsFor(std::size_t size, Facts number) noexcept {
-    return number + static_cast<Facts>(size & (kGrain - 1)) * 2 + kLive;
+  static Facts FactsFor(std::size_t size) noexcept {
+    return static_cast<Facts>((size & (kGrain - 1)) * 2 + kLive);
   }
 
   // The chunk that an address lies in; else one that no block lies in. Chunks come in rows, so that
@@ -118,7 +116,6 @@ class Heap {
   static std::size_t FurtherPlaceOf(const void* address) noexcept {
     return static_cast<std::size_t>(PlaceOf(address) * std::uint64_t{0x9E3779B97F4A7C15u} >> 32);
   }
-  Facts NextNumber() noexcept { return lastNumber_ += kOneNumber; }
 
   void* AllocateFresh(std::size_t size) noexcept;
   void* AllocateLarge(std::size_t size) noexcept;
@@ -128,7 +125,7 @@ class Heap {
   bool Register(Chunk* chunk) noexcept;
 
   std::size_t smallLimit_ = 0;  // sizes below it are cells; 0 when guarded or closed
-  Facts lastNumber_ = 0;
+  std::uint32_t lastNumber_ = 0;
   bool open_ = false;
   SizeClass classes_[kClassCount] = {};
   // All chunks by address. A free place holds the chunk that has no blocks.
@@ -153,7 +150,7 @@ inline void* Heap::Allocate(std::size_t size) noexcept {
   if (cell == nullptr) [[unlikely]]
     return AllocateFresh(size);
   sizeClass.free = cell->next;
-  *cell->facts = FactsFor(size, NextNumber());
+  *cell->facts = FactsFor(size);
   return cell;
 }
 

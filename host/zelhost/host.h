@@ -44,7 +44,8 @@ bool GuardMemoryByDefault() noexcept;
 
 struct HostOptions {
   // Every block, instance, error and buffer is a malloc of its own, without anything around it, so
-  // that a memory checker sees each one. Otherwise small ones are carved from slabs.
+  // that a memory checker sees each one, and the list of leaks numbers the blocks in the order of
+  // their allocation. Otherwise small ones are carved from slabs, and leaks have no numbers.
   bool guardMemory = GuardMemoryByDefault();
   // The procedures may be called in any thread, still one call at a time.
   bool anyThread = false;
@@ -92,7 +93,7 @@ std::string ToString(const Counts& counts);
 struct Leak {
   enum class Kind { kBlock, kAtom, kError, kInstance, kSharedBuffer, kInterface, kMisuse };
   Kind kind;
-  std::string what;  // names it: "block of 24 bytes, allocation 1207"
+  std::string what;  // names it: "block of 24 bytes", guarded "block of 24 bytes, allocation 1207"
 };
 
 // The procedures whose calls are counted; those that can be made to fail are marked with what their
