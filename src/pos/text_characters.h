@@ -12,7 +12,11 @@ enum CharacterClass : std::uint8_t {
   kDigit = 2,
   kPoint = 4,
   kSign = 8,
-  kLetter = 16
+  kLetter = 16,
+  kQuote = 32,
+
+  kNumberStart = kDigit | kSign | kPoint,
+  kTextStart = kLetter | kQuote
 };
 
 inline constexpr std::array<std::uint8_t, 256> kClasses = [] {
@@ -27,6 +31,7 @@ inline constexpr std::array<std::uint8_t, 256> kClasses = [] {
   assign('A', 'Z', kLetter);
   assign('a', 'z', kLetter);
   assign('_', '_', kLetter);
+  assign('(', '(', kQuote);
   return classes;
 }();
 

@@ -14,6 +14,7 @@
 namespace NPOSObjectImpl {
 namespace {
 
+using ZEL_T_NMT::ArrayToFill;
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSDict;
 using ZEL_T_NMT::CPOSNumber;
@@ -21,6 +22,7 @@ using ZEL_T_NMT::CPOSObject;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
 using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::DictToFill;
 
 constexpr std::size_t kDigitsPerUnit = 4;
 
@@ -63,27 +65,31 @@ class Parser {
   }
 
   // One object outside of an array and of a dictionary's keys.
-  CPOSObject ParseObject() {
-    switch (NextToken()) {
-      case ']':
-        FailAtClosing("Unexpected ]");
-      case '>':
-        FailAtClosing("Unexpected >");
-      default:
-        return ReadObject();
-    }
+  ZEL_ALWAYS_INLINE CPOSObject ParseObject() {
+    SkipWhitespace();
+    const char first = *cursor_;
+    if (IsOneOf(first, kNumberStart)) return ReadNumber();
+    if (IsOneOf(first, kTextStart)) return ReadString(first);
+    return ParseOther();
+  }
+
+  ZEL_NEVER_INLINE CPOSObject ParseOther() {
+    const char first = NextToken();
+    if (first == ']') FailAtClosing("Unexpected ]");
+    if (first == '>') FailAtClosing("Unexpected >");
+    return ReadOther(first);
   }
 
   // The object whose first character the cursor is at. Inline, and each kind in a function of its
   // own: a level of nesting takes no more of the stack than its container needs.
   ZEL_ALWAYS_INLINE CPOSObject ReadObject() {
     const char first = *cursor_;
-    if (IsOneOf(first, kDigit | kSign | kPoint)) return ReadNumber();
-    if (IsOneOf(first, kLetter) || first == '(') return ReadString(first);
+    if (IsOneOf(first, kNumberStart)) return ReadNumber();
+    if (IsOneOf(first, kTextStart)) return ReadString(first);
     return ReadOther(first);
   }
 
-  ZEL_NEVER_INLINE CPOSObject ReadOther(char first) {
+  CPOSObject ReadOther(char first) {
     if (first == '[') return ReadArray();
     if (first == '<') return ReadDict();
     if (first == '`') return ReadUnicodeString();
@@ -104,11 +110,12 @@ class Parser {
   ZEL_NEVER_INLINE CPOSObject ReadArray() {
     EnterContainer();
     CPOSArray array = CPOSArray::New();
+    const ArrayToFill filling(array);
     for (;;) {
       const char next = NextToken();
       if (next == ']') break;
       if (next == '>') FailAtClosing("Unexpected >");
-      array.Append(ReadObject());
+      filling.Append(ReadObject());
     }
     LeaveContainer();
     return array;
@@ -117,25 +124,26 @@ class Parser {
   ZEL_NEVER_INLINE CPOSObject ReadDict() {
     EnterContainer();
     CPOSDict dict = CPOSDict::New();
+    const DictToFill filling(dict);
     for (;;) {
-      const char next = NextToken();
+      SkipWhitespace();
+      const char next = *cursor_;
+      if (IsOneOf(next, kTextStart) && ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn()) [[likely]] {
+        CZELStringAtom key = ReadKey(next);
+        filling.Put(std::move(key), ParseObject());
+        continue;
+      }
+      if (next == '\0') Fail("Empty text string");
       if (next == '>') break;
       if (next == ']') FailAtClosing("Unexpected ]");
-      ReadMember(dict, next);
+      ReadOtherMember(dict);
     }
     LeaveContainer();
     return dict;
   }
 
-  // A key, whose first character is at the cursor, and its value. The key is made a String only
-  // where somebody else's procedures are to see it.
-  void ReadMember(const CPOSDict& dict, char first) {
-    if (ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn() && (first == '(' || IsOneOf(first, kLetter)))
-        [[likely]] {
-      CZELStringAtom key = ReadKey(first);
-      dict.Put(std::move(key), ParseObject());
-      return;
-    }
+  // A member whose key is a String that somebody else's procedures are to see, or is none.
+  ZEL_NEVER_INLINE void ReadOtherMember(const CPOSDict& dict) {
     const CPOSString key(ReadObject(), true);
     if (key.IsEmpty()) Fail("Expected dictionary key string");
     dict.Put(key.Get(), ParseObject());
@@ -154,12 +162,43 @@ class Parser {
     return CPOSString::New(text.bytes);
   }
 
-  void ReadText(char first, Text& text) {
+  ZEL_ALWAYS_INLINE void ReadText(char first, Text& text) {
+    if (first == '(' ? ReadPlain<true>(text) : ReadPlain<false>(text)) [[likely]]
+      return;
+    ReadAnyText(first, text);
+  }
+
+  ZEL_NEVER_INLINE void ReadAnyText(char first, Text& text) {
     if (first == '(') {
       ReadQuotedString(text);
     } else {
       ReadBareWord(text);
     }
+  }
+
+  // A quoted string or a bare word, copied by words while its end is searched. False, with nothing
+  // read, where that has to be looked at more closely.
+  template <bool quoted>
+  bool ReadPlain(Text& text) noexcept {
+    using namespace ZEL_T_NMT;  // NOLINT(google-build-using-namespace): the functions over words
+    if constexpr (!kHasByteWords) return false;
+    if (end_ - cursor_ < std::ptrdiff_t{sizeof Text::bytes}) return false;
+    const char* const start = cursor_ + (quoted ? 1 : 0);
+    std::size_t length = 0;
+    std::uint64_t behind = 0;
+    for (;; length += kWordSize) {
+      if (length > POS_TEXT_STRING_LIMIT) return false;
+      const std::uint64_t word = LoadWord(start + length);
+      StoreWord(text.bytes + length, word);
+      behind = quoted ? BytesEqual(word, ')', '\\') : BytesNoWord(word);
+      if (behind != 0) break;
+    }
+    length += BytesBefore(behind);
+    if (length > POS_TEXT_STRING_LIMIT || (quoted && start[length] != ')')) return false;
+    text.bytes[length] = '\0';
+    text.length = length;
+    cursor_ = start + length + (quoted ? 1 : 0);
+    return true;
   }
 
   void ReadBareWord(Text& text) {
@@ -194,7 +233,7 @@ class Parser {
     if constexpr (!kHasByteWords) return;
     while (end_ - cursor_ >= std::ptrdiff_t{kWordSize}) {
       const std::uint64_t word = LoadWord(cursor_);
-      const std::uint64_t marked = BytesEqual(word, ')') | BytesEqual(word, '\\');
+      const std::uint64_t marked = BytesEqual(word, ')', '\\');
       cursor_ += BytesBefore(marked);
       if (marked != 0) return;
     }

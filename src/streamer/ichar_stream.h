@@ -85,6 +85,21 @@ class ICharStream final : public CharStream {
   // The rest behind a NUL in the text is dropped.
   std::string_view GetText(TextBuffer<char>& buffer);
 
+  // The same where the block holds all of the text as it is; without data, and with nothing used
+  // up, where it does not.
+  std::string_view GetPlainText() noexcept {
+    if constexpr (!ZEL_T_NMT::kHasByteWords) return {};
+    const MeantBytes& meant = params_->meant;
+    char* at = cursor_;
+    std::uint64_t found = meant.Find(ZEL_T_NMT::LoadWord(at));
+    for (; found == 0; found = meant.Find(ZEL_T_NMT::LoadWord(at))) at += ZEL_T_NMT::kWordSize;
+    at += ZEL_T_NMT::BytesBefore(found);
+    if (*at != params_->close || at == end_) return {};
+    *at = '\0';
+    const char* const text = std::exchange(cursor_, at + 1);
+    return {text, static_cast<std::size_t>(at - text)};
+  }
+
   // The following take what stands in the block as plain digits, side by side, and leave the rest
   // to GetChars: pairs of hexadecimal digits as bytes, and groups of four as 16-bit units, up to
   // `wanted`; they return how many.

@@ -15,6 +15,7 @@
 namespace NPOSStreamerImpl::NTypeAImpl {
 namespace {
 
+using ZEL_T_NMT::ArrayToFill;
 using ZEL_T_NMT::BinderBlock;
 using ZEL_T_NMT::CPOSArray;
 using ZEL_T_NMT::CPOSBinData;
@@ -23,6 +24,7 @@ using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::CPOSUnicodeString;
 using ZEL_T_NMT::CZELStringAtom;
+using ZEL_T_NMT::DictToFill;
 using ZEL_T_NMT::RaisePOSException;
 
 bool IsNumberCharacter(char character) noexcept {
@@ -50,14 +52,26 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, std::uint32_t size) 
   }
 }
 
+// Texts that are not plain have a place on the stack, and not in the frame of each dictionary
+// around them.
+ZEL_NEVER_INLINE CZELStringAtom ReadKeyByParts(TypeAStreamer& streamer, ICharStream& input) {
+  TextBuffer<char> buffer;
+  return streamer.KeyOf(input.GetText(buffer));
+}
+
+ZEL_NEVER_INLINE CPOSObject ReadStringByParts(ICharStream& input) {
+  TextBuffer<char> buffer;
+  return CPOSString::New(input.GetText(buffer).data());
+}
+
 // The text of a String is made the key at once, unless somebody else's procedures are to see the
-// String. The text's place is on the stack, and not in the frame of each dictionary around it.
+// String.
 ZEL_NEVER_INLINE CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindFormat& kind,
                                         ICharStream& input) {
   if (kind.type == POSTypeString && ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
     const CharStream::ParamsInForce inForce(input, kind.params);
-    TextBuffer<char> buffer;
-    return streamer.KeyOf(input.GetText(buffer));
+    const std::string_view text = input.GetPlainText();
+    return text.data() != nullptr ? streamer.KeyOf(text) : ReadKeyByParts(streamer, input);
   }
   return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
 }
@@ -81,8 +95,8 @@ CPOSObject ReadNumber(TypeAStreamer&, ICharStream& input) {
 }
 
 CPOSObject ReadString(TypeAStreamer&, ICharStream& input) {
-  TextBuffer<char> buffer;
-  return CPOSString::New(input.GetText(buffer).data());
+  const char* const text = input.GetPlainText().data();
+  return text != nullptr ? CPOSString::New(text) : ReadStringByParts(input);
 }
 
 CPOSObject ReadUnicodeString(TypeAStreamer&, ICharStream& input) {
@@ -125,8 +139,9 @@ CPOSObject ReadRawPointer(TypeAStreamer&, ICharStream&) {
 CPOSObject ReadArray(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSArray array = CPOSArray::New();
+  const ArrayToFill filling(array);
   while (const KindFormat* const kind = streamer.ReadMarker(input)) {
-    array.Append(streamer.ReadContent(*kind, input));
+    filling.Append(streamer.ReadContent(*kind, input));
   }
   return array;
 }
@@ -134,11 +149,12 @@ CPOSObject ReadArray(TypeAStreamer& streamer, ICharStream& input) {
 CPOSObject ReadDict(TypeAStreamer& streamer, ICharStream& input) {
   const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
   CPOSDict dict = CPOSDict::New();
+  const DictToFill filling(dict);
   while (const KindFormat* const kind = streamer.ReadMarker(input)) {
     CZELStringAtom key = ReadKey(streamer, *kind, input);
     const KindFormat* const ofValue = streamer.ReadMarker(input);
     if (ofValue == nullptr) RaisePOSException("missing dictionary value");
-    dict.Put(std::move(key), streamer.ReadContent(*ofValue, input));
+    filling.Put(std::move(key), streamer.ReadContent(*ofValue, input));
   }
   return dict;
 }

@@ -38,10 +38,31 @@ constexpr std::uint64_t BytesEqual(std::uint64_t word, char byte) noexcept {
   return BytesBelow(word ^ WordOf(static_cast<unsigned char>(byte)), 1);
 }
 
+// The mask of the bytes equal to either of two in ASCII.
+constexpr std::uint64_t BytesEqual(std::uint64_t word, char one, char other) noexcept {
+  const auto below = [word](char byte) {
+    return (word ^ WordOf(static_cast<unsigned char>(byte))) - WordOf(1);
+  };
+  return (below(one) | below(other)) & ~word & WordOf(0x80);
+}
+
 // The mask of the bytes that are no decimal digits.
 constexpr std::uint64_t BytesNoDigits(std::uint64_t word) noexcept {
   const std::uint64_t values = word ^ WordOf('0');
   return (values | (values + WordOf(0x80 - 10))) & WordOf(0x80);
+}
+
+// The mask of the bytes that are no letters, decimal digits or underscores.
+constexpr std::uint64_t BytesNoWord(std::uint64_t word) noexcept {
+  const auto from = [](std::uint64_t bytes, unsigned char least) {
+    return bytes + WordOf(static_cast<unsigned char>(0x80 - least));
+  };
+  const std::uint64_t ascii = word & WordOf(0x7F);
+  const std::uint64_t small = ascii | WordOf(0x20);  // letters, of which capitals become small ones
+  const std::uint64_t letters = from(small, 'a') & ~from(small, 'z' + 1);
+  const std::uint64_t digits = from(ascii, '0') & ~from(ascii, '9' + 1);
+  const std::uint64_t others = from(ascii ^ WordOf('_'), 1);
+  return (~(letters | digits | ~others) | word) & WordOf(0x80);
 }
 
 // The number of bytes before the first one of a mask.

@@ -190,6 +190,41 @@ class CPOSDict : public CPOSObject {
   explicit CPOSDict(CPOSObject made) noexcept : CPOSObject(std::move(made)) {}
 };
 
+// A container that has just been made and is filled at once: the library's own is found once, and
+// then only asked for whether it may still be reached directly.
+
+class ArrayToFill {
+ public:
+  explicit ArrayToFill(const CPOSArray& array) : array_(array), own_(array.View().Directly()) {}
+  // As CPOSArray's, of a value that is not empty.
+  void Append(CPOSObject&& value) const {
+    if (own_ == nullptr || !g_pos.arrays.IsKnownToBeOwn() ||
+        !own_->AppendInPlace(value.TakeReference())) [[unlikely]]
+      array_.Append(std::move(value));
+  }
+
+ private:
+  const CPOSArray& array_;
+  OwnArray* const own_;
+};
+
+class DictToFill {
+ public:
+  explicit DictToFill(const CPOSDict& dict) : dict_(dict), own_(dict.View().Directly()) {}
+  // As CPOSDict's, of a value that is not empty.
+  void Put(CZELStringAtom&& key, CPOSObject&& value) const {
+    if (own_ != nullptr && g_pos.dicts.IsKnownToBeOwn()) [[likely]] {
+      g_own.put(*own_, std::move(key), value.TakeReference());
+    } else {
+      dict_.Put(std::move(key), std::move(value));
+    }
+  }
+
+ private:
+  const CPOSDict& dict_;
+  OwnDict* const own_;
+};
+
 // The number of 16-bit code units before the terminating 0.
 std::size_t UnicodeLength(const std::uint16_t* units) noexcept;
 
