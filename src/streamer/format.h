@@ -30,6 +30,7 @@ struct Writer {
   WriterProc write;
   const char* raw;  // the bytes that it puts without asking the record
   WholeWriterProc writeWhole = nullptr;
+  bool holdsValues = false;
 };
 // Reads the content of an object of its kind up to and including the closing character. The marker
 // is read, and the kind's rules are in force. An object is given only when it was read whole.
@@ -53,6 +54,11 @@ struct Format {
       const KindFormat& kind = kinds[index];
       if (kind.type != static_cast<POSObjectType>(index + 1)) throw "not in order";
       if (!kind.params.KeepsAll(kind.writer.raw)) throw "escapes raw bytes";
+      const char marker[] = {kind.params.open, '\0'};
+      if (!outermost.KeepsAll(marker)) throw "escapes a marker";
+      for (const KindFormat& around : kinds) {
+        if (around.writer.holdsValues && !around.params.KeepsAll(marker)) throw "escapes a marker";
+      }
       ofType[index + 1] = &kind;
       ofMarker[static_cast<unsigned char>(kind.params.open)] = &kind;
     }

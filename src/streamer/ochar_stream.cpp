@@ -66,17 +66,11 @@ std::uint64_t Load4(const char* bytes) noexcept {
 }
 
 // Stores a text as it is, up to the first word with a byte that may have to be escaped, and returns
-// the number of bytes before that word.
+// the number of bytes before that word; of a text of less than a word, nothing.
 inline std::size_t StorePlain(const EscapedBytes& set, char* place, const char* text,
                               std::size_t length) noexcept {
-  if (!ZEL_T_NMT::kHasByteWords || length == 0) return 0;
+  if (!ZEL_T_NMT::kHasByteWords || length < kWordSize) return 0;
   const EscapedBytes escaped = set;
-  if (length < kWordSize) {
-    // Of the zeros behind the text, the set may have the first one at the earliest.
-    const std::uint64_t word = LastBytes(text + length, length, length);
-    ZEL_T_NMT::StoreWord(place, word);
-    return ZEL_T_NMT::BytesBefore(escaped.Find(word)) < length ? 0 : length;
-  }
   const auto storeWord = [&](std::size_t at) {
     const std::uint64_t word = ZEL_T_NMT::LoadWord(text + at);
     ZEL_T_NMT::StoreWord(place + at, word);
@@ -137,10 +131,43 @@ ZEL_NEVER_INLINE char* OCharStream::StoreWithin(const StreamingParams& params, c
 
 bool OCharStream::PutMarkedText(const StreamingParams& params, const char* text,
                                 std::size_t length) {
+  char* const place = end_ + 1;
+  // Short texts that are stored as they are take this function alone.
+  if (!ZEL_T_NMT::kHasByteWords || length - 1 >= 2 * kWordSize ||
+      place + length >= text_ + kBlockSize) {
+    return PutLongMarkedText(params, text, length);
+  }
+  const EscapedBytes& escaped = params.escaped;
+  if (length >= kWordSize) {
+    const std::uint64_t first = ZEL_T_NMT::LoadWord(text);
+    ZEL_T_NMT::StoreWord(place, first);
+    if (escaped.Find(first) != 0) [[unlikely]]
+      return PutLongMarkedText(params, text, length);
+    // The last word overlaps the first one.
+    const std::uint64_t last = ZEL_T_NMT::LoadWord(text + length - kWordSize);
+    ZEL_T_NMT::StoreWord(place + length - kWordSize, last);
+    if (length > kWordSize && escaped.Find(last) != 0) [[unlikely]]
+      return PutLongMarkedText(params, text, length);
+  } else {
+    // Of the zeros behind the text, the set may have the first one at the earliest.
+    const std::uint64_t word = LastBytes(text + length, length, length);
+    ZEL_T_NMT::StoreWord(place, word);
+    if (ZEL_T_NMT::BytesBefore(escaped.Find(word)) < length) [[unlikely]]
+      return PutLongMarkedText(params, text, length);
+  }
+  place[-1] = params.open;
+  place[length] = params.close;
+  end_ = place + length + 1;
+  return true;
+}
+
+ZEL_NEVER_INLINE bool OCharStream::PutLongMarkedText(const StreamingParams& params,
+                                                     const char* text, std::size_t length) {
   constexpr std::size_t kMostOfByte = sizeof WrittenByte::text;
   const auto room = static_cast<std::size_t>(text_ + kBlockSize - end_);
-  if (length >= kBlockSize / kMostOfByte || room < (length + 1) * kMostOfByte + 1) return false;
-  char* place = end_ + StoreEscaped(*params_, end_, params.open);
+  if (length >= kBlockSize / kMostOfByte || room < length * kMostOfByte + 2) return false;
+  char* place = end_;
+  *place++ = params.open;
   const std::size_t plain = StorePlain(params.escaped, place, text, length);
   place += plain;
   if (plain != length) [[unlikely]] {

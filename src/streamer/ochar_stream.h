@@ -52,11 +52,13 @@ class OCharStream final : public CharStream {
   virtual void PutChar(char character) { Advance(StoreEscaped(*params_, end_, character)); }
   // As PutChar of each character.
   void PutText(const char* text, std::size_t length);
-  // Puts marker, content and closing character of a kind, whose content `store` stores at the place
-  // that it is given: as it is to stand there, at most kRoom bytes. It returns their number.
+  // Puts the marker, which is never escaped, the content and the closing character of a kind, whose
+  // content `store` stores at the place that it is given: as it is to stand there, at most kRoom
+  // bytes. It returns their number.
   template <typename Store>
   void PutMarked(const StreamingParams& params, Store store) {
-    char* place = end_ + StoreEscaped(*params_, end_, params.open);
+    char* place = end_;
+    *place++ = params.open;
     place += store(place);
     *place++ = params.close;
     Advance(static_cast<std::size_t>(place - end_));
@@ -112,6 +114,7 @@ class OCharStream final : public CharStream {
   template <typename Within>
   static char* StoreText(const StreamingParams& params, char* place, const char* text,
                          std::size_t length, Within within);
+  bool PutLongMarkedText(const StreamingParams& params, const char* text, std::size_t length);
   static char* StoreWithin(const StreamingParams& params, char* place, const char* text,
                            std::size_t length);
   char* WriteBlock(const char* end);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/base/compiler.h"
 #include "streamer/hex_digits.h"
 #include "streamer/number_text.h"
 #include "streamer/type_a_streamer.h"
@@ -45,19 +46,25 @@ void WriteAs(const StreamingParams& params, OCharStream& output, Content content
   output.PutRaw(params.close);
 }
 
+ZEL_NEVER_INLINE void WriteByParts(const StreamingParams& params, OCharStream& output,
+                                   const char* text, std::size_t length) {
+  WriteAs(params, output, [&] { output.PutText(text, length); });
+}
+
 // A text as a String of it is written, and a size as a Number. None is made unless somebody else's
 // procedures are to see it, or the text does not stay while the stream is called. Returns whether
 // nothing of somebody else's has been called but the stream.
-bool WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text, bool stays) {
-  if (stays && POSView::IsKindDirect(POSTypeString)) [[likely]] {
-    const StreamingParams& params = streamer.ParamsOf(POSTypeString);
-    const std::size_t length = std::strlen(text);
-    if (!output.PutMarkedText(params, text, length)) [[unlikely]]
-      WriteAs(params, output, [&] { output.PutText(text, length); });
-    return true;
+ZEL_ALWAYS_INLINE bool WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text,
+                                 bool stays) {
+  if (!stays || !POSView::IsKindDirect(POSTypeString)) [[unlikely]] {
+    streamer.WriteObject(output, CPOSString::New(text).View());
+    return false;
   }
-  streamer.WriteObject(output, CPOSString::New(text).View());
-  return false;
+  const StreamingParams& params = streamer.ParamsOf(POSTypeString);
+  const std::size_t length = std::strlen(text);
+  if (!output.PutMarkedText(params, text, length)) [[unlikely]]
+    WriteByParts(params, output, text, length);
+  return true;
 }
 
 void WriteSize(TypeAStreamer& streamer, OCharStream& output, std::uint32_t size) {

@@ -16,14 +16,14 @@ inline constexpr Writer kStringWriter = {&WriteString, "", &WriteWholeString};
 void WriteUnicodeString(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kUnicodeStringWriter = {&WriteUnicodeString, "0123456789ABCDEFabcdef"};
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value);
-inline constexpr Writer kBinDataWriter = {&WriteBinData, "0123456789ABCDEF\n\t "};
+inline constexpr Writer kBinDataWriter = {&WriteBinData, "0123456789ABCDEF\n\t ", nullptr, true};
 // The text shows where the pointer points, for debugging; nothing reads it back.
 void WriteRawPointer(TypeAStreamer& streamer, OCharStream& output, POSView value);
 inline constexpr Writer kRawPointerWriter = {&WriteRawPointer, "0123456789ABCDEF"};
 // Raises "CPOSArray::GetAt subscript failed" at an empty slot.
 void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value);
-inline constexpr Writer kArrayWriter = {&WriteArray, "\n\t"};
+inline constexpr Writer kArrayWriter = {&WriteArray, "\n\t", nullptr, true};
 void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value);
-inline constexpr Writer kDictWriter = {&WriteDict, "\n\t "};
+inline constexpr Writer kDictWriter = {&WriteDict, "\n\t ", nullptr, true};
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl
