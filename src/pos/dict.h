@@ -43,6 +43,7 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
 };
+static_assert(sizeof(Dict) <= 64, "a line of the processor's cache");
 
 // Walks a dictionary in key order and stays valid whatever is done to it: the dictionary knows its
 // iterators, and one that stands on an entry to be removed takes a reference to the key.

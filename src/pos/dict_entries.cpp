@@ -30,23 +30,18 @@ std::uint32_t CapacityFor(std::uint32_t count) {
   return capacity;
 }
 
-// The entries come first, as what has the strictest alignment.
-struct Block {
-  explicit Block(std::uint32_t capacity) {
-    const std::uint64_t size = std::uint64_t{capacity} * sizeof(DictEntry) +
-                               DictOrder::BytesFor(capacity) +
-                               DictIndex::SlotsFor(capacity) * sizeof(std::uint32_t);
-    // The size in bytes fits in 32 bits on every platform.
-    if (size > std::numeric_limits<std::uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
-    start = static_cast<char*>(ZEL_T_NMT::AllocateBlock(static_cast<std::size_t>(size)));
-    order = start + DictStore::BytesFor(capacity);
-    index = reinterpret_cast<std::uint32_t*>(order + DictOrder::BytesFor(capacity));
-  }
-
-  char* start;
-  char* order;
-  std::uint32_t* index;
-};
+// A new block, and the place of its entries.
+DictEntry* AllocateEntries(std::uint32_t capacity) {
+  const std::uint64_t slots = DictIndex::SlotsFor(capacity);
+  const std::uint64_t size = slots * sizeof(std::uint32_t) +
+                             std::uint64_t{capacity} * sizeof(DictEntry) +
+                             DictOrder::BytesFor(capacity);
+  // The size in bytes fits in 32 bits on every platform.
+  if (size > std::numeric_limits<std::uint32_t>::max()) ZEL_T_NMT::RaiseAllocationFailure();
+  void* const block = ZEL_T_NMT::AllocateBlock(static_cast<std::size_t>(size));
+  // Slots are a multiple of sixteen, which keeps the alignment.
+  return reinterpret_cast<DictEntry*>(static_cast<std::uint32_t*>(block) + slots);
+}
 
 // Of a few keys, their first bytes tell more cheaply than a hash which one it may be.
 template <typename IsKey>
@@ -77,13 +72,13 @@ DictEntries::DictEntries(DictEntries&& other) noexcept
 DictEntries::~DictEntries() {
   if (store_.Begin() == nullptr) return;
   store_.Clear();
-  ZEL_T_NMT::Memory().Free(store_.Begin());
+  ZEL_T_NMT::Memory().Free(index_.Begin(store_));
 }
 
 std::uint32_t DictEntries::FindByBytes(const char* key) const noexcept {
   if (!index_.IsThere()) return FindToPut(key).number;
   const SoughtKey sought{key, std::strlen(key)};
-  return index_.NumberIn(index_.Find(store_, sought, HashKey(sought.text, sought.length)));
+  return index_.NumberIn(store_, index_.Find(store_, sought, HashKey(sought.text, sought.length)));
 }
 
 DictEntries::Sought DictEntries::FindToPut(const char* key) const noexcept {
@@ -94,7 +89,7 @@ DictEntries::Sought DictEntries::FindToPut(const char* key) const noexcept {
   const SoughtKey sought{key, std::strlen(key)};
   const std::uint32_t hash = HashKey(sought.text, sought.length);
   const std::uint32_t slot = index_.Find(store_, sought, hash);
-  return {index_.NumberIn(slot), hash, slot};
+  return {index_.NumberIn(store_, slot), hash, slot};
 }
 
 std::uint32_t DictEntries::Find(SoughtKey key) const noexcept {
@@ -102,7 +97,7 @@ std::uint32_t DictEntries::Find(SoughtKey key) const noexcept {
     return FindAmongFew(store_, key.length == 0 ? '\0' : *key.text,
                         [key](const char* text) { return HasSameCharacters(text, key); });
   }
-  return index_.NumberIn(index_.Find(store_, key, HashKey(key.text, key.length)));
+  return index_.NumberIn(store_, index_.Find(store_, key, HashKey(key.text, key.length)));
 }
 
 void DictEntries::Reserve(std::uint32_t count) {
@@ -114,7 +109,7 @@ void DictEntries::Insert(CZELStringAtom&& key, std::uint32_t hash,
   if (store_.IsFull()) MoveTo(CapacityAfter(store_.Capacity()));
   if (index_.IsThere() && hash == 0) hash = HashOf(key);
   const std::uint32_t number = store_.Add(std::move(key), hash, std::move(value));
-  if (index_.IsThere()) index_.Add(number, hash);
+  if (index_.IsThere()) index_.Add(store_, number, hash);
   order_.Add(store_, number);
 }
 
@@ -143,21 +138,20 @@ void DictEntries::MoveTo(std::uint32_t capacity) {
   DictIndex index;
   DictOrder order;
   if (capacity != 0) {
-    const Block block(capacity);
-    store = DictStore(block.start, capacity);
-    index = DictIndex(block.index, capacity);
-    order = DictOrder(block.order, capacity);
+    store = DictStore(AllocateEntries(capacity), capacity);
+    index = DictIndex(store);
+    order = DictOrder(store);
   }
   store_.MoveTo(store);
-  order_.MoveTo(order, store_);
+  order_.MoveTo(order, store_, store);
   if (index.IsThere()) {
     for (std::uint32_t number = 0; number < store.End(); ++number) {
       DictKey& key = store[number].key;
       if (key.hash == 0) key.hash = HashOf(key);
-      index.Add(number, key.hash);
+      index.Add(store, number, key.hash);
     }
   }
-  if (store_.Begin() != nullptr) ZEL_T_NMT::Memory().Free(store_.Begin());
+  if (store_.Begin() != nullptr) ZEL_T_NMT::Memory().Free(index_.Begin(store_));
   store_ = store;
   index_ = index;
   order_ = order;
@@ -167,9 +161,9 @@ void DictEntries::PrefetchInOrder(Place place) const noexcept {
   constexpr std::uint32_t kNear = kPrefetchDistance;
   constexpr std::uint32_t kFar = 2 * kPrefetchDistance;
   constexpr std::uint32_t kFarthest = 3 * kPrefetchDistance;
-  const bool inLeaf = order_.IsInLeaf(place, kFarthest);
+  const bool inLeaf = order_.IsInLeaf(store_, place, kFarthest);
   const auto ahead = [this, place, inLeaf](std::uint32_t distance) {
-    return inLeaf ? order_.At(place + distance) : order_.Ahead(place, distance);
+    return inLeaf ? DictOrder::At(store_, place + distance) : order_.Ahead(store_, place, distance);
   };
   const std::uint32_t farthest = ahead(kFarthest);
   if (farthest == kNone) return;

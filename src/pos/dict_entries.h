@@ -1,9 +1,9 @@
 // The entries of a dictionary: found by a hash of their key, walked in the order of their keys.
 //
-// Store, index and order share one block of the host's memory. The block grows by doubling when it
-// is full, and shrinks when little of it is in use, so that what a dictionary takes and what
-// walking it costs depend on the entries it has, not on those it had. A new block is the only thing
-// that can fail here.
+// Index, store and order lie one after another in one block of the host's memory. The block grows
+// by doubling when it is full, and shrinks when little of it is in use, so that what a dictionary
+// takes and what walking it costs depend on the entries it has, not on those it had. A new block is
+// the only thing that can fail here.
 #pragma once
 
 #include <cstdint>
@@ -61,7 +61,7 @@ class DictEntries {
     if (store_.IsFull()) [[unlikely]]
       return Insert(std::move(key), place.hash, std::move(value));
     const std::uint32_t number = store_.Add(std::move(key), place.hash, std::move(value));
-    if (index_.IsThere()) index_.Take(place.slot, number, place.hash);
+    if (index_.IsThere()) index_.Take(store_, place.slot, number, place.hash);
     order_.Add(store_, number);
   }
   // Takes an entry out and returns what it held, for the caller to let go of.
@@ -77,10 +77,10 @@ class DictEntries {
   // finds the way again.
   static constexpr Place kEnd = DictOrder::kEnd;
   Place First() noexcept { return order_.First(store_); }
-  Place After(Place place) const noexcept { return order_.After(place); }
-  std::uint32_t RunFrom(Place place) const noexcept { return order_.RunFrom(place); }
+  Place After(Place place) const noexcept { return order_.After(store_, place); }
+  std::uint32_t RunFrom(Place place) const noexcept { return order_.RunFrom(store_, place); }
   Place AfterKey(const char* key) noexcept { return order_.AfterKey(store_, key); }
-  std::uint32_t NumberAt(Place place) const noexcept { return order_.At(place); }
+  std::uint32_t NumberAt(Place place) const noexcept { return DictOrder::At(store_, place); }
   bool PlacesAreOf(std::uint32_t version) const noexcept {
     return order_.IsCurrent(store_, version);
   }

@@ -6,39 +6,41 @@
 
 namespace NPOSObjectImpl {
 
-DictIndex::DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept {
-  const std::uint64_t slots = SlotsFor(capacity);
+DictIndex::DictIndex(const DictStore& store) noexcept {
+  const std::uint64_t slots = SlotsFor(store.Capacity());
   if (slots == 0) return;
   DrawHashSecret();
-  slots_ = place;
   mask_ = static_cast<std::uint32_t>(slots - 1);
-  std::fill_n(slots_, static_cast<std::size_t>(slots), kFreeSlot);
+  std::fill_n(Slots(store), static_cast<std::size_t>(slots), kFreeSlot);
 }
 
-void DictIndex::Add(std::uint32_t number, std::uint32_t hash) noexcept {
-  if (slots_ == nullptr) return;
+void DictIndex::Add(const DictStore& store, std::uint32_t number,
+                    std::uint32_t hash) const noexcept {
+  if (!IsThere()) return;
+  const std::uint32_t* const slots = Slots(store);
   std::uint32_t slot = hash & mask_;
-  while (slots_[slot] != kFreeSlot) {
+  while (slots[slot] != kFreeSlot) {
     CountProbe();
     slot = After(slot);
   }
-  Take(slot, number, hash);
+  Take(store, slot, number, hash);
 }
 
-void DictIndex::Remove(const DictStore& store, std::uint32_t number) noexcept {
-  if (slots_ == nullptr) return;
+void DictIndex::Remove(const DictStore& store, std::uint32_t number) const noexcept {
+  if (!IsThere()) return;
+  std::uint32_t* const slots = Slots(store);
   std::uint32_t gap = store[number].key.hash & mask_;
-  while ((slots_[gap] & mask_) != number || slots_[gap] == kFreeSlot) gap = After(gap);
+  while ((slots[gap] & mask_) != number || slots[gap] == kFreeSlot) gap = After(gap);
 
   // An entry behind the gap moves into it unless its probes begin behind the gap.
-  for (std::uint32_t slot = After(gap); slots_[slot] != kFreeSlot; slot = After(slot)) {
+  for (std::uint32_t slot = After(gap); slots[slot] != kFreeSlot; slot = After(slot)) {
     CountProbe();
-    const std::uint32_t start = store[slots_[slot] & mask_].key.hash & mask_;
+    const std::uint32_t start = store[slots[slot] & mask_].key.hash & mask_;
     if (((slot - start) & mask_) < ((slot - gap) & mask_)) continue;
-    slots_[gap] = slots_[slot];
+    slots[gap] = slots[slot];
     gap = slot;
   }
-  slots_[gap] = kFreeSlot;
+  slots[gap] = kFreeSlot;
 }
 
 }  // namespace NPOSObjectImpl

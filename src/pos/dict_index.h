@@ -14,7 +14,7 @@
 
 namespace NPOSObjectImpl {
 
-// Uses a place of its owner's block.
+// Lies right before the entries, so that it finds its slots from there.
 class DictIndex {
  public:
   static constexpr std::uint32_t kLargestWithoutIndex = 8;
@@ -28,42 +28,51 @@ class DictIndex {
 
   DictIndex() noexcept = default;
   // All slots are free.
-  DictIndex(std::uint32_t* place, std::uint32_t capacity) noexcept;
+  explicit DictIndex(const DictStore& store) noexcept;
 
-  bool IsThere() const noexcept { return slots_ != nullptr; }
+  bool IsThere() const noexcept { return mask_ != 0; }
+  // The beginning of what it and the store share.
+  void* Begin(const DictStore& store) const noexcept {
+    return IsThere() ? static_cast<void*>(Slots(store)) : store.Begin();
+  }
 
   // The slot of the entry with this key, or the free one where such an entry belongs; the index
   // must be there.
   std::uint32_t Find(const DictStore& store, SoughtKey key, std::uint32_t hash) const noexcept {
+    const std::uint32_t* const slots = Slots(store);
     std::uint32_t slot = hash & mask_;
-    for (; slots_[slot] != kFreeSlot; slot = After(slot)) {
+    for (; slots[slot] != kFreeSlot; slot = After(slot)) {
       CountProbe();
-      if (((slots_[slot] ^ hash) & ~mask_) != 0) continue;
-      if (IsSameKey(store.Text(slots_[slot] & mask_), key)) break;
+      if (((slots[slot] ^ hash) & ~mask_) != 0) continue;
+      if (IsSameKey(store.Text(slots[slot] & mask_), key)) break;
     }
     return slot;
   }
   // The number of the entry in a slot, kNone for a free one.
-  std::uint32_t NumberIn(std::uint32_t slot) const noexcept {
-    return slots_[slot] == kFreeSlot ? kNone : slots_[slot] & mask_;
+  std::uint32_t NumberIn(const DictStore& store, std::uint32_t slot) const noexcept {
+    const std::uint32_t taken = Slots(store)[slot];
+    return taken == kFreeSlot ? kNone : taken & mask_;
   }
   // Takes a free slot that Find has given.
-  void Take(std::uint32_t slot, std::uint32_t number, std::uint32_t hash) noexcept {
-    slots_[slot] = (hash & ~mask_) | number;
+  void Take(const DictStore& store, std::uint32_t slot, std::uint32_t number,
+            std::uint32_t hash) const noexcept {
+    Slots(store)[slot] = (hash & ~mask_) | number;
   }
   // These two do nothing without an index.
-  void Add(std::uint32_t number, std::uint32_t hash) noexcept;
+  void Add(const DictStore& store, std::uint32_t number, std::uint32_t hash) const noexcept;
   // Of an entry that is still in the store.
-  void Remove(const DictStore& store, std::uint32_t number) noexcept;
+  void Remove(const DictStore& store, std::uint32_t number) const noexcept;
 
  private:
   // No slot has it: there are more slots than entries, so that no number has all bits of the mask.
   static constexpr std::uint32_t kFreeSlot = 0xFFFFFFFFu;
 
   std::uint32_t After(std::uint32_t slot) const noexcept { return (slot + 1) & mask_; }
+  std::uint32_t* Slots(const DictStore& store) const noexcept {
+    return reinterpret_cast<std::uint32_t*>(store.Begin()) - (std::size_t{mask_} + 1);
+  }
 
-  std::uint32_t* slots_ = nullptr;
-  std::uint32_t mask_ = 0;
+  std::uint32_t mask_ = 0;  // the number of slots less one; 0: there are none
 };
 
 }  // namespace NPOSObjectImpl

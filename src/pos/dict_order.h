@@ -4,7 +4,7 @@
 // for it. From then on it takes in what has come since, one by one where that is little and by
 // sorting where it is much.
 //
-// The numbers lie in leaves of up to 64. A larger dictionary has many, linked as a skip list: a
+// The numbers lie in leaves. A larger dictionary has many, linked as a skip list: a
 // search goes along the few leaves of the highest level and comes down from level to level, so that
 // it takes a logarithmic number of comparisons, and so does adding or removing a key. All of it
 // lies in a place of the dictionary's block: nothing here can fail.
@@ -26,9 +26,10 @@ class DictOrder {
   static std::size_t BytesFor(std::uint32_t capacity) noexcept;
 
   DictOrder() noexcept = default;
-  DictOrder(void* place, std::uint32_t capacity) noexcept;
-  // Goes on at another place with the numbers that the store's entries have been given by MoveTo.
-  void MoveTo(DictOrder& target, const DictStore& from) noexcept;
+  // Empty, in the place behind a store.
+  explicit DictOrder(const DictStore& store) noexcept;
+  // Goes on behind another store with the numbers that MoveTo has given to the entries.
+  void MoveTo(DictOrder& target, const DictStore& from, const DictStore& to) const noexcept;
 
   // Of an entry that has just been added to the store, or is about to be removed from it.
   void Add(const DictStore& store, std::uint32_t number) noexcept {
@@ -42,30 +43,32 @@ class DictOrder {
   // The first place, the one after another, and the first one with a key greater than `key`; kEnd
   // where there is none.
   Place First(const DictStore& store) noexcept;
-  Place After(Place place) const noexcept {
-    const std::uint32_t leaf = place / kLeafSize;
-    return place % kLeafSize + 1 < Count(leaf) ? place + 1 : FirstOf(Next(leaf));
+  Place After(const DictStore& store, Place place) const noexcept {
+    const std::uint32_t leaf = place / kPlacesOfLeaf;
+    return place % kPlacesOfLeaf + 1 < Count(store, leaf) ? place + 1 : FirstOf(Next(store, leaf));
   }
   // The number of places from this one to the end of its leaf: each is the one before it plus 1.
-  std::uint32_t RunFrom(Place place) const noexcept {
-    return Count(place / kLeafSize) - place % kLeafSize;
+  std::uint32_t RunFrom(const DictStore& store, Place place) const noexcept {
+    return Count(store, place / kPlacesOfLeaf) - place % kPlacesOfLeaf;
   }
   Place AfterKey(const DictStore& store, const char* key) noexcept;
-  std::uint32_t At(Place place) const noexcept { return numbers_[place]; }
+  static std::uint32_t At(const DictStore& store, Place place) noexcept {
+    return AllNumbers(store)[place];
+  }
   // The number at so many places further on, if it is in the same leaf or the next one, or kNone.
-  std::uint32_t Ahead(Place place, std::uint32_t distance) const noexcept {
-    std::uint32_t leaf = place / kLeafSize;
-    std::uint32_t position = place % kLeafSize + distance;
-    if (position >= Count(leaf)) {
-      position -= Count(leaf);
-      leaf = Next(leaf);
-      if (leaf == kNone || position >= Count(leaf)) return kNone;
+  std::uint32_t Ahead(const DictStore& store, Place place, std::uint32_t distance) const noexcept {
+    std::uint32_t leaf = place / kPlacesOfLeaf;
+    std::uint32_t position = place % kPlacesOfLeaf + distance;
+    if (position >= Count(store, leaf)) {
+      position -= Count(store, leaf);
+      leaf = Next(store, leaf);
+      if (leaf == kNone || position >= Count(store, leaf)) return kNone;
     }
-    return Numbers(leaf)[position];
+    return Numbers(store, leaf)[position];
   }
   // Whether so many places further on is the same leaf, whose numbers At finds.
-  bool IsInLeaf(Place place, std::uint32_t distance) const noexcept {
-    return place % kLeafSize + distance < Count(place / kLeafSize);
+  bool IsInLeaf(const DictStore& store, Place place, std::uint32_t distance) const noexcept {
+    return place % kPlacesOfLeaf + distance < Count(store, place / kPlacesOfLeaf);
   }
 
   // Whether places of that version are those of now.
@@ -75,57 +78,68 @@ class DictOrder {
   std::uint32_t Version() const noexcept { return version_; }
 
  private:
-  static constexpr std::uint32_t kLeafSize = 64;
-  static constexpr std::uint32_t kFill = 56;  // of a leaf that is made by sorting
+  static constexpr std::uint32_t kLevels = 10;
+  static constexpr std::uint32_t kPlacesOfLeaf = 64;
+  static constexpr std::uint32_t kLeafSize = kPlacesOfLeaf - kLevels - 3;
+  static constexpr std::uint32_t kFill = 45;  // of a leaf that is made by sorting
   static constexpr std::uint32_t kHead = 0;   // the first leaf: the only one that may be empty
-  static constexpr std::uint32_t kLevels = 11;
   static constexpr std::uint32_t kLargestOfOneLeaf = 48;
 
+  // Where there is one leaf alone, it has as many numbers as there is room for entries, and no
+  // more.
   struct Leaf {
-    std::uint32_t count;
+    std::uint32_t numbers[kLeafSize];
+    std::uint32_t count;          // not in the head, whose count is headCount_
     std::uint32_t next[kLevels];  // at each level that the leaf is part of
+    // In the head alone: all leaves in use are below the first one; the second one is the first of
+    // those that are not.
+    std::uint32_t leafEnd;
+    std::uint32_t freeLeaf;
   };
+  static_assert(sizeof(Leaf) == kPlacesOfLeaf * sizeof(std::uint32_t));
   // Keys up to and including `key`, or only those before it.
   enum class Bound { kUpTo, kBefore };
 
   static constexpr std::uint32_t LeavesFor(std::uint32_t capacity) noexcept {
-    return capacity <= kLargestOfOneLeaf ? 1 : capacity / 48 + 2;
+    return capacity <= kLargestOfOneLeaf ? 1 : capacity / 39 + 2;
   }
-  bool HasLinks() const noexcept { return leaves_ != nullptr; }
-  std::uint32_t& Count(std::uint32_t leaf) noexcept {
-    // Leaves other than the head are there.
-    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn)
-    return leaf == kHead ? headCount_ : leaves_[leaf].count;
+  static bool HasLinks(const DictStore& store) noexcept {
+    return store.Capacity() > kLargestOfOneLeaf;
   }
-  std::uint32_t Count(std::uint32_t leaf) const noexcept {
-    return leaf == kHead ? headCount_ : leaves_[leaf].count;
+  static Leaf* Leaves(const DictStore& store) noexcept {
+    return static_cast<Leaf*>(store.Behind());
   }
-  std::uint32_t Next(std::uint32_t leaf) const noexcept {
-    return HasLinks() ? leaves_[leaf].next[0] : kNone;
+  // By place.
+  static std::uint32_t* AllNumbers(const DictStore& store) noexcept {
+    return static_cast<std::uint32_t*>(store.Behind());
   }
-  std::uint32_t* Numbers(std::uint32_t leaf) const noexcept {
-    return numbers_ + std::size_t{leaf} * kLeafSize;
+  static std::uint32_t* Numbers(const DictStore& store, std::uint32_t leaf) noexcept {
+    return AllNumbers(store) + std::size_t{leaf} * kPlacesOfLeaf;
+  }
+  std::uint32_t& Count(const DictStore& store, std::uint32_t leaf) noexcept {
+    return leaf == kHead ? headCount_ : Leaves(store)[leaf].count;
+  }
+  std::uint32_t Count(const DictStore& store, std::uint32_t leaf) const noexcept {
+    return leaf == kHead ? headCount_ : Leaves(store)[leaf].count;
+  }
+  static std::uint32_t Next(const DictStore& store, std::uint32_t leaf) noexcept {
+    return HasLinks(store) ? Leaves(store)[leaf].next[0] : kNone;
   }
   static constexpr Place FirstOf(std::uint32_t leaf) noexcept {
-    return leaf == kNone ? kEnd : leaf * kLeafSize;
+    return leaf == kNone ? kEnd : leaf * kPlacesOfLeaf;
   }
 
   void Absorb(const DictStore& store) noexcept;
   void Insert(const DictStore& store, std::uint32_t number) noexcept;
-  void SortAll(const DictStore& store, std::uint32_t sorted, std::uint32_t count) noexcept;
-  std::uint32_t Flatten() noexcept;
-  void Spread(std::uint32_t count) noexcept;
-  void LinkLeaves() noexcept;
-  std::uint32_t FindLeaf(const DictStore& store, const char* key, Bound bound,
-                         std::uint32_t* path) const noexcept;
+  static void SortAll(const DictStore& store, std::uint32_t sorted, std::uint32_t count) noexcept;
+  std::uint32_t Flatten(const DictStore& store) const noexcept;
+  void Spread(const DictStore& store, std::uint32_t count) noexcept;
+  static void LinkLeaves(const DictStore& store) noexcept;
+  static std::uint32_t FindLeaf(const DictStore& store, const char* key, Bound bound,
+                                std::uint32_t* path) noexcept;
   std::uint32_t Split(const DictStore& store, std::uint32_t leaf, std::uint32_t* path) noexcept;
-  void Unlink(const DictStore& store, std::uint32_t leaf) noexcept;
+  static void Unlink(const DictStore& store, std::uint32_t leaf) noexcept;
 
-  std::uint32_t* numbers_ = nullptr;
-  Leaf* leaves_ = nullptr;  // null where there is one leaf alone
-  std::uint32_t leafLimit_ = 0;
-  std::uint32_t leafEnd_ = 1;  // all leaves in use are below this one
-  std::uint32_t freeLeaf_ = kNone;
   std::uint32_t headCount_ = 0;
   std::uint32_t covered_ = 0;  // entries with smaller numbers are in the leaves
   std::uint32_t version_ = 0;

@@ -46,17 +46,13 @@ struct DictEntry {
   ZEL_T_NMT::ContainerReference value;
 };
 
-// Uses a place of its owner's block, and is moved to another one when that is full.
+// Uses the middle of its owner's block, and is moved to another one when that is full.
 class DictStore {
  public:
-  static constexpr std::size_t BytesFor(std::uint32_t capacity) noexcept {
-    return capacity * sizeof(DictEntry);
-  }
-
   // No room at all.
   DictStore() noexcept = default;
-  DictStore(void* place, std::uint32_t capacity) noexcept
-      : entries_(static_cast<DictEntry*>(place)), capacity_(capacity) {}
+  DictStore(DictEntry* place, std::uint32_t capacity) noexcept
+      : entries_(place), capacity_(capacity) {}
   // Destroys all entries.
   void Clear() noexcept;
 
@@ -65,8 +61,9 @@ class DictStore {
   // All numbers are below this one.
   std::uint32_t End() const noexcept { return end_; }
   bool IsFull() const noexcept { return live_ == capacity_; }
-  // The place that it uses.
+  // The place that it uses, and the place behind it.
   DictEntry* Begin() const noexcept { return entries_; }
+  void* Behind() const noexcept { return entries_ + capacity_; }
 
   DictEntry& operator[](std::uint32_t number) const noexcept {
     return entries_[number];  // NOLINT(clang-analyzer-core.uninitialized.UndefReturn)
