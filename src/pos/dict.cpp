@@ -109,9 +109,22 @@ ZEL_ALWAYS_INLINE void DictIterator::GoTo(DictEntries::Place place) noexcept {
   }
   const DictEntries& entries = dict_->entries_;
   state_ = State::kAtEntry;
-  number_ = entries.NumberAt(place);
   placesVersion_ = entries.PlacesVersion();
-  entries.PrefetchAfter(place);
+  run_ = entries.RunFrom(place);
+  number_ = *run_.numbers;
+  if (entries.IsLarge()) entries.PrefetchAfter(place, run_);
+}
+
+// Goes to the next entry if it lies beside this one, as most do; false, and nothing has happened,
+// otherwise.
+ZEL_ALWAYS_INLINE bool DictIterator::StepInRun() noexcept {
+  if (state_ != State::kAtEntry) return false;
+  const DictEntries& entries = dict_->entries_;
+  if (!entries.PlacesAreOf(placesVersion_) || !run_.Step()) return false;
+  ++place_;
+  number_ = *run_.numbers;
+  if (entries.IsLarge()) entries.PrefetchAfter(place_, run_);
+  return true;
 }
 
 void DictIterator::Begin() noexcept {
@@ -119,17 +132,13 @@ void DictIterator::Begin() noexcept {
 }
 
 void DictIterator::Next() noexcept {
-  if (state_ == State::kDone) return;
+  if (StepInRun() || state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
   GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
 }
 
 ZEL_T_NMT::OwnMember DictIterator::NextMember() noexcept {
-  if (state_ == State::kAtEntry && dict_->entries_.PlacesAreOf(placesVersion_)) [[likely]] {
-    GoTo(dict_->entries_.After(place_));
-  } else {
-    Next();
-  }
+  Next();
   return CurMember();
 }
 

@@ -82,14 +82,17 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   enum class State { kAtEntry, kAtKey, kDone };
 
   void GoTo(DictEntries::Place place) noexcept;
+  bool StepInRun() noexcept;
   DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
   void HoldKey();
 
   Dict* dict_;
   State state_ = State::kDone;
   std::uint32_t number_ = 0;
+  // These three belong to the version of the places.
   DictEntries::Place place_ = DictEntries::kEnd;
   std::uint32_t placesVersion_ = 0;
+  DictEntries::Run run_{};
   ZEL_T_NMT::CZELStringAtom key_;
   DictIterator* next_ = nullptr;
   DictIterator* previous_ = nullptr;

@@ -157,13 +157,13 @@ void DictEntries::MoveTo(std::uint32_t capacity) {
   order_ = order;
 }
 
-void DictEntries::PrefetchInOrder(Place place) const noexcept {
+void DictEntries::PrefetchAfter(Place place, const Run& run) const noexcept {
   constexpr std::uint32_t kNear = kPrefetchDistance;
   constexpr std::uint32_t kFar = 2 * kPrefetchDistance;
   constexpr std::uint32_t kFarthest = 3 * kPrefetchDistance;
-  const bool inLeaf = order_.IsInLeaf(store_, place, kFarthest);
-  const auto ahead = [this, place, inLeaf](std::uint32_t distance) {
-    return inLeaf ? DictOrder::At(store_, place + distance) : order_.Ahead(store_, place, distance);
+  const bool inRun = run.left > kFarthest;
+  const auto ahead = [this, place, &run, inRun](std::uint32_t distance) {
+    return inRun ? run.numbers[distance] : order_.Ahead(store_, place, distance);
   };
   const std::uint32_t farthest = ahead(kFarthest);
   if (farthest == kNone) return;

@@ -48,6 +48,8 @@ class DictEntries {
   // The same for a key that is part of a longer text.
   std::uint32_t Find(SoughtKey key) const noexcept;
   DictEntry& At(std::uint32_t number) const noexcept { return store_[number]; }
+  // All numbers are below this one; those of removed entries have no text.
+  std::uint32_t End() const noexcept { return store_.End(); }
 
   // Makes room for so many entries at once. Raises the allocation failure, and then leaves
   // everything as it was.
@@ -78,23 +80,43 @@ class DictEntries {
   static constexpr Place kEnd = DictOrder::kEnd;
   Place First() noexcept { return order_.First(store_); }
   Place After(Place place) const noexcept { return order_.After(store_, place); }
-  std::uint32_t RunFrom(Place place) const noexcept { return order_.RunFrom(store_, place); }
+  // The numbers of a place and of those that follow it side by side: all while places stay the
+  // same.
+  struct Run {
+    const std::uint32_t* numbers;
+    std::uint32_t left;
+
+    // False, and nothing has changed, at the last one.
+    bool Step() noexcept {
+      if (left <= 1) return false;
+      --left;
+      ++numbers;
+      return true;
+    }
+  };
+  Run RunFrom(Place place) const noexcept {
+    return {DictOrder::AllNumbers(store_) + place, order_.RunFrom(store_, place)};
+  }
   Place AfterKey(const char* key) noexcept { return order_.AfterKey(store_, key); }
-  std::uint32_t NumberAt(Place place) const noexcept { return DictOrder::At(store_, place); }
+  std::uint32_t NumberAt(Place place) const noexcept {
+    return DictOrder::AllNumbers(store_)[place];
+  }
   bool PlacesAreOf(std::uint32_t version) const noexcept {
     return order_.IsCurrent(store_, version);
   }
   std::uint32_t PlacesVersion() const noexcept { return order_.Version(); }
 
-  // Has the processor fetch what a walk over a large dictionary will need next.
-  void PrefetchAfter(Place place) const noexcept {
-    if (store_.Capacity() > kLargestInCache) PrefetchInOrder(place);
+  // Whether a walk is faster when the processor fetches ahead what it will need next.
+  bool IsLarge() const noexcept { return store_.Capacity() > kLargestInCache; }
+  void PrefetchAfter(Place place, const Run& run) const noexcept;
+  // The same for a walk by number.
+  void PrefetchAfterNumber(std::uint32_t number) const noexcept {
+    store_.PrefetchAfterNumber(number);
   }
 
  private:
   std::uint32_t FindByBytes(const char* key) const noexcept;
   void MoveTo(std::uint32_t capacity);
-  void PrefetchInOrder(Place place) const noexcept;
 
   static constexpr std::uint32_t kLargestInCache = 64;
 

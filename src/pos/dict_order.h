@@ -52,8 +52,9 @@ class DictOrder {
     return Count(store, place / kPlacesOfLeaf) - place % kPlacesOfLeaf;
   }
   Place AfterKey(const DictStore& store, const char* key) noexcept;
-  static std::uint32_t At(const DictStore& store, Place place) noexcept {
-    return AllNumbers(store)[place];
+  // The numbers by place.
+  static std::uint32_t* AllNumbers(const DictStore& store) noexcept {
+    return static_cast<std::uint32_t*>(store.Behind());
   }
   // The number at so many places further on, if it is in the same leaf or the next one, or kNone.
   std::uint32_t Ahead(const DictStore& store, Place place, std::uint32_t distance) const noexcept {
@@ -66,11 +67,6 @@ class DictOrder {
     }
     return Numbers(store, leaf)[position];
   }
-  // Whether so many places further on is the same leaf, whose numbers At finds.
-  bool IsInLeaf(const DictStore& store, Place place, std::uint32_t distance) const noexcept {
-    return place % kPlacesOfLeaf + distance < Count(store, place / kPlacesOfLeaf);
-  }
-
   // Whether places of that version are those of now.
   bool IsCurrent(const DictStore& store, std::uint32_t version) const noexcept {
     return version == version_ && covered_ == store.End();
@@ -108,10 +104,6 @@ class DictOrder {
   }
   static Leaf* Leaves(const DictStore& store) noexcept {
     return static_cast<Leaf*>(store.Behind());
-  }
-  // By place.
-  static std::uint32_t* AllNumbers(const DictStore& store) noexcept {
-    return static_cast<std::uint32_t*>(store.Behind());
   }
   static std::uint32_t* Numbers(const DictStore& store, std::uint32_t leaf) noexcept {
     return AllNumbers(store) + std::size_t{leaf} * kPlacesOfLeaf;

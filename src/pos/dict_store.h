@@ -46,6 +46,11 @@ struct DictEntry {
   ZEL_T_NMT::ContainerReference value;
 };
 
+// Number of entries by which memory is asked ahead for the needs of a walk: texts, records and
+// objects lie all over it, and waiting for each of them in turn would take longer than everything
+// else.
+inline constexpr std::uint32_t kPrefetchDistance = 6;
+
 // Uses the middle of its owner's block, and is moved to another one when that is full.
 class DictStore {
  public:
@@ -99,6 +104,12 @@ class DictStore {
     const ZELInstance value = entries_[number].value.Get();
     if (value != nullptr) ZEL_PREFETCH(ZEL_T_NMT::PrimaryInstance(value).object);
   }
+  // For a walk by number, in which the processor by itself sees to the entries.
+  void PrefetchAfterNumber(std::uint32_t number) const noexcept {
+    if (number + 2 * kPrefetchDistance >= end_) return;
+    PrefetchRecord(number + 2 * kPrefetchDistance);
+    PrefetchObject(number + kPrefetchDistance);
+  }
   void PrefetchEntry(std::uint32_t number) const noexcept { ZEL_PREFETCH(&entries_[number]); }
 
  private:
@@ -112,10 +123,5 @@ class DictStore {
   std::uint32_t live_ = 0;
   std::uint32_t firstTombstone_ = kNone;
 };
-
-// Number of entries by which memory is asked ahead for the needs of a walk: texts, records and
-// objects lie all over it, and waiting for each of them in turn would take longer than everything
-// else.
-inline constexpr std::uint32_t kPrefetchDistance = 6;
 
 }  // namespace NPOSObjectImpl

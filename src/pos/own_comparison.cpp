@@ -42,6 +42,10 @@ ZEL_ALWAYS_INLINE OwnComparison::Result OwnComparison::CompareOwn(BaseObject& le
 }
 
 OwnComparison::Result OwnComparison::Compare(BaseObject& left, BaseObject& right) noexcept {
+  const Result result = CompareOwn(left, right);
+  if (!hasLeftOrder_) return result;
+  // It depends on the order what is met first: a difference, or somebody else's value.
+  isInOrder_ = true;
   return CompareOwn(left, right);
 }
 
@@ -78,28 +82,70 @@ OwnComparison::Result OwnComparison::CompareArrays(const Array& left, const Arra
   return Result::kEqual;
 }
 
-// Equal dictionaries have the same keys at each step; whether they have equal keys whose atoms
-// differ is left to their own comparison.
 OwnComparison::Result OwnComparison::CompareDicts(Dict& left, Dict& right) noexcept {
-  DictEntries& entries = left.Entries();
-  DictEntries& others = right.Entries();
-  DictEntries::Place place = entries.First();
-  DictEntries::Place otherPlace = others.First();
+  std::uint32_t compared = 0;
+  if (!isInOrder_) {
+    const Result result = CompareByNumber(left.Entries(), right.Entries(), compared);
+    if (result != Result::kEqual) hasLeftOrder_ = true;
+    if (result != Result::kEqual ||
+        (compared == left.Entries().End() && compared == right.Entries().End())) {
+      return result;
+    }
+  }
+  return CompareInOrder(left.Entries(), right.Entries(), compared);
+}
+
+// Values that were made in the same way have the same keys under the same numbers: that needs no
+// order, and finds the members in the order in which they lie in memory. Counts the members that
+// were compared until keys differ.
+OwnComparison::Result OwnComparison::CompareByNumber(const DictEntries& left,
+                                                     const DictEntries& right,
+                                                     std::uint32_t& compared) noexcept {
+  const std::uint32_t end = std::min(left.End(), right.End());
+  if (end == 0) return Result::kEqual;
+  const bool isLarge = left.IsLarge();
+  const DictEntry* const entries = &left.At(0);
+  const DictEntry* const others = &right.At(0);
+  for (; compared < end; ++compared) {
+    const DictEntry& entry = entries[compared];
+    const DictEntry& other = others[compared];
+    if (entry.key.Text() != other.key.Text() || entry.key.Text() == nullptr) break;
+    if (isLarge) {
+      left.PrefetchAfterNumber(compared);
+      right.PrefetchAfterNumber(compared);
+    }
+    const Result result = CompareMembers(entry.value.Get(), other.value.Get());
+    if (result != Result::kEqual) return result;
+  }
+  return Result::kEqual;
+}
+
+// Equal dictionaries have the same keys at each step; whether they have equal keys whose atoms
+// differ is left to their own comparison. The members that were compared already are equal.
+OwnComparison::Result OwnComparison::CompareInOrder(DictEntries& left, DictEntries& right,
+                                                    std::uint32_t compared) noexcept {
+  DictEntries::Place place = left.First();
+  DictEntries::Place otherPlace = right.First();
   while (place != DictEntries::kEnd && otherPlace != DictEntries::kEnd) {
     // As far as places follow one another in both.
-    std::uint32_t run = std::min(entries.RunFrom(place), others.RunFrom(otherPlace));
+    DictEntries::Run run = left.RunFrom(place);
+    DictEntries::Run otherRun = right.RunFrom(otherPlace);
     for (;; ++place, ++otherPlace) {
-      entries.PrefetchAfter(place);
-      others.PrefetchAfter(otherPlace);
-      const DictEntry& entry = entries.At(entries.NumberAt(place));
-      const DictEntry& other = others.At(others.NumberAt(otherPlace));
+      if (left.IsLarge()) {
+        left.PrefetchAfter(place, run);
+        right.PrefetchAfter(otherPlace, otherRun);
+      }
+      const DictEntry& entry = left.At(*run.numbers);
+      const DictEntry& other = right.At(*otherRun.numbers);
       if (entry.key.Text() != other.key.Text()) return Result::kUnknown;
-      const Result result = CompareMembers(entry.value.Get(), other.value.Get());
-      if (result != Result::kEqual) return result;
-      if (--run == 0) break;
+      if (*run.numbers >= compared) {
+        const Result result = CompareMembers(entry.value.Get(), other.value.Get());
+        if (result != Result::kEqual) return result;
+      }
+      if (!run.Step() || !otherRun.Step()) break;
     }
-    place = entries.After(place);
-    otherPlace = others.After(otherPlace);
+    place = left.After(place);
+    otherPlace = right.After(otherPlace);
   }
   return place == otherPlace ? Result::kEqual : Result::kUnequal;
 }

@@ -1,6 +1,6 @@
 // Comparison of values of the library's own, all the way down, by loads alone.
 //
-// It goes the way that the values' own comparison goes, in the same order, for as long as it meets
+// It gives the result of the values' own comparison for as long as that meets, in its order,
 // nothing but values of the library's own whose methods in the binder are the library's own as
 // well. Nobody is called, so that nothing needs to be held and nothing changes meanwhile. At
 // anything else it gives up, and nothing has happened.
@@ -12,6 +12,7 @@ namespace NPOSObjectImpl {
 
 class Array;
 class Dict;
+class DictEntries;
 
 class OwnComparison {
  public:
@@ -24,6 +25,9 @@ class OwnComparison {
   Result CompareComposites(BaseObject& left, BaseObject& right) noexcept;
   Result CompareArrays(const Array& left, const Array& right) noexcept;
   Result CompareDicts(Dict& left, Dict& right) noexcept;
+  Result CompareByNumber(const DictEntries& left, const DictEntries& right,
+                         std::uint32_t& compared) noexcept;
+  Result CompareInOrder(DictEntries& left, DictEntries& right, std::uint32_t compared) noexcept;
   Result CompareOwn(BaseObject& left, BaseObject& right) noexcept;
   // Of two members of composites, which may be null.
   Result CompareMembers(ZELInstance left, ZELInstance right) noexcept;
@@ -38,6 +42,8 @@ class OwnComparison {
   const char* signature_ = "";
   const char* name_ = "";
   std::uint32_t depth_ = 0;
+  bool isInOrder_ = false;     // dictionaries are compared in the order of their keys alone
+  bool hasLeftOrder_ = false;  // and the result is another one than kEqual
 };
 
 }  // namespace NPOSObjectImpl
