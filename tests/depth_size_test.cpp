@@ -98,6 +98,15 @@ TEST_F(DepthSizeTest, EveryDescentEndsAtItsLimit) {
       const ZELInstance deeper = Keep(isDict ? dicts.NewPOSDict() : arrays.NewPOSArray());
       isDict ? dicts.Put(deeper, Atom("k"), deepest) : arrays.Append(deeper, deepest);
       EXPECT_EQ(Descend(deeper, isDict ? "D" : "A"), 4);
+
+      // Their keys' order decides which of two members is compared first.
+      const ZELInstance left = Parse("<b 1>");
+      const ZELInstance right = Parse("<b 2>");
+      EXPECT_FALSE(objects.IsEqual(left, right));
+      EXPECT_TRUE(host.TakeReports().empty());
+      for (const ZELInstance dict : {left, right}) dicts.Put(dict, Atom("a"), deepest);
+      EXPECT_FALSE(objects.IsEqual(left, right));
+      EXPECT_EQ(host.TakeReports(), std::vector<std::string>{"nesting too deep"});
       // The parts of a value in a stream are not counted against the limit.
       Keep(Read(nested(POS_NESTING_LIMIT, "<\"k\"", "{\"t\"#0 }")));
       EXPECT_EQ(Read(nested(POS_NESTING_LIMIT + 1, "<\"k\"", "#0 ")), nullptr);

@@ -81,8 +81,7 @@ class DictOrder {
   static constexpr std::uint32_t kHead = 0;   // the first leaf: the only one that may be empty
   static constexpr std::uint32_t kLargestOfOneLeaf = 48;
 
-  // Where there is one leaf alone, it has as many numbers as there is room for entries, and no
-  // more.
+  // A leaf that is the only one has the numbers alone, and as many as there is room for entries.
   struct Leaf {
     std::uint32_t numbers[kLeafSize];
     std::uint32_t count;          // not in the head, whose count is headCount_
