@@ -38,7 +38,7 @@ ZELStringAtom WithReference(AtomTable::Found found) noexcept {
 
 [[gnu::noinline]] ZELStringAtom NewStringAtomOfNew(const char* text, std::size_t length,
                                                    std::uint32_t hash) noexcept {
-  return WithReference(table.Add(text, length, hash));
+  return WithReference(table.AddShort(text, length, hash));
 }
 [[gnu::noinline]] ZELStringAtom NewStringAtomOfLong(const char* text, std::size_t length) noexcept {
   return WithReference(table.FindOrAdd(text, length, table.Hasher().OfLong(text, length)));
@@ -60,6 +60,10 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
   return found.atom;
 }
 
+[[gnu::noinline]] void Remove(ZELStringAtom atom, Entry& entry) noexcept {
+  table.Remove(atom, entry);
+}
+
 [[gnu::noinline]] void DeleteStringAtomChecked(ZELStringAtom atom) noexcept {
   if (Refuses(Service::kDeleteStringAtom)) return;
   Entry* const entry = Require(atom, "DeleteStringAtom");
@@ -67,7 +71,7 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
   if (entry->clientReferences == 0) {
     NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
   } else if (--entry->clientReferences == 0 && entry->hostReferences == 0) {
-    table.Remove(atom, *entry);
+    Remove(atom, *entry);
   }
 }
 
@@ -76,7 +80,7 @@ void DeleteStringAtom(ZELStringAtom atom) noexcept {
   if (entry == nullptr || entry->clientReferences == 0) [[unlikely]]
     return DeleteStringAtomChecked(atom);
   CountPlainCall(Service::kDeleteStringAtom);
-  if (--entry->clientReferences == 0 && entry->hostReferences == 0) table.Remove(atom, *entry);
+  if (--entry->clientReferences == 0 && entry->hostReferences == 0) Remove(atom, *entry);
 }
 
 [[gnu::noinline]] const char* GetCStringChecked(ZELStringAtom atom) noexcept {
@@ -152,7 +156,7 @@ void KeepAtom(ZELStringAtom atom) noexcept {
 void DropAtom(ZELStringAtom atom) noexcept {
   Entry* const entry = table.Find(atom);
   if (entry == nullptr) return;
-  if (--entry->hostReferences == 0 && entry->clientReferences == 0) table.Remove(atom, *entry);
+  if (--entry->hostReferences == 0 && entry->clientReferences == 0) Remove(atom, *entry);
 }
 
 const char* AtomText(ZELStringAtom atom) noexcept {

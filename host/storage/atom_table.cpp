@@ -8,25 +8,6 @@
 
 namespace zelhost {
 
-namespace {
-
-// Copies a text of `size` bytes, its NUL included, by words, of which the last two may overlap.
-// Texts are short: what memcpy makes ready for long ones costs more than their copy.
-inline void CopyText(char* target, const char* text, std::size_t size) noexcept {
-  using Word = std::uint64_t;
-  if (size < sizeof(Word)) {
-    std::memcpy(target, text, size);
-    return;
-  }
-  const std::size_t last = size - sizeof(Word);
-  for (std::size_t at = 0; at < last; at += sizeof(Word)) {
-    StoreWord(target + at, LoadWord<Word>(text + at));
-  }
-  StoreWord(target + last, LoadWord<Word>(text + last));
-}
-
-}  // namespace
-
 void AtomTable::Open(bool separate) {
   longTexts_.Open(separate);
   inlineRoom_ = separate ? 0 : kInlineRoom;
@@ -61,13 +42,15 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
 }
 
 AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) noexcept {
+  if (index_.IsFull()) [[unlikely]]
+    GrowIndex();
   if (!IsInline(length)) [[unlikely]]
     return AddElsewhere(text, length, hash);
   const Found added = TakeBlock(UnitsFor(length));
   if (added.entry == nullptr) [[unlikely]]
     return added;
-  CopyText(Behind(*added.entry), text, length + 1);
   Enter(added, length, hash, kInlineText);
+  CopyText(Behind(*added.entry), text, length + 1);
   return added;
 }
 
@@ -87,17 +70,6 @@ AtomTable::Found AtomTable::AddElsewhere(const char* text, std::size_t length,
   return added;
 }
 
-inline void AtomTable::Enter(Found added, std::size_t length, std::uint32_t hash,
-                             State state) noexcept {
-  added.entry->clientReferences = 0;
-  added.entry->hostReferences = 0;
-  added.entry->length = static_cast<std::uint32_t>(length);
-  index_.Add(added.atom, added.entry->next, hash);
-  StateOf(added.atom) = state;
-  if (index_.IsFull()) [[unlikely]]
-    GrowIndex();
-}
-
 void AtomTable::GrowIndex() noexcept {
   index_.Grow(
       [this](ZELStringAtom atom) {
@@ -107,32 +79,11 @@ void AtomTable::GrowIndex() noexcept {
       NextOf());
 }
 
-void AtomTable::Remove(ZELStringAtom atom, Entry& entry) noexcept {
-  const char* const text = TextOf(entry);
-  index_.Remove(atom, entry.next, hasher_.Of(text, entry.length), NextOf());
-  StateOf(atom) = kNoAtom;
-  if (!IsInline(entry.length)) [[unlikely]]
-    longTexts_.Free(TextOf(entry));
+void AtomTable::RemoveLong(ZELStringAtom atom, Entry& entry) noexcept {
+  char* const text = TextOf(entry);
+  Leave(atom, entry, hasher_.Of(text, entry.length));
+  if (!IsInline(entry.length)) longTexts_.Free(text);
   GiveBack({atom, &entry}, UnitsFor(entry.length));
-}
-
-inline void AtomTable::GiveBack(Found block, std::uint32_t units) noexcept {
-  Free& free = free_[units];
-  block.entry->next = 0;
-  (free.count == 0 ? free.oldest : free.newest->next) = block.atom;
-  free.newest = block.entry;
-  ++free.count;
-}
-
-// {0, null} when there is no memory.
-inline AtomTable::Found AtomTable::TakeBlock(std::uint32_t units) noexcept {
-  Free& free = free_[units];
-  if (free.count <= kFewestFree) [[unlikely]]
-    return TakeFreshBlock(units);
-  const Found taken = {free.oldest, &EntryOf(free.oldest)};
-  free.oldest = taken.entry->next;
-  --free.count;
-  return taken;
 }
 
 AtomTable::Found AtomTable::TakeFreshBlock(std::uint32_t units) noexcept {

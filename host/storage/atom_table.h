@@ -41,7 +41,7 @@ class AtomTable {
   // The atom of a text, made without references if there is none. Without memory: {0, null}.
   Found FindOrAdd(const char* text) noexcept;
   Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash) noexcept;
-  // The two steps of that for a short text, for a table that is not separate.
+  // The two steps of that for a short text in a table that is not separate.
   Found FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
     for (ZELStringAtom atom = index_.First(hash); atom != 0;) {
       Entry& entry = EntryOf(atom);
@@ -50,7 +50,14 @@ class AtomTable {
     }
     return {};
   }
-  Found Add(const char* text, std::size_t length, std::uint32_t hash) noexcept;
+  Found AddShort(const char* text, std::size_t length, std::uint32_t hash) noexcept {
+    if (index_.IsFull() || free_[kShortUnits].count <= kFewestFree) [[unlikely]]
+      return Add(text, length, hash);
+    const Found added = TakeBlock(kShortUnits);
+    Enter(added, length, hash, kInlineText);
+    CopyText(Behind(*added.entry), text, length + 1);
+    return added;
+  }
   const TextHasher& Hasher() const noexcept { return hasher_; }
 
   // Null for a number that is no atom.
@@ -67,7 +74,12 @@ class AtomTable {
     }
     return Behind(chunks_[chunk]->units[atom % kUnits]);
   }
-  void Remove(ZELStringAtom atom, Entry& entry) noexcept;
+  void Remove(ZELStringAtom atom, Entry& entry) noexcept {
+    if (entry.length > kShortText || !IsInline(entry.length)) [[unlikely]]
+      return RemoveLong(atom, entry);
+    Leave(atom, entry, hasher_.OfShort(EndsOf(Behind(entry), entry.length), entry.length));
+    GiveBack({atom, &entry}, kShortUnits);
+  }
 
   char* TextOf(Entry& entry) const noexcept {
     if (IsInline(entry.length)) [[likely]]
@@ -90,6 +102,8 @@ class AtomTable {
   static constexpr unsigned kUnitBits = 12;
   static constexpr std::uint32_t kUnits = 1u << kUnitBits;  // of a chunk, of the size of an entry
   static constexpr std::uint32_t kMostUnits = 16;           // of a block
+  static constexpr std::uint32_t kShortUnits = 2;           // of one with a short text
+  static_assert(kShortText < sizeof(Entry));
   static constexpr std::size_t kInlineRoom = (kMostUnits - 1) * sizeof(Entry);
   // Number 0 is no atom: the first unit of the first chunk stays unused.
   static constexpr std::uint32_t kMostChunks = 0xFFFFFFFFu >> kUnitBits;
@@ -126,12 +140,42 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
+  Found Add(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   Found AddElsewhere(const char* text, std::size_t length, std::uint32_t hash) noexcept;
-  void Enter(Found added, std::size_t length, std::uint32_t hash, State state) noexcept;
+  void RemoveLong(ZELStringAtom atom, Entry& entry) noexcept;
   void GrowIndex() noexcept;
-  Found TakeBlock(std::uint32_t units) noexcept;
+
+  // All but the text.
+  void Enter(Found added, std::size_t length, std::uint32_t hash, State state) noexcept {
+    added.entry->clientReferences = 0;
+    added.entry->hostReferences = 0;
+    added.entry->length = static_cast<std::uint32_t>(length);
+    StateOf(added.atom) = state;
+    index_.Add(added.atom, added.entry->next, hash);
+  }
+  void Leave(ZELStringAtom atom, Entry& entry, std::uint32_t hash) noexcept {
+    StateOf(atom) = kNoAtom;
+    index_.Remove(atom, entry.next, hash, NextOf());
+  }
+
+  // Without memory: {0, null}.
+  Found TakeBlock(std::uint32_t units) noexcept {
+    Free& free = free_[units];
+    if (free.count <= kFewestFree) [[unlikely]]
+      return TakeFreshBlock(units);
+    const Found taken = {free.oldest, &EntryOf(free.oldest)};
+    free.oldest = taken.entry->next;
+    --free.count;
+    return taken;
+  }
   Found TakeFreshBlock(std::uint32_t units) noexcept;
-  void GiveBack(Found block, std::uint32_t units) noexcept;
+  void GiveBack(Found block, std::uint32_t units) noexcept {
+    Free& free = free_[units];
+    block.entry->next = 0;
+    (free.count == 0 ? free.oldest : free.newest->next) = block.atom;
+    free.newest = block.entry;
+    ++free.count;
+  }
   bool AddChunk() noexcept;
 
   AtomIndex index_;

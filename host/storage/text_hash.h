@@ -7,7 +7,7 @@
 
 namespace zelhost {
 
-inline constexpr std::size_t kShortText = 16;
+inline constexpr std::size_t kShortText = 15;
 
 template <typename Word>
 inline std::uint64_t LoadWord(const char* bytes) noexcept {
@@ -20,7 +20,22 @@ inline void StoreWord(char* bytes, std::uint64_t word) noexcept {
   std::memcpy(bytes, &word, sizeof word);
 }
 
-// Both ends of a text of at most sixteen bytes: two texts of one length are equal when these are.
+// Copies a text of `size` bytes, its NUL included, by words, of which the last two may overlap.
+// Texts are short: what memcpy makes ready for long ones costs more than their copy.
+inline void CopyText(char* target, const char* text, std::size_t size) noexcept {
+  using Word = std::uint64_t;
+  if (size < sizeof(Word)) {
+    for (std::size_t at = 0; at < size; ++at) target[at] = text[at];
+    return;
+  }
+  const std::size_t last = size - sizeof(Word);
+  for (std::size_t at = 0; at < last; at += sizeof(Word)) {
+    StoreWord(target + at, LoadWord<Word>(text + at));
+  }
+  StoreWord(target + last, LoadWord<Word>(text + last));
+}
+
+// Both ends of a short text: two texts of one length are equal when these are.
 struct TextEnds {
   std::uint64_t first;
   std::uint64_t last;
