@@ -10,7 +10,7 @@ namespace zelhost {
 
 namespace {
 constexpr std::size_t kLargestSize = std::numeric_limits<std::size_t>::max() / 2;  // of any object
-constexpr std::size_t kFirstTableSize = 32;                                        // a power of two
+constexpr std::size_t kFirstTableSize = 256;                                       // a power of two
 constexpr std::size_t kSmallestArea = std::size_t{64} << 10;
 constexpr std::size_t kLargestArea = std::size_t{1} << 20;
 }  // namespace
@@ -95,7 +95,7 @@ bool Heap::AddArea() noexcept {
   return true;
 }
 
-// At least three quarters of the table stay free.
+// At least seven eighths of the table stay free: most blocks are found at the first look.
 bool Heap::Register(Chunk* chunk) noexcept {
   const auto enter = [](Chunk** table, std::size_t mask, Chunk* entered) {
     std::size_t place = PlaceOf(entered);
@@ -104,7 +104,7 @@ bool Heap::Register(Chunk* chunk) noexcept {
     table[place & mask] = entered;
   };
   const std::size_t size = tableMask_ + 1;
-  if ((chunkCount_ + 1) * 4 > size) {
+  if ((chunkCount_ + 1) * 8 > size) {
     auto** larger = new (std::nothrow) Chunk*[size * 2];
     if (larger == nullptr) return false;
     std::fill_n(larger, size * 2, &noChunk_);

@@ -59,10 +59,9 @@ class Pool {
   void Return(Record* record) noexcept {
     (newest_ == nullptr ? oldest_ : newest_->NextDead()) = record;
     newest_ = record;
-    if (++available_ <= 0 || !guarded_) return;
-    Record* const oldest = TakeOldest();
-    guard_.Remove(guard_.Find(oldest));
-    std::free(oldest);
+    ++available_;
+    if (guarded_) [[unlikely]]
+      FreeOldest();
   }
 
   // False for the address of what was freed, so that reading it would be an error; told in guard
@@ -93,6 +92,12 @@ class Pool {
   }
 
   // Out of line, as is what guard mode needs: the others stay short.
+  [[gnu::noinline]] void FreeOldest() noexcept {
+    if (available_ <= 0) return;
+    Record* const oldest = TakeOldest();
+    guard_.Remove(guard_.Find(oldest));
+    std::free(oldest);
+  }
   [[gnu::noinline]] bool IsInGuard(const Record* record) const noexcept {
     return guard_.Find(record) != nullptr;
   }

@@ -22,13 +22,15 @@ TextHasher TextHasher::New() noexcept {
   return hasher;
 }
 
+// The last sixteen bytes may overlap with those before.
 std::uint32_t TextHasher::OfLong(const char* text, std::size_t length) const noexcept {
   std::uint64_t hash = secret_[0] ^ length;
-  for (; length > kShortText; length -= 8, text += 8) {
-    hash = MixWide(LoadWord<std::uint64_t>(text) ^ secret_[1], hash);
+  const char* const last = text + length - 16;
+  for (; text < last; text += 16) {
+    hash = MixWide(LoadWord<std::uint64_t>(text) ^ secret_[1],
+                   LoadWord<std::uint64_t>(text + 8) ^ hash);
   }
-  const TextEnds ends = EndsOf(text, length);
-  return Mix(ends.first ^ secret_[0] ^ hash, ends.last ^ secret_[1]);
+  return Mix(LoadWord<std::uint64_t>(last) ^ hash, LoadWord<std::uint64_t>(last + 8) ^ secret_[1]);
 }
 
 }  // namespace zelhost

@@ -65,6 +65,7 @@ class TextHasher {
   std::uint32_t OfShort(const TextEnds& ends, std::size_t length) const noexcept {
     return Mix(ends.first ^ secret_[0], ends.last ^ secret_[1] ^ length);
   }
+  // Of a text that is not short.
   std::uint32_t OfLong(const char* text, std::size_t length) const noexcept;
 
  private:
