@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "frame/base/byte_words.h"
+#include "frame/base/compiler.h"
 #include "pos/array.h"
 
 namespace NPOSObjectImpl {
@@ -12,7 +13,7 @@ namespace {
 using ZEL_T_NMT::kWordSize;
 
 // The end of a key: the next "." or "[" or the NUL at the path's end, behind which there is a word.
-const char* EndOfKey(const char* at) noexcept {
+ZEL_ALWAYS_INLINE const char* EndOfKey(const char* at) noexcept {
   if constexpr (!ZEL_T_NMT::kHasByteWords) return at + std::strcspn(at, ".[");
   for (;; at += kWordSize) {
     const std::uint64_t word = ZEL_T_NMT::LoadWord(at);

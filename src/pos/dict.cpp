@@ -132,13 +132,18 @@ void DictIterator::Begin() noexcept {
 }
 
 void DictIterator::Next() noexcept {
-  if (StepInRun() || state_ == State::kDone) return;
+  if (!StepInRun()) StepElsewhere();
+}
+
+ZEL_NEVER_INLINE void DictIterator::StepElsewhere() noexcept {
+  if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
   GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
 }
 
 ZEL_T_NMT::OwnMember DictIterator::NextMember() noexcept {
-  Next();
+  if (!StepInRun()) [[unlikely]]
+    StepElsewhere();
   return CurMember();
 }
 

@@ -83,6 +83,7 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
   void GoTo(DictEntries::Place place) noexcept;
   bool StepInRun() noexcept;
+  void StepElsewhere() noexcept;
   DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
   void HoldKey();
 

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -32,8 +31,12 @@ struct SoughtKey {
   std::size_t length;
 };
 
+// By the byte: keys are short, and nothing is read behind the end of the text.
 inline bool HasSameCharacters(const char* text, SoughtKey key) noexcept {
-  return std::strncmp(text, key.text, key.length) == 0 && text[key.length] == '\0';
+  for (std::size_t i = 0; i < key.length; ++i) {
+    if (text[i] != key.text[i]) return false;
+  }
+  return text[key.length] == '\0';
 }
 
 inline bool IsSameKey(const char* text, SoughtKey key) noexcept {
