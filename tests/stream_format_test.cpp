@@ -109,7 +109,7 @@ class StreamFormatTest : public zeltest::LibraryTest {
     }
     EXPECT_GT(examples.size(), 30u);
     for (const auto& [bytes, expected] : examples) {
-      for (const std::uint32_t mostPerRead : {512u, 1u}) {
+      for (const std::uint32_t mostPerRead : {512u, 9u, 1u}) {
         const std::string found = ReadByLibrary(bytes, mostPerRead);
         EXPECT_EQ(found.substr(0, found.find('\t')), expected) << bytes;
       }

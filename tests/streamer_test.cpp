@@ -99,7 +99,7 @@ TEST_F(StreamerTest, ReadsWhatOthersMayWrite) {
       {R"([\040#1 ])", "[1]"},
   };
   for (const auto& [text, value] : rows) {
-    for (const std::uint32_t mostPerRead : {512u, 1u}) {
+    for (const std::uint32_t mostPerRead : {512u, 11u, 5u, 1u}) {
       const ZELInstance object = ReadText(text, mostPerRead);
       ASSERT_NE(object, nullptr) << text;
       EXPECT_TRUE(objects.IsEqual(object, Parse(value))) << text;
@@ -133,7 +133,7 @@ TEST_F(StreamerTest, EveryByteInAStringIsWrittenAsItsRecordSays) {
     return octal;
   };
   for (unsigned byte = 1; byte < 256; ++byte) {
-    for (const std::size_t length : {1u, 2u, 3u, 5u, 7u, 8u, 19u}) {
+    for (const std::size_t length : {1u, 2u, 3u, 5u, 7u, 8u, 13u, 16u, 19u}) {
       for (std::size_t place = 0; place < length; ++place) {
         std::string text(length, 'x');
         text[place] = static_cast<char>(byte);

@@ -18,6 +18,10 @@ TEST_F(TextSyntaxTest, WhatATextGives) {
       {"<>", empty},
       {"<(a key) 1 () 2>", client.NewDict({{"", 2}, {"a key", 1}})},
       {"_a1", client.NewString("_a1")},
+      {"[<begins_9_ends_so 1> <begins_9_ends_so 2> <begins_8_ends_so 3>]",
+       client.NewArray({client.NewDict({{"begins_9_ends_so", 1}}),
+                        client.NewDict({{"begins_9_ends_so", 2}}),
+                        client.NewDict({{"begins_8_ends_so", 3}})})},
       {"[true null]", client.NewArray({"true", "null"})},
       {R"((a\)b\\c\n\(d))", client.NewString("a)b\\cn(d")},
       {"(\xe9\x01)", client.NewString("\xe9\x01")},
@@ -46,6 +50,30 @@ TEST_F(TextSyntaxTest, WhatATextGives) {
     EXPECT_EQ(position, nullptr) << text;
   }
   for (const char* zero : {"-", "-."}) EXPECT_FALSE(std::signbit(numbers.Get(Parse(zero))));
+}
+
+// Words are read at once only where there is room behind them; each byte at each place of two.
+TEST_F(TextSyntaxTest, WhatIsBehindATextChangesNothing) {
+  for (int byte = 1; byte < 256; ++byte) {
+    for (std::size_t place = 0; place < 18; ++place) {
+      std::string word(18, 'w');
+      word[place] = static_cast<char>(byte);
+      for (const std::string& text : {"[" + word + "]", "[(" + word + ")]"}) {
+        const std::string before = text + Repeat(120, " ");
+        const char* position = nullptr;
+        const char* positionBefore = nullptr;
+        const ZELInstance object = statics.CreateFromText(text.c_str(), &position);
+        const ZELInstance same = statics.CreateFromText(before.c_str(), &positionBefore);
+        ASSERT_EQ(object == nullptr, same == nullptr) << text;
+        if (object != nullptr) {
+          ASSERT_TRUE(objects.IsEqual(Keep(object), Keep(same))) << text;
+        } else if (*position != '\0') {
+          ASSERT_EQ(position - text.c_str(), positionBefore - before.c_str()) << text;
+        }
+      }
+    }
+    GiveBack();
+  }
 }
 
 // Beside the cases of the page about the syntax, which is tested as well.
