@@ -18,6 +18,7 @@ using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::DictView;
 using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::NumberView;
+using ZEL_T_NMT::OwnArray;
 using ZEL_T_NMT::OwnNumber;
 using ZEL_T_NMT::OwnString;
 using ZEL_T_NMT::OwnValue;
@@ -153,9 +154,15 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const ArrayView array(value);
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
-    for (std::uint32_t index = 0; index < array.Count(); ++index) {
+    for (std::uint32_t index = 0;; ++index) {
+      const OwnArray* const own = array.Directly();
+      if (index >= (own != nullptr ? own->Count() : array.Count())) break;
+      // The array may be another one when somebody else's code has run.
+      const std::uint32_t blocks = output.BlocksWritten();
       streamer.PutNewLine(output);
-      streamer.WriteObject(output, array.GetAt(index));
+      const bool isSame = own != nullptr && output.BlocksWritten() == blocks;
+      const ZELInstance element = isSame ? own->GetAt(index) : nullptr;
+      streamer.WriteObject(output, element != nullptr ? POSView(element) : array.GetAt(index));
     }
   }
   streamer.PutNewLine(output);

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "frame/base/byte_words.h"
+#include "frame/base/compiler.h"
 #include "frame/core/string_atom.h"
 
 namespace ZEL_T_NMT {
@@ -40,14 +41,21 @@ class KeyAtoms {
       misses_ = 0;
       return slot.atom;
     }
+    return Make(slot, isSeen, text, digest, length);
+  }
+
+  // Of a text that no slot has: a key that comes once shall cost nothing here, so that an atom is
+  // kept from the second time on, and then for good.
+  ZEL_NEVER_INLINE CZELStringAtom Make(Slot& slot, bool isSeen, const char* text,
+                                       std::uint64_t digest, std::size_t length) {
     if (misses_ < kPatience) ++misses_;
-    // A key that comes once shall cost nothing here: an atom is kept from the second time on, and
-    // then for good.
-    if (slot.atom.Text() != nullptr) return CZELStringAtom(text);
-    if (isSeen) return slot.atom = CZELStringAtom(text);
-    slot.digest = digest;
-    slot.length = length;
-    return CZELStringAtom(text);
+    CZELStringAtom atom(text);
+    if (slot.atom.Text() == nullptr) {
+      slot.digest = digest;
+      slot.length = length;
+      if (isSeen) slot.atom = atom;
+    }
+    return atom;
   }
 
   // One of the two slots where a text may be: the one that has it, or else one that holds no atom
