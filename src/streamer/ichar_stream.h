@@ -135,7 +135,7 @@ class ICharStream final : public CharStream {
 
   static constexpr std::ptrdiff_t kLongestEscape = 4;  // a backslash and three digits
 
-  char text_[2 * kBlockSize + ZEL_T_NMT::kWordSize] = {};
+  char text_[std::size_t{2} * kBlockSize + ZEL_T_NMT::kWordSize] = {};
   char* cursor_ = text_;  // the next unread byte
   char* end_ = text_;
   bool finished_ = false;
