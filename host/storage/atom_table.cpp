@@ -38,7 +38,8 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
     }
     atom = entry.next;
   }
-  return Add(text, length, hash);
+  return IsInline(length) ? AddInline(text, length, hash, UnitsFor(length))
+                          : Add(text, length, hash);
 }
 
 AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) noexcept {

@@ -51,12 +51,7 @@ class AtomTable {
     return {};
   }
   Found AddShort(const char* text, std::size_t length, std::uint32_t hash) noexcept {
-    if (index_.IsFull() || free_[kShortUnits].count <= kFewestFree) [[unlikely]]
-      return Add(text, length, hash);
-    const Found added = TakeBlock(kShortUnits);
-    Enter(added, length, hash, kInlineText);
-    CopyText(Behind(*added.entry), text, length + 1);
-    return added;
+    return AddInline(text, length, hash, kShortUnits);
   }
   const TextHasher& Hasher() const noexcept { return hasher_; }
 
@@ -140,6 +135,16 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
+  // Where a block is waiting and the index has room, without a call.
+  Found AddInline(const char* text, std::size_t length, std::uint32_t hash,
+                  std::uint32_t units) noexcept {
+    if (index_.IsFull() || free_[units].count <= kFewestFree) [[unlikely]]
+      return Add(text, length, hash);
+    const Found added = TakeBlock(units);
+    Enter(added, length, hash, kInlineText);
+    CopyText(Behind(*added.entry), text, length + 1);
+    return added;
+  }
   Found Add(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   Found AddElsewhere(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   void RemoveLong(ZELStringAtom atom, Entry& entry) noexcept;

@@ -22,15 +22,4 @@ TextHasher TextHasher::New() noexcept {
   return hasher;
 }
 
-// The last sixteen bytes may overlap with those before.
-std::uint32_t TextHasher::OfLong(const char* text, std::size_t length) const noexcept {
-  std::uint64_t hash = secret_[0] ^ length;
-  const char* const last = text + length - 16;
-  for (; text < last; text += 16) {
-    hash = MixWide(LoadWord<std::uint64_t>(text) ^ secret_[1],
-                   LoadWord<std::uint64_t>(text + 8) ^ hash);
-  }
-  return Mix(LoadWord<std::uint64_t>(last) ^ hash, LoadWord<std::uint64_t>(last + 8) ^ secret_[1]);
-}
-
 }  // namespace zelhost

@@ -65,8 +65,17 @@ class TextHasher {
   std::uint32_t OfShort(const TextEnds& ends, std::size_t length) const noexcept {
     return Mix(ends.first ^ secret_[0], ends.last ^ secret_[1] ^ length);
   }
-  // Of a text that is not short.
-  std::uint32_t OfLong(const char* text, std::size_t length) const noexcept;
+  // Of a text that is not short: by sixteen bytes, of which the last may overlap with those before.
+  std::uint32_t OfLong(const char* text, std::size_t length) const noexcept {
+    std::uint64_t hash = secret_[0] ^ length;
+    const char* const last = text + length - 16;
+    for (; text < last; text += 16) {
+      hash = MixWide(LoadWord<std::uint64_t>(text) ^ secret_[1],
+                     LoadWord<std::uint64_t>(text + 8) ^ hash);
+    }
+    return Mix(LoadWord<std::uint64_t>(last) ^ hash,
+               LoadWord<std::uint64_t>(last + 8) ^ secret_[1]);
+  }
 
  private:
   // The sum of the halves of the product, or where the compiler knows no such product, something
