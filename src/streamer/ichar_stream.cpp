@@ -111,8 +111,9 @@ std::uint32_t ICharStream::GetChars(char* buffer, std::uint32_t wanted, bool mus
   return kept;
 }
 
-std::string_view ICharStream::GetText(TextBuffer<char>& buffer) {
+std::string_view ICharStream::GetText(TextBuffer<char>& buffer, std::size_t plainBytes) {
   char* begin = cursor_;
+  cursor_ += plainBytes;
   bool closed = PassPlainText();
   if (!closed && cursor_ == end_ && end_ - begin <= std::ptrdiff_t{kBlockSize}) {
     // The text goes on in the next block.

@@ -83,21 +83,26 @@ class ICharStream final : public CharStream {
   // The whole text up to the closing character, which is used up, with a NUL behind it: in `buffer`
   // or, until the next call, in the block; kWordSize bytes may be read of it whatever its length.
   // The rest behind a NUL in the text is dropped.
-  std::string_view GetText(TextBuffer<char>& buffer);
+  // The first `plainBytes` bytes are known to be there as they are.
+  std::string_view GetText(TextBuffer<char>& buffer, std::size_t plainBytes);
 
-  // The same where the block holds all of the text as it is; without data, and with nothing used
-  // up, where it does not.
-  std::string_view GetPlainText() noexcept {
-    if constexpr (!ZEL_T_NMT::kHasByteWords) return {};
+  // The same of a text that the block holds whole and as it is. For any other, nothing is used up,
+  // and there is no text, but the number of bytes that are there as they are.
+  struct PlainText {
+    const char* text;
+    std::size_t length;
+  };
+  PlainText GetPlainText() noexcept {
+    if constexpr (!ZEL_T_NMT::kHasByteWords) return {nullptr, 0};
     const MeantBytes& meant = params_->meant;
     char* at = cursor_;
     std::uint64_t found = meant.Find(ZEL_T_NMT::LoadWord(at));
     for (; found == 0; found = meant.Find(ZEL_T_NMT::LoadWord(at))) at += ZEL_T_NMT::kWordSize;
     at += ZEL_T_NMT::BytesBefore(found);
-    if (*at != params_->close || at == end_) return {};
+    const auto length = static_cast<std::size_t>(at - cursor_);
+    if (*at != params_->close || at == end_) return {nullptr, length};
     *at = '\0';
-    const char* const text = std::exchange(cursor_, at + 1);
-    return {text, static_cast<std::size_t>(at - text)};
+    return {std::exchange(cursor_, at + 1), length};
   }
 
   // The following take what stands in the block as plain digits, side by side, and leave the rest

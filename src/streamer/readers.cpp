@@ -54,14 +54,15 @@ void ReadHexPairs(ICharStream& input, unsigned char* bytes, std::uint32_t size) 
 
 // Texts that are not plain have a place on the stack, and not in the frame of each dictionary
 // around them.
-ZEL_NEVER_INLINE CZELStringAtom ReadKeyByParts(TypeAStreamer& streamer, ICharStream& input) {
+ZEL_NEVER_INLINE CZELStringAtom ReadKeyByParts(TypeAStreamer& streamer, ICharStream& input,
+                                               std::size_t plain) {
   TextBuffer<char> buffer;
-  return streamer.KeyOf(input.GetText(buffer));
+  return streamer.KeyOf(input.GetText(buffer, plain));
 }
 
-ZEL_NEVER_INLINE CPOSObject ReadStringByParts(ICharStream& input) {
+ZEL_NEVER_INLINE CPOSObject ReadStringByParts(ICharStream& input, std::size_t plain) {
   TextBuffer<char> buffer;
-  return CPOSString::New(input.GetText(buffer).data());
+  return CPOSString::New(input.GetText(buffer, plain).data());
 }
 
 // The text of a String is made the key at once, unless somebody else's procedures are to see the
@@ -70,8 +71,9 @@ ZEL_NEVER_INLINE CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindForma
                                         ICharStream& input) {
   if (kind.type == POSTypeString && ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
     const CharStream::ParamsInForce inForce(input, kind.params);
-    const std::string_view text = input.GetPlainText();
-    return text.data() != nullptr ? streamer.KeyOf(text) : ReadKeyByParts(streamer, input);
+    const auto [text, length] = input.GetPlainText();
+    if (text == nullptr) return ReadKeyByParts(streamer, input, length);
+    return streamer.KeyOf({text, length});
   }
   return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
 }
@@ -95,8 +97,8 @@ CPOSObject ReadNumber(TypeAStreamer&, ICharStream& input) {
 }
 
 CPOSObject ReadString(TypeAStreamer&, ICharStream& input) {
-  const char* const text = input.GetPlainText().data();
-  return text != nullptr ? CPOSString::New(text) : ReadStringByParts(input);
+  const auto [text, length] = input.GetPlainText();
+  return text != nullptr ? CPOSString::New(text) : ReadStringByParts(input, length);
 }
 
 CPOSObject ReadUnicodeString(TypeAStreamer&, ICharStream& input) {

@@ -179,19 +179,25 @@ inline bool TakeFraction(const char*& cursor, const char* limit, std::uint32_t r
 
 // Most numbers are a few digits, many with a sign or with a point and digits behind it: up to seven
 // before the point are told by a word, eight behind it by another, and those of longer fractions,
-// such as streams hold, by as many as it takes. Stores what DecimalPrefix gives for such a number
-// that begins the text, which has room for sign, point and two words. False for any other, also
-// where an exponent may follow.
+// such as streams hold, by as many as it takes; without a point, two words tell up to fifteen.
+// Stores what DecimalPrefix gives for such a number that begins the text, which has room for sign,
+// point and two words. False for any other, also where an exponent may follow.
 ZEL_ALWAYS_INLINE bool PlainPrefix(const char* text, std::size_t length, Decimal& result) noexcept {
   const bool negative = *text == '-';
   const char* const begin = text + negative;
   const std::uint64_t word = LoadWord(begin);
   const std::uint32_t wholes = BytesBefore(BytesNoDigits(word));
-  if (wholes == 0 || wholes >= kWordSize) return false;
+  if (wholes == 0) return false;
   LeadingDigits digits{DigitsValue(word, wholes)};
   const char* end = begin + wholes;
   std::int64_t fractions = 0;
-  if (*end == '.') {
+  if (wholes == kWordSize) {
+    const std::uint64_t next = LoadWord(end);
+    const std::uint32_t count = BytesBefore(BytesNoDigits(next));
+    if (count == 0 || count == kWordSize || end[count] == '.') return false;
+    digits.value = digits.value * kPowersOfTen[count] + DigitsValue(next, count);
+    end += count;
+  } else if (*end == '.') {
     const char* const fraction = ++end;
     const std::uint64_t next = LoadWord(fraction);
     const std::uint64_t others = BytesNoDigits(next);
