@@ -37,8 +37,8 @@ ZELStringAtom WithReference(AtomTable::Found found) noexcept {
 }
 
 [[gnu::noinline]] ZELStringAtom NewStringAtomOfNew(const char* text, std::size_t length,
-                                                   std::uint32_t hash) noexcept {
-  return WithReference(table.AddShort(text, length, hash));
+                                                   ZELStringAtom& end) noexcept {
+  return WithReference(table.AddShort(text, length, end));
 }
 [[gnu::noinline]] ZELStringAtom NewStringAtomOfLong(const char* text, std::size_t length) noexcept {
   return WithReference(table.FindOrAdd(text, length, table.Hasher().OfLong(text, length)));
@@ -53,11 +53,11 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
     return NewStringAtomOfLong(text, length);
   const TextEnds ends = EndsOf(text, length);
   const std::uint32_t hash = table.Hasher().OfShort(ends, length);
-  const AtomTable::Found found = table.FindShort(length, hash, ends);
-  if (found.entry == nullptr) [[unlikely]]
-    return NewStringAtomOfNew(text, length, hash);
-  ++found.entry->clientReferences;
-  return found.atom;
+  const AtomTable::Spot spot = table.FindShort(length, hash, ends);
+  if (spot.entry == nullptr) [[unlikely]]
+    return NewStringAtomOfNew(text, length, *spot.link);
+  ++spot.entry->clientReferences;
+  return *spot.link;
 }
 
 [[gnu::noinline]] void Remove(ZELStringAtom atom, Entry& entry) noexcept {

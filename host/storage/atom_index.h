@@ -25,9 +25,9 @@ class AtomIndex {
   }
   bool IsOpen() const noexcept { return first_ != nullptr; }
 
-  // The newest of the atoms whose hashes lead to the same place, which their links lead through; 0
-  // is the end.
-  ZELStringAtom First(std::uint32_t hash) const noexcept { return first_[hash & mask_]; }
+  // The link to the first of the atoms whose hashes lead to the same place; each leads to the next
+  // newer one, and 0 is the end: the oldest are met first, and mostly they are removed first.
+  ZELStringAtom& First(std::uint32_t hash) const noexcept { return first_[hash & mask_]; }
 
   // Whether there should be more room before another atom is added.
   bool IsFull() const noexcept { return used_ > mask_; }
@@ -36,20 +36,22 @@ class AtomIndex {
   void Grow(HashOf hashOf, NextOf nextOf) noexcept {
     AtomIndex larger;
     if (!larger.Allocate((mask_ + 1) * 2)) return;
+    larger.used_ = used_;
     for (std::size_t place = 0; place <= mask_; ++place) {
-      for (ZELStringAtom atom = first_[place]; atom != 0;) {
-        const ZELStringAtom next = nextOf(atom);
-        larger.Add(atom, nextOf(atom), hashOf(atom));
-        atom = next;
+      ZELStringAtom* ends[] = {&larger.first_[place], &larger.first_[place + mask_ + 1]};
+      for (ZELStringAtom atom = first_[place]; atom != 0; atom = nextOf(atom)) {
+        ZELStringAtom*& end = ends[(hashOf(atom) & (mask_ + 1)) == 0 ? 0 : 1];
+        *end = atom;
+        end = &nextOf(atom);
       }
+      for (ZELStringAtom* end : ends) *end = 0;
     }
     Close();
     *this = larger;
   }
-  void Add(ZELStringAtom atom, ZELStringAtom& next, std::uint32_t hash) noexcept {
-    ZELStringAtom& first = first_[hash & mask_];
-    next = first;
-    first = atom;
+  // Behind the last of its place.
+  void Add(ZELStringAtom atom, ZELStringAtom& end) noexcept {
+    end = atom;
     ++used_;
   }
   // Of an atom that is there, with what is next to it.

@@ -31,32 +31,37 @@ AtomTable::Found AtomTable::FindOrAdd(const char* text) noexcept {
 
 AtomTable::Found AtomTable::FindOrAdd(const char* text, std::size_t length,
                                       std::uint32_t hash) noexcept {
-  for (ZELStringAtom atom = index_.First(hash); atom != 0;) {
-    Entry& entry = EntryOf(atom);
-    if (entry.length == length && std::memcmp(TextOf(entry), text, length) == 0) {
-      return {atom, &entry};
-    }
-    atom = entry.next;
-  }
-  return IsInline(length) ? AddInline(text, length, hash, UnitsFor(length))
-                          : Add(text, length, hash);
+  const Spot spot = Search(hash, [&](Entry& entry) {
+    return entry.length == length && std::memcmp(TextOf(entry), text, length) == 0;
+  });
+  if (spot.entry != nullptr) return {*spot.link, spot.entry};
+  return IsInline(length) ? AddInline(text, length, *spot.link, UnitsFor(length))
+                          : Add(text, length, *spot.link);
 }
 
-AtomTable::Found AtomTable::Add(const char* text, std::size_t length, std::uint32_t hash) noexcept {
-  if (index_.IsFull()) [[unlikely]]
+AtomTable::Found AtomTable::Add(const char* text, std::size_t length, ZELStringAtom& end) noexcept {
+  if (index_.IsFull()) [[unlikely]] {
     GrowIndex();
+    const std::uint32_t hash = hasher_.Of(text, length);
+    return AddWithRoom(text, length, *Search(hash, [](Entry&) { return false; }).link);
+  }
+  return AddWithRoom(text, length, end);
+}
+
+AtomTable::Found AtomTable::AddWithRoom(const char* text, std::size_t length,
+                                        ZELStringAtom& end) noexcept {
   if (!IsInline(length)) [[unlikely]]
-    return AddElsewhere(text, length, hash);
+    return AddElsewhere(text, length, end);
   const Found added = TakeBlock(UnitsFor(length));
   if (added.entry == nullptr) [[unlikely]]
     return added;
-  Enter(added, length, hash, kInlineText);
+  Enter(added, length, end, kInlineText);
   CopyText(Behind(*added.entry), text, length + 1);
   return added;
 }
 
 AtomTable::Found AtomTable::AddElsewhere(const char* text, std::size_t length,
-                                         std::uint32_t hash) noexcept {
+                                         ZELStringAtom& end) noexcept {
   if (length >= std::numeric_limits<std::uint32_t>::max()) return {};
   void* const copy = longTexts_.Allocate(length + 1);
   if (copy == nullptr) return {};
@@ -67,7 +72,7 @@ AtomTable::Found AtomTable::AddElsewhere(const char* text, std::size_t length,
   }
   std::memcpy(copy, text, length + 1);
   std::memcpy(Behind(*added.entry), &copy, sizeof copy);
-  Enter(added, length, hash, kTextElsewhere);
+  Enter(added, length, end, kTextElsewhere);
   return added;
 }
 

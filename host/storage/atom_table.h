@@ -32,6 +32,12 @@ class AtomTable {
     ZELStringAtom atom;
     Entry* entry;
   };
+  // The end of a search: the entry and the link that leads to it; else null and the link that leads
+  // no further.
+  struct Spot {
+    Entry* entry;
+    ZELStringAtom* link;
+  };
 
   // With `separate` each text is an allocation of its own, for memory checkers. Throws bad_alloc.
   void Open(bool separate);
@@ -42,16 +48,13 @@ class AtomTable {
   Found FindOrAdd(const char* text) noexcept;
   Found FindOrAdd(const char* text, std::size_t length, std::uint32_t hash) noexcept;
   // The two steps of that for a short text in a table that is not separate.
-  Found FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
-    for (ZELStringAtom atom = index_.First(hash); atom != 0;) {
-      Entry& entry = EntryOf(atom);
-      if (entry.length == length && EndsOf(Behind(entry), length) == ends) return {atom, &entry};
-      atom = entry.next;
-    }
-    return {};
+  Spot FindShort(std::size_t length, std::uint32_t hash, const TextEnds& ends) const noexcept {
+    return Search(hash, [&](Entry& entry) {
+      return entry.length == length && EndsOf(Behind(entry), length) == ends;
+    });
   }
-  Found AddShort(const char* text, std::size_t length, std::uint32_t hash) noexcept {
-    return AddInline(text, length, hash, kShortUnits);
+  Found AddShort(const char* text, std::size_t length, ZELStringAtom& end) noexcept {
+    return AddInline(text, length, end, kShortUnits);
   }
   const TextHasher& Hasher() const noexcept { return hasher_; }
 
@@ -135,28 +138,41 @@ class AtomTable {
     return static_cast<std::uint32_t>(1 + (behind + sizeof(Entry) - 1) / sizeof(Entry));
   }
 
-  // Where a block is waiting and the index has room, without a call.
-  Found AddInline(const char* text, std::size_t length, std::uint32_t hash,
+  template <typename IsSought>
+  Spot Search(std::uint32_t hash, IsSought isSought) const noexcept {
+    ZELStringAtom* link = &index_.First(hash);
+    while (*link != 0) {
+      Entry& entry = EntryOf(*link);
+      if (isSought(entry)) return {&entry, link};
+      link = &entry.next;
+    }
+    return {nullptr, link};
+  }
+
+  // Makes no call when a block is waiting and the index has room.
+  Found AddInline(const char* text, std::size_t length, ZELStringAtom& end,
                   std::uint32_t units) noexcept {
     if (index_.IsFull() || free_[units].count <= kFewestFree) [[unlikely]]
-      return Add(text, length, hash);
+      return Add(text, length, end);
     const Found added = TakeBlock(units);
-    Enter(added, length, hash, kInlineText);
+    Enter(added, length, end, kInlineText);
     CopyText(Behind(*added.entry), text, length + 1);
     return added;
   }
-  Found Add(const char* text, std::size_t length, std::uint32_t hash) noexcept;
-  Found AddElsewhere(const char* text, std::size_t length, std::uint32_t hash) noexcept;
+  Found Add(const char* text, std::size_t length, ZELStringAtom& end) noexcept;
+  Found AddWithRoom(const char* text, std::size_t length, ZELStringAtom& end) noexcept;
+  Found AddElsewhere(const char* text, std::size_t length, ZELStringAtom& end) noexcept;
   void RemoveLong(ZELStringAtom atom, Entry& entry) noexcept;
   void GrowIndex() noexcept;
 
   // All but the text.
-  void Enter(Found added, std::size_t length, std::uint32_t hash, State state) noexcept {
+  void Enter(Found added, std::size_t length, ZELStringAtom& end, State state) noexcept {
     added.entry->clientReferences = 0;
     added.entry->hostReferences = 0;
     added.entry->length = static_cast<std::uint32_t>(length);
     StateOf(added.atom) = state;
-    index_.Add(added.atom, added.entry->next, hash);
+    added.entry->next = 0;
+    index_.Add(added.atom, end);
   }
   void Leave(ZELStringAtom atom, Entry& entry, std::uint32_t hash) noexcept {
     StateOf(atom) = kNoAtom;
