@@ -23,7 +23,6 @@ class AtomIndex {
     delete[] first_;
     *this = AtomIndex();
   }
-  bool IsOpen() const noexcept { return first_ != nullptr; }
 
   // The link to the first of the atoms whose hashes lead to the same place; each leads to the next
   // newer one, and 0 is the end: the oldest are met first, and mostly they are removed first.

@@ -42,7 +42,6 @@ class AtomTable {
   // With `separate` each text is an allocation of its own, for memory checkers. Throws bad_alloc.
   void Open(bool separate);
   void Close() noexcept;
-  bool IsOpen() const noexcept { return index_.IsOpen(); }
 
   // The atom of a text, made without references if there is none. Without memory: {0, null}.
   Found FindOrAdd(const char* text) noexcept;
