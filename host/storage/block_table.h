@@ -14,8 +14,8 @@ struct LiveBlock {
   std::uint32_t number;  // of the allocation, in guard mode; else 0
 };
 
-// Open addressing; at least half of the slots are free. Usable without having been constructed, and
-// empty once closed.
+// Open addressing; at least a quarter of the slots is free. Usable without having been constructed,
+// and empty once closed.
 class BlockTable {
  public:
   void Close() noexcept {
@@ -25,7 +25,7 @@ class BlockTable {
 
   // False when there is no memory. Always succeeds right after a removal.
   bool Add(const LiveBlock& block) noexcept {
-    if (count_ >= size_ / 2 && !Grow()) return false;
+    if (count_ >= size_ / 4 * 3 && !Grow()) return false;
     Enter(block);
     ++count_;
     return true;

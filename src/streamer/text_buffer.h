@@ -40,7 +40,8 @@ class TextBuffer {
   }
 
  private:
-  static constexpr std::uint32_t kLocalCapacity = 256;
+  // As much as two blocks of a stream hold, so that few texts need more.
+  static constexpr std::uint32_t kLocalCapacity = 1056 / sizeof(Unit);
 
   ZEL_NEVER_INLINE void Grow(std::uint32_t count) {
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max() / sizeof(Unit);
