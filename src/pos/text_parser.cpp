@@ -150,16 +150,14 @@ class Parser {
   }
 
   ZEL_NEVER_INLINE CZELStringAtom ReadKey(char first) {
-    Text text;
-    ReadText(first, text);
+    ReadText(first, text_);
     if (!keys_) keys_.emplace();
-    return keys_->Get(text.bytes, text.length);
+    return keys_->Get(text_.bytes, text_.length);
   }
 
   ZEL_NEVER_INLINE CPOSObject ReadString(char first) {
-    Text text;
-    ReadText(first, text);
-    return CPOSString::New(text.bytes);
+    ReadText(first, text_);
+    return CPOSString::New(text_.bytes);
   }
 
   ZEL_ALWAYS_INLINE void ReadText(char first, Text& text) {
@@ -317,6 +315,7 @@ class Parser {
   const char* const end_;  // the terminating NUL
   std::uint32_t depth_ = 0;
   std::optional<ZEL_T_NMT::KeyAtoms> keys_;
+  Text text_;  // the last one; here, so that no level of nesting has one of its own
 };
 
 }  // namespace

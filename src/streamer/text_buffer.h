@@ -18,6 +18,10 @@ namespace NPOSStreamerImpl {
 template <typename Unit>
 class TextBuffer {
  public:
+  // Units beside the object: as much as two blocks of a stream hold, so that few texts need more. A
+  // power of two.
+  static constexpr std::uint32_t kLocalCapacity = 1024 / sizeof(Unit);
+
   TextBuffer() noexcept = default;
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
@@ -40,9 +44,6 @@ class TextBuffer {
   }
 
  private:
-  // As much as two blocks of a stream hold, so that few texts need more.
-  static constexpr std::uint32_t kLocalCapacity = 1056 / sizeof(Unit);
-
   ZEL_NEVER_INLINE void Grow(std::uint32_t count) {
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max() / sizeof(Unit);
     if (capacity_ > kMost / 2 || count > kMost - length_) ZEL_T_NMT::RaiseMathOverflow();

@@ -23,8 +23,9 @@ void* PretendToRealloc(void* block, std::size_t size) {
 // Lets a buffer grow without storing anything; returns its last size.
 template <typename Unit>
 std::size_t GrowUntilItOverflows() {
-  NPOSStreamerImpl::TextBuffer<Unit> buffer;
-  std::uint32_t count = 256;
+  using Buffer = NPOSStreamerImpl::TextBuffer<Unit>;
+  Buffer buffer;
+  std::uint32_t count = Buffer::kLocalCapacity;
   g_sizes = {2 * sizeof(Unit) * count};  // of the first block, which is not pretended
   try {
     buffer.Advance(count);

@@ -89,4 +89,10 @@ std::size_t UnicodeLength(const std::uint16_t* units) noexcept {
   return length;
 }
 
+void ArrayToFill::AppendElsewhere(CPOSObject&& value) const { array_.Append(std::move(value)); }
+
+void DictToFill::PutElsewhere(CZELStringAtom&& key, CPOSObject&& value) const {
+  dict_.Put(std::move(key), std::move(value));
+}
+
 }  // namespace ZEL_T_NMT

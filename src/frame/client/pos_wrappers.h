@@ -200,10 +200,12 @@ class ArrayToFill {
   void Append(CPOSObject&& value) const {
     if (own_ == nullptr || !g_pos.arrays.IsKnownToBeOwn() ||
         !own_->AppendInPlace(value.TakeReference())) [[unlikely]]
-      array_.Append(std::move(value));
+      AppendElsewhere(std::move(value));
   }
 
  private:
+  void AppendElsewhere(CPOSObject&& value) const;
+
   const CPOSArray& array_;
   OwnArray* const own_;
 };
@@ -216,11 +218,13 @@ class DictToFill {
     if (own_ != nullptr && g_pos.dicts.IsKnownToBeOwn()) [[likely]] {
       g_own.put(*own_, std::move(key), value.TakeReference());
     } else {
-      dict_.Put(std::move(key), std::move(value));
+      PutElsewhere(std::move(key), std::move(value));
     }
   }
 
  private:
+  void PutElsewhere(CZELStringAtom&& key, CPOSObject&& value) const;
+
   const CPOSDict& dict_;
   OwnDict* const own_;
 };
