@@ -65,7 +65,7 @@ class ChainCase final : public Case {
     std::iota(order.begin(), order.end(), 0u);
     Random random(1);
     for (std::size_t left = count; left > 1; --left) {
-      std::swap(order[left - 1], order[random.Below(left)]);
+      std::swap(order[left - 1], order[static_cast<std::size_t>(random.Below(left))]);
     }
     for (std::size_t i = 0; i < count; ++i) records_[order[i]].next = order[(i + 1) % count];
     items = count;
