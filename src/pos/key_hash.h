@@ -35,8 +35,13 @@ inline std::uint64_t FoldedProduct(std::uint64_t left, std::uint64_t right) noex
 // The hash of the last bytes of a key, of which `head` and `tail` are made; `hash` of those before.
 inline std::uint32_t HashEnds(std::uint64_t head, std::uint64_t tail, std::uint64_t hash,
                               std::size_t length) noexcept {
-  hash = FoldedProduct(head ^ g_hashSecret.second, tail ^ hash);
-  hash = FoldedProduct(hash ^ g_hashSecret.third ^ length, g_hashSecret.last);
+  hash = FoldedProduct(head ^ g_hashSecret.second, tail ^ hash) ^ g_hashSecret.third ^ length;
+#if ZEL_HAS_128_BITS
+  hash = FoldedProduct(hash, g_hashSecret.last);
+#else
+  // One product of 32 bits in place of four.
+  hash = (hash & 0xFFFFFFFFu) * (hash >> 32);
+#endif
   return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
 

@@ -46,9 +46,11 @@ inline WideProduct Multiply(std::uint64_t left, std::uint64_t right) noexcept {
   const std::uint64_t leftLow = left & 0xFFFFFFFFu;
   const std::uint64_t rightHigh = right >> 32;
   const std::uint64_t rightLow = right & 0xFFFFFFFFu;
-  const std::uint64_t middle = leftHigh * rightLow + (leftLow * rightLow >> 32);
+  const std::uint64_t lowest = leftLow * rightLow;
+  const std::uint64_t middle = leftHigh * rightLow + (lowest >> 32);
   const std::uint64_t otherMiddle = leftLow * rightHigh + (middle & 0xFFFFFFFFu);
-  return {left * right, leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32)};
+  return {otherMiddle << 32 | (lowest & 0xFFFFFFFFu),
+          leftHigh * rightHigh + (middle >> 32) + (otherMiddle >> 32)};
 #endif
 }
 
