@@ -68,7 +68,7 @@ echo "== Building the benchmarks"
 cmake --preset release -B "$build" -DZEL_BENCH=ON -DBUILD_TESTING=OFF >/dev/null
 cmake --build "$build" -j "$(nproc)"
 if [ -n "$bits32" ]; then
-  cmake --preset linux32 -B "$bits32" -DZEL_BENCH=ON -DZEL_BENCH_ONCE=ON -DBUILD_TESTING=OFF >/dev/null
+  cmake --preset linux32 -B "$bits32" -DBUILD_TESTING=OFF >/dev/null
   cmake --build "$bits32" -j "$(nproc)" --target bench_zel
   arguments+=(--instructions --bits32 "$bits32")
 fi
