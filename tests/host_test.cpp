@@ -440,6 +440,31 @@ struct FakeLibrary {
                                                                Initialize, [] { ++terminated; }};
 };
 
+// Whatever the memory was used for before.
+TEST(HostLifeTest, OnlyTheBeginningOfABlockIsABlock) {
+  constexpr std::size_t kAround = std::size_t{16} << 10;
+  std::vector<std::unique_ptr<char[]>> used;
+  for (int i = 0; i < 32; ++i) {
+    used.push_back(std::make_unique<char[]>(std::size_t{64} << 10));
+    std::memset(used.back().get(), 0xFF, std::size_t{64} << 10);
+  }
+  used.clear();
+  Host host;
+  const auto memory = zeltest::CoreProcedures(host).memory;
+  std::set<std::uintptr_t> blocks;
+  for (std::size_t size = 16; size <= 512; size += 16) {
+    blocks.insert(reinterpret_cast<std::uintptr_t>(memory.Alloc(size)));
+  }
+  for (const std::uintptr_t block : blocks) {
+    const std::uintptr_t begin = block / kAround * kAround;
+    for (std::uintptr_t at = begin; at <= begin + kAround; at += 16) {
+      if (blocks.count(at) != 0) continue;
+      ASSERT_EQ(memory.GetBlockSize(reinterpret_cast<void*>(at)), 0u) << at - begin;
+    }
+  }
+  EXPECT_EQ(host.Live().blocks, blocks.size());
+}
+
 TEST(HostLifeTest, StopNamesEveryLeak) {
   for (const bool guarded : {false, true}) {
     Host host({.guardMemory = guarded});

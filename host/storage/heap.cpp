@@ -62,7 +62,9 @@ Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t largestSize) noexc
   // At least one grain, since each block has an address of its own.
   const std::size_t cellSize = std::max(largestSize, kGrain);
   const std::size_t count = kChunkBytes / cellSize;
-  const std::size_t headBytes = sizeof(Chunk) + count * sizeof(Facts);
+  // The rest of the chunk has facts as well, of which an address there is told to be no block's.
+  const std::size_t factsBytes = (count + 1) * sizeof(Facts);
+  const std::size_t headBytes = sizeof(Chunk) + factsBytes;
   *chunk = {static_cast<std::uint32_t>((std::uint64_t{1} << 32) / cellSize + 1),
             static_cast<std::uint32_t>(cellSize),
             static_cast<std::uint32_t>(count),
@@ -70,7 +72,7 @@ Heap::Chunk* Heap::AddChunk(SizeClass& sizeClass, std::size_t largestSize) noexc
             static_cast<std::uint32_t>(largestSize),
             &sizeClass,
             chunks_};
-  std::memset(chunk->AllFacts(), 0, count * sizeof(Facts));
+  std::memset(chunk->AllFacts(), 0, factsBytes);
   chunks_ = chunk;
   sizeClass.newest = chunk;
   return chunk;
