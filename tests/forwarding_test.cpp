@@ -165,4 +165,20 @@ TEST_F(ForwardingTest, KeysAndSizesAreWrittenByStringsAndNumbersOfSomebodyElse) 
   EXPECT_EQ(newNumbers - numbersBefore, 1u);
 }
 
+// Also where the type of keys is one that no key fails, and where nothing is found.
+TEST_F(ForwardingTest, KeysAreCheckedAndMessagesListedByStringsAndArraysOfSomebodyElse) {
+  const ZELInstance validator =
+      Keep(structValidators.NewPOSStructValidator(Parse("<T <category dict keytype string>>")));
+  const ZELInstance value = Parse("<a 1 b 2>");
+  FORWARD_INTERFACE(String, POS_STRING_INTERFACE, POS_STRING_METHODS)
+  FORWARD_INTERFACE(Array, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS)
+  host.ChangeUnregisterCount();
+  std::uint64_t& newStrings = g_calls.at("POSStringNewPOSStringProc");
+  std::uint64_t& newArrays = g_calls.at("POSArrayNewPOSArrayProc");
+  newStrings = newArrays = 0;
+  EXPECT_EQ(1, validators.Validate(validator, value, Atom("T"), &zeltest::Collect));
+  EXPECT_EQ(newStrings, 2u);
+  EXPECT_EQ(newArrays, 1u);
+}
+
 }  // namespace

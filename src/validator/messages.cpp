@@ -69,6 +69,11 @@ class FormattedText {
 
 }  // namespace
 
+MessageList::MessageList() {
+  if (!ZEL_T_NMT::g_pos.arrays.IsLinkedAndOwn()) [[unlikely]]
+    list_ = CPOSArray::New();
+}
+
 void MessageList::Append(const char* format, FormatArguments arguments) {
   AppendText(FormattedText(format, arguments).Get());
 }
@@ -125,7 +130,7 @@ void MessageList::Report(POSValidatorMessageProc report) const {
 // By way of an array of Strings, which the debug dump takes, and which whoever has put procedures
 // over the library's own sees being made and read.
 void MessageList::ReportAsArray(POSValidatorMessageProc report) const {
-  const CPOSArray list = CPOSArray::New();
+  const CPOSArray list = list_.IsEmpty() ? CPOSArray::New() : list_;
   const char* text = bytes_.data();
   for (const std::uint32_t length : lengths_) {
     list.Append(CPOSString::New(text));

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/client/pos_wrappers.h"
 #include "frame/core/client_base.h"
 #include "frame/core/error.h"
 #include "frame/core/string_atom.h"
@@ -54,6 +55,9 @@ class MessageList {
     std::size_t count;
   };
 
+  // Raises what making an array raises: one of somebody else's is made before anything is found.
+  MessageList();
+
   // Behind the last message.
   Mark End() const noexcept { return {bytes_.size(), lengths_.size()}; }
   bool IsEmptyBehind(Mark mark) const noexcept { return lengths_.size() == mark.count; }
@@ -71,6 +75,7 @@ class MessageList {
  private:
   void ReportAsArray(POSValidatorMessageProc report) const;
 
+  ZEL_T_NMT::CPOSArray list_;                                  // empty unless it is somebody else's
   std::vector<char, ZEL_T_NMT::BinderAllocator<char>> bytes_;  // each message ends with a NUL
   std::vector<std::uint32_t, ZEL_T_NMT::BinderAllocator<std::uint32_t>> lengths_;  // NUL included
 };

@@ -75,9 +75,10 @@ std::int32_t Run::ValidateOnce(Definition& definition, POSView value) {
 }
 
 std::int32_t Run::ValidateKey(const TypeName& type, const char* key) {
-  // A key is a String in any case.
+  // A key is a String in any case, which only somebody else's procedures are to see.
   if (type.Builtin() != nullptr &&
-      (type.Builtin()->word == Keyword::kAny || type.Builtin()->word == Keyword::kString)) {
+      (type.Builtin()->word == Keyword::kAny || type.Builtin()->word == Keyword::kString) &&
+      ZEL_T_NMT::g_pos.strings.IsLinkedAndOwn()) {
     return 0;
   }
   const ZEL_T_NMT::CPOSObject value = ZEL_T_NMT::CPOSString::New(key);
