@@ -13,13 +13,11 @@ using ZEL_T_NMT::UnicodeStringView;
 
 namespace {
 
-bool IsAnything(const POSView&) { return true; }
+bool IsAnything(POSView) { return true; }
 
-bool IsNumberOrString(const POSView& value) {
-  return NumberView::Is(value) || StringView::Is(value);
-}
+bool IsNumberOrString(POSView value) { return NumberView::Is(value) || StringView::Is(value); }
 
-const char* BoolMismatch(const POSView& value) {
+const char* BoolMismatch(POSView value) {
   if (NumberView::Is(value)) {
     const double number = NumberView(value).Get();
     return number == 0.0 || number == 1.0 ? nullptr : "BOOL was a number unequal to zero or one";
@@ -30,7 +28,7 @@ const char* BoolMismatch(const POSView& value) {
   return isWord ? nullptr : "BOOL was not a valid string (true/false)";
 }
 
-const char* IntMismatch(const POSView& value) { return FindIntMismatch(NumberView(value).Get()); }
+const char* IntMismatch(POSView value) { return FindIntMismatch(NumberView(value).Get()); }
 
 constexpr const char* kNoReference = "Expected OBJREF was of invalid type";
 

@@ -13,9 +13,9 @@ namespace NPOSValidatorImpl {
 // not be acceptable, which `mismatch` tells with a message of its own.
 struct BuiltinType {
   Keyword word;
-  bool (*isOfKind)(const ZEL_T_NMT::POSView& value);
+  bool (*isOfKind)(ZEL_T_NMT::POSView value);
   const char* wrongKind;
-  const char* (*mismatch)(const ZEL_T_NMT::POSView& value);
+  const char* (*mismatch)(ZEL_T_NMT::POSView value);
 };
 
 // In the order in which the schema language lists them.
@@ -32,7 +32,7 @@ inline const char* FindIntMismatch(double number) noexcept {
 }
 
 // The message about a value that the type does not accept; else null.
-inline const char* FindMismatch(const BuiltinType& type, const ZEL_T_NMT::POSView& value) {
+inline const char* FindMismatch(const BuiltinType& type, ZEL_T_NMT::POSView value) {
   if (!type.isOfKind(value)) return type.wrongKind;
   return type.mismatch == nullptr ? nullptr : type.mismatch(value);
 }

@@ -23,12 +23,12 @@ constexpr std::uint32_t kUsualCount = 8;
 
 // Attributes: one that is absent and one of the wrong kind are the same, as if it were not there.
 
-const char* GetText(const DictView& dict, const CZELStringAtom& key) {
+const char* GetText(DictView dict, const CZELStringAtom& key) {
   const POSView string = dict.Find(key);
   return StringView::Is(string) ? StringView(string).Get() : nullptr;
 }
 
-std::optional<TypeName> GetTypeName(const DictView& dict, const CZELStringAtom& key) {
+std::optional<TypeName> GetTypeName(DictView dict, const CZELStringAtom& key) {
   const char* name = GetText(dict, key);
   if (name == nullptr) return std::nullopt;
   return TypeName(name);
@@ -36,12 +36,12 @@ std::optional<TypeName> GetTypeName(const DictView& dict, const CZELStringAtom& 
 
 // Held; empty when there is none.
 template <typename Holder>
-Holder GetHeld(const DictView& dict, const CZELStringAtom& key) {
+Holder GetHeld(DictView dict, const CZELStringAtom& key) {
   const POSView value = dict.Find(key);
   return value.IsEmpty() ? Holder() : Holder(CPOSObject(value.Handle()), true);
 }
 
-const Category& ReadCategory(const Keywords& keywords, const TypeName& name, const DictView& dict) {
+const Category& ReadCategory(const Keywords& keywords, const TypeName& name, DictView dict) {
   const char* text = GetText(dict, keywords[Keyword::kCategory]);
   if (text == nullptr) throw MalformedSchemaException(name.Atom());
   const Category* category = FindCategory(text);
@@ -51,7 +51,7 @@ const Category& ReadCategory(const Keywords& keywords, const TypeName& name, con
 
 }  // namespace
 
-TypeNames::TypeNames(const Keywords& keywords, const DictView& definition, Keyword attribute) {
+TypeNames::TypeNames(const Keywords& keywords, DictView definition, Keyword attribute) {
   if (attribute == Keyword::kMemberType) {
     one_ = GetTypeName(definition, keywords[attribute]);
   }
@@ -65,7 +65,7 @@ void TypeNames::ReadNext() {
   names_.push_back(std::make_unique<TypeName>(name.Get()));
 }
 
-DictRules::DictRules(const Keywords& keywords, const DictView& definition)
+DictRules::DictRules(const Keywords& keywords, DictView definition)
     : keyType_(GetTypeName(definition, keywords[Keyword::kKeyType])),
       valueType_(GetTypeName(definition, keywords[Keyword::kValueType])),
       optional_(GetHeld<CPOSDict>(definition, keywords[Keyword::kOptional])) {
@@ -98,7 +98,7 @@ std::optional<TypeName> DictRules::OptionalType(const CZELStringAtom& key) const
   return GetTypeName(optional_.View(), key);
 }
 
-Definition::Definition(const Keywords& keywords, const TypeName& name, const DictView& dict)
+Definition::Definition(const Keywords& keywords, const TypeName& name, DictView dict)
     : keywords_(keywords),
       held_(dict.Handle()),
       dict_(dict),

@@ -24,7 +24,7 @@ namespace NPOSValidatorImpl {
 class TypeNames : public ZEL_T_NMT::CZELClientBase {
  public:
   // From "membertype", which may be either, or "set", which is an array.
-  TypeNames(const Keywords& keywords, const ZEL_T_NMT::DictView& definition, Keyword attribute);
+  TypeNames(const Keywords& keywords, ZEL_T_NMT::DictView definition, Keyword attribute);
 
   bool AreOne() const noexcept { return one_.has_value(); }
   bool AreArray() const noexcept { return !array_.IsEmpty(); }
@@ -61,7 +61,7 @@ class DictRules : public ZEL_T_NMT::CZELClientBase {
  public:
   using Rules = std::vector<MemberRule, ZEL_T_NMT::BinderAllocator<MemberRule>>;
 
-  DictRules(const Keywords& keywords, const ZEL_T_NMT::DictView& definition);
+  DictRules(const Keywords& keywords, ZEL_T_NMT::DictView definition);
 
   const std::optional<TypeName>& KeyType() const noexcept { return keyType_; }
   const std::optional<TypeName>& ValueType() const noexcept { return valueType_; }
@@ -95,7 +95,7 @@ struct LengthBounds {
 class Definition {
  public:
   // Raises for a dictionary without category, and for one whose category there is not.
-  Definition(const Keywords& keywords, const TypeName& name, const ZEL_T_NMT::DictView& dict);
+  Definition(const Keywords& keywords, const TypeName& name, ZEL_T_NMT::DictView dict);
   Definition(const Definition&) = delete;
   Definition& operator=(const Definition&) = delete;
 

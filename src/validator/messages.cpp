@@ -74,8 +74,8 @@ MessageList::MessageList() {
     list_ = CPOSArray::New();
 }
 
-void MessageList::Append(const char* format, FormatArguments arguments) {
-  AppendText(FormattedText(format, arguments).Get());
+void MessageList::Append(const char* format, FormatArgument argument) {
+  AppendText(FormattedText(format, {argument}).Get());
 }
 
 void MessageList::AppendText(std::string_view text) {

@@ -61,7 +61,7 @@ class MessageList {
   // Behind the last message.
   Mark End() const noexcept { return {bytes_.size(), lengths_.size()}; }
   bool IsEmptyBehind(Mark mark) const noexcept { return lengths_.size() == mark.count; }
-  void Append(const char* format, FormatArguments arguments);
+  void Append(const char* format, FormatArgument argument);
   // A text as it is, of whatever length.
   void AppendText(std::string_view text);
   // Puts the prefix and a blank before each message behind the mark.

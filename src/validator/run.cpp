@@ -28,7 +28,7 @@ ZEL_ALWAYS_INLINE std::int32_t Run::ValidateDefinedType(const TypeName& typeName
   Definition* definition = typeName.Found(foreignCalls_);
   if (definition == nullptr) definition = FindDefinition(typeName);
   if (definition == nullptr) {
-    messages_.Append("Schema not applicable, no definition for %s", {typeName.Text()});
+    messages_.Append("Schema not applicable, no definition for %s", typeName.Text());
     return 1;
   }
   deepest_ = std::max(deepest_, depth_);
@@ -86,7 +86,7 @@ std::int32_t Run::ValidateKey(const TypeName& type, const char* key) {
 }
 
 std::int32_t Run::RejectMember(const char* key) {
-  messages_.Append("Unknown member %s", {key});
+  messages_.Append("Unknown member %s", key);
   return 1;
 }
 
@@ -121,13 +121,13 @@ Definition* Run::FindDefinition(const TypeName& typeName) {
   return &entry->second;
 }
 
-std::int32_t RequiredMembers::Fetch(const DictRules& rules, const DictView& dict) {
+std::int32_t RequiredMembers::Fetch(const DictRules& rules, DictView dict) {
   std::int32_t findings = 0;
   for (const MemberRule& rule : rules.Required()) {
     const POSView value = dict.Find(rule.key);
     run_.required_.push_back(value);
     if (!value.IsEmpty()) continue;
-    run_.messages_.Append("Missing required member %s", {rule.key.Text()});
+    run_.messages_.Append("Missing required member %s", rule.key.Text());
     AddFindings(findings, 1);
   }
   return findings;

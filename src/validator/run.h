@@ -144,7 +144,7 @@ class RequiredMembers {
   ~RequiredMembers() { run_.required_.resize(first_); }
 
   // Returns the number of findings: one for each member that is missing.
-  std::int32_t Fetch(const DictRules& rules, const ZEL_T_NMT::DictView& dict);
+  std::int32_t Fetch(const DictRules& rules, ZEL_T_NMT::DictView dict);
   // Whether foreign code has run since, which may have put others in their places.
   bool AreOutdated() const noexcept { return run_.foreignCalls_ != foreignCalls_; }
   // The value for a rule by its place.

@@ -23,7 +23,7 @@ std::int32_t Reject(Run& run, const char* message) {
 }
 
 // Whether the value is of the kind that the category's name stands for as a built-in type.
-bool IsOfKind(const Definition& definition, const POSView& value) {
+bool IsOfKind(const Definition& definition, POSView value) {
   return definition.KindOfValues().isOfKind(value);
 }
 
@@ -45,11 +45,11 @@ std::int32_t CheckLength(Definition& definition, double length, const char* belo
   const LengthBounds& bounds = definition.OfLength();
   std::int32_t findings = 0;
   if (bounds.min > length) [[unlikely]] {
-    messages.Append(below, {TruncateToInteger(bounds.min)});
+    messages.Append(below, TruncateToInteger(bounds.min));
     ++findings;
   }
   if (length > bounds.max) [[unlikely]] {
-    messages.Append(above, {TruncateToInteger(bounds.max)});
+    messages.Append(above, TruncateToInteger(bounds.max));
     ++findings;
   }
   return findings;
@@ -66,7 +66,7 @@ std::int32_t ValidateNumber(Run& run, Definition& definition, POSView value) {
   const auto find = [&](bool isExceeded, double bound, const char* message) {
     if (!isExceeded) [[likely]]
       return;
-    run.Messages().Append(message, {RoundToSingle(bound)});
+    run.Messages().Append(message, RoundToSingle(bound));
     ++findings;
   };
   find(bounds.min > number, bounds.min, "Number below mininum value %f");
@@ -84,7 +84,7 @@ std::int32_t ValidateString(Run& run, Definition& definition, POSView value) {
                                       kStringTooLong, run.Messages());
   const char* illegal = definition.IllegalChars();
   if (illegal != nullptr && std::strcspn(text, illegal) != length) {
-    run.Messages().Append("String contains illegal characters in '%s'", {illegal});
+    run.Messages().Append("String contains illegal characters in '%s'", illegal);
     ++findings;
   }
   return findings +

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "frame/base/compiler.h"
 #include "frame/client/report_watch.h"
 
 namespace ZEL_T_NMT {
@@ -15,7 +16,7 @@ Pointer NotNull(Pointer pointer, const char* message) {
 
 // Whether a value is of the kind with the type tag, which the second method of its interface tells.
 template <POSObjectType type, typename Interface>
-bool IsOf(const POSView& value, POSInterface<Interface>& interface,
+bool IsOf(POSView value, POSInterface<Interface>& interface,
           bool (*Interface::*isOfKind)(ZELInstance)) {
   if (value.Own() != nullptr && interface.IsOwn()) [[likely]] {
     return value.Own()->Type() == type;
@@ -28,7 +29,7 @@ bool IsOf(const POSView& value, POSInterface<Interface>& interface,
 // The kinds in the order in which a value is compared with them.
 struct Kind {
   POSObjectType type;
-  bool (*is)(const POSView& value);
+  bool (*is)(POSView value);
   bool (*isKnownToBeOwn)();
 };
 #define ZEL_KIND(Name, interface, ...) \
@@ -51,33 +52,34 @@ DirectKinds KindsKnownToBeOwn() noexcept {
 
 constinit DirectKinds g_directKinds;
 
-std::int32_t POSView::TypeThroughBinder() const {
+std::int32_t POSView::TypeThroughBinder(POSView value) {
   for (const Kind& kind : kKinds) {
-    if (!kind.is(*this)) continue;
-    if (own_ != nullptr) g_directKinds = KindsKnownToBeOwn();
+    if (!kind.is(value)) continue;
+    if (value.Own() != nullptr) g_directKinds = KindsKnownToBeOwn();
     return kind.type;
   }
   return 0;
 }
 
 #define ZEL_IS(Name, interface, ...)                                                             \
-  bool Name##View::IsByBinder(const POSView& value) {                                            \
+  ZEL_NEVER_INLINE bool Name##View::IsByBinder(POSView value) {                                  \
     return IsOf<POSType##Name>(value, g_pos.interface, &zelutils::Name##Interface::IsPOS##Name); \
   }
 POS_KINDS(ZEL_IS)
 #undef ZEL_IS
 
-double NumberView::GetThroughBinder() const {
+double NumberView::GetThroughBinder(NumberView number) {
   const ReportWatch watch;
-  return watch.Checked(Require(g_pos.numbers.Get())->Get(Handle()), "CPOSNumber::Get failed");
+  return watch.Checked(Require(g_pos.numbers.Get())->Get(number.Handle()),
+                       "CPOSNumber::Get failed");
 }
 
-const char* StringView::GetThroughBinder() const {
-  return NotNull(Require(g_pos.strings.Get())->Get(Handle()), "CPOSString::Get failed");
+const char* StringView::GetThroughBinder(StringView string) {
+  return NotNull(Require(g_pos.strings.Get())->Get(string.Handle()), "CPOSString::Get failed");
 }
 
-const std::uint16_t* UnicodeStringView::GetThroughBinder() const {
-  return NotNull(Require(g_pos.unicodeStrings.Get())->Get(Handle()),
+const std::uint16_t* UnicodeStringView::GetThroughBinder(UnicodeStringView string) {
+  return NotNull(Require(g_pos.unicodeStrings.Get())->Get(string.Handle()),
                  "CPOSUnicodeString::Get failed");
 }
 
@@ -114,13 +116,14 @@ void* RawPointerView::GetRawPointer() const {
                        "CPOSRawPointer::GetRawPointer failed");
 }
 
-std::uint32_t ArrayView::CountThroughBinder() const {
+std::uint32_t ArrayView::CountThroughBinder(ArrayView array) {
   const ReportWatch watch;
-  return watch.Checked(Require(g_pos.arrays.Get())->Count(Handle()), "CPOSArray::Count failed");
+  return watch.Checked(Require(g_pos.arrays.Get())->Count(array.Handle()),
+                       "CPOSArray::Count failed");
 }
 
-ZELInstance ArrayView::GetAtThroughBinder(std::uint32_t index) const {
-  return Require(g_pos.arrays.Get())->GetAt(Handle(), index);
+ZELInstance ArrayView::GetAtThroughBinder(ArrayView array, std::uint32_t index) {
+  return Require(g_pos.arrays.Get())->GetAt(array.Handle(), index);
 }
 
 POSView DictView::Find(const char* key) const {
@@ -128,10 +131,10 @@ POSView DictView::Find(const char* key) const {
   return Find(CZELStringAtom(key));
 }
 
-POSView DictView::FindByBinder(const CZELStringAtom& key) const {
+POSView DictView::FindByBinder(DictView dict, const CZELStringAtom& key) {
   const ReportWatch watch;
-  return POSView(
-      watch.Checked(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()), "CPOSDict::Get failed"));
+  return POSView(watch.Checked(Require(g_pos.dicts.Get())->Get(dict.Handle(), key.Atom()),
+                               "CPOSDict::Get failed"));
 }
 
 POSView DictView::FindOrReport(const CZELStringAtom& key) const {
@@ -139,7 +142,7 @@ POSView DictView::FindOrReport(const CZELStringAtom& key) const {
   return POSView(Require(g_pos.dicts.Get())->Get(Handle(), key.Atom()));
 }
 
-MemberWalk::MemberWalk(const DictView& dict)
+MemberWalk::MemberWalk(DictView dict)
     : dict_(dict), isDirect_(g_pos.dictIterators.IsOwn() && dict.Directly() != nullptr) {
   if (isDirect_) {
     found_ = g_own.beginWalk(walk_, *dict.Directly());

@@ -43,7 +43,7 @@ class POSView {
   std::int32_t Type() const {
     if (own_ != nullptr && IsKindDirect(own_->Type())) [[likely]]
       return own_->Type();
-    return TypeThroughBinder();
+    return TypeThroughBinder(*this);
   }
   // Whether nobody else's procedure is called to learn the value's kind, and none to read it: the
   // value is the library's own, and so are its methods and the procedures of all interfaces up to
@@ -71,7 +71,7 @@ class POSView {
   }
 
  private:
-  std::int32_t TypeThroughBinder() const;
+  static std::int32_t TypeThroughBinder(POSView value);
 
   ZELInstance handle_ = nullptr;
   OwnValue* own_ = nullptr;
@@ -85,17 +85,17 @@ class POSView {
 class NumberView : public POSView {
  public:
   explicit NumberView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.numbers) ? value.Own()->Type() == POSTypeNumber : IsByBinder(value);
   }
   double Get() const {
     const auto* own = Direct<OwnNumber, POSTypeNumber>(g_pos.numbers);
-    return own != nullptr ? own->Get() : GetThroughBinder();
+    return own != nullptr ? own->Get() : GetThroughBinder(*this);
   }
 
  private:
-  static bool IsByBinder(const POSView& value);
-  double GetThroughBinder() const;
+  static bool IsByBinder(POSView value);
+  static double GetThroughBinder(NumberView number);
 };
 
 class StringView : public POSView {
@@ -103,47 +103,47 @@ class StringView : public POSView {
   static constexpr const char* kDowncastFailed = ZEL_DOWNCAST_FAILED(String);
 
   explicit StringView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.strings) ? value.Own()->Type() == POSTypeString : IsByBinder(value);
   }
   // Raises kDowncastFailed for a value of another kind.
-  static StringView Of(const POSView& value) {
+  static StringView Of(POSView value) {
     if (!Is(value)) [[unlikely]]
       RaisePOSException(kDowncastFailed);
     return StringView(value);
   }
   const char* Get() const {
     const auto* own = Direct<OwnString, POSTypeString>(g_pos.strings);
-    return own != nullptr ? own->Get() : GetThroughBinder();
+    return own != nullptr ? own->Get() : GetThroughBinder(*this);
   }
 
  private:
-  static bool IsByBinder(const POSView& value);
-  const char* GetThroughBinder() const;
+  static bool IsByBinder(POSView value);
+  static const char* GetThroughBinder(StringView string);
 };
 
 class UnicodeStringView : public POSView {
  public:
   explicit UnicodeStringView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.unicodeStrings) ? value.Own()->Type() == POSTypeUnicodeString
                                                : IsByBinder(value);
   }
   // Ended by a 0 unit.
   const std::uint16_t* Get() const {
     const auto* own = Direct<OwnUnicodeString, POSTypeUnicodeString>(g_pos.unicodeStrings);
-    return own != nullptr ? own->Get() : GetThroughBinder();
+    return own != nullptr ? own->Get() : GetThroughBinder(*this);
   }
 
  private:
-  static bool IsByBinder(const POSView& value);
-  const std::uint16_t* GetThroughBinder() const;
+  static bool IsByBinder(POSView value);
+  static const std::uint16_t* GetThroughBinder(UnicodeStringView string);
 };
 
 class BinDataView : public POSView {
  public:
   explicit BinDataView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.binData) ? value.Own()->Type() == POSTypeBinData : IsByBinder(value);
   }
   const char* GetTypeName() const;
@@ -152,53 +152,54 @@ class BinDataView : public POSView {
   std::uint32_t GetSize() const;
 
  private:
-  static bool IsByBinder(const POSView& value);
+  static bool IsByBinder(POSView value);
 };
 
 class RawPointerView : public POSView {
  public:
   explicit RawPointerView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.rawPointers) ? value.Own()->Type() == POSTypeRawPointer
                                             : IsByBinder(value);
   }
   void* GetRawPointer() const;
 
  private:
-  static bool IsByBinder(const POSView& value);
+  static bool IsByBinder(POSView value);
 };
 
 class ArrayView : public POSView {
  public:
   explicit ArrayView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.arrays) ? value.Own()->Type() == POSTypeArray : IsByBinder(value);
   }
   // The library's own array when it may be reached directly; otherwise null.
   OwnArray* Directly() const { return Direct<OwnArray, POSTypeArray>(g_pos.arrays); }
   std::uint32_t Count() const {
     const OwnArray* const own = Directly();
-    return own != nullptr ? own->Count() : CountThroughBinder();
+    return own != nullptr ? own->Count() : CountThroughBinder(*this);
   }
   // Raises "CPOSArray::GetAt subscript failed" for an empty slot and beyond the end.
   POSView GetAt(std::uint32_t index) const {
     const OwnArray* const own = Directly();
-    const ZELInstance element = own != nullptr ? own->GetAt(index) : GetAtThroughBinder(index);
+    const ZELInstance element =
+        own != nullptr ? own->GetAt(index) : GetAtThroughBinder(*this, index);
     if (element == nullptr) [[unlikely]]
       RaisePOSException("CPOSArray::GetAt subscript failed");
     return POSView(element);
   }
 
  private:
-  static bool IsByBinder(const POSView& value);
-  std::uint32_t CountThroughBinder() const;
-  ZELInstance GetAtThroughBinder(std::uint32_t index) const;
+  static bool IsByBinder(POSView value);
+  static std::uint32_t CountThroughBinder(ArrayView array);
+  static ZELInstance GetAtThroughBinder(ArrayView array, std::uint32_t index);
 };
 
 class DictView : public POSView {
  public:
   explicit DictView(POSView value) noexcept : POSView(value) {}
-  static bool Is(const POSView& value) {
+  static bool Is(POSView value) {
     return value.IsOwnIn(g_pos.dicts) ? value.Own()->Type() == POSTypeDict : IsByBinder(value);
   }
   // The library's own dictionary when it may be reached directly; otherwise null.
@@ -208,7 +209,7 @@ class DictView : public POSView {
   POSView Find(const char* key) const;
   POSView Find(const CZELStringAtom& key) const {
     const OwnDict* const own = Directly();
-    return own != nullptr ? POSView(g_own.find(*own, key.Text())) : FindByBinder(key);
+    return own != nullptr ? POSView(g_own.find(*own, key.Text())) : FindByBinder(*this, key);
   }
   // As Find, but where the operation fails, as for a value that is no dictionary, there is no such
   // member either: the failure has been reported, and that is all.
@@ -219,8 +220,8 @@ class DictView : public POSView {
 
  private:
   friend class MemberWalk;
-  static bool IsByBinder(const POSView& value);
-  POSView FindByBinder(const CZELStringAtom& key) const;
+  static bool IsByBinder(POSView value);
+  static POSView FindByBinder(DictView dict, const CZELStringAtom& key);
   static POSView NotAbsent(POSView value) {
     if (value.IsEmpty()) [[unlikely]]
       RaisePOSException("CPOSDict::Get failed");
@@ -232,7 +233,7 @@ class DictView : public POSView {
 // stays valid whatever is done to the dictionary meanwhile, as long as that is held.
 class MemberWalk {
  public:
-  explicit MemberWalk(const DictView& dict);
+  explicit MemberWalk(DictView dict);
   MemberWalk(const MemberWalk&) = delete;
   MemberWalk& operator=(const MemberWalk&) = delete;
   ~MemberWalk() {
