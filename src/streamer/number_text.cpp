@@ -8,6 +8,8 @@
 #include <cstring>
 #include <limits>
 
+#include "frame/base/compiler.h"
+
 namespace NPOSStreamerImpl::NTypeAImpl {
 namespace {
 
@@ -26,6 +28,23 @@ constexpr std::array<char, 200> kPairs = [] {
 
 void PutPair(char* place, std::uint32_t value) noexcept {
   std::memcpy(place, &kPairs[std::size_t{2} * value], 2);
+}
+
+constexpr std::uint32_t kSmallWholes = 10000;
+
+// Puts a whole number less than kSmallWholes and returns the place behind it.
+char* PutSmallWhole(char* place, std::uint32_t value) noexcept {
+  const std::uint32_t hundreds = value / 100;
+  const std::uint32_t first = hundreds != 0 ? hundreds : value;
+  if (first < 10) {
+    *place++ = static_cast<char>('0' + first);
+  } else {
+    PutPair(place, first);
+    place += 2;
+  }
+  if (hundreds == 0) return place;
+  PutPair(place, value % 100);
+  return place + 2;
 }
 
 constexpr int kGroupDigits = 8;
@@ -95,9 +114,8 @@ char* PutFraction(char* place, Fraction fraction, int count) noexcept {
   return place;
 }
 
-}  // namespace
-
-std::size_t FormatNumber(double value, char* buffer) noexcept {
+// Apart from FormatNumber, which has no frame of its own so.
+ZEL_NEVER_INLINE std::size_t FormatAnyNumber(double value, char* buffer) noexcept {
   static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == sizeof(std::uint64_t));
   constexpr int kFractionBits = 52;
   constexpr int kBias = 1023;
@@ -117,7 +135,8 @@ std::size_t FormatNumber(double value, char* buffer) noexcept {
     char* place = buffer;
     if (bits >> 63 != 0) *place++ = '-';
     char* const firstDigit = place;
-    place = std::to_chars(place, end, whole).ptr;
+    place = whole < kSmallWholes ? PutSmallWhole(place, static_cast<std::uint32_t>(whole))
+                                 : std::to_chars(place, end, whole).ptr;
     if (!fraction.IsZero()) {
       const int count = whole == 0 ? kSignificantDigits + fraction.LeadingZeros()
                                    : kSignificantDigits - static_cast<int>(place - firstDigit);
@@ -133,6 +152,20 @@ std::size_t FormatNumber(double value, char* buffer) noexcept {
   const std::to_chars_result result =
       std::to_chars(buffer, end, value, std::chars_format::general, kSignificantDigits);
   return static_cast<std::size_t>(result.ptr - buffer);
+}
+
+}  // namespace
+
+std::size_t FormatNumber(double value, char* buffer) noexcept {
+  // Most numbers are small and whole. A zero is left out here for its sign.
+  if (value >= 1 && value < kSmallWholes) {
+    const auto whole = static_cast<std::int32_t>(value);
+    if (whole == value) {
+      return static_cast<std::size_t>(PutSmallWhole(buffer, static_cast<std::uint32_t>(whole)) -
+                                      buffer);
+    }
+  }
+  return FormatAnyNumber(value, buffer);
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

@@ -24,6 +24,7 @@ void OCharStream::Finish() {
 
 // Those that are held already stand outside of all that are not.
 void OCharStream::HoldOpenValues() {
+  ++foreignCalls_;
   for (OpenValue* open = openValues_; open != nullptr && open->held_.IsEmpty();
        open = open->outer_) {
     open->held_ = ZEL_T_NMT::CPOSObject(open->value_);
@@ -37,7 +38,6 @@ char* OCharStream::WriteBlock(const char* end) {
   HoldOpenValues();
   std::memcpy(block_.Data(), text_, kBlockSize);
   end_ = text_;  // nothing waits should the stream fail
-  ++blocksWritten_;
   stream_.Write(block_.Data(), kBlockSize);
   std::memcpy(text_, blockEnd, rest);
   return text_ + rest;
@@ -134,7 +134,7 @@ bool OCharStream::PutMarkedText(const StreamingParams& params, const char* text,
   char* const place = end_ + 1;
   // Short texts that are stored as they are take this function alone.
   if (!ZEL_T_NMT::kHasByteWords || length - 1 >= 2 * kWordSize ||
-      place + length >= text_ + kBlockSize) {
+      place + length + 1 >= text_ + kBlockSize) {
     return PutLongMarkedText(params, text, length);
   }
   const EscapedBytes& escaped = params.escaped;
@@ -165,7 +165,7 @@ ZEL_NEVER_INLINE bool OCharStream::PutLongMarkedText(const StreamingParams& para
                                                      const char* text, std::size_t length) {
   constexpr std::size_t kMostOfByte = sizeof WrittenByte::text;
   const auto room = static_cast<std::size_t>(text_ + kBlockSize - end_);
-  if (length >= kBlockSize / kMostOfByte || room < length * kMostOfByte + 2) return false;
+  if (length >= kBlockSize / kMostOfByte || room < length * kMostOfByte + 3) return false;
   char* place = end_;
   *place++ = params.open;
   const std::size_t plain = StorePlain(params.escaped, place, text, length);

@@ -47,6 +47,9 @@ class OCharStream final : public CharStream {
   // Takes a reference to each open value; before anything of somebody else's is called. Raises what
   // CPOSObject raises.
   void HoldOpenValues();
+  // The number of times that this was done, so that what is known of values of the library's own
+  // holds as long as it stays; may begin again after 2^32 of them.
+  std::uint32_t ForeignCalls() const noexcept { return foreignCalls_; }
 
   // Writes a character of a value's content.
   virtual void PutChar(char character) { Advance(StoreEscaped(*params_, end_, character)); }
@@ -64,13 +67,20 @@ class OCharStream final : public CharStream {
     Advance(static_cast<std::size_t>(place - end_));
   }
   // The same of a text, where the stream is not called for it. False, with nothing put, where the
-  // block might not hold all of it.
+  // block might not hold all of it and a byte more.
   bool PutMarkedText(const StreamingParams& params, const char* text, std::size_t length);
+  // The same with a space behind it.
+  bool PutMarkedTextAndSpace(const StreamingParams& params, const char* text, std::size_t length) {
+    if (!PutMarkedText(params, text, length)) return false;
+    *end_++ = ' ';
+    return true;
+  }
 
   // Writes a byte as it is.
   void PutRaw(char byte) {
-    *end_ = byte;
-    Advance(1);
+    char* const place = end_;
+    *place = byte;
+    end_ = WithinBlock(place + 1);
   }
   // As PutRaw of each byte.
   void PutRawBytes(const char* bytes, std::size_t length);
@@ -78,12 +88,11 @@ class OCharStream final : public CharStream {
   void PutNewLine(std::uint32_t tabs) {
     constexpr char kFewTabs[] = "\n\t\t\t\t\t\t\t";
     constexpr std::uint32_t kLength = sizeof kFewTabs - 1;
-    std::memcpy(end_, kFewTabs, kLength);  // of which what comes next replaces some
-    Advance(std::size_t{1} + std::min(tabs, kLength - 1));
+    char* const place = end_;
+    std::memcpy(place, kFewTabs, kLength);  // of which what comes next replaces some
+    end_ = WithinBlock(place + 1 + std::min(tabs, kLength - 1));
     for (; tabs >= kLength; --tabs) PutRaw('\t');
   }
-  // The number of calls of the stream so far; may begin again after 2^32 of them.
-  std::uint32_t BlocksWritten() const noexcept { return blocksWritten_; }
 
   // The place of the next bytes, where up to kRoom may be stored for Advance to put.
   static constexpr std::size_t kRoom = 64;
@@ -120,7 +129,7 @@ class OCharStream final : public CharStream {
   char* WriteBlock(const char* end);
 
   OpenValue* openValues_ = nullptr;  // the innermost one
-  std::uint32_t blocksWritten_ = 0;
+  std::uint32_t foreignCalls_ = 0;
   char text_[kBlockSize + sizeof WrittenByte::text + kRoom + 1];
   char* end_ = text_;
 };

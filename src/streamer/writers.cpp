@@ -52,19 +52,23 @@ ZEL_NEVER_INLINE void WriteByParts(const StreamingParams& params, OCharStream& o
   WriteAs(params, output, [&] { output.PutText(text, length); });
 }
 
-// A text as a String of it is written, and a size as a Number. None is made unless somebody else's
+// A text as a String of it is written, and a size as a Number, each with a space behind it. None is
+// made unless somebody else's
 // procedures are to see it, or the text does not stay while the stream is called. Returns whether
 // nothing of somebody else's has been called but the stream.
 ZEL_ALWAYS_INLINE bool WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text,
                                  bool stays) {
   if (!stays || !POSView::IsKindDirect(POSTypeString)) [[unlikely]] {
     streamer.WriteObject(output, CPOSString::New(text).View());
+    output.PutRaw(' ');
     return false;
   }
   const StreamingParams& params = streamer.ParamsOf(POSTypeString);
   const std::size_t length = std::strlen(text);
-  if (!output.PutMarkedText(params, text, length)) [[unlikely]]
+  if (!output.PutMarkedTextAndSpace(params, text, length)) [[unlikely]] {
     WriteByParts(params, output, text, length);
+    output.PutRaw(' ');
+  }
   return true;
 }
 
@@ -74,6 +78,7 @@ void WriteSize(TypeAStreamer& streamer, OCharStream& output, std::uint32_t size)
   } else {
     streamer.WriteObject(output, CPOSNumber::New(size).View());
   }
+  output.PutRaw(' ');
 }
 
 constexpr std::uint32_t kBytesPerLine = 40;
@@ -124,10 +129,8 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& output, POSView value) {
 void WriteBinData(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const BinDataView data(value);
   WriteText(streamer, output, data.GetTypeName(), value.IsDirect());
-  output.PutRaw(' ');
   const std::uint32_t size = data.GetSize();
   WriteSize(streamer, output, size);
-  output.PutRaw(' ');
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kBinDataLimit);
     const auto* bytes = static_cast<const unsigned char*>(data.GetBinData());
@@ -154,13 +157,17 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const ArrayView array(value);
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
+    // When somebody else's code has run, the array may be another one.
+    const OwnArray* own = array.Directly();
+    std::uint32_t calls = output.ForeignCalls();
     for (std::uint32_t index = 0;; ++index) {
-      const OwnArray* const own = array.Directly();
+      if (calls != output.ForeignCalls()) {
+        own = array.Directly();
+        calls = output.ForeignCalls();
+      }
       if (index >= (own != nullptr ? own->Count() : array.Count())) break;
-      // The array may be another one when somebody else's code has run.
-      const std::uint32_t blocks = output.BlocksWritten();
       streamer.PutNewLine(output);
-      const bool isSame = own != nullptr && output.BlocksWritten() == blocks;
+      const bool isSame = own != nullptr && calls == output.ForeignCalls();
       const ZELInstance element = isSame ? own->GetAt(index) : nullptr;
       streamer.WriteObject(output, element != nullptr ? POSView(element) : array.GetAt(index));
     }
@@ -175,11 +182,10 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
       output.HoldOpenValues();
     for (MemberWalk walk((DictView(value))); walk.Key() != nullptr; walk.Next()) {
       // The member may be another one, or none any more, when somebody else's code has run.
-      const std::uint32_t blocks = output.BlocksWritten();
+      const std::uint32_t calls = output.ForeignCalls();
       streamer.PutNewLine(output);
       const bool isOwn = WriteText(streamer, output, walk.Key(), walk.KeepsKey());
-      output.PutRaw(' ');
-      const bool isSame = isOwn && output.BlocksWritten() == blocks;
+      const bool isSame = isOwn && calls == output.ForeignCalls();
       streamer.WriteObject(output, isSame ? walk.ValueFound() : walk.Value());
     }
   }
