@@ -60,8 +60,9 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
   return *spot.link;
 }
 
+// Of an atom that no client holds any more.
 [[gnu::noinline]] void Remove(ZELStringAtom atom, Entry& entry) noexcept {
-  table.Remove(atom, entry);
+  if (!table.IsHeldByHost(atom)) table.Remove(atom, entry);
 }
 
 [[gnu::noinline]] void DeleteStringAtomChecked(ZELStringAtom atom) noexcept {
@@ -70,7 +71,7 @@ ZELStringAtom NewStringAtom(const char* text) noexcept {
   if (entry == nullptr) return;
   if (entry->clientReferences == 0) {
     NoteMisuse("DeleteStringAtom", "of an atom that no client holds");
-  } else if (--entry->clientReferences == 0 && entry->hostReferences == 0) {
+  } else if (--entry->clientReferences == 0) {
     Remove(atom, *entry);
   }
 }
@@ -80,13 +81,13 @@ void DeleteStringAtom(ZELStringAtom atom) noexcept {
   if (entry == nullptr || entry->clientReferences == 0) [[unlikely]]
     return DeleteStringAtomChecked(atom);
   CountPlainCall(Service::kDeleteStringAtom);
-  if (--entry->clientReferences == 0 && entry->hostReferences == 0) Remove(atom, *entry);
+  if (--entry->clientReferences == 0) Remove(atom, *entry);
 }
 
 [[gnu::noinline]] const char* GetCStringChecked(ZELStringAtom atom) noexcept {
   if (Refuses(Service::kGetCString)) return nullptr;
   Entry* const entry = Require(atom, "GetCString");
-  return entry == nullptr ? nullptr : table.TextOf(*entry);
+  return entry == nullptr ? nullptr : table.TextOf(atom);
 }
 
 const char* GetCString(ZELStringAtom atom) noexcept {
@@ -120,22 +121,23 @@ void Close() noexcept { table.Close(); }
 
 template <typename Visit>
 void ForEachHeldByClients(Visit visit) {
-  table.ForEach([&](Entry& entry) {
-    if (entry.clientReferences != 0) visit(entry);
+  table.ForEach([&](ZELStringAtom atom) {
+    const std::uint32_t references = table.Find(atom)->clientReferences;
+    if (references != 0) visit(atom, references);
   });
 }
 
 void Count(Counts& counts) {
-  ForEachHeldByClients([&](const Entry& entry) {
+  ForEachHeldByClients([&](ZELStringAtom, std::uint32_t references) {
     ++counts.atoms;
-    counts.atomReferences += entry.clientReferences;
+    counts.atomReferences += references;
   });
 }
 
 void ListLeaks(std::vector<Leak>& leaks) {
-  ForEachHeldByClients([&](Entry& entry) {
-    leaks.push_back({Leak::Kind::kAtom, "atom " + Quoted(table.TextOf(entry)) + ", " +
-                                            Plural(entry.clientReferences, "reference")});
+  ForEachHeldByClients([&](ZELStringAtom atom, std::uint32_t references) {
+    leaks.push_back({Leak::Kind::kAtom, "atom " + Quoted(table.TextOf(atom)) + ", " +
+                                            Plural(references, "reference")});
   });
 }
 
@@ -145,23 +147,25 @@ constinit const ServiceLife kAtomLife = {Open, Close, Count, ListLeaks};
 
 ZELStringAtom KeepAtom(const char* text) noexcept {
   const AtomTable::Found found = table.FindOrAdd(text);
-  if (found.entry != nullptr) ++found.entry->hostReferences;
-  return found.atom;
+  if (found.entry == nullptr || table.AddHostReference(found.atom)) return found.atom;
+  if (found.entry->clientReferences == 0) Remove(found.atom, *found.entry);
+  return 0;
 }
 
-void KeepAtom(ZELStringAtom atom) noexcept {
-  if (Entry* const entry = table.Find(atom)) ++entry->hostReferences;
+bool KeepAtom(ZELStringAtom atom) noexcept {
+  return table.Find(atom) != nullptr && table.AddHostReference(atom);
 }
 
 void DropAtom(ZELStringAtom atom) noexcept {
   Entry* const entry = table.Find(atom);
   if (entry == nullptr) return;
-  if (--entry->hostReferences == 0 && entry->clientReferences == 0) Remove(atom, *entry);
+  table.RemoveHostReference(atom);
+  if (entry->clientReferences == 0) Remove(atom, *entry);
 }
 
 const char* AtomText(ZELStringAtom atom) noexcept {
   Entry* const entry = table.Find(atom);
-  return entry == nullptr ? nullptr : table.TextOf(*entry);
+  return entry == nullptr ? nullptr : table.TextOf(atom);
 }
 
 }  // namespace zelhost

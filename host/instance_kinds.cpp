@@ -1,6 +1,7 @@
 #include "instance_kinds.h"
 
 #include <map>
+#include <new>
 #include <tuple>
 
 namespace zelhost {
@@ -15,6 +16,14 @@ struct State {
 };
 
 constinit State* state = nullptr;
+
+// Throws bad_alloc, and holds neither then.
+void HoldNames(ZELStringAtom implementation, ZELStringAtom interfaceName) {
+  if (!KeepAtom(implementation)) throw std::bad_alloc();
+  if (KeepAtom(interfaceName)) return;
+  DropAtom(implementation);
+  throw std::bad_alloc();
+}
 
 }  // namespace
 
@@ -38,17 +47,18 @@ std::uint32_t FindOrAddKind(ZELStringAtom implementation, ZELStringAtom interfac
   const auto [position, added] =
       state->index.try_emplace({implementation, interfaceName, destroy}, 0u);
   if (!added) return position->second;
+  const std::size_t number = state->kinds.size();
   try {
     state->kinds.push_back(
         {implementation, interfaceName, destroy, implementationText, interfaceText, isStream});
+    kinds = state->kinds.data();
+    HoldNames(implementation, interfaceName);
   } catch (...) {
+    state->kinds.resize(number);
     state->index.erase(position);
     throw;
   }
-  KeepAtom(implementation);
-  KeepAtom(interfaceName);
-  kinds = state->kinds.data();
-  return position->second = static_cast<std::uint32_t>(state->kinds.size() - 1);
+  return position->second = static_cast<std::uint32_t>(number);
 }
 
 }  // namespace zelhost

@@ -144,8 +144,10 @@ ZELProc FindProcedure(std::string_view interfaceName, std::string_view method,
 // ---- Atoms (atoms.cpp) ----
 // References that the host holds for itself; they are not among the live counts.
 
+// 0 when there is no memory.
 ZELStringAtom KeepAtom(const char* text) noexcept;
-void KeepAtom(ZELStringAtom atom) noexcept;
+// Of an atom that somebody holds. False when there is no memory.
+bool KeepAtom(ZELStringAtom atom) noexcept;
 void DropAtom(ZELStringAtom atom) noexcept;
 // The text of an atom that somebody holds; null for anything else.
 const char* AtomText(ZELStringAtom atom) noexcept;
