@@ -165,10 +165,11 @@ TEST_F(ForwardingTest, KeysAndSizesAreWrittenByStringsAndNumbersOfSomebodyElse) 
   EXPECT_EQ(newNumbers - numbersBefore, 1u);
 }
 
-// Also where the type of keys is one that no key fails, and where nothing is found.
-TEST_F(ForwardingTest, KeysAreCheckedAndMessagesListedByStringsAndArraysOfSomebodyElse) {
+// Also for a type of keys that no key fails, and where nothing is found.
+TEST_F(ForwardingTest, TheValidatorCallsProceduresOfSomebodyElseAsOftenAsItsChecksNeed) {
   const ZELInstance validator =
-      Keep(structValidators.NewPOSStructValidator(Parse("<T <category dict keytype string>>")));
+      Keep(structValidators.NewPOSStructValidator(Parse("<T <category dict keytype string>"
+                                                        " U <category union set [int real T]>>")));
   const ZELInstance value = Parse("<a 1 b 2>");
   FORWARD_INTERFACE(String, POS_STRING_INTERFACE, POS_STRING_METHODS)
   FORWARD_INTERFACE(Array, POS_ARRAY_INTERFACE, POS_ARRAY_METHODS)
@@ -179,6 +180,16 @@ TEST_F(ForwardingTest, KeysAreCheckedAndMessagesListedByStringsAndArraysOfSomebo
   EXPECT_EQ(1, validators.Validate(validator, value, Atom("T"), &zeltest::Collect));
   EXPECT_EQ(newStrings, 2u);
   EXPECT_EQ(newArrays, 1u);
+  // Once for each type that is tried, whether its objection is put into words or not.
+  FORWARD_INTERFACE(Number, POS_NUMBER_INTERFACE, POS_NUMBER_METHODS)
+  host.ChangeUnregisterCount();
+  std::uint64_t& numberChecks = g_calls.at("POSNumberIsPOSNumberProc");
+  for (const std::int32_t conforms : {1, 0}) {
+    numberChecks = 0;
+    EXPECT_EQ(conforms, validators.Validate(validator, conforms != 0 ? value : Parse("text"),
+                                            Atom("U"), &zeltest::Collect));
+    EXPECT_EQ(numberChecks, 2u);
+  }
 }
 
 }  // namespace

@@ -113,28 +113,35 @@ std::int32_t ValidateUnion(Run& run, Definition& definition, POSView value) {
   const MessageList::Mark mark = run.Messages().End();
   Attempts attempts(run);
   // The objection of a built-in type to the value is put into words only when something follows it
-  // in the list, which mostly nothing does: a later alternative takes the value.
-  std::uint32_t worded = 0;
-  const auto catchUp = [&](std::uint32_t end) {
-    for (; worded < end; ++worded) {
-      const TypeName& type = set.At(worded);
-      run.ValidatePart(type, value, "Trying %s:", type.Text());
+  // in the list, which mostly nothing does: a later alternative takes the value. The value is asked
+  // once, since foreign procedures may be called for it.
+  const char* objections[4];  // of the alternatives right before the one that is tried
+  std::uint32_t count = 0;
+  const auto putIntoWords = [&](std::uint32_t end) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const MessageList::Mark objection = run.Messages().End();
+      run.Messages().AppendText(objections[i]);
+      run.Messages().AppendPrefix(objection, "Trying %s:", {set.At(end - count + i).Text()});
     }
+    count = 0;
   };
   for (std::uint32_t i = 0; i < set.ArrayCount(); ++i) {
     const TypeName& type = set.At(i);
     if (type.Builtin() != nullptr) {
-      if (FindMismatch(*type.Builtin(), value) != nullptr) continue;
+      if (const char* objection = FindMismatch(*type.Builtin(), value)) {
+        if (count == std::size(objections)) putIntoWords(i);
+        objections[count++] = objection;
+        continue;
+      }
     } else {
-      catchUp(i);
+      putIntoWords(i);
       attempts.Next();
-      worded = i + 1;
       if (run.ValidatePart(type, value, "Trying %s:", type.Text()) != 0) continue;
     }
     run.Messages().Drop(mark);
     return 0;
   }
-  catchUp(set.ArrayCount());
+  putIntoWords(set.ArrayCount());
   run.Messages().AppendPrefix(mark, "Not a valid union type:");
   return 1;
 }
