@@ -245,27 +245,15 @@ std::uint32_t ICharStream::GetBufferedUnits(std::uint16_t* units, std::uint32_t 
   return count;
 }
 
-bool ICharStream::GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept {
-  if constexpr (kHasByteWords) {
-    // Most numbers are a few digits.
-    const std::uint64_t word = LoadWord(cursor_);
-    const std::uint32_t digits = BytesBefore(ZEL_T_NMT::BytesNoDigits(word));
-    if (digits > 0 && digits < kWordSize &&
-        params_->HowToReadByte(cursor_[digits]) == RawByte::kClose) [[likely]] {
-      *number = static_cast<double>(ZEL_T_NMT::DigitsValue(word, digits));
-      cursor_ += digits + 1;
-      return true;
-    }
-  }
+std::optional<double> ICharStream::GetBufferedNumber(std::uint32_t maxLength) noexcept {
   const std::uint32_t limit = std::min(maxLength + 1, Unread());
   const ZEL_T_NMT::Decimal decimal = ZEL_T_NMT::DecimalPrefix(cursor_, limit, true);
   if (decimal.length == 0 || decimal.length == limit ||
       params_->HowToReadByte(cursor_[decimal.length]) != RawByte::kClose) {
-    return false;
+    return std::nullopt;
   }
   cursor_ += decimal.length + 1;
-  *number = decimal.value;
-  return true;
+  return decimal.value;
 }
 
 }  // namespace NPOSStreamerImpl::NTypeAImpl

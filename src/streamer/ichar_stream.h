@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "streamer/char_stream.h"
@@ -110,9 +111,21 @@ class ICharStream final : public CharStream {
   // `wanted`; they return how many.
   std::uint32_t GetBufferedHexPairs(unsigned char* bytes, std::uint32_t wanted) noexcept;
   std::uint32_t GetBufferedUnits(std::uint16_t* units, std::uint32_t wanted) noexcept;
-  // A number with its closing character. False, with nothing used up, when the block does not hold
+  // A number with its closing character. None, with nothing used up, when the block does not hold
   // both, or the number takes more than `maxLength` bytes.
-  bool GetBufferedNumber(double* number, std::uint32_t maxLength) noexcept;
+  std::optional<double> GetBufferedNumber(std::uint32_t maxLength) noexcept;
+  // The same of one to seven digits, which most numbers are; none for any other as well.
+  std::optional<double> GetFewDigits() noexcept {
+    if constexpr (!ZEL_T_NMT::kHasByteWords) return std::nullopt;
+    const std::uint64_t word = ZEL_T_NMT::LoadWord(cursor_);
+    const std::uint32_t digits = ZEL_T_NMT::BytesBefore(ZEL_T_NMT::BytesNoDigits(word));
+    if (digits - 1 >= ZEL_T_NMT::kWordSize - 1 ||
+        params_->HowToReadByte(cursor_[digits]) != RawByte::kClose) {
+      return std::nullopt;
+    }
+    cursor_ += digits + 1;
+    return static_cast<double>(ZEL_T_NMT::DigitsValue(word, digits));
+  }
   // Reads the next block behind the rest of this one, if that is all content, and of no more than
   // `maxLength` bytes: the value goes on. False, with nothing read, for any other.
   bool ReadOn(std::uint32_t maxLength);

@@ -65,35 +65,47 @@ ZEL_NEVER_INLINE CPOSObject ReadStringByParts(ICharStream& input, std::size_t pl
   return CPOSString::New(input.GetText(buffer, plain).data());
 }
 
+ZEL_NEVER_INLINE CZELStringAtom ReadKeyThroughString(TypeAStreamer& streamer,
+                                                     const KindFormat& kind, ICharStream& input) {
+  return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
+}
+
 // The text of a String is made the key at once, unless somebody else's procedures are to see the
 // String.
 ZEL_NEVER_INLINE CZELStringAtom ReadKey(TypeAStreamer& streamer, const KindFormat& kind,
                                         ICharStream& input) {
-  if (kind.type == POSTypeString && ZEL_T_NMT::g_pos.strings.IsOwn()) [[likely]] {
-    const CharStream::ParamsInForce inForce(input, kind.params);
-    const auto [text, length] = input.GetPlainText();
-    if (text == nullptr) return ReadKeyByParts(streamer, input, length);
-    return streamer.KeyOf({text, length});
+  if (kind.type != POSTypeString || !ZEL_T_NMT::g_pos.strings.IsOwn()) [[unlikely]]
+    return ReadKeyThroughString(streamer, kind, input);
+  const CharStream::ParamsInForce inForce(input, kind.params);
+  const auto [text, length] = input.GetPlainText();
+  if (text == nullptr) [[unlikely]]
+    return ReadKeyByParts(streamer, input, length);
+  return streamer.KeyOf({text, length});
+}
+
+constexpr std::uint32_t kMaxNumberLength = 62;
+
+// Of a number that goes on in the next block, or is malformed.
+ZEL_NEVER_INLINE CPOSObject ReadNumberByParts(ICharStream& input) {
+  if (input.ReadOn(kMaxNumberLength)) {
+    if (const auto number = input.GetBufferedNumber(kMaxNumberLength))
+      return CPOSNumber::New(*number);
   }
-  return CZELStringAtom(CPOSString(streamer.ReadContent(kind, input), false).Get());
+  char text[kMaxNumberLength + 1];  // one more tells a number that is too long
+  const std::uint32_t length = input.GetChars(text, sizeof text, false, false);
+  if (length == 0 || length > kMaxNumberLength ||
+      !std::all_of(text, text + length, IsNumberCharacter)) {
+    RaisePOSException("malformed number");
+  }
+  return CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
 }
 
 }  // namespace
 
 CPOSObject ReadNumber(TypeAStreamer&, ICharStream& input) {
-  constexpr std::uint32_t kMaxLength = 62;
-  double number;
-  if (input.GetBufferedNumber(&number, kMaxLength)) [[likely]]
-    return CPOSNumber::New(number);
-  if (input.ReadOn(kMaxLength) && input.GetBufferedNumber(&number, kMaxLength)) {
-    return CPOSNumber::New(number);
-  }
-  char text[kMaxLength + 1];  // one more tells a number that is too long
-  const std::uint32_t length = input.GetChars(text, sizeof text, false, false);
-  if (length == 0 || length > kMaxLength || !std::all_of(text, text + length, IsNumberCharacter)) {
-    RaisePOSException("malformed number");
-  }
-  return CPOSNumber::New(ZEL_T_NMT::DecimalPrefix(text, length, true).value);
+  std::optional<double> number = input.GetFewDigits();
+  if (!number) number = input.GetBufferedNumber(kMaxNumberLength);
+  return number ? CPOSNumber::New(*number) : ReadNumberByParts(input);
 }
 
 CPOSObject ReadString(TypeAStreamer&, ICharStream& input) {

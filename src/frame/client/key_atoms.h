@@ -41,16 +41,17 @@ class KeyAtoms {
       misses_ = 0;
       return slot.atom;
     }
-    return Make(slot, isSeen, text, digest, length);
+    return Make(slot, text, digest, length);
   }
 
   // Of a text that no slot has: a key that comes once shall cost nothing here, so that an atom is
   // kept from the second time on, and then for good.
-  ZEL_NEVER_INLINE CZELStringAtom Make(Slot& slot, bool isSeen, const char* text,
-                                       std::uint64_t digest, std::size_t length) {
+  ZEL_NEVER_INLINE CZELStringAtom Make(Slot& slot, const char* text, std::uint64_t digest,
+                                       std::size_t length) {
     if (misses_ < kPatience) ++misses_;
     CZELStringAtom atom(text);
     if (slot.atom.Text() == nullptr) {
+      const bool isSeen = slot.digest == digest && slot.length == length;
       slot.digest = digest;
       slot.length = length;
       if (isSeen) slot.atom = atom;
