@@ -23,7 +23,11 @@ class TypeAStreamer : public StreamerBase {
 
   // Writes a value whole. Raises "Cannot determine writing params".
   void WriteObject(OCharStream& output, POSView value) {
-    if (value.IsDirect()) [[likely]] {
+    WriteObject(output, value, value.IsDirect());
+  }
+  // The same of a value that was asked whether it is direct.
+  void WriteObject(OCharStream& output, POSView value, bool isDirect) {
+    if (isDirect) [[likely]] {
       const KindFormat& kind = *format_.OfType(value.Own()->Type());
       const WholeWriterProc writeWhole = kind.writer.writeWhole;
       if (writeWhole != nullptr && writeWhole(kind.params, output, *value.Own())) return;

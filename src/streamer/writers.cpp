@@ -16,6 +16,7 @@ using ZEL_T_NMT::BinDataView;
 using ZEL_T_NMT::CPOSNumber;
 using ZEL_T_NMT::CPOSString;
 using ZEL_T_NMT::DictView;
+using ZEL_T_NMT::KnownToBeDirect;
 using ZEL_T_NMT::MemberWalk;
 using ZEL_T_NMT::NumberView;
 using ZEL_T_NMT::OwnArray;
@@ -52,13 +53,12 @@ ZEL_NEVER_INLINE void WriteByParts(const StreamingParams& params, OCharStream& o
   WriteAs(params, output, [&] { output.PutText(text, length); });
 }
 
-// A text as a String of it is written, and a size as a Number, each with a space behind it. None is
-// made unless somebody else's
-// procedures are to see it, or the text does not stay while the stream is called. Returns whether
-// nothing of somebody else's has been called but the stream.
+// A text as a String of it is written, and a size as a Number, each with a space behind it. A
+// String is made of a text that does not stay while the stream is called, or that somebody else's
+// procedures are to see. Returns whether nothing of somebody else's has been called but the stream.
 ZEL_ALWAYS_INLINE bool WriteText(TypeAStreamer& streamer, OCharStream& output, const char* text,
-                                 bool stays) {
-  if (!stays || !POSView::IsKindDirect(POSTypeString)) [[unlikely]] {
+                                 bool staysDirect) {
+  if (!staysDirect) [[unlikely]] {
     streamer.WriteObject(output, CPOSString::New(text).View());
     output.PutRaw(' ');
     return false;
@@ -157,19 +157,24 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const ArrayView array(value);
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
-    // When somebody else's code has run, the array may be another one.
-    const OwnArray* own = array.Directly();
-    std::uint32_t calls = output.ForeignCalls();
-    for (std::uint32_t index = 0;; ++index) {
-      if (calls != output.ForeignCalls()) {
-        own = array.Directly();
-        calls = output.ForeignCalls();
-      }
-      if (index >= (own != nullptr ? own->Count() : array.Count())) break;
+    // What is known of the array and its elements holds until somebody else's code runs.
+    const OwnArray* own;
+    KnownToBeDirect known;
+    std::uint32_t calls;
+    const auto learn = [&] {
+      own = array.Directly();
+      known = own != nullptr ? KnownToBeDirect::Now() : KnownToBeDirect();
+      calls = output.ForeignCalls();
+    };
+    learn();
+    for (std::uint32_t index = 0; index < (own != nullptr ? own->Count() : array.Count());
+         ++index) {
       streamer.PutNewLine(output);
       const bool isSame = own != nullptr && calls == output.ForeignCalls();
-      const ZELInstance element = isSame ? own->GetAt(index) : nullptr;
-      streamer.WriteObject(output, element != nullptr ? POSView(element) : array.GetAt(index));
+      const ZELInstance slot = isSame ? own->GetAt(index) : nullptr;
+      const POSView element = slot != nullptr ? POSView(slot) : array.GetAt(index);
+      streamer.WriteObject(output, element, isSame ? known.Has(element) : element.IsDirect());
+      if (calls != output.ForeignCalls()) learn();
     }
   }
   streamer.PutNewLine(output);
@@ -180,13 +185,23 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
     if (!ZEL_T_NMT::g_pos.dictIterators.IsKnownToBeOwn()) [[unlikely]]
       output.HoldOpenValues();
-    for (MemberWalk walk((DictView(value))); walk.Key() != nullptr; walk.Next()) {
-      // The member may be another one, or none any more, when somebody else's code has run.
-      const std::uint32_t calls = output.ForeignCalls();
+    MemberWalk walk((DictView(value)));
+    // What is known of the members holds until somebody else's code runs.
+    KnownToBeDirect known;
+    std::uint32_t calls;
+    const auto learn = [&] {
+      known = walk.KeepsKey() ? KnownToBeDirect::Now() : KnownToBeDirect();
+      calls = output.ForeignCalls();
+    };
+    learn();
+    for (; walk.Key() != nullptr; walk.Next()) {
       streamer.PutNewLine(output);
-      const bool isOwn = WriteText(streamer, output, walk.Key(), walk.KeepsKey());
-      const bool isSame = isOwn && calls == output.ForeignCalls();
-      streamer.WriteObject(output, isSame ? walk.ValueFound() : walk.Value());
+      if (calls != output.ForeignCalls()) learn();
+      const bool isDirect = WriteText(streamer, output, walk.Key(), known.Has(POSTypeString));
+      // The member may be another one, or none any more, when somebody else's code has run.
+      const bool isSame = isDirect && calls == output.ForeignCalls();
+      const POSView member = isSame ? walk.ValueFound() : walk.Value();
+      streamer.WriteObject(output, member, isSame ? known.Has(member) : member.IsDirect());
     }
   }
   streamer.PutNewLine(output);

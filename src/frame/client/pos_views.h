@@ -77,6 +77,31 @@ class POSView {
   OwnValue* own_ = nullptr;
 };
 
+// What POSView::IsDirect asks of the binder, asked once for many values: to be kept only as long as
+// nothing of somebody else's is called. Of nothing until it is made from something.
+class KnownToBeDirect {
+ public:
+  KnownToBeDirect() noexcept = default;
+  static KnownToBeDirect Now() noexcept {
+    KnownToBeDirect known;
+    const std::uint64_t generation = g_link.Generation();
+    if (g_directKinds.generation == generation && g_ownMethods.generation == generation) {
+      known.lastKind_ = g_directKinds.last;
+      known.signature_ = g_ownMethods.signature;
+    }
+    return known;
+  }
+  bool Has(POSObjectType type) const noexcept { return type <= lastKind_; }
+  bool Has(POSView value) const noexcept {
+    return value.Own() != nullptr && Has(value.Own()->Type()) &&
+           PrimaryInstance(value.Handle()).signature == signature_;
+  }
+
+ private:
+  std::int32_t lastKind_ = 0;
+  const char* signature_ = nullptr;
+};
+
 #define ZEL_DOWNCAST_FAILED(Name) "downcast from CPOSObject to CPOS" #Name " failed"
 
 // A view of each kind, made from a value that is known to be of it: for any other, operations fail.
