@@ -157,7 +157,7 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& output, POSView value) {
   const ArrayView array(value);
   {
     const TypeAStreamer::NestingScope scope(streamer, TypeAStreamer::kContainerLimit);
-    // What is known of the array and its elements holds until somebody else's code runs.
+    // Knowledge of the array and its elements holds until somebody else's code runs.
     const OwnArray* own;
     KnownToBeDirect known;
     std::uint32_t calls;
@@ -186,7 +186,7 @@ void WriteDict(TypeAStreamer& streamer, OCharStream& output, POSView value) {
     if (!ZEL_T_NMT::g_pos.dictIterators.IsKnownToBeOwn()) [[unlikely]]
       output.HoldOpenValues();
     MemberWalk walk((DictView(value)));
-    // What is known of the members holds until somebody else's code runs.
+    // Knowledge of the members holds until somebody else's code runs.
     KnownToBeDirect known;
     std::uint32_t calls;
     const auto learn = [&] {

@@ -77,7 +77,7 @@ class POSView {
   OwnValue* own_ = nullptr;
 };
 
-// What POSView::IsDirect asks of the binder, asked once for many values: to be kept only as long as
+// The answers that POSView::IsDirect asks of the binder, kept for many values: only as long as
 // nothing of somebody else's is called. Of nothing until it is made from something.
 class KnownToBeDirect {
  public:
