@@ -201,4 +201,128 @@ TEST_F(ContainersTest, MembersMayCallBackWhileTheyAreReleased) {
   arrays.SetAt(g_container, 0, Keep(rawPointers.NewPOSRawPointer(number, nullptr)));
 }
 
+// A host that uses a container in the middle of a service which the container has asked it for: at
+// the service after so many others.
+struct Meanwhile {
+  int left = -1;
+  std::function<void()> action;
+  void Serve() {
+    if (left-- == 0) action();
+  }
+};
+Meanwhile g_meanwhile;
+zelutils::MemoryInterface g_memory;
+zelutils::AtomInterface g_atoms;
+
+TEST(ContainersMeanwhileTest, TheHostMayUseAContainerWhileItServesIt) {
+  zelhost::Host host;
+  g_memory = zeltest::Import<zelutils::MemoryInterface>(host);
+  g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
+  using Memory = zelutils::MemoryInterface;
+  using Atoms = zelutils::AtomInterface;
+  zeltest::Replace<Memory>(
+      host, "Alloc", +[](std::size_t size) { return g_meanwhile.Serve(), g_memory.Alloc(size); });
+  zeltest::Replace<Memory>(
+      host, "Free", +[](void* block) { g_memory.Free(block), g_meanwhile.Serve(); });
+  zeltest::Replace<Atoms>(
+      host, "AddRef", +[](ZELStringAtom atom) { g_atoms.AddRef(atom), g_meanwhile.Serve(); });
+  zeltest::Replace<Atoms>(
+      host, "DeleteStringAtom",
+      +[](ZELStringAtom atom) { g_atoms.DeleteStringAtom(atom), g_meanwhile.Serve(); });
+  host.Start(zeltest::LibraryPath());
+
+  std::uint32_t size = 0;
+  const auto key = [](std::uint32_t number) { return "k" + std::to_string(1000 + number); };
+  struct Use {
+    zeltest::Library zel;
+    ZELInstance value, array, dict, iterators[2];
+    const std::string first, fresh;
+    void Put(const std::string& name) { zel.dicts.Put(dict, zel.Atom(name), value); }
+    void Remove(const std::string& name) { zel.dicts.Remove(dict, zel.Atom(name)); }
+  };
+  using Action = std::function<void(Use&)>;
+  const auto fill = [&](Use& use) {
+    for (std::uint32_t i = 0; i < 60; ++i) {
+      use.Put(key(300 + i));
+      use.zel.arrays.Append(use.array, use.value);
+    }
+  };
+  const auto empty = [&](Use& use) {
+    for (std::uint32_t i = 0; i < size; ++i) {
+      use.Remove(key(i));
+      use.zel.arrays.Remove(use.array, 0);
+    }
+  };
+  const Action actions[] = {
+      [&](Use& use) { use.Put(use.fresh), use.Remove(use.first); },
+      [&](Use& use) { use.zel.arrays.Append(use.array, use.value), use.Remove(use.fresh); },
+      fill,
+      empty,
+      [&](Use& use) { empty(use), fill(use); },
+      [&](Use& use) { fill(use), empty(use); },
+      [&](Use& use) {
+        for (ZELInstance& iterator : use.iterators) {
+          use.zel.containers.Release(iterator);
+          iterator = use.zel.iterators.NewPOSDictIterator(use.dict);
+          use.zel.containers.AddRef(iterator);
+        }
+      },
+  };
+  const Action operations[] = {
+      [&](Use& use) { use.Put(use.fresh); },
+      [&](Use& use) { use.Put(use.first); },
+      [&](Use& use) { use.Remove(use.first), use.zel.iterators.Next(use.iterators[0]); },
+      [&](Use& use) { use.Remove(use.first), use.zel.iterators.Begin(use.iterators[1]); },
+      [&](Use& use) { use.zel.Keep(use.zel.objects.Clone(use.dict)); },
+      [&](Use& use) { use.zel.Keep(use.zel.objects.Clone(use.array)); },
+      [&](Use& use) { use.zel.arrays.Append(use.array, use.value); },
+      [&](Use& use) { use.zel.arrays.SetAt(use.array, 2 * size + 1, use.value); },
+      empty,
+  };
+  for (const std::uint32_t entries : {0u, 4u, 12u, 48u, 96u}) {
+    size = entries;
+    for (const Action& operation : operations) {
+      for (const Action& action : actions) {
+        for (int service = 0; service < 30; ++service) {
+          Use use{zeltest::Library(host), nullptr, nullptr, nullptr, {}, key(0),
+                  key(size / 2) + "n"};
+          auto& zel = use.zel;
+          use.value = zel.NewNumber(1);
+          use.array = zel.Keep(zel.arrays.NewPOSArray());
+          use.dict = zel.Keep(zel.dicts.NewPOSDict());
+          for (std::uint32_t i = 0; i < size; ++i) {
+            zel.arrays.Append(use.array, use.value);
+            use.Put(key(i));
+          }
+          for (ZELInstance& iterator : use.iterators) {
+            iterator = zel.iterators.NewPOSDictIterator(use.dict);
+            zel.containers.AddRef(iterator);
+          }
+          g_meanwhile = {service, [&] { action(use); }};
+          operation(use);
+          const bool isServed = std::exchange(g_meanwhile.left, -1) < 0;
+
+          std::vector<std::string> keys;
+          const ZELInstance walk = zel.Keep(zel.iterators.NewPOSDictIterator(use.dict));
+          for (; !zel.iterators.IsDone(walk); zel.iterators.Next(walk)) {
+            keys.emplace_back(zel.iterators.CurKey(walk));
+          }
+          EXPECT_EQ(std::adjacent_find(keys.begin(), keys.end(), std::greater_equal<>()),
+                    keys.end());
+          for (const std::string& one : keys) {
+            EXPECT_EQ(zel.dicts.Get(use.dict, zel.Atom(one)), use.value) << one;
+            use.Remove(one);
+          }
+          zel.iterators.Begin(walk);
+          EXPECT_TRUE(zel.iterators.IsDone(walk));
+          for (ZELInstance iterator : use.iterators) zel.containers.Release(iterator);
+          if (!isServed) break;
+        }
+      }
+    }
+  }
+  host.Stop();
+  EXPECT_EQ(ToString(host.Live()), "nothing");
+}
+
 }  // namespace

@@ -83,13 +83,15 @@ void Array::Grow(std::uint32_t need) {
     capacity *= 2;
   }
   auto* slots = static_cast<ZELInstance*>(ZEL_T_NMT::AllocateBlock(capacity, sizeof(ZELInstance)));
-  // The references move with the slots: nothing can fail from here on.
-  if (slots_ != nullptr) {
+  // The references move with the slots: nothing can fail from here on. Whoever gave the block may
+  // have used the array, which has then grown as far by itself.
+  ZELInstance* unused = slots;
+  if (capacity_ < capacity) {
     std::copy_n(slots_, count_, slots);
-    ZEL_T_NMT::Memory().Free(static_cast<void*>(slots_));
+    unused = std::exchange(slots_, slots);
+    capacity_ = capacity;
   }
-  slots_ = slots;
-  capacity_ = capacity;
+  if (unused != nullptr) ZEL_T_NMT::Memory().Free(static_cast<void*>(unused));
 }
 
 }  // namespace NPOSObjectImpl

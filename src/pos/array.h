@@ -21,9 +21,8 @@ class Array final : public ZEL_T_NMT::OwnArray {
   // Raises the allocation failure for an index whose storage does not fit in 32 bits.
   void SetAt(std::uint32_t index, ZEL_T_NMT::ContainerReference value);
   void Append(ZEL_T_NMT::ContainerReference&& value) {
-    if (AppendInPlace(std::move(value))) return;
-    Grow(count_ + 1);                 // capacities stay far below 32 bits
-    AppendInPlace(std::move(value));  // NOLINT(bugprone-use-after-move): it has not been taken
+    // Whoever gives the block may fill it at once. Capacities stay far below 32 bits.
+    while (!AppendInPlace(std::move(value))) Grow(count_ + 1);  // NOLINT(bugprone-use-after-move)
   }
   void Remove(std::uint32_t index);
 

@@ -66,7 +66,7 @@ ZELInstance DictInterface::DeepGet(ZELInstance dict, ZELStringAtom path) {
 void DictInterface::Put(ZELInstance dict, ZELStringAtom key, ZELInstance value) {
   CPOSObject held(value);
   const char* const text = BorrowArgument(key);
-  RaisingCheck<Dict>(dict).Put(key, text, held.TakeReference());
+  RaisingCheck<Dict>(dict).Put(CZELStringAtom(key, text), held.TakeReference());
 }
 
 void DictInterface::Remove(ZELInstance dict, ZELStringAtom key) {

@@ -26,12 +26,25 @@ Dict* Dict::Clone() {
   auto copy = std::make_unique<Dict>();
   copy->entries_.Reserve(entries_.Count());
   for (ConstDictIterator it(*this); !it.IsDone(); it.Next()) {
-    CZELStringAtom key = it.Key();
     const std::uint32_t hash = it.Key().hash;
-    copy->entries_.Insert(std::move(key), hash, CloneMember(it.Value()));
+    CZELStringAtom key = it.Key();
+    // Null when whoever counts the key's references has taken it out.
+    const ZELInstance value = it.ValueNow();
+    if (value == nullptr) continue;
+    copy->entries_.Insert(std::move(key), hash, CloneMember(value));
   }
   return copy.release();
 }
+
+namespace {
+
+// Whether the current value is equal to another one; false when either has been taken out.
+bool AreEqualNow(const ConstDictIterator& it, ZELInstance other) {
+  const ZELInstance value = it.ValueNow();
+  return value != nullptr && other != nullptr && MembersAreEqual(value, other);
+}
+
+}  // namespace
 
 bool Dict::IsEqual(Dict& other) {
   const NestingLevel level(g_equalDepth);
@@ -39,14 +52,13 @@ bool Dict::IsEqual(Dict& other) {
   ConstDictIterator beside(other);
   // Equal dictionaries have the same keys at each step.
   for (; !it.IsDone() && ZEL_T_NMT::IsSameText(it.CurKey(), beside.CurKey()); it.Next()) {
-    if (!MembersAreEqual(it.Value(), beside.Value())) return false;
+    if (!AreEqualNow(it, beside.ValueNow())) return false;
     beside.Next();
   }
   if (it.IsDone() && beside.IsDone()) return true;
 
   for (; !it.IsDone(); it.Next()) {
-    const ZELInstance value = other.Get(it.CurKey());
-    if (value == nullptr || !MembersAreEqual(it.Value(), value)) return false;
+    if (!AreEqualNow(it, other.Get(it.CurKey()))) return false;
   }
   for (beside.Begin(); !beside.IsDone(); beside.Next()) {
     if (Get(beside.CurKey()) == nullptr) return false;
@@ -54,36 +66,48 @@ bool Dict::IsEqual(Dict& other) {
   return true;
 }
 
-template <typename MakeKey>
-void Dict::PutUnder(const char* text, ContainerReference&& value, MakeKey makeKey) {
-  const DictEntries::Sought place = entries_.FindToPut(text);
+void Dict::Put(CZELStringAtom&& key, ContainerReference&& value) {
+  const DictEntries::Sought place = entries_.FindToPut(key.Text());
   if (place.number == kNone) [[likely]]
-    return entries_.Insert(makeKey(), place, std::move(value));
+    return entries_.Insert(std::move(key), place, std::move(value));
   // The old value is released when the dictionary has the new one.
   const ContainerReference old = std::exchange(entries_.At(place.number).value, std::move(value));
 }
 
-void Dict::Put(ZELStringAtom key, const char* text, ContainerReference&& value) {
-  PutUnder(text, std::move(value), [key, text] { return CZELStringAtom(key, text); });
-}
-
-void Dict::Put(CZELStringAtom&& key, ContainerReference&& value) {
-  PutUnder(key.Text(), std::move(value), [&key]() -> CZELStringAtom&& { return std::move(key); });
+std::uint32_t Dict::CountStandingAt(std::uint32_t number) const noexcept {
+  std::uint32_t count = 0;
+  for (const DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+    if (iterator->StandsAt(number)) ++count;
+  }
+  return count;
 }
 
 void Dict::Remove(const char* key) {
-  const std::uint32_t number = entries_.Find(key);
+  std::uint32_t number = entries_.Find(key);
   if (number == kNone) return;
+  // A reference for each iterator that stands on the entry. The host that counts them may use the
+  // dictionary: until there are enough, everything is looked at again.
+  KeptKey kept(entries_.At(number).key);
+  for (std::uint32_t need = CountStandingAt(number); kept.Count() < need;
+       need = CountStandingAt(number)) {
+    do kept.Retain();
+    while (kept.Count() < need);
+    number = entries_.Find(key);
+    if (number == kNone) return;
+  }
   for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-    if (iterator->number_ == number) iterator->HoldKey();
+    if (!iterator->StandsAt(number)) continue;
+    kept.HandOut(iterator->key_);
+    iterator->state_ = DictIterator::State::kAtKey;
   }
   // The entry leaves the dictionary before its value is released.
   const DictEntry released = entries_.Remove(number);
-  if (entries_.IsSparse()) {
-    for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
-      iterator->HoldKey();
+  const DictEntries old = entries_.ShrinkIfSparse();
+  if (!old.HasBlock()) return;
+  for (DictIterator* iterator = iterators_; iterator != nullptr; iterator = iterator->next_) {
+    if (iterator->state_ == DictIterator::State::kAtEntry) {
+      iterator->number_ = old.NewNumber(iterator->number_);
     }
-    entries_.ShrinkIfSparse();
   }
 }
 
@@ -101,7 +125,6 @@ DictIterator::~DictIterator() {
 }
 
 ZEL_ALWAYS_INLINE void DictIterator::GoTo(DictEntries::Place place) noexcept {
-  if (state_ == State::kAtKey) key_ = CZELStringAtom();
   place_ = place;
   if (place == DictEntries::kEnd) {
     state_ = State::kDone;
@@ -128,7 +151,9 @@ ZEL_ALWAYS_INLINE bool DictIterator::StepInRun() noexcept {
 }
 
 void DictIterator::Begin() noexcept {
-  if (dict_ != nullptr) GoTo(dict_->entries_.First());
+  if (dict_ == nullptr) return;
+  const KeptKey left(std::move(key_));  // given back when the iterator has moved
+  GoTo(dict_->entries_.First());
 }
 
 void DictIterator::Next() noexcept {
@@ -138,6 +163,7 @@ void DictIterator::Next() noexcept {
 ZEL_NEVER_INLINE void DictIterator::StepElsewhere() noexcept {
   if (state_ == State::kDone) return;
   DictEntries& entries = dict_->entries_;
+  const KeptKey left(std::move(key_));  // given back when the iterator has moved
   GoTo(entries.PlacesAreOf(placesVersion_) ? entries.After(place_) : entries.AfterKey(CurKey()));
 }
 
@@ -162,12 +188,6 @@ const char* DictIterator::CurKey() const noexcept {
 ZELInstance DictIterator::ValueNow() const noexcept {
   if (state_ == State::kAtEntry) return Value();
   return state_ == State::kAtKey ? dict_->Get(key_.Text()) : nullptr;
-}
-
-void DictIterator::HoldKey() {
-  if (state_ != State::kAtEntry) return;
-  key_ = Entry().key;
-  state_ = State::kAtKey;
 }
 
 }  // namespace NPOSObjectImpl

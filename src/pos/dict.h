@@ -23,9 +23,7 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   // Null for an absent key.
   ZELInstance Get(const char* key) const noexcept { return ValueAt(entries_.Find(key)); }
   ZELInstance Get(SoughtKey key) const noexcept { return ValueAt(entries_.Find(key)); }
-  // Under a key whose text is at hand. The dictionary takes a reference to the key, or takes over
-  // that of its holder, when it does not have the key yet.
-  void Put(ZELStringAtom key, const char* text, ZEL_T_NMT::ContainerReference&& value);
+  // Takes over the key's reference when it does not have the key yet.
   void Put(ZEL_T_NMT::CZELStringAtom&& key, ZEL_T_NMT::ContainerReference&& value);
   void Remove(const char* key);
   // For a walk while nothing is done to the dictionary.
@@ -37,13 +35,44 @@ class Dict final : public ZEL_T_NMT::OwnDict {
   ZELInstance ValueAt(std::uint32_t number) const noexcept {
     return number == kNone ? nullptr : entries_.At(number).value.Get();
   }
-  template <typename MakeKey>
-  void PutUnder(const char* text, ZEL_T_NMT::ContainerReference&& value, MakeKey makeKey);
+  std::uint32_t CountStandingAt(std::uint32_t number) const noexcept;
 
   DictEntries entries_;
   DictIterator* iterators_ = nullptr;  // those that walk this dictionary now
 };
 static_assert(sizeof(Dict) <= 64, "a line of the processor's cache");
+
+// References to the key of an entry that is about to go, for the iterators that stand on it.
+class KeptKey {
+ public:
+  KeptKey() noexcept = default;
+  explicit KeptKey(const DictKey& key) noexcept : text_(key.Text()), atom_(key.Atom()) {}
+  KeptKey(KeptKey&& other) noexcept
+      : text_(other.text_), atom_(other.atom_), count_(std::exchange(other.count_, 0)) {}
+  KeptKey& operator=(KeptKey&&) = delete;
+  ~KeptKey() {
+    for (; count_ != 0; --count_) ZEL_T_NMT::Strings().DeleteStringAtom(atom_);
+  }
+
+  const char* Text() const noexcept { return text_; }
+  std::uint32_t Count() const noexcept { return count_; }
+  void Retain() {
+    ZEL_T_NMT::Strings().AddRef(atom_);
+    ++count_;
+  }
+  // One of the references; calls nobody. The other holder must be empty.
+  void HandOut(KeptKey& to) noexcept {
+    to.text_ = text_;
+    to.atom_ = atom_;
+    to.count_ = 1;
+    --count_;
+  }
+
+ private:
+  const char* text_ = nullptr;
+  ZELStringAtom atom_ = 0;
+  std::uint32_t count_ = 0;
+};
 
 // Walks a dictionary in key order and stays valid whatever is done to it: the dictionary knows its
 // iterators, and one that stands on an entry to be removed takes a reference to the key.
@@ -78,14 +107,16 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
 
  private:
   friend class Dict;
-  // kAtKey: the key is the iterator's own, since its entry is gone or about to be numbered anew.
+  // kAtKey: the key is the iterator's own, since its entry is gone.
   enum class State { kAtEntry, kAtKey, kDone };
 
   void GoTo(DictEntries::Place place) noexcept;
   bool StepInRun() noexcept;
   void StepElsewhere() noexcept;
   DictEntry& Entry() const noexcept { return dict_->entries_.At(number_); }
-  void HoldKey();
+  bool StandsAt(std::uint32_t number) const noexcept {
+    return state_ == State::kAtEntry && number_ == number;
+  }
 
   Dict* dict_;
   State state_ = State::kDone;
@@ -94,7 +125,7 @@ class DictIterator : public ZEL_T_NMT::CZELClientBase {
   DictEntries::Place place_ = DictEntries::kEnd;
   std::uint32_t placesVersion_ = 0;
   DictEntries::Run run_{};
-  ZEL_T_NMT::CZELStringAtom key_;
+  KeptKey key_;
   DictIterator* next_ = nullptr;
   DictIterator* previous_ = nullptr;
   ZEL_T_NMT::ContainerReference keptAlive_;
@@ -107,7 +138,6 @@ class ConstDictIterator final : public DictIterator {
   using DictIterator::CurMember;
   using DictIterator::Key;
   using DictIterator::NextMember;
-  using DictIterator::Value;
   using DictIterator::ValueNow;
 };
 

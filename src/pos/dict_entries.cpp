@@ -64,24 +64,31 @@ std::uint32_t HashOf(const CZELStringAtom& key) noexcept {
 
 }  // namespace
 
+DictEntries::DictEntries(std::uint32_t capacity) {
+  if (capacity == 0) return;
+  store_ = DictStore(AllocateEntries(capacity), capacity);
+  index_ = DictIndex(store_);
+  order_ = DictOrder(store_);
+}
+
 DictEntries::DictEntries(DictEntries&& other) noexcept
     : store_(std::exchange(other.store_, {})),
       index_(std::exchange(other.index_, {})),
       order_(std::exchange(other.order_, {})) {}
 
 DictEntries::~DictEntries() {
-  if (store_.Begin() == nullptr) return;
+  if (!HasBlock()) return;
   store_.Clear();
   ZEL_T_NMT::Memory().Free(index_.Begin(store_));
 }
 
 std::uint32_t DictEntries::FindByBytes(const char* key) const noexcept {
-  if (!index_.IsThere()) return FindToPut(key).number;
+  if (!index_.IsThere()) return Seek(key).number;
   const SoughtKey sought{key, std::strlen(key)};
   return index_.NumberIn(store_, index_.Find(store_, sought, HashKey(sought.text, sought.length)));
 }
 
-DictEntries::Sought DictEntries::FindToPut(const char* key) const noexcept {
+DictEntries::Sought DictEntries::Seek(const char* key) const noexcept {
   if (!index_.IsThere()) {
     const auto isKey = [key](const char* text) { return ZEL_T_NMT::IsSameText(text, key); };
     return {FindAmongFew(store_, *key, isKey), 0, 0};
@@ -101,12 +108,14 @@ std::uint32_t DictEntries::Find(SoughtKey key) const noexcept {
 }
 
 void DictEntries::Reserve(std::uint32_t count) {
-  if (count > store_.Capacity()) MoveTo(CapacityFor(count));
+  if (count <= store_.Capacity()) return;
+  DictEntries larger(CapacityFor(count));
+  MoveTo(larger);
 }
 
 void DictEntries::Insert(CZELStringAtom&& key, std::uint32_t hash,
                          ZEL_T_NMT::ContainerReference&& value) {
-  if (store_.IsFull()) MoveTo(CapacityAfter(store_.Capacity()));
+  if (store_.IsFull()) Grow();
   if (index_.IsThere() && hash == 0) hash = HashOf(key);
   const std::uint32_t number = store_.Add(std::move(key), hash, std::move(value));
   if (index_.IsThere()) index_.Add(store_, number, hash);
@@ -123,38 +132,39 @@ bool DictEntries::IsSparse() const noexcept {
   return store_.Capacity() > kSmallCapacity && store_.Live() < store_.Capacity() / 8 * 3;
 }
 
-void DictEntries::ShrinkIfSparse() noexcept {
-  if (!IsSparse()) return;
+void DictEntries::Grow() {
+  DictEntries larger(CapacityAfter(store_.Capacity()));
+  // Unless the dictionary has been used meanwhile. Without tombstones all numbers stay.
+  if (store_.IsFull() && store_.Capacity() < larger.store_.Capacity()) MoveTo(larger);
+}
+
+DictEntries DictEntries::ShrinkIfSparse() noexcept {
+  if (!IsSparse()) return {};
   try {
     // With some room, so that neither growing nor shrinking is near.
-    MoveTo(CapacityFor(store_.Live() + store_.Live() / 3));
-  } catch (...) {  // NOLINT(bugprone-empty-catch): the old block serves on
+    DictEntries smaller(CapacityFor(store_.Live() + store_.Live() / 3));
+    if (!IsSparse() || store_.Live() > smaller.store_.Capacity()) return {};
+    MoveTo(smaller);
+    return smaller;
+  } catch (...) {  // the old block serves on
+    return {};
   }
 }
 
-// Moves everything to a new block; without any for a capacity of 0.
-void DictEntries::MoveTo(std::uint32_t capacity) {
-  DictStore store;
-  DictIndex index;
-  DictOrder order;
-  if (capacity != 0) {
-    store = DictStore(AllocateEntries(capacity), capacity);
-    index = DictIndex(store);
-    order = DictOrder(store);
-  }
-  store_.MoveTo(store);
-  order_.MoveTo(order, store_, store);
-  if (index.IsThere()) {
-    for (std::uint32_t number = 0; number < store.End(); ++number) {
-      DictKey& key = store[number].key;
+// Moves everything to an empty block, which is then the old one, and good for NewNumber alone.
+void DictEntries::MoveTo(DictEntries& target) noexcept {
+  store_.MoveTo(target.store_);
+  order_.MoveTo(target.order_, store_, target.store_);
+  if (target.index_.IsThere()) {
+    for (std::uint32_t number = 0; number < target.store_.End(); ++number) {
+      DictKey& key = target.store_[number].key;
       if (key.hash == 0) key.hash = HashOf(key);
-      index.Add(store, number, key.hash);
+      target.index_.Add(target.store_, number, key.hash);
     }
   }
-  if (store_.Begin() != nullptr) ZEL_T_NMT::Memory().Free(index_.Begin(store_));
-  store_ = store;
-  index_ = index;
-  order_ = order;
+  std::swap(store_, target.store_);
+  std::swap(index_, target.index_);
+  std::swap(order_, target.order_);
 }
 
 void DictEntries::PrefetchAfter(Place place, const Run& run) const noexcept {

@@ -3,7 +3,8 @@
 // Index, store and order lie one after another in one block of the host's memory. The block grows
 // by doubling when it is full, and shrinks when little of it is in use, so that what a dictionary
 // takes and what walking it costs depend on the entries it has, not on those it had. A new block is
-// the only thing that can fail here.
+// the only thing that can fail here, and the host that gives one or takes one back the only one
+// that is called: it may use the very dictionary meanwhile.
 #pragma once
 
 #include <cstdint>
@@ -37,14 +38,21 @@ class DictEntries {
     }
     return FindByBytes(key);
   }
-  // The same for a key that is to be put there if it is new, as most are: with what Insert has to
-  // know of its place.
+  // The same for a key that is to be put there if it is new, as most are: with room for it, and
+  // what Insert has to know of its place. Raises as Reserve does.
   struct Sought {
     std::uint32_t number;
     std::uint32_t hash;  // 0 where there is no index
     std::uint32_t slot;  // of the index
   };
-  Sought FindToPut(const char* key) const noexcept;
+  Sought FindToPut(const char* key) {
+    Sought place = Seek(key);
+    while (place.number == kNone && store_.IsFull()) [[unlikely]] {
+        Grow();
+        place = Seek(key);
+      }
+    return place;
+  }
   // The same for a key that is part of a longer text.
   std::uint32_t Find(SoughtKey key) const noexcept;
   DictEntry& At(std::uint32_t number) const noexcept { return store_[number]; }
@@ -59,9 +67,7 @@ class DictEntries {
               ZEL_T_NMT::ContainerReference&& value);
   // The same right after FindToPut.
   void Insert(ZEL_T_NMT::CZELStringAtom&& key, const Sought& place,
-              ZEL_T_NMT::ContainerReference&& value) {
-    if (store_.IsFull()) [[unlikely]]
-      return Insert(std::move(key), place.hash, std::move(value));
+              ZEL_T_NMT::ContainerReference&& value) noexcept {
     const std::uint32_t number = store_.Add(std::move(key), place.hash, std::move(value));
     if (index_.IsThere()) index_.Take(store_, place.slot, number, place.hash);
     order_.Add(store_, number);
@@ -72,8 +78,11 @@ class DictEntries {
   // Whether so little of the block is in use that a smaller one would do.
   bool IsSparse() const noexcept;
   // Moves to a smaller block, which gives entries other numbers; stays where it is when the host
-  // has none.
-  void ShrinkIfSparse() noexcept;
+  // has none. Returns the old block, which tells them; without any where nothing has moved.
+  DictEntries ShrinkIfSparse() noexcept;
+  bool HasBlock() const noexcept { return store_.Begin() != nullptr; }
+  // Of an old block: the number that an entry of the old number has now.
+  std::uint32_t NewNumber(std::uint32_t number) const noexcept { return store_.NewNumber(number); }
 
   // Places in key order. They stay the same until PlacesAreOf(version) becomes false; AfterKey then
   // finds the way again.
@@ -115,8 +124,13 @@ class DictEntries {
   }
 
  private:
+  // Without entries, in a new block; without any for a capacity of 0.
+  explicit DictEntries(std::uint32_t capacity);
+
   std::uint32_t FindByBytes(const char* key) const noexcept;
-  void MoveTo(std::uint32_t capacity);
+  Sought Seek(const char* key) const noexcept;
+  void Grow();
+  void MoveTo(DictEntries& target) noexcept;
 
   static constexpr std::uint32_t kLargestInCache = 64;
 

@@ -43,6 +43,8 @@ void DictStore::MoveTo(DictStore& target) noexcept {
     entry.key.hash = newNumber;  // NOLINT(bugprone-use-after-move): the hash stays
   }
   target.live_ = target.end_;
+  end_ = live_ = 0;
+  firstTombstone_ = kNone;
 }
 
 }  // namespace NPOSObjectImpl

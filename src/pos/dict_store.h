@@ -93,7 +93,7 @@ class DictStore {
   DictEntry Remove(std::uint32_t number) noexcept;
 
   // Moves all entries to an empty store with enough room, without tombstones: their numbers close
-  // up. This store then has nothing to destroy and is good for NewNumber alone.
+  // up. This store is then empty and good for NewNumber alone.
   void MoveTo(DictStore& target) noexcept;
   // The number that MoveTo has given an entry; kNone for a tombstone.
   std::uint32_t NewNumber(std::uint32_t number) const noexcept { return entries_[number].key.hash; }
