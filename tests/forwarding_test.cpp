@@ -163,6 +163,12 @@ TEST_F(ForwardingTest, KeysAndSizesAreWrittenByStringsAndNumbersOfSomebodyElse) 
             streamers.Serialize(Keep(streamers.NewPOSStreamer()), NewStream(""), array, nullptr));
   EXPECT_EQ(newStrings - stringsBefore, 2u);  // the key and the name of the data's type
   EXPECT_EQ(newNumbers - numbersBefore, 1u);
+
+  // A key is read before its value is.
+  zeltest::Replace<zelutils::StringInterface>(
+      host, "Get", +[](ZELInstance) -> const char* { return nullptr; });
+  host.ChangeUnregisterCount();
+  ExpectFailure("CPOSString::Get failed", statics.CreateFromText, "<key ]", nullptr);
 }
 
 // Also for a type of keys that no key fails, and where nothing is found.

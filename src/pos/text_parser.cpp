@@ -146,7 +146,8 @@ class Parser {
   ZEL_NEVER_INLINE void ReadOtherMember(const CPOSDict& dict) {
     const CPOSString key(ReadObject(), true);
     if (key.IsEmpty()) Fail("Expected dictionary key string");
-    dict.Put(key.Get(), ParseObject());
+    CZELStringAtom text(key.Get());  // before its value is read
+    dict.Put(std::move(text), ParseObject());
   }
 
   ZEL_NEVER_INLINE CZELStringAtom ReadKey(char first) {
