@@ -213,13 +213,16 @@ struct Meanwhile {
 Meanwhile g_meanwhile;
 zelutils::MemoryInterface g_memory;
 zelutils::AtomInterface g_atoms;
+zelutils::ContainerInterface g_containers;
 
 TEST(ContainersMeanwhileTest, TheHostMayUseAContainerWhileItServesIt) {
   zelhost::Host host;
   g_memory = zeltest::Import<zelutils::MemoryInterface>(host);
   g_atoms = zeltest::Import<zelutils::AtomInterface>(host);
+  g_containers = zeltest::Import<zelutils::ContainerInterface>(host);
   using Memory = zelutils::MemoryInterface;
   using Atoms = zelutils::AtomInterface;
+  using Containers = zelutils::ContainerInterface;
   zeltest::Replace<Memory>(
       host, "Alloc", +[](std::size_t size) { return g_meanwhile.Serve(), g_memory.Alloc(size); });
   zeltest::Replace<Memory>(
@@ -229,6 +232,14 @@ TEST(ContainersMeanwhileTest, TheHostMayUseAContainerWhileItServesIt) {
   zeltest::Replace<Atoms>(
       host, "DeleteStringAtom",
       +[](ZELStringAtom atom) { g_atoms.DeleteStringAtom(atom), g_meanwhile.Serve(); });
+  zeltest::Replace<Containers>(
+      host, "AddRef", +[](ZELInstance instance) {
+        const std::int32_t result = g_containers.AddRef(instance);
+        return g_meanwhile.Serve(), result;
+      });
+  zeltest::Replace<Containers>(
+      host, "Release",
+      +[](ZELInstance instance) { g_containers.Release(instance), g_meanwhile.Serve(); });
   host.Start(zeltest::LibraryPath());
 
   std::uint32_t size = 0;
