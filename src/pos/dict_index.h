@@ -21,8 +21,9 @@ class DictIndex {
   // The smallest capacity with an index; it and all larger ones are this one doubled.
   static constexpr std::uint32_t kFirstCapacity = 12;
 
-  // Three eighths of the slots are taken when the dictionary is full: a search ends at the first slot
-  // more often than not. Of a large one three quarters, since more of them would leave the cache.
+  // Three eighths of the slots are taken when the dictionary is full: a search ends at the first
+  // slot more often than not. Of a large one three quarters, since more of them would leave the
+  // cache.
   static constexpr std::uint64_t SlotsFor(std::uint32_t capacity) noexcept {
     if (capacity <= kLargestWithoutIndex) return 0;
     const std::uint64_t slots = std::uint64_t{capacity} / 3 * 8;
