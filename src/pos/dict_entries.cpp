@@ -167,21 +167,12 @@ void DictEntries::MoveTo(DictEntries& target) noexcept {
   std::swap(order_, target.order_);
 }
 
-void DictEntries::PrefetchAfter(Place place, const Run& run) const noexcept {
-  constexpr std::uint32_t kNear = kPrefetchDistance;
-  constexpr std::uint32_t kFar = 2 * kPrefetchDistance;
-  constexpr std::uint32_t kFarthest = 3 * kPrefetchDistance;
-  const bool inRun = run.left > kFarthest;
-  const auto ahead = [this, place, &run, inRun](std::uint32_t distance) {
-    return inRun ? run.numbers[distance] : order_.Ahead(store_, place, distance);
+void DictEntries::PrefetchNearEnd(Place place, const Run& run) const noexcept {
+  const auto ahead = [this, place, &run](std::uint32_t distance) {
+    return run.left > distance ? run.numbers[distance] : order_.Ahead(store_, place, distance);
   };
-  const std::uint32_t farthest = ahead(kFarthest);
-  if (farthest == kNone) return;
-  store_.PrefetchEntry(farthest);
-  const std::uint32_t far = ahead(kFar);
-  ZEL_PREFETCH(store_.Text(far));
-  store_.PrefetchRecord(far);
-  store_.PrefetchObject(ahead(kNear));
+  const std::uint32_t farthest = order_.Ahead(store_, place, kFarthest);
+  if (farthest != kNone) Prefetch(ahead(kNear), ahead(kFar), farthest);
 }
 
 }  // namespace NPOSObjectImpl

@@ -117,10 +117,10 @@ class DictEntries {
 
   // Whether a walk is faster when the processor fetches ahead what it will need next.
   bool IsLarge() const noexcept { return store_.Capacity() > kLargestInCache; }
-  void PrefetchAfter(Place place, const Run& run) const noexcept;
-  // The same for a walk by number.
-  void PrefetchAfterNumber(std::uint32_t number) const noexcept {
-    store_.PrefetchAfterNumber(number);
+  void PrefetchAfter(Place place, const Run& run) const noexcept {
+    if (run.left <= kFarthest) [[unlikely]]
+      return PrefetchNearEnd(place, run);
+    Prefetch(run.numbers[kNear], run.numbers[kFar], run.numbers[kFarthest]);
   }
 
  private:
@@ -132,7 +132,20 @@ class DictEntries {
   void Grow();
   void MoveTo(DictEntries& target) noexcept;
 
-  static constexpr std::uint32_t kLargestInCache = 64;
+  // Entries ahead in a walk, each with what has arrived by then: the entry, what it points to, and
+  // the object of its value.
+  static constexpr std::uint32_t kFarthest = 3 * kPrefetchDistance;
+  static constexpr std::uint32_t kFar = 2 * kPrefetchDistance;
+  static constexpr std::uint32_t kNear = kPrefetchDistance;
+  void Prefetch(std::uint32_t near, std::uint32_t far, std::uint32_t farthest) const noexcept {
+    store_.PrefetchEntry(farthest);
+    ZEL_T_NMT::Prefetch(store_.Text(far));
+    store_.PrefetchRecord(far);
+    store_.PrefetchObject(near);
+  }
+  void PrefetchNearEnd(Place place, const Run& run) const noexcept;
+
+  static constexpr std::uint32_t kLargestInCache = 6144;  // with members of some 200 bytes
 
   DictStore store_;
   DictIndex index_;

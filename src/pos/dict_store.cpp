@@ -9,7 +9,6 @@ namespace NPOSObjectImpl {
 void DictStore::Clear() noexcept {
   for (std::uint32_t number = 0; number < end_; ++number) {
     if (number + 2 * kPrefetchDistance < end_) PrefetchRecord(number + 2 * kPrefetchDistance);
-    if (number + kPrefetchDistance < end_) PrefetchObject(number + kPrefetchDistance);
     std::destroy_at(&entries_[number]);
   }
   end_ = live_ = 0;

@@ -52,7 +52,7 @@ struct DictEntry {
 // Number of entries by which memory is asked ahead for the needs of a walk: texts, records and
 // objects lie all over it, and waiting for each of them in turn would take longer than everything
 // else.
-inline constexpr std::uint32_t kPrefetchDistance = 6;
+inline constexpr std::uint32_t kPrefetchDistance = 4;
 
 // Uses the middle of its owner's block, and is moved to another one when that is full.
 class DictStore {
@@ -101,19 +101,15 @@ class DictStore {
   // Has the processor fetch a value's record, and its object when the record is at hand.
   void PrefetchRecord(std::uint32_t number) const noexcept {
     const ZELInstance value = entries_[number].value.Get();
-    if (value != nullptr) ZEL_PREFETCH(&ZEL_T_NMT::PrimaryInstance(value));
+    if (value != nullptr) ZEL_T_NMT::Prefetch(&ZEL_T_NMT::PrimaryInstance(value));
   }
   void PrefetchObject(std::uint32_t number) const noexcept {
     const ZELInstance value = entries_[number].value.Get();
-    if (value != nullptr) ZEL_PREFETCH(ZEL_T_NMT::PrimaryInstance(value).object);
+    if (value != nullptr) ZEL_T_NMT::Prefetch(ZEL_T_NMT::PrimaryInstance(value).object);
   }
-  // For a walk by number, in which the processor by itself sees to the entries.
-  void PrefetchAfterNumber(std::uint32_t number) const noexcept {
-    if (number + 2 * kPrefetchDistance >= end_) return;
-    PrefetchRecord(number + 2 * kPrefetchDistance);
-    PrefetchObject(number + kPrefetchDistance);
+  void PrefetchEntry(std::uint32_t number) const noexcept {
+    ZEL_T_NMT::Prefetch(&entries_[number]);
   }
-  void PrefetchEntry(std::uint32_t number) const noexcept { ZEL_PREFETCH(&entries_[number]); }
 
  private:
   // Puts a new entry into the place of a tombstone.

@@ -103,17 +103,12 @@ OwnComparison::Result OwnComparison::CompareByNumber(const DictEntries& left,
                                                      std::uint32_t& compared) noexcept {
   const std::uint32_t end = std::min(left.End(), right.End());
   if (end == 0) return Result::kEqual;
-  const bool isLarge = left.IsLarge();
   const DictEntry* const entries = &left.At(0);
   const DictEntry* const others = &right.At(0);
   for (; compared < end; ++compared) {
     const DictEntry& entry = entries[compared];
     const DictEntry& other = others[compared];
     if (entry.key.Text() != other.key.Text() || entry.key.Text() == nullptr) break;
-    if (isLarge) {
-      left.PrefetchAfterNumber(compared);
-      right.PrefetchAfterNumber(compared);
-    }
     const Result result = CompareMembers(entry.value.Get(), other.value.Get());
     if (result != Result::kEqual) return result;
   }

@@ -8,11 +8,11 @@
 #if defined(__GNUC__) && !defined(ZEL_PORTABLE)
 #define ZEL_ALWAYS_INLINE [[gnu::always_inline]] inline
 #define ZEL_NEVER_INLINE [[gnu::noinline]]
-#define ZEL_PREFETCH(address) __builtin_prefetch(address)
+#define ZEL_HAS_PREFETCH 1
 #else
 #define ZEL_ALWAYS_INLINE inline
 #define ZEL_NEVER_INLINE
-#define ZEL_PREFETCH(address) static_cast<void>(address)
+#define ZEL_HAS_PREFETCH 0
 #endif
 
 #if defined(__SIZEOF_INT128__) && !defined(ZEL_PORTABLE)
@@ -29,6 +29,15 @@
 #endif
 
 namespace ZEL_T_NMT {
+
+// Has the processor fetch what it will need soon; the address may be anything.
+ZEL_ALWAYS_INLINE void Prefetch([[maybe_unused]] const void* address) noexcept {
+#if ZEL_HAS_PREFETCH
+  __builtin_prefetch(address);
+  // gcc takes a function that does nothing else for one without effect, and leaves out its calls.
+  __asm__ volatile("");
+#endif
+}
 
 // The 128 bits of a product.
 struct WideProduct {
